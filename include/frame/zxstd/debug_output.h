@@ -1,0 +1,25 @@
+#pragma once
+/// \file
+/// The debug print: silent by default.
+
+#include <functional>
+#include <string>
+
+#include "frame/api.h"
+
+namespace SatCommonUtils {
+
+/// Receives one debug message at a time, exactly as it was printed.
+using TZxDebugSink = std::function<void(const std::string&)>;
+
+/// Sends one message to the debug output: to the sink when one is set; otherwise, when the environment
+/// variable `ORBMATH_DEBUG` is set and neither empty nor "0", to standard error, with a line end added when the
+/// message has none; otherwise nowhere. Messages from several threads come out whole.
+ORBMATH_API void ZxPrintDbgMsg(const char* text);
+/// As above.
+ORBMATH_API void ZxPrintDbgMsg(const std::string& text);
+
+/// Sets the sink; an empty one takes it away. \return the sink that was set before. Thread-safe.
+ORBMATH_API TZxDebugSink ZxSetDebugSink(TZxDebugSink sink);
+
+}  // namespace SatCommonUtils

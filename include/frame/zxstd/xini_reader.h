@@ -1,0 +1,126 @@
+#pragma once
+/// \file
+/// Reading keyed values from nested sections of an XML document.
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "frame/api.h"
+#include "frame/zxstd/message.h"
+#include "frame/zxstd/progress.h"
+#include "frame/zxstd/stream.h"
+
+namespace SatCommonUtils {
+
+/// A cursor over a document of nested sections and keyed items.
+///
+/// The reader has a current section, at first the root. Its children, items and sections alike, are numbered
+/// from 0 in document order; `FindF` gives such a number and `Read`/`ReadE` take it. Operations whose names end
+/// in `E` throw `TZxMessage`; the others report absence by their result. One thread at a time.
+class ORBMATH_API TZxXIniReader {
+ public:
+  /// What `FindF` returns when there is no such key.
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+  virtual ~TZxXIniReader();
+
+  /// Makes the first child section called `name` the current one.
+  /// \return a non-zero handle, or 0 when there is none (the current section stays).
+  virtual std::size_t EnterSectionS(const std::string& name) = 0;
+  /// As `EnterSectionS`. \throws TZxMessage when there is no such section.
+  std::size_t EnterSectionSE(const std::string& name);
+  /// Returns to the parent section. \return false at the root, where nothing happens.
+  virtual bool LeaveSection() = 0;
+
+  /// \param key name of an item or section of the current section.
+  /// \param start first child index that counts.
+  /// \return the index of the first child with that key at or after `start`, or `npos`.
+  virtual std::size_t FindF(const std::string& key, std::size_t start = 0) const = 0;
+  /// As `FindF`. \throws TZxMessage when there is no such child.
+  std::size_t FindFE(const std::string& key, std::size_t start = 0) const;
+  /// As `FindF` from the start; the index goes to `*position`, which stays untouched when there is none.
+  bool FindFP(const std::string& key, std::size_t* position) const;
+
+  /// Value of the item at `index`, or `fallback` when there is no item at that index or its text is no `T`.
+  /// Provided for `int`, `double`, `unsigned long long`, `bool` and `std::string`.
+  template <class T>
+  T Read(std::size_t index, const T& fallback) const;
+  /// Value of the item at `index`; the same types as `Read`.
+  /// \throws TZxMessage when there is no item at that index or its text is no `T`.
+  template <class T>
+  T ReadE(std::size_t index) const;
+
+  /// Value of the item with that key. \throws TZxMessage when it is missing or no `T`.
+  template <class T>
+  T ReadKeyE(const std::string& key) const {
+    return ReadE<T>(FindFE(key));
+  }
+  /// Value of the item with that key, or `fallback` when it is missing or no `T`.
+  template <class T>
+  T ReadKey(const std::string& key, const T& fallback) const {
+    return Read<T>(FindF(key), fallback);
+  }
+
+  /// Number of children, items and sections, of the current section.
+  virtual std::size_t GetCount() const = 0;
+  /// Key of the child at `index`; null past the end. Valid until the reader goes.
+  virtual const char* GetKey(std::size_t index) const = 0;
+  /// Text of the item at `index`; null past the end and for a section. Valid until the reader goes.
+  virtual const char* GetText(std::size_t index) const = 0;
+};
+
+// clang-format off
+template <> ORBMATH_API int TZxXIniReader::Read(std::size_t, const int&) const;
+template <> ORBMATH_API double TZxXIniReader::Read(std::size_t, const double&) const;
+template <> ORBMATH_API unsigned long long TZxXIniReader::Read(std::size_t, const unsigned long long&) const;
+template <> ORBMATH_API bool TZxXIniReader::Read(std::size_t, const bool&) const;
+template <> ORBMATH_API std::string TZxXIniReader::Read(std::size_t, const std::string&) const;
+template <> ORBMATH_API int TZxXIniReader::ReadE(std::size_t) const;
+template <> ORBMATH_API double TZxXIniReader::ReadE(std::size_t) const;
+template <> ORBMATH_API unsigned long long TZxXIniReader::ReadE(std::size_t) const;
+template <> ORBMATH_API bool TZxXIniReader::ReadE(std::size_t) const;
+template <> ORBMATH_API std::string TZxXIniReader::ReadE(std::size_t) const;
+// clang-format on
+
+/// Stays in a section for as long as it lives: enters on construction, leaves on destruction, also when an
+/// exception passes. Every read of a section uses it, so that a failed read never strands the reader.
+class ORBMATH_API TZxXIniSection {
+ public:
+  /// Enters the child section `name` of `reader`; see `operator bool`.
+  TZxXIniSection(TZxXIniReader* reader, const std::string& name);
+  TZxXIniSection(const TZxXIniSection&) = delete;
+  TZxXIniSection& operator=(const TZxXIniSection&) = delete;
+  ~TZxXIniSection();
+
+  /// True while the section is entered; false when it was absent or has been left.
+  explicit operator bool() const noexcept { return reader_ != nullptr; }
+  /// Leaves now. \return the reader's result, false when it is not entered.
+  bool Leave();
+
+ private:
+  TZxXIniReader* reader_;
+};
+
+/// A reader over a stream that holds the XML text of `TZxXIniStreamWriter`, or of a PVL conversion.
+class ORBMATH_API TZxXIniStreamReader : public TZxXIniReader {
+ public:
+  /// Reads the whole stream. \param stream not owned, not needed afterwards. \param flag reserved, 0.
+  /// \param progress may be null. \throws TZxMessage when the stream holds no well-formed document of sections
+  /// and items, or one nested deeper than the reader accepts.
+  explicit TZxXIniStreamReader(TZxStream* stream, int flag = 0, TZxProgressHandler* progress = nullptr);
+  ~TZxXIniStreamReader() override;
+
+  std::size_t EnterSectionS(const std::string& name) override;
+  bool LeaveSection() override;
+  std::size_t FindF(const std::string& key, std::size_t start = 0) const override;
+  std::size_t GetCount() const override;
+  const char* GetKey(std::size_t index) const override;
+  const char* GetText(std::size_t index) const override;
+
+ private:
+  struct TDocument;
+  std::unique_ptr<TDocument> document_;
+};
+
+}  // namespace SatCommonUtils

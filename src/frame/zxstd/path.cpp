@@ -1,0 +1,11 @@
+#include "frame/zxstd/path.h"
+
+#include <utility>
+
+namespace SatCommonUtils {
+
+TZxPath::TZxPath(const char* text) : text_(text == nullptr ? "" : text) {}
+
+TZxPath::TZxPath(std::string text) : text_(std::move(text)) {}
+
+}  // namespace SatCommonUtils

@@ -1,0 +1,7 @@
+#include "frame/zxstd/progress.h"
+
+namespace SatCommonUtils {
+
+TZxProgressHandler::~TZxProgressHandler() = default;
+
+}  // namespace SatCommonUtils

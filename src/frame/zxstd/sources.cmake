@@ -1,0 +1,9 @@
+target_sources(Orbmath PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/debug_output.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/message.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/path.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/progress.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/stream.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/text.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/threads.cpp
+)

@@ -1,0 +1,1 @@
+# No sources yet.
