@@ -1,0 +1,47 @@
+#include "poly/linear_normalization.h"
+
+#include "frame/zxstd/message.h"
+
+namespace SatCommonUtils {
+
+TLinearNormalization::TLinearNormalization(const double& offset, const double& scale) {
+  if (!Reset(offset, scale)) {
+    throw TZxMessage("TLinearNormalization::TLinearNormalization(const double&,const double&)");
+  }
+}
+
+TLinearNormalization::TLinearNormalization(const double& initial1, const double& initial2, const double& normalized1,
+                                           const double& normalized2) {
+  if (!Reset(initial1, initial2, normalized1, normalized2)) {
+    throw TZxMessage(
+        "TLinearNormalization::TLinearNormalization(const double&, const double&, const double&, const double&)");
+  }
+}
+
+TLinearNormalization TLinearNormalization::Unchecked(const double& offset, const double& scale) noexcept {
+  TLinearNormalization result;
+  result.offset_ = offset;
+  result.scale_ = scale;
+  return result;
+}
+
+double TLinearNormalization::Initial2Normalized(const double& x) const noexcept { return (x - offset_) / scale_; }
+
+double TLinearNormalization::Normalized2Initial(const double& y) const noexcept { return scale_ * y + offset_; }
+
+bool TLinearNormalization::Reset(const double& offset, const double& scale) noexcept {
+  if (scale == 0.0) return false;
+  *this = Unchecked(offset, scale);
+  return true;
+}
+
+bool TLinearNormalization::Reset(const double& initial1, const double& initial2, const double& normalized1,
+                                 const double& normalized2) noexcept {
+  const double d = normalized1 - normalized2;
+  const double span = initial1 - initial2;
+  if (d == 0.0 || span == 0.0) return false;
+  *this = Unchecked((initial2 * normalized1 - initial1 * normalized2) / d, span / d);
+  return true;
+}
+
+}  // namespace SatCommonUtils

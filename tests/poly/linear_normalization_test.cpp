@@ -1,0 +1,73 @@
+#include "poly/linear_normalization.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+
+#include "frame/zxstd/message.h"
+
+namespace SatCommonUtils {
+namespace {
+
+// Failure of a construction, as its text; empty when it succeeds.
+std::string ThrownText(const std::function<void()>& construct) {
+  try {
+    construct();
+  } catch (const TZxMessage& message) {
+    return message.GetText();
+  }
+  return std::string();
+}
+
+TEST(LinearNormalization, DefaultIsIdentity) {
+  const TLinearNormalization n;
+  EXPECT_EQ(n.Initial2Normalized(3.25), 3.25);
+  EXPECT_EQ(n.Normalized2Initial(3.25), 3.25);
+}
+
+TEST(LinearNormalization, TwoPointsFixTheMap) {
+  TLinearNormalization n;
+  ASSERT_TRUE(n.Reset(10, 2, 1, -1));
+  EXPECT_EQ(n.GetOffset(), 6);
+  EXPECT_EQ(n.GetScale(), 4);
+  EXPECT_EQ(n.Initial2Normalized(10), 1);
+  EXPECT_EQ(n.Initial2Normalized(2), -1);
+  EXPECT_EQ(n.Normalized2Initial(-0.5), 4);
+}
+
+TEST(LinearNormalization, RefusalsChangeNothing) {
+  TLinearNormalization n(7, -3);
+  EXPECT_FALSE(n.Reset(5, 0));
+  EXPECT_FALSE(n.Reset(5, -0.0));
+  EXPECT_FALSE(n.Reset(3, 3, 1, -1));
+  EXPECT_FALSE(n.Reset(1, 2, 0, 0));
+  EXPECT_EQ(n.GetOffset(), 7);
+  EXPECT_EQ(n.GetScale(), -3);
+}
+
+TEST(LinearNormalization, NaNScaleIsTaken) {
+  TLinearNormalization n;
+  EXPECT_TRUE(n.Reset(5, std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_TRUE(std::isnan(n.Initial2Normalized(5)));
+}
+
+TEST(LinearNormalization, UncheckedLetsAZeroScaleIn) {
+  const TLinearNormalization n = TLinearNormalization::Unchecked(2, 0);
+  EXPECT_EQ(n.Initial2Normalized(3), std::numeric_limits<double>::infinity());
+  EXPECT_TRUE(std::isnan(n.Initial2Normalized(2)));
+  EXPECT_EQ(n.Normalized2Initial(5), 2);
+}
+
+TEST(LinearNormalization, ConstructorsSayWhichOneRefused) {
+  EXPECT_EQ(ThrownText([] { TLinearNormalization(1, 0); }),
+            "TLinearNormalization::TLinearNormalization(const double&,const double&)");
+  EXPECT_EQ(ThrownText([] { TLinearNormalization(3, 3, 1, -1); }),
+            "TLinearNormalization::TLinearNormalization(const double&, const double&, const double&, const double&)");
+  EXPECT_EQ(ThrownText([] { TLinearNormalization(10, 2, 1, -1); }), "");
+}
+
+}  // namespace
+}  // namespace SatCommonUtils
