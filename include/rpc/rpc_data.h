@@ -2,20 +2,17 @@
 /// \file
 /// The record of one rational polynomial (RPC) camera model, and one image observation.
 
-#include <limits>
 #include <string>
 
 #include "frame/api.h"
 #include "frame/zxstd/stream.h"
+#include "frame/zxstd/unset_mark.h"
 #include "frame/zxstd/xini_reader.h"
 #include "frame/zxstd/xini_writer.h"
 
 namespace SatCommonUtils {
 
 class TRPC;
-
-/// The unset mark: a double that equals it counts as not given.
-constexpr double kUnsetMark = std::numeric_limits<double>::max();
 
 /// The ninety numbers of an RPC model.
 ///

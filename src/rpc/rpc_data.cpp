@@ -1,5 +1,6 @@
 #include "rpc/rpc_data.h"
 
+#include "frame/zxstd/unset_mark.h"
 #include "rpc/rpc_fields.h"
 
 namespace SatCommonUtils {
