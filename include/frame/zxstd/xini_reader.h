@@ -43,6 +43,8 @@ class ORBMATH_API TZxXIniReader {
   bool FindFP(const std::string& key, std::size_t* position) const;
 
   /// Value of the item at `index`, or `fallback` when there is no item at that index or its text is no `T`.
+  /// The whole text has to be the value, blanks around it apart ("12abc" is no `int`, nor is one that does not fit);
+  /// `bool` is "true", "false", "1" or "0". A `std::string` is the text as it stands.
   /// Provided for `int`, `double`, `unsigned long long`, `bool` and `std::string`.
   template <class T>
   T Read(std::size_t index, const T& fallback) const;
@@ -65,9 +67,21 @@ class ORBMATH_API TZxXIniReader {
   /// Number of children, items and sections, of the current section.
   virtual std::size_t GetCount() const = 0;
   /// Key of the child at `index`; null past the end. Valid until the reader goes.
-  virtual const char* GetKey(std::size_t index) const = 0;
+  virtual const std::string* GetKey(std::size_t index) const = 0;
   /// Text of the item at `index`; null past the end and for a section. Valid until the reader goes.
-  virtual const char* GetText(std::size_t index) const = 0;
+  virtual const std::string* GetText(std::size_t index) const = 0;
+  /// Line, from 1, where the child at `index` stands in the text that a person wrote: of a converted document the
+  /// line of the source. 0 when it is not known.
+  virtual std::size_t GetLine(std::size_t index) const = 0;
+  /// Number of sections entered and not left, 0 at the root.
+  virtual std::size_t GetDepth() const = 0;
+  /// Names of the entered sections from the outermost on, each after a "/"; "/" at the root. For messages.
+  virtual std::string GetPath() const = 0;
+
+ private:
+  template <class T>
+  bool Convert(std::size_t index, T* value) const;
+  [[noreturn]] void ThrowNotRead(std::size_t index, const char* wanted) const;
 };
 
 // clang-format off
@@ -84,10 +98,11 @@ template <> ORBMATH_API std::string TZxXIniReader::ReadE(std::size_t) const;
 // clang-format on
 
 /// Stays in a section for as long as it lives: enters on construction, leaves on destruction, also when an
-/// exception passes. Every read of a section uses it, so that a failed read never strands the reader.
+/// exception passes and sections entered meanwhile by hand are still open. Every read of a section uses it, so that a
+/// failed read never strands the reader.
 class ORBMATH_API TZxXIniSection {
  public:
-  /// Enters the child section `name` of `reader`; see `operator bool`.
+  /// Enters the child section `name` of `reader`; see `operator bool`. A null reader has no sections.
   TZxXIniSection(TZxXIniReader* reader, const std::string& name);
   TZxXIniSection(const TZxXIniSection&) = delete;
   TZxXIniSection& operator=(const TZxXIniSection&) = delete;
@@ -100,14 +115,20 @@ class ORBMATH_API TZxXIniSection {
 
  private:
   TZxXIniReader* reader_;
+  std::size_t depth_ = 0;
 };
+
+class XIniDocument;
 
 /// A reader over a stream that holds the XML text of `TZxXIniStreamWriter`, or of a PVL conversion.
 class ORBMATH_API TZxXIniStreamReader : public TZxXIniReader {
  public:
-  /// Reads the whole stream. \param stream not owned, not needed afterwards. \param flag reserved, 0.
-  /// \param progress may be null. \throws TZxMessage when the stream holds no well-formed document of sections
-  /// and items, or one nested deeper than the reader accepts.
+  /// Reads the whole stream.
+  /// \param stream not owned, not needed afterwards.
+  /// \param flag reserved, 0.
+  /// \param progress may be null; told when the bytes are there (0.5) and when the document is (1).
+  /// \throws TZxMessage when the stream is null or holds no well-formed document of sections and items, when it is
+  /// nested deeper than 256 sections, or when `progress` asks for a stop.
   explicit TZxXIniStreamReader(TZxStream* stream, int flag = 0, TZxProgressHandler* progress = nullptr);
   ~TZxXIniStreamReader() override;
 
@@ -115,12 +136,15 @@ class ORBMATH_API TZxXIniStreamReader : public TZxXIniReader {
   bool LeaveSection() override;
   std::size_t FindF(const std::string& key, std::size_t start = 0) const override;
   std::size_t GetCount() const override;
-  const char* GetKey(std::size_t index) const override;
-  const char* GetText(std::size_t index) const override;
+  const std::string* GetKey(std::size_t index) const override;
+  const std::string* GetText(std::size_t index) const override;
+  std::size_t GetLine(std::size_t index) const override;
+  std::size_t GetDepth() const override;
+  std::string GetPath() const override;
 
  private:
-  struct TDocument;
-  std::unique_ptr<TDocument> document_;
+  std::unique_ptr<XIniDocument> document_;
+  std::size_t current_ = 0;
 };
 
 }  // namespace SatCommonUtils

@@ -1,0 +1,209 @@
+#include "frame/zxstd/xini_reader.h"
+
+#include <exception>
+#include <utility>
+
+#include "frame/zxstd/number_text.h"
+#include "frame/zxstd/xini_document.h"
+
+namespace SatCommonUtils {
+
+namespace {
+
+bool Parse(const std::string& text, int* value) { return ParseInt(text, value); }
+bool Parse(const std::string& text, double* value) { return ParseDouble(text, value); }
+bool Parse(const std::string& text, unsigned long long* value) { return ParseUnsigned(text, value); }
+bool Parse(const std::string& text, bool* value) { return ParseBool(text, value); }
+bool Parse(const std::string& text, std::string* value) {
+  *value = text;
+  return true;
+}
+
+// Texts of messages stay short whatever the file holds.
+std::string Quoted(const std::string& text) {
+  constexpr std::size_t kLongest = 80;
+  return "\"" + (text.size() > kLongest ? text.substr(0, kLongest) + "..." : text) + "\"";
+}
+
+[[noreturn]] void ThrowAbsent(const TZxXIniReader& reader, const char* kind, const std::string& name) {
+  throw TZxMessage("there is no " + std::string(kind) + " " + Quoted(name) + " in section " + Quoted(reader.GetPath()));
+}
+
+}  // namespace
+
+TZxXIniReader::~TZxXIniReader() = default;
+
+std::size_t TZxXIniReader::EnterSectionSE(const std::string& name) {
+  const std::size_t handle = EnterSectionS(name);
+  if (handle == 0) ThrowAbsent(*this, "section", name);
+  return handle;
+}
+
+std::size_t TZxXIniReader::FindFE(const std::string& key, std::size_t start) const {
+  const std::size_t index = FindF(key, start);
+  if (index == npos) ThrowAbsent(*this, "key", key);
+  return index;
+}
+
+bool TZxXIniReader::FindFP(const std::string& key, std::size_t* position) const {
+  const std::size_t index = FindF(key);
+  if (index != npos) *position = index;
+  return index != npos;
+}
+
+template <class T>
+bool TZxXIniReader::Convert(std::size_t index, T* value) const {
+  const std::string* const text = GetText(index);
+  return text != nullptr && Parse(*text, value);
+}
+
+void TZxXIniReader::ThrowNotRead(std::size_t index, const char* wanted) const {
+  const std::string* const key = GetKey(index);
+  if (key == nullptr) throw TZxMessage("a key is missing in section " + Quoted(GetPath()));
+  const std::size_t line = GetLine(index);
+  const std::string* const text = GetText(index);
+  throw TZxMessage((line == 0 ? std::string() : "line " + std::to_string(line) + ": ") + Quoted(*key) + " in section " +
+                   Quoted(GetPath()) + " is " + (text == nullptr ? "a section" : Quoted(*text)) + ", not " + wanted);
+}
+
+template <>
+int TZxXIniReader::ReadE(std::size_t index) const {
+  int value = 0;
+  if (!Convert(index, &value)) ThrowNotRead(index, "a whole number");
+  return value;
+}
+template <>
+double TZxXIniReader::ReadE(std::size_t index) const {
+  double value = 0.0;
+  if (!Convert(index, &value)) ThrowNotRead(index, "a number");
+  return value;
+}
+template <>
+unsigned long long TZxXIniReader::ReadE(std::size_t index) const {
+  unsigned long long value = 0;
+  if (!Convert(index, &value)) ThrowNotRead(index, "a whole number of at least 0");
+  return value;
+}
+template <>
+bool TZxXIniReader::ReadE(std::size_t index) const {
+  bool value = false;
+  if (!Convert(index, &value)) ThrowNotRead(index, "true or false");
+  return value;
+}
+template <>
+std::string TZxXIniReader::ReadE(std::size_t index) const {
+  std::string value;
+  if (!Convert(index, &value)) ThrowNotRead(index, "a text");
+  return value;
+}
+
+template <>
+int TZxXIniReader::Read(std::size_t index, const int& fallback) const {
+  int value = fallback;
+  Convert(index, &value);
+  return value;
+}
+template <>
+double TZxXIniReader::Read(std::size_t index, const double& fallback) const {
+  double value = fallback;
+  Convert(index, &value);
+  return value;
+}
+template <>
+unsigned long long TZxXIniReader::Read(std::size_t index, const unsigned long long& fallback) const {
+  unsigned long long value = fallback;
+  Convert(index, &value);
+  return value;
+}
+template <>
+bool TZxXIniReader::Read(std::size_t index, const bool& fallback) const {
+  bool value = fallback;
+  Convert(index, &value);
+  return value;
+}
+template <>
+std::string TZxXIniReader::Read(std::size_t index, const std::string& fallback) const {
+  std::string value = fallback;
+  Convert(index, &value);
+  return value;
+}
+
+TZxXIniSection::TZxXIniSection(TZxXIniReader* reader, const std::string& name) : reader_(nullptr) {
+  if (reader == nullptr) return;
+  depth_ = reader->GetDepth();
+  if (reader->EnterSectionS(name) != 0) reader_ = reader;
+}
+
+TZxXIniSection::~TZxXIniSection() {
+  if (reader_ == nullptr) return;
+  // Usually one step; more when an exception passed between a hand-written enter and leave.
+  while (reader_->GetDepth() > depth_ && reader_->LeaveSection()) {
+  }
+}
+
+bool TZxXIniSection::Leave() {
+  TZxXIniReader* const reader = std::exchange(reader_, nullptr);
+  return reader != nullptr && reader->LeaveSection();
+}
+
+TZxXIniStreamReader::TZxXIniStreamReader(TZxStream* stream, int /*flag*/, TZxProgressHandler* progress) {
+  const auto report = [progress](double fraction) {
+    if (progress != nullptr && !progress->Progress(fraction)) throw TZxMessage("reading was stopped");
+  };
+  std::string xml;
+  if (!ZxReadAll(stream, &xml)) throw TZxMessage("there is no stream to read");
+  report(0.5);
+  document_ = std::make_unique<XIniDocument>(xml);
+  report(1.0);
+}
+
+TZxXIniStreamReader::~TZxXIniStreamReader() = default;
+
+std::size_t TZxXIniStreamReader::EnterSectionS(const std::string& name) {
+  const std::size_t node = document_->FindSection(current_, name);
+  if (node != 0) current_ = node;
+  return node;
+}
+
+bool TZxXIniStreamReader::LeaveSection() {
+  if (current_ == 0) return false;
+  current_ = document_->At(current_).parent;
+  return true;
+}
+
+std::size_t TZxXIniStreamReader::FindF(const std::string& key, std::size_t start) const {
+  return document_->FindChild(current_, key, start);
+}
+
+std::size_t TZxXIniStreamReader::GetCount() const { return document_->At(current_).child_count; }
+
+const std::string* TZxXIniStreamReader::GetKey(std::size_t index) const {
+  const XIniNode* const child = document_->Child(current_, index);
+  return child == nullptr ? nullptr : &child->key;
+}
+
+const std::string* TZxXIniStreamReader::GetText(std::size_t index) const {
+  const XIniNode* const child = document_->Child(current_, index);
+  return child == nullptr || child->is_section ? nullptr : &child->text;
+}
+
+std::size_t TZxXIniStreamReader::GetLine(std::size_t index) const {
+  const XIniNode* const child = document_->Child(current_, index);
+  return child == nullptr ? 0 : child->line;
+}
+
+std::size_t TZxXIniStreamReader::GetDepth() const {
+  std::size_t depth = 0;
+  for (std::size_t node = current_; node != 0; node = document_->At(node).parent) ++depth;
+  return depth;
+}
+
+std::string TZxXIniStreamReader::GetPath() const {
+  std::string path;
+  for (std::size_t node = current_; node != 0; node = document_->At(node).parent) {
+    path.insert(0, "/" + document_->At(node).key);
+  }
+  return path.empty() ? "/" : path;
+}
+
+}  // namespace SatCommonUtils

@@ -1,0 +1,119 @@
+#include "frame/zxstd/xini_writer.h"
+
+#include <exception>
+#include <utility>
+
+#include "frame/zxstd/message.h"
+#include "frame/zxstd/number_text.h"
+#include "frame/zxstd/xini_layout.h"
+#include "frame/zxstd/xml_text.h"
+
+namespace SatCommonUtils {
+
+namespace {
+
+std::string Indent(std::size_t depth) { return std::string(2 * (depth + 1), ' '); }
+
+// The opening tag of a section or an item, without its ">".
+std::string OpenTag(const char* element, const std::string& name, bool escaped) {
+  std::string tag = std::string("<") + element + " " + XIniLayout::kName + "=";
+  AppendXmlAttributeValue(escaped ? XIniLayout::EscapePercent(name) : name, &tag);
+  if (escaped) tag.append(" ").append(XIniLayout::kEscape).append("=\"").append(XIniLayout::kPercent).append("\"");
+  return tag;
+}
+
+}  // namespace
+
+TZxXIniWriter::~TZxXIniWriter() = default;
+
+template <>
+bool TZxXIniWriter::WriteS(const std::string& key, const int& value) {
+  return WriteText(key, std::to_string(value));
+}
+template <>
+bool TZxXIniWriter::WriteS(const std::string& key, const double& value) {
+  return WriteText(key, FormatDouble(value));
+}
+template <>
+bool TZxXIniWriter::WriteS(const std::string& key, const unsigned long long& value) {
+  return WriteText(key, std::to_string(value));
+}
+template <>
+bool TZxXIniWriter::WriteS(const std::string& key, const bool& value) {
+  return WriteText(key, value ? "true" : "false");
+}
+template <>
+bool TZxXIniWriter::WriteS(const std::string& key, const std::string& value) {
+  return WriteText(key, value);
+}
+
+TZxXIniWriterSection::TZxXIniWriterSection(TZxXIniWriter* writer, const std::string& name) : writer_(writer) {
+  writer_->BeginSectionSE(name);
+}
+
+TZxXIniWriterSection::~TZxXIniWriterSection() {
+  try {
+    End();
+  } catch (const std::exception&) {
+    // The writer remembers its failure; a destructor must not throw.
+  }
+}
+
+bool TZxXIniWriterSection::End() {
+  TZxXIniWriter* const writer = std::exchange(writer_, nullptr);
+  return writer != nullptr && writer->EndSection();
+}
+
+TZxXIniStreamWriter::TZxXIniStreamWriter(TZxStream* stream) : stream_(stream), good_(stream != nullptr) {
+  std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<";
+  head.append(XIniLayout::kRoot).append(" ").append(XIniLayout::kVersion).append("=\"");
+  Put(head.append(std::to_string(XIniLayout::kCurrentVersion)).append("\">\n"));
+}
+
+TZxXIniStreamWriter::~TZxXIniStreamWriter() {
+  try {
+    Close();
+  } catch (const std::exception&) {
+    // Nobody is left to tell; whoever wants to know calls Close.
+  }
+}
+
+void TZxXIniStreamWriter::BeginSectionSE(const std::string& name) {
+  if (closed_) throw TZxMessage("cannot begin section \"" + name + "\": the document is closed");
+  if (depth_ >= XIniLayout::kMaxDepth) throw TZxMessage("cannot begin section \"" + name + "\": nested too deeply");
+  Put(Indent(depth_) + OpenTag(XIniLayout::kSection, name, !IsXmlText(name)) + ">\n");
+  if (!good_) throw TZxMessage("cannot begin section \"" + name + "\": the stream takes no more");
+  ++depth_;
+}
+
+bool TZxXIniStreamWriter::EndSection() {
+  if (closed_ || depth_ == 0) return false;
+  --depth_;
+  Put(Indent(depth_) + "</" + XIniLayout::kSection + ">\n");
+  return good_;
+}
+
+bool TZxXIniStreamWriter::WriteText(const std::string& key, const std::string& text) {
+  if (closed_) return false;
+  const bool escaped = !IsXmlText(key) || !IsXmlText(text);
+  std::string line = Indent(depth_) + OpenTag(XIniLayout::kItem, key, escaped) + ">";
+  AppendXmlContent(escaped ? XIniLayout::EscapePercent(text) : text, &line);
+  Put(line + "</" + XIniLayout::kItem + ">\n");
+  return good_;
+}
+
+bool TZxXIniStreamWriter::Close() {
+  if (closed_) return good_;
+  const bool all_ended = depth_ == 0;
+  while (depth_ > 0) EndSection();
+  Put(std::string("</") + XIniLayout::kRoot + ">\n");
+  closed_ = true;
+  good_ = good_ && all_ended;
+  return good_;
+}
+
+void TZxXIniStreamWriter::Put(const std::string& text) {
+  if (good_) good_ = stream_->Write(text.data(), text.size()) == text.size();
+}
+
+}  // namespace SatCommonUtils
