@@ -1,0 +1,146 @@
+// Numbers from text and back.
+
+#include "frame/zxstd/number_text.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "frame/sat_data_container/numbers.h"
+#include "support/bits.h"
+#include "support/random.h"
+
+namespace SatCommonUtils {
+namespace {
+
+using orbmath_test::Bits;
+using orbmath_test::kPoison;
+using orbmath_test::SameBits;
+
+double FromBits(std::uint64_t bits) {
+  double value;
+  std::memcpy(&value, &bits, sizeof value);
+  return value;
+}
+
+// The shortest text is a promise to the bit, so NaNs with a sign and a payload count as well.
+TEST(FormatDouble, ComesBackBitForBit) {
+  std::vector<double> values = orbmath_test::SpecialDoubles();
+  for (const std::uint64_t nan : {0xfff8000000000000u, 0x7ff8000000000001u, 0xffffffffffffffffu}) {
+    values.push_back(FromBits(nan));
+  }
+  orbmath_test::Random random("frame");
+  for (int i = 0; i < 20000; ++i) values.push_back(FromBits(random.Engine()()));
+  for (const double value : values) {
+    const std::string text = FormatDouble(value);
+    double back = kPoison;
+    ASSERT_TRUE(ParseDouble(text, &back)) << text;
+    ASSERT_EQ(Bits(back), Bits(value)) << text;
+  }
+}
+
+TEST(ParseDouble, TakesAWholeTokenOnly) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const struct {
+    const char* text;
+    double value;
+  } good[] = {{"1", 1.0},
+              {"+1.5", 1.5},
+              {" \t-2e-3\r\n", -0.002},
+              {"1E+002", 100.0},
+              {".5", 0.5},
+              {"5.", 5.0},
+              {"1e-400", 0.0},
+              {"-1e-400", -0.0},
+              {"INF", kInfinity},
+              {"-Infinity", -kInfinity},
+              {"4.9e-324", 5e-324},
+              {"000000000000000000000000000001", 1.0}};
+  for (const auto& item : good) {
+    double value = kPoison;
+    EXPECT_TRUE(ParseDouble(item.text, &value)) << item.text;
+    EXPECT_TRUE(SameBits(value, item.value)) << item.text;
+  }
+  for (const char* text : {"", " ", "+", "-", ".", "e5", "12abc", "1 2", "1,5", "+-1", "++1", "0x10", "1D+3", "1e999",
+                           "-1e999", "nan(", "in", "null"}) {
+    double value = kPoison;
+    EXPECT_FALSE(ParseDouble(text, &value)) << text;
+    EXPECT_EQ(value, kPoison) << text;
+  }
+}
+
+TEST(ParseDoublePrefix, StopsWhereTheNumberEnds) {
+  const struct {
+    const char* text;
+    std::size_t used;
+    double value;
+  } cases[] = {{"812 pixels", 3, 812.0}, {"\t-1.5e", 5, -1.5}, {"+1e5x", 4, 1e5}, {"1e999m", 5, HUGE_VAL},
+               {"pixels", 0, kPoison},   {"-", 0, kPoison},    {"  ", 0, kPoison}};
+  for (const auto& item : cases) {
+    double value = kPoison;
+    EXPECT_EQ(ParseDoublePrefix(item.text, &value), item.used) << item.text;
+    EXPECT_EQ(value, item.value) << item.text;
+  }
+}
+
+TEST(ParseInt, RefusesWhatDoesNotFit) {
+  int number = 7;
+  for (const char* text :
+       {"2147483648", "-2147483649", "99999999999999999999", "1.0", "1e2", "12abc", "", "0x1", "--1"}) {
+    EXPECT_FALSE(ParseInt(text, &number)) << text;
+  }
+  EXPECT_EQ(number, 7);
+  EXPECT_TRUE(ParseInt(" +2147483647 ", &number));
+  EXPECT_EQ(number, 2147483647);
+  unsigned long long size = 7;
+  EXPECT_FALSE(ParseUnsigned("-1", &size));
+  EXPECT_FALSE(ParseUnsigned("18446744073709551616", &size));
+  EXPECT_EQ(size, 7u);
+  EXPECT_TRUE(ParseUnsigned("18446744073709551615", &size));
+  EXPECT_EQ(size, std::numeric_limits<unsigned long long>::max());
+}
+
+// A host may have set a locale with a decimal comma. Such a locale need not be installed, in which case the process's
+// locale stays and the test says less.
+TEST(NumberText, IgnoresTheLocale) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "ru_RU.UTF-8"}) {
+    if (std::setlocale(LC_ALL, name) != nullptr) break;
+  }
+  double value = kPoison;
+  EXPECT_EQ(FormatDouble(1.5), "1.5");
+  EXPECT_TRUE(ParseDouble("1.5", &value));
+  EXPECT_TRUE(ParseDouble("1.5e-400", &value));
+  EXPECT_EQ(value, 0.0);
+  EXPECT_FALSE(ParseDouble("1,5", &value));
+  std::setlocale(LC_ALL, before.c_str());
+}
+
+TEST(SplitStringIntoDoubles, CountsMoreThanItStores) {
+  double out[3] = {kPoison, kPoison, kPoison};
+  EXPECT_EQ(SplitStringIntoDoubles("1, 2,\n3 ,4", ",", out, 2), 4u);
+  EXPECT_EQ(out[1], 2.0);
+  EXPECT_EQ(out[2], kPoison);
+  EXPECT_EQ(SplitStringIntoDoubles("(1;2)(3)", "();,", out, 3), 3u);
+  EXPECT_EQ(out[2], 3.0);
+  EXPECT_EQ(SplitStringIntoDoubles("", ",", out, 3), 0u);
+  EXPECT_EQ(SplitStringIntoDoubles("1,2,3", ",", nullptr, 0), 3u);
+}
+
+TEST(SplitStringIntoDoubles, MalformedListLeavesTheOutput) {
+  double out[2] = {kPoison, kPoison};
+  EXPECT_EQ(SplitStringIntoDoubles("1,2x,3", ",", out, 2), 0u);
+  EXPECT_EQ(SplitStringIntoDoubles("1,2,3,x", ",", out, 2), 0u);
+  EXPECT_EQ(out[0], kPoison);
+  EXPECT_EQ(SplitStringIntoDoubles("1,2x,3", ",", out, 2, kZxSplitSkipNonNumbers), 2u);
+  EXPECT_EQ(out[1], 3.0);
+  EXPECT_EQ(StringToDoubleDef(" 2.5 ", 1.0), 2.5);
+  EXPECT_EQ(StringToDoubleDef("2.5m", 1.0), 1.0);
+}
+
+}  // namespace
+}  // namespace SatCommonUtils
