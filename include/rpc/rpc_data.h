@@ -58,8 +58,9 @@ struct ORBMATH_API TRPCData {
   explicit operator bool() const;
 
   /// Reads a file of the RPB form: PVL text with a group IMAGE. The record is invalidated first.
-  /// \param path UTF-8. \param errBias receives the bias error, metres, \param errRand the random error, metres;
-  /// each may be null, and gets 0 when the file does not say (or is refused).
+  /// \param path UTF-8.
+  /// \param errBias receives the bias error, metres, 0 when the file does not say; may be null; untouched on failure.
+  /// \param errRand receives the random error, metres, in the same way.
   /// \return true when the record is complete.
   bool InitializeFromRPBFile(const std::string& path, double* errBias, double* errRand);
   /// Reads the text form, one `KEY: number unit` a line; the record is invalidated first. Lines come in any order,
@@ -70,7 +71,8 @@ struct ORBMATH_API TRPCData {
   /// As `InitializeFromText` on the file at `path` (UTF-8). \return false also when it cannot be opened.
   bool InitializeFromTextFile(const std::string& path);
   /// Reads the record's keys from the current section; the record is invalidated first. The reader is left in the
-  /// section where it was, also on failure. \return true when every key was there and no number is the unset mark.
+  /// section where it was, also on failure. \return true when every key was there with a number; whether the record is
+  /// complete (a saved unset mark comes back as one) is for `operator bool` to say.
   bool InitializeFromXML(TZxXIniReader* src);
 
   /// Writes the RPB form in one write. Offsets and scales keep 2 digits after the point (latitude and longitude 8),
