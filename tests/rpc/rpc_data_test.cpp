@@ -6,26 +6,17 @@
 #include <cstring>
 #include <limits>
 
+#include "rpc/records.h"
 #include "rpc/rpc_compare.h"
 #include "rpc/rpc_fields.h"
 
 namespace SatCommonUtils {
 namespace {
 
+using orbmath_test::CountingRecord;
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-// A complete record in which every number differs from the others.
-TRPCData CountingRecord() {
-  TRPCData record;
-  double next = 1.0;
-  VisitRPCNumbers(record, [&next](double& number) {
-    number = next;
-    next += 0.5;
-    return true;
-  });
-  return record;
-}
 
 TEST(RPCData, LaysOutNinetyDoublesInOrder) {
   EXPECT_EQ(sizeof(TRPCData), 90 * sizeof(double));
