@@ -61,8 +61,8 @@ class ORBMATH_API TPolygon {
   /// error. False for fewer than three vertices and for coordinates that are not finite. Takes time n^2.
   bool IsSimple() const;
 
-  /// The text form: each vertex as "(x;y)", numbers in "%.20lg", nothing between the vertices; "" without vertices.
-  /// It reads back bit for bit.
+  /// The text form: each vertex as "(x;y)", nothing between the vertices; "" without vertices. Numbers
+  /// have as many digits as it takes to come back bit for bit.
   std::string GetString() const;
   /// Reads the text form; blanks, tabs and line ends are allowed anywhere between its parts.
   /// \return false, the polygon untouched, when the text is anything else.
@@ -74,6 +74,13 @@ class ORBMATH_API TPolygon {
   /// Reads every item "Vertex" of the current section; other items are passed over, no such item gives the empty
   /// polygon. \return false, the polygon untouched, when a "Vertex" is no "(x;y)".
   bool InitializeFromXML(TZxXIniReader* reader);
+
+  /// Writes a MapInfo interchange file with the polygon as its only REGION; see `WriteMIF` in polygon_mif.h.
+  bool SaveToMIF(TZxStream* stream) const;
+  /// Reads the first ring of more than two vertices of the first REGION of a MapInfo interchange file that has one; see
+  /// `ReadMIF` in polygon_mif.h for all of them. \return false, the polygon untouched, when there is none or the file
+  /// is malformed.
+  bool InitializeFromMIF(TZxStream* stream);
 
   /// Equal vertices in equal order (a ring that starts elsewhere is another polygon). A NaN equals nothing.
   friend bool operator==(const TPolygon& a, const TPolygon& b) { return a.vertices_ == b.vertices_; }

@@ -5,25 +5,10 @@
 #include <limits>
 #include <utility>
 
-#include "geometry/orientation.h"
+#include "geometry/segments.h"
 
 namespace SatCommonUtils {
 namespace {
-
-/// Euclidean distance from p to the segment from a to b.
-double DistanceToSegment(const xy_d& p, const xy_d& a, const xy_d& b) {
-  const double dx = b.x - a.x;
-  const double dy = b.y - a.y;
-  const double squared_length = dx * dx + dy * dy;
-  double t = 0.0;
-  if (squared_length > 0.0) {
-    t = std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / squared_length, 0.0, 1.0);
-  }
-  // From the nearer end, so that the foot is exact when it is a vertex.
-  if (t <= 0.5) return std::hypot(p.x - (a.x + t * dx), p.y - (a.y + t * dy));
-  const double u = 1.0 - t;
-  return std::hypot(p.x - (b.x - u * dx), p.y - (b.y - u * dy));
-}
 
 /// Extends [lowest, highest] by a value; a NaN compares false and changes nothing.
 void Extend(double value, double* lowest, double* highest) {

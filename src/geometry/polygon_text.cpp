@@ -1,56 +1,45 @@
 #include "geometry/polygon_text.h"
 
-#include <charconv>
-#include <system_error>
+#include <algorithm>
 #include <utility>
 #include <vector>
 
-#include "frame/zxstd/text.h"
+#include "frame/zxstd/number_text.h"
 #include "geometry/polygon.h"
 
 namespace SatCommonUtils {
 namespace {
 
-/// Moves over blanks and then over `expected`; false when something else stands there.
-bool Skip(char expected, const char** cursor, const char* end) {
-  SkipBlanks(cursor, end);
-  if (*cursor == end || **cursor != expected) return false;
-  ++*cursor;
+void TakeBlanks(std::string_view* text) {
+  text->remove_prefix(std::min(text->find_first_not_of(" \t\r\n"), text->size()));
+}
+
+/// Takes `expected` and the blanks on both sides of it.
+bool Take(char expected, std::string_view* text) {
+  TakeBlanks(text);
+  if (text->empty() || text->front() != expected) return false;
+  text->remove_prefix(1);
+  TakeBlanks(text);
   return true;
+}
+
+/// Takes a number and then `terminator`.
+bool TakeNumber(char terminator, std::string_view* text, double* number) {
+  // The first call says how far the number goes, the second one is strict about its range.
+  const std::size_t length = ParseDoublePrefix(*text, number);
+  if (length == 0 || !ParseDouble(text->substr(0, length), number)) return false;
+  text->remove_prefix(length);
+  return Take(terminator, text);
 }
 
 }  // namespace
 
-void SkipBlanks(const char** cursor, const char* end) {
-  while (*cursor != end && (**cursor == ' ' || (**cursor >= '\t' && **cursor <= '\r'))) ++*cursor;
+std::string VertexToText(const xy_d& vertex) {
+  return '(' + FormatDouble(vertex.x) + ';' + FormatDouble(vertex.y) + ')';
 }
 
-bool ScanNumber(const char** cursor, const char* end, double* number) {
-  const char* start = *cursor;
-  // from_chars takes a minus but no plus.
-  if (start != end && *start == '+') {
-    ++start;
-    if (start != end && *start == '-') return false;
-  }
-  const std::from_chars_result result = std::from_chars(start, end, *number);
-  if (result.ec != std::errc()) return false;
-  *cursor = result.ptr;
-  return true;
-}
-
-std::string VertexToText(const xy_d& vertex) { return Zentarix::ssprintf("(%.20lg;%.20lg)", vertex.x, vertex.y); }
-
-bool ScanVertex(const char** cursor, const char* end, xy_d* vertex) {
-  const char* at = *cursor;
-  xy_d read;
-  if (!Skip('(', &at, end)) return false;
-  SkipBlanks(&at, end);
-  if (!ScanNumber(&at, end, &read.x) || !Skip(';', &at, end)) return false;
-  SkipBlanks(&at, end);
-  if (!ScanNumber(&at, end, &read.y) || !Skip(')', &at, end)) return false;
-  *cursor = at;
-  *vertex = read;
-  return true;
+bool TakeVertex(std::string_view* text, xy_d* vertex) {
+  return Take('(', text) && TakeNumber(';', text, &vertex->x) && TakeNumber(')', text, &vertex->y);
 }
 
 std::string TPolygon::GetString() const {
@@ -60,12 +49,12 @@ std::string TPolygon::GetString() const {
 }
 
 bool TPolygon::InitializeFromText(const std::string& text) {
-  const char* cursor = text.data();
-  const char* const end = cursor + text.size();
+  std::string_view rest = text;
+  TakeBlanks(&rest);
   std::vector<xy_d> vertices;
-  for (SkipBlanks(&cursor, end); cursor != end; SkipBlanks(&cursor, end)) {
+  while (!rest.empty()) {
     xy_d vertex;
-    if (!ScanVertex(&cursor, end, &vertex)) return false;
+    if (!TakeVertex(&rest, &vertex)) return false;
     vertices.push_back(vertex);
   }
   vertices_ = std::move(vertices);

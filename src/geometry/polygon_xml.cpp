@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -10,14 +11,6 @@ namespace SatCommonUtils {
 namespace {
 
 constexpr const char* kVertexKey = "Vertex";
-
-/// The whole text is one vertex.
-bool ReadVertex(const char* text, std::size_t length, xy_d* vertex) {
-  const char* const end = text + length;
-  if (!ScanVertex(&text, end, vertex)) return false;
-  SkipBlanks(&text, end);
-  return text == end;
-}
 
 }  // namespace
 
@@ -32,8 +25,9 @@ bool TPolygon::InitializeFromXML(TZxXIniReader* reader) {
   std::vector<xy_d> vertices;
   for (std::size_t i = reader->FindF(kVertexKey); i != TZxXIniReader::npos; i = reader->FindF(kVertexKey, i + 1)) {
     const std::string text = reader->Read<std::string>(i, std::string());
+    std::string_view rest = text;
     xy_d vertex;
-    if (!ReadVertex(text.data(), text.size(), &vertex)) return false;
+    if (!TakeVertex(&rest, &vertex) || !rest.empty()) return false;
     vertices.push_back(vertex);
   }
   vertices_ = std::move(vertices);

@@ -1,5 +1,5 @@
 #pragma once
-// On which side of a line a point lies, decided without rounding error.
+// Points and segments: sides and common points, decided without rounding error, and distances.
 
 #include "frame/zxstd/xy.h"
 
@@ -14,5 +14,8 @@ bool IsOnSegment(const xy_d& p, const xy_d& a, const xy_d& b);
 
 /// Whether the closed segments a b and c d have a point in common, exactly.
 bool SegmentsMeet(const xy_d& a, const xy_d& b, const xy_d& c, const xy_d& d);
+
+/// Distance from p to the closed segment from a to b; exact zero at both ends.
+double DistanceToSegment(const xy_d& p, const xy_d& a, const xy_d& b);
 
 }  // namespace SatCommonUtils

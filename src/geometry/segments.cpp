@@ -2,7 +2,7 @@
 // Computational Geometry 18 (1997), DOI 10.1007/PL00009321: the filter of the plane orientation test, and exact sums as
 // expansions. Instead of his adaptive stages the rare undecided case goes straight to the exact sum.
 
-#include "geometry/orientation.h"
+#include "geometry/segments.h"
 
 #include <algorithm>
 #include <array>
@@ -87,6 +87,20 @@ bool SegmentsMeet(const xy_d& a, const xy_d& b, const xy_d& c, const xy_d& d) {
   const int b_side = Orientation(c, d, b);
   if (c_side * d_side < 0 && a_side * b_side < 0) return true;
   return IsOnSegment(c, a, b) || IsOnSegment(d, a, b) || IsOnSegment(a, c, d) || IsOnSegment(b, c, d);
+}
+
+double DistanceToSegment(const xy_d& p, const xy_d& a, const xy_d& b) {
+  const double dx = b.x - a.x;
+  const double dy = b.y - a.y;
+  const double squared_length = dx * dx + dy * dy;
+  double t = 0.0;
+  if (squared_length > 0.0) {
+    t = std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / squared_length, 0.0, 1.0);
+  }
+  // From the nearer end, so that the foot is exact when it is a vertex.
+  if (t <= 0.5) return std::hypot(p.x - (a.x + t * dx), p.y - (a.y + t * dy));
+  const double u = 1.0 - t;
+  return std::hypot(p.x - (b.x - u * dx), p.y - (b.y - u * dy));
 }
 
 }  // namespace SatCommonUtils

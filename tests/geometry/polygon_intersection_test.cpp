@@ -1,0 +1,165 @@
+#include "geometry/polygon_intersection.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "support/random.h"
+
+namespace SatCommonUtils {
+namespace {
+
+// Areas of polygons with coordinates of about 10; rounding is some 1e-14 of that.
+constexpr double kAreaTolerance = 1e-9;
+
+double AreaOf(const std::vector<TPolygon>& pieces) {
+  double area = 0.0;
+  for (const TPolygon& piece : pieces) area += piece.GetSignedArea();
+  return area;
+}
+
+double Cross(const xy_d& a, const xy_d& b, const xy_d& c) {
+  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+}
+
+/// The part of a ring that lies left of the line from a to b.
+std::vector<xy_d> Clip(const std::vector<xy_d>& ring, const xy_d& a, const xy_d& b) {
+  std::vector<xy_d> left;
+  for (std::size_t i = 0; i < ring.size(); ++i) {
+    const xy_d& p = ring[i];
+    const xy_d& q = ring[(i + 1) % ring.size()];
+    const double sp = Cross(a, b, p);
+    const double sq = Cross(a, b, q);
+    if (sp >= 0.0) left.push_back(p);
+    if (sp * sq < 0.0) left.emplace_back(p.x + (q.x - p.x) * sp / (sp - sq), p.y + (q.y - p.y) * sp / (sp - sq));
+  }
+  return left;
+}
+
+/// Area of the intersection by another way: both rings as fans of signed triangles, the triangles clipped by each
+/// other.
+double FanArea(const TPolygon& a, const TPolygon& b) {
+  double area = 0.0;
+  const std::vector<xy_d>& u = a.GetVertices();
+  const std::vector<xy_d>& v = b.GetVertices();
+  for (std::size_t i = 1; i + 1 < u.size(); ++i) {
+    for (std::size_t j = 1; j + 1 < v.size(); ++j) {
+      std::vector<xy_d> s{u[0], u[i], u[i + 1]};
+      std::vector<xy_d> t{v[0], v[j], v[j + 1]};
+      double sign = 1.0;
+      for (std::vector<xy_d>* ring : {&s, &t}) {
+        if (Cross((*ring)[0], (*ring)[1], (*ring)[2]) >= 0.0) continue;
+        sign = -sign;
+        std::swap((*ring)[1], (*ring)[2]);
+      }
+      for (int k = 0; k < 3; ++k) s = Clip(s, t[k], t[(k + 1) % 3]);
+      area += sign * TPolygon(s).GetSignedArea();
+    }
+  }
+  return area;
+}
+
+const TPolygon& Square() {
+  static const TPolygon polygon({{0, 0}, {4, 0}, {4, 4}, {0, 4}});
+  return polygon;
+}
+
+TEST(PolygonIntersection, KnownCases) {
+  const struct {
+    const char* what;
+    TPolygon other;
+    std::size_t pieces;
+    double area;
+  } cases[] = {
+      {"itself", Square(), 1, 16},
+      {"itself, clockwise, started elsewhere", TPolygon({{4, 4}, {4, 0}, {0, 0}, {0, 4}}), 1, 16},
+      {"overlap", TPolygon({{2, 2}, {6, 2}, {6, 6}, {2, 6}}), 1, 4},
+      {"inside", TPolygon({{1, 1}, {2, 1}, {2, 2}, {1, 2}}), 1, 1},
+      {"inside, sharing an edge in part", TPolygon({{1, 0}, {2, 0}, {2, 2}, {1, 2}}), 1, 2},
+      {"inside, a corner on an edge", TPolygon({{0, 2}, {1, 1}, {2, 2}, {1, 3}}), 1, 2},
+      {"around", TPolygon({{-9, -9}, {9, -9}, {9, 9}, {-9, 9}}), 1, 16},
+      {"beside, sharing an edge", TPolygon({{4, 0}, {8, 0}, {8, 4}, {4, 4}}), 0, 0},
+      {"beside, sharing an edge in part", TPolygon({{4, 1}, {8, 1}, {8, 3}, {4, 3}}), 0, 0},
+      {"touching with a corner", TPolygon({{4, 4}, {8, 4}, {8, 8}, {4, 8}}), 0, 0},
+      {"touching an edge with a corner", TPolygon({{4, 2}, {6, 0}, {8, 2}, {6, 4}}), 0, 0},
+      {"apart", TPolygon({{10, 0}, {12, 0}, {12, 2}, {10, 2}}), 0, 0},
+      {"octagon", TPolygon({{2, -1}, {5, 2}, {2, 5}, {-1, 2}}), 1, 14},
+      {"two corners of a boomerang", TPolygon({{2, -2}, {8, 2}, {2, 6}, {5, 2}}), 2, 1.0 / 3.0},
+      {"boomerang with its notch on an edge", TPolygon({{0, 8}, {2, 4}, {4, 8}, {2, 0}}), 1, 4},
+      {"boomerang that bites its corner in", TPolygon({{-2, 6}, {2, 2}, {6, 6}, {2, -2}}), 1, 10},
+      {"triangle", TPolygon({{0, 0}, {4, 0}, {4, 4}}), 1, 8},
+  };
+  for (const auto& c : cases) {
+    for (const bool swapped : {false, true}) {
+      std::vector<TPolygon> pieces(3);
+      ASSERT_TRUE(swapped ? IntersectPolygons(c.other, Square(), &pieces)
+                          : IntersectPolygons(Square(), c.other, &pieces));
+      EXPECT_EQ(pieces.size(), c.pieces) << c.what;
+      EXPECT_NEAR(AreaOf(pieces), c.area, kAreaTolerance) << c.what;
+      EXPECT_NEAR(std::fabs(FanArea(Square(), c.other)), c.area, kAreaTolerance) << c.what;
+    }
+  }
+}
+
+TEST(PolygonIntersection, RefusesWhatIsNotSimple) {
+  const TPolygon bad[] = {TPolygon(), TPolygon({{0, 0}, {1, 1}}), TPolygon({{0, 0}, {4, 4}, {4, 0}, {0, 4}}),
+                          TPolygon({{0, 0}, {1, 1}, {2, 2}, {3, 3}}), TPolygon({{0, 0}, {NAN, 1}, {2, 2}, {0, 2}})};
+  for (const TPolygon& polygon : bad) {
+    std::vector<TPolygon> pieces{Square()};
+    EXPECT_FALSE(IntersectPolygons(polygon, Square(), &pieces)) << polygon.GetString();
+    EXPECT_FALSE(IntersectPolygons(Square(), polygon, &pieces)) << polygon.GetString();
+    EXPECT_EQ(pieces.at(0), Square());
+  }
+}
+
+/// A random simple quadrilateral; whole coordinates of a small grid make shared edges and touching corners common.
+TPolygon RandomQuadrilateral(orbmath_test::Random* random, bool whole) {
+  while (true) {
+    std::vector<xy_d> vertices;
+    for (int i = 0; i < 4; ++i) {
+      const double x = random->Uniform(0, 7);
+      const double y = random->Uniform(0, 7);
+      vertices.push_back(whole ? xy_d(std::floor(x), std::floor(y)) : xy_d(x, y));
+    }
+    TPolygon polygon(vertices);
+    if (polygon.IsSimple()) return polygon;
+  }
+}
+
+TEST(PolygonIntersection, HasTheAreaAndThePointsOfBoth) {
+  orbmath_test::Random random("PolygonIntersection");
+  for (int run = 0; run < 4000; ++run) {
+    const TPolygon a = RandomQuadrilateral(&random, run % 2 == 0);
+    const TPolygon b = RandomQuadrilateral(&random, run % 2 == 0);
+    std::vector<TPolygon> pieces;
+    ASSERT_TRUE(IntersectPolygons(a, b, &pieces));
+    ASSERT_NEAR(AreaOf(pieces), std::fabs(FanArea(a, b)), kAreaTolerance) << a.GetString() << ' ' << b.GetString();
+    for (const TPolygon& piece : pieces) {
+      ASSERT_TRUE(piece.IsSimple()) << a.GetString() << ' ' << b.GetString() << ' ' << piece.GetString();
+      ASSERT_GT(piece.GetSignedArea(), 0.0);
+    }
+    const xy_d point(random.Uniform(0, 7), random.Uniform(0, 7));
+    const bool in_piece =
+        std::any_of(pieces.begin(), pieces.end(), [&](const TPolygon& p) { return p.Contains(point); });
+    ASSERT_EQ(in_piece, a.Contains(point) && b.Contains(point)) << a.GetString() << ' ' << b.GetString();
+  }
+}
+
+// A quadrilateral and the same one turned by a rounding error share all edges but for slivers.
+TEST(PolygonIntersection, EdgesSharedUpToRoundingLeaveNoSlivers) {
+  orbmath_test::Random random("PolygonIntersectionSlivers");
+  for (int run = 0; run < 1000; ++run) {
+    const TPolygon a = RandomQuadrilateral(&random, false);
+    std::vector<xy_d> moved = a.GetVertices();
+    for (xy_d& v : moved) v = {v.x * (1 + random.Uniform(-4e-16, 4e-16)), v.y * (1 + random.Uniform(-4e-16, 4e-16))};
+    std::vector<TPolygon> pieces;
+    ASSERT_TRUE(IntersectPolygons(a, TPolygon(moved), &pieces));
+    ASSERT_EQ(pieces.size(), 1u) << a.GetString();
+    ASSERT_NEAR(pieces[0].GetSignedArea(), std::fabs(a.GetSignedArea()), kAreaTolerance) << a.GetString();
+  }
+}
+
+}  // namespace
+}  // namespace SatCommonUtils
