@@ -1,0 +1,90 @@
+#pragma once
+// The arithmetic under both the matrix class and the raw arrays.
+//
+// Every result has the bits of the plain loop in index order: each sum starts at 0.0 and takes one rounded product
+// after the other. Speed comes from working on many sums at once, never from splitting one. Matrices are arrays of row
+// pointers; "element (k, i)" is row k, column i.
+
+#include <cstddef>
+
+namespace SatCommonUtils::kernels {
+
+using TConstRows = const double* const*;
+using TRows = double* const*;
+using TPoll = int (*)();
+
+/// A run of output rows, `first` up to and without `last`.
+struct TRange {
+  std::size_t first;
+  std::size_t last;
+};
+
+/// Σ a(k)·b(k), k below `n`.
+double Dot(const double* a, const double* b, std::size_t n);
+
+/// y(i) = Σ a(i, k)·x(k), k below `columns`, for the rows of `range`.
+void MatrixByVector(TConstRows a, std::size_t columns, TRange range, const double* x, double* y);
+
+/// y(j) = Σ a(k, j)·x(k), k below `rows`, for the columns j of `range`.
+void TransposedByVector(TConstRows a, std::size_t rows, TRange range, const double* x, double* y);
+
+/// One factor of a product: a matrix read as element (k, i), where k is the index of the sum.
+struct TFactor {
+  TConstRows rows;
+  /// The stored matrix is the transpose: element (k, i) is `rows[i][k]`.
+  bool transposed = false;
+  /// Element (k, i) is `rows[k][i] * weights[k]`; null for no weights. Not together with `transposed`.
+  const double* weights = nullptr;
+};
+
+/// What happens to a product of two elements before it joins the sum.
+enum class TTerm {
+  Plain,   ///< x·y
+  Times,   ///< (x·y)·w(k)
+  Divided  ///< (x·y)/w(k), a true division
+};
+
+/// y(i) = Σ a(k, i)·x(k), k below `inner`, with the same choice of terms as in a normal product, for i below `columns`.
+void FactorByVector(const TFactor& a, TTerm term, const double* weights, std::size_t inner, std::size_t columns,
+                    const double* x, double* y);
+
+/// c(i, j) = Σ x(k, i)·y(k, j), k below `inner`, for the rows i of `range` and all j below `columns`.
+void Multiply(const TFactor& x, const TFactor& y, std::size_t inner, std::size_t columns, TRange range, TRows c);
+
+/// A square product of which one triangle is computed.
+struct TNormalProduct {
+  TFactor x;
+  TFactor y;
+  TTerm term = TTerm::Plain;
+  const double* weights = nullptr;  ///< w of the term, unless it is plain.
+  std::size_t inner = 0;            ///< Terms of each sum.
+  std::size_t size = 0;             ///< Rows and columns of the result.
+};
+
+/// c(i, j) of a normal product for the rows i of `range` and j from i on.
+void MultiplyUpper(const TNormalProduct& product, TRange range, TRows c);
+
+/// c(i, j) = c(j, i) for the rows i of `range` and j below i.
+void MirrorUpper(TRange range, TRows c);
+
+/// Factors the upper triangle of `a` into `u` (n x n), a = uᵀ·u, with zeros below the diagonal.
+/// \param poll null, or called after each row; a non-zero result ends the work.
+/// \return false when a pivot is at most 1e-20 or the poll ended the work; `u` is then incomplete.
+bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u);
+
+/// Solves uᵀ·u·x = b. \param y work space of n values. \param poll as above, after each element of both passes; the
+/// backward pass runs even when the forward pass was ended. \return false when a poll ended a pass.
+bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x);
+
+/// What elimination does to the columns left of the pivot, which no later step reads.
+enum class TLeftColumns {
+  Eliminate,  ///< They take part like all others: what the caller sees in the matrix is that of the plain loops.
+  Skip        ///< Nobody looks at the matrix afterwards.
+};
+
+/// Solves a·x = b by elimination with partial pivoting. Exchanges the row pointers in `a` and overwrites rows and `b`.
+/// \param poll null, or asked whether to stop after each column, twice around the determinant and after each element
+/// of x. \return the determinant, or 0.0 when it is zero or a poll ended the work; `x` is then incomplete.
+double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns);
+
+}  // namespace SatCommonUtils::kernels

@@ -1,0 +1,82 @@
+// Products, the transpose and the inverse of matrix objects.
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "linalg/kernels.h"
+#include "linalg/matrix.h"
+#include "linalg/raw_arrays.h"
+#include "linalg/row_pointers.h"
+
+namespace SatCommonUtils {
+
+namespace {
+
+int NeverStop() { return 0; }
+
+}  // namespace
+
+void MatrixMultiplication(const TMatrix& a, const TMatrix& b, TMatrix* c, int (*poll)(void)) {
+  TMatrix product(b.GetWidth(), a.GetHeight());
+  // The sums run over the length of a row of `a`, which a caller may have set apart from the width.
+  const std::size_t inner = a.GetHeight() == 0 ? 0 : a[0].GetSize();
+  const std::vector<const double*> a_rows = RowPointers(a);
+  const std::vector<const double*> b_rows = RowPointers(b);
+  const std::vector<double*> rows = RowPointers(&product);
+  kernels::Multiply({a_rows.data(), true}, {b_rows.data()}, inner, b.GetWidth(), {0, a.GetHeight()}, rows.data());
+  *c = std::move(product);
+  for (std::size_t i = 0; i < c->GetHeight(); ++i) poll();
+}
+
+TMatrix operator*(const TMatrix& a, const TMatrix& b) {
+  TMatrix product;
+  MatrixMultiplication(a, b, &product, NeverStop);
+  return product;
+}
+
+TVector operator*(const TMatrix& m, const TVector& v) {
+  TVector result(m.GetHeight());
+  const std::vector<const double*> rows = RowPointers(m);
+  kernels::MatrixByVector(rows.data(), v.GetSize(), {0, m.GetHeight()}, v.GetData(), result.GetData());
+  return result;
+}
+
+TVector operator*(const TVector& v, const TMatrix& m) {
+  TVector result(m.GetWidth());
+  const std::vector<const double*> rows = RowPointers(m);
+  kernels::TransposedByVector(rows.data(), v.GetSize(), {0, m.GetWidth()}, v.GetData(), result.GetData());
+  return result;
+}
+
+TMatrix TMatrix::operator!() const {
+  TMatrix result(height_, width_);
+  // Blocks of columns, so that both matrices are walked in rows.
+  constexpr std::size_t kBlock = 16;
+  for (std::size_t first = 0; first < width_; first += kBlock) {
+    const std::size_t last = std::min(first + kBlock, width_);
+    for (std::size_t i = 0; i < height_; ++i) {
+      for (std::size_t j = first; j < last; ++j) result.rows_[j].GetData()[i] = rows_[i](j);
+    }
+  }
+  return result;
+}
+
+TMatrix TMatrix::operator~() const {
+  const std::size_t n = width_;
+  TMatrix system(n * n, n * n);
+  TVector right_side(n * n);
+  for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t j = 0; j < n; ++j) system[i * n + j].InsertSubVector(j * n, rows_[i]);
+    right_side[i * n + i] = 1.0;
+  }
+  TVector solution(n * n);
+  TMatrix result(n, n);
+  if (Gauss(system, right_side, solution) == 0.0) return result;
+  for (std::size_t k = 0; k < n; ++k) {
+    for (std::size_t j = 0; j < n; ++j) result.rows_[k][j] = solution[j * n + k];
+  }
+  return result;
+}
+
+}  // namespace SatCommonUtils

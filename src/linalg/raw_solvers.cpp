@@ -1,0 +1,85 @@
+// Cholesky and Gauss solvers of raw arrays and of matrix objects.
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "linalg/kernels.h"
+#include "linalg/linear_systems.h"
+#include "linalg/raw_arrays.h"
+#include "linalg/row_pointers.h"
+#include "linalg/work_matrix.h"
+
+namespace SatCommonUtils {
+
+bool Cholesky(double** A, double* b, double* x, std::size_t n, int (*poll)(void)) {
+  const WorkMatrix u(n, n);
+  if (!kernels::CholeskyFactor(A, n, poll, u.GetRows())) return false;
+  std::vector<double> y(n);
+  return kernels::CholeskySolve(u.GetRows(), b, n, poll, y.data(), x);
+}
+
+bool Cholesky(const TMatrix& A, const TVector& b, TVector& x) {
+  const std::size_t n = A.GetWidth();
+  CheckSquareBlock(A, n);
+  const WorkMatrix u(n, n);
+  if (!kernels::CholeskyFactor(RowPointers(A).data(), n, nullptr, u.GetRows())) return false;
+  if (b.GetSize() < n) ThrowIndexError();
+  std::vector<double> y(n);
+  TVector solution(n);
+  kernels::CholeskySolve(u.GetRows(), b.GetData(), n, nullptr, y.data(), solution.GetData());
+  x = std::move(solution);
+  return true;
+}
+
+bool CholeskyMatrixInversion(double** A, double** Ainv, std::size_t n, int (*poll)(void)) {
+  const WorkMatrix u(n, n);
+  if (!kernels::CholeskyFactor(A, n, nullptr, u.GetRows())) return false;
+  std::vector<double> unit(n), y(n), column(n);
+  for (std::size_t j = 0; j < n; ++j) {
+    unit[j] = 1.0;
+    kernels::CholeskySolve(u.GetRows(), unit.data(), n, nullptr, y.data(), column.data());
+    unit[j] = 0.0;
+    for (std::size_t i = 0; i < n; ++i) Ainv[i][j] = column[i];
+    if (poll != nullptr) poll();
+  }
+  return true;
+}
+
+bool CholeskyMatrixInversion(const TMatrix& A, TMatrix* Ainv, int (*poll)(void)) {
+  const std::size_t n = A.GetWidth();
+  CheckSquareBlock(A, n);
+  TMatrix inverse(n, n);
+  // The kernels only read these rows.
+  std::vector<const double*> rows = RowPointers(A);
+  if (!CholeskyMatrixInversion(const_cast<double**>(rows.data()), RowPointers(&inverse).data(), n, poll)) return false;
+  *Ainv = std::move(inverse);
+  return true;
+}
+
+double Gauss(double** A, double* b, double* x, std::size_t n, int (*poll)(void)) {
+  return kernels::Gauss(A, b, x, n, poll, kernels::TLeftColumns::Eliminate);
+}
+
+double GaussTriangle(TMatrix& A, TVector& b, TVector& x) {
+  const std::size_t n = b.GetSize();
+  CheckSquareBlock(A, n);
+  if (x.GetSize() < n) ThrowIndexError();
+  std::vector<double*> rows = RowPointers(&A);
+  return kernels::Gauss(rows.data(), b.GetData(), x.GetData(), n, nullptr, kernels::TLeftColumns::Eliminate);
+}
+
+double Gauss(const TMatrix& A, const TVector& b, TVector& x) {
+  const std::size_t n = b.GetSize();
+  CheckSquareBlock(A, n);
+  if (x.GetSize() < n) ThrowIndexError();
+  const WorkMatrix work(n, n);
+  for (std::size_t i = 0; i < n; ++i) std::copy_n(A[i].GetData(), n, work.GetRows()[i]);
+  TVector right_side(b);
+  return kernels::Gauss(work.GetRows(), right_side.GetData(), x.GetData(), n, nullptr, kernels::TLeftColumns::Skip);
+}
+
+double Cond(const TMatrix& A) { return A.Norma1() * (~A).Norma1(); }
+
+}  // namespace SatCommonUtils
