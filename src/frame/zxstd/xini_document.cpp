@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <pugixml.hpp>
 
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/text.h"
 #include "frame/zxstd/xini_layout.h"
-#include "frame/zxstd/xml_lines.h"
+#include "frame/zxstd/xml_parse.h"
 
 namespace SatCommonUtils {
 
@@ -20,12 +19,7 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 // Turns the elements of a parsed XML text into nodes, level by level, so that no depth of nesting uses the stack.
 class DocumentBuilder {
  public:
-  explicit DocumentBuilder(const std::string& xml) : lines_(xml) {
-    const pugi::xml_parse_result parsed =
-        document_.load_buffer(xml.data(), xml.size(), pugi::parse_default | pugi::parse_ws_pcdata_single);
-    if (!parsed) Refuse(lines_.At(parsed.offset), parsed.description());
-    lines_known_ = parsed.encoding == pugi::encoding_utf8;
-  }
+  explicit DocumentBuilder(const std::string& xml) : xml_(xml, pugi::parse_default | pugi::parse_ws_pcdata_single) {}
 
   std::vector<XIniNode> Build() {
     AddRoot();
@@ -36,27 +30,15 @@ class DocumentBuilder {
   }
 
  private:
-  [[noreturn]] static void Refuse(std::size_t line, const std::string& what) {
-    throw TZxMessage((line == 0 ? std::string() : "line " + std::to_string(line) + ": ") + what);
-  }
-
-  [[noreturn]] void Refuse(pugi::xml_node element, const std::string& what) const { Refuse(Line(element), what); }
-
-  std::size_t Line(pugi::xml_node element) const {
-    const std::ptrdiff_t offset = element.offset_debug();
-    return lines_known_ && offset >= 0 ? lines_.At(offset) : 0;
-  }
-
   void AddRoot() {
-    const pugi::xml_node root = document_.document_element();
+    const pugi::xml_node root = xml_.Root();
     if (std::strcmp(root.name(), XIniLayout::kRoot) != 0) {
-      Refuse(root, "the root element is \"" + std::string(root.name()) + "\", not \"" + XIniLayout::kRoot + "\"");
+      xml_.Refuse(root, "the root element is \"" + std::string(root.name()) + "\", not \"" + XIniLayout::kRoot + "\"");
     }
-    if (root.next_sibling()) Refuse(root, "there is something after the root element");
     const pugi::xml_attribute version = root.attribute(XIniLayout::kVersion);
     int number = XIniLayout::kCurrentVersion;
-    if (version && !ParseInt(version.value(), &number)) Refuse(root, "the version of the document is no number");
-    if (number != XIniLayout::kCurrentVersion) Refuse(root, "the document is of an unknown version");
+    if (version && !ParseInt(version.value(), &number)) xml_.Refuse(root, "the version of the document is no number");
+    if (number != XIniLayout::kCurrentVersion) xml_.Refuse(root, "the document is of an unknown version");
     XIniNode node;
     node.is_section = true;
     Push(root, std::move(node), 0);
@@ -74,10 +56,10 @@ class DocumentBuilder {
       if (child.type() == pugi::node_element) {
         AddElement(child, parent);
       } else if (!trim(child.value()).empty()) {
-        Refuse(elements_[parent], "a section holds a text of its own");
+        xml_.Refuse(elements_[parent], "a section holds a text of its own");
       }
     }
-    if (nodes_.size() >= kNone) Refuse(0, "the document has too many sections and items");
+    if (nodes_.size() >= kNone) xml_.Refuse(elements_[parent], "the document has too many sections and items");
     nodes_[parent].first_child = static_cast<std::uint32_t>(first);
     nodes_[parent].child_count = static_cast<std::uint32_t>(nodes_.size() - first);
   }
@@ -85,12 +67,12 @@ class DocumentBuilder {
   void AddElement(pugi::xml_node element, std::uint32_t parent) {
     const bool is_section = std::strcmp(element.name(), XIniLayout::kSection) == 0;
     if (!is_section && std::strcmp(element.name(), XIniLayout::kItem) != 0) {
-      Refuse(element, "\"" + std::string(element.name()) + "\" is neither a section nor an item");
+      xml_.Refuse(element, "\"" + std::string(element.name()) + "\" is neither a section nor an item");
     }
     const pugi::xml_attribute name = element.attribute(XIniLayout::kName);
-    if (!name) Refuse(element, std::string("a ") + element.name() + " has no name");
+    if (!name) xml_.Refuse(element, std::string("a ") + element.name() + " has no name");
     const std::uint32_t depth = depths_[parent] + 1;
-    if (is_section && depth > XIniLayout::kMaxDepth) Refuse(element, "sections are nested too deeply");
+    if (is_section && depth > XIniLayout::kMaxDepth) xml_.Refuse(element, "sections are nested too deeply");
     XIniNode node;
     node.is_section = is_section;
     node.parent = parent;
@@ -102,7 +84,7 @@ class DocumentBuilder {
   }
 
   std::uint32_t SourceLine(pugi::xml_node element) const {
-    unsigned long long line = Line(element);
+    unsigned long long line = xml_.Line(element);
     if (const pugi::xml_attribute source = element.attribute(XIniLayout::kLine)) ParseUnsigned(source.value(), &line);
     return line < kNone ? static_cast<std::uint32_t>(line) : 0;
   }
@@ -111,24 +93,22 @@ class DocumentBuilder {
   std::string ItemText(pugi::xml_node element) const {
     std::string text;
     for (const pugi::xml_node child : element.children()) {
-      if (child.type() == pugi::node_element) Refuse(child, "an item holds an element");
+      if (child.type() == pugi::node_element) xml_.Refuse(child, "an item holds an element");
       text += child.value();
     }
     return text;
   }
 
   void Unescape(pugi::xml_node element, pugi::xml_attribute escape, XIniNode* node) const {
-    if (std::strcmp(escape.value(), XIniLayout::kPercent) != 0) Refuse(element, "unknown kind of escape");
+    if (std::strcmp(escape.value(), XIniLayout::kPercent) != 0) xml_.Refuse(element, "unknown kind of escape");
     const std::string key = std::move(node->key);
     const std::string text = std::move(node->text);
     if (!XIniLayout::UnescapePercent(key, &node->key) || !XIniLayout::UnescapePercent(text, &node->text)) {
-      Refuse(element, "a percent sign without two hexadecimal digits");
+      xml_.Refuse(element, "a percent sign without two hexadecimal digits");
     }
   }
 
-  XmlLines lines_;
-  pugi::xml_document document_;
-  bool lines_known_ = false;
+  ParsedXml xml_;
   std::vector<XIniNode> nodes_;
   std::vector<pugi::xml_node> elements_;
   std::vector<std::uint32_t> depths_;

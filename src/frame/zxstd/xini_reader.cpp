@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "frame/zxstd/number_text.h"
+#include "frame/zxstd/progress_report.h"
 #include "frame/zxstd/xini_document.h"
 
 namespace SatCommonUtils {
@@ -147,14 +148,11 @@ bool TZxXIniSection::Leave() {
 }
 
 TZxXIniStreamReader::TZxXIniStreamReader(TZxStream* stream, int /*flag*/, TZxProgressHandler* progress) {
-  const auto report = [progress](double fraction) {
-    if (progress != nullptr && !progress->Progress(fraction)) throw TZxMessage("reading was stopped");
-  };
   std::string xml;
   if (!ZxReadAll(stream, &xml)) throw TZxMessage("there is no stream to read");
-  report(0.5);
+  ReportProgressE(progress, 0.5);
   document_ = std::make_unique<XIniDocument>(xml);
-  report(1.0);
+  ReportProgressE(progress, 1.0);
 }
 
 TZxXIniStreamReader::~TZxXIniStreamReader() = default;
