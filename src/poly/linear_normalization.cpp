@@ -1,8 +1,19 @@
 #include "poly/linear_normalization.h"
 
+#include <string>
+
+#include "frame/sat_data_container/string_tree.h"
 #include "frame/zxstd/message.h"
 
 namespace SatCommonUtils {
+
+namespace {
+
+// Places of the two numbers under a tag.
+constexpr int kOffsetIndex = 0;
+constexpr int kScaleIndex = 1;
+
+}  // namespace
 
 TLinearNormalization::TLinearNormalization(const double& offset, const double& scale) {
   if (!Reset(offset, scale)) {
@@ -16,6 +27,10 @@ TLinearNormalization::TLinearNormalization(const double& initial1, const double&
     throw TZxMessage(
         "TLinearNormalization::TLinearNormalization(const double&, const double&, const double&, const double&)");
   }
+}
+
+TLinearNormalization::TLinearNormalization(TStringTree* src, int tag) {
+  if (!Reset(src, tag)) throw TZxMessage("TLinearNormalization::TLinearNormalization(TStringTree *src, int tag)");
 }
 
 TLinearNormalization TLinearNormalization::Unchecked(const double& offset, const double& scale) noexcept {
@@ -42,6 +57,21 @@ bool TLinearNormalization::Reset(const double& initial1, const double& initial2,
   if (d == 0.0 || span == 0.0) return false;
   *this = Unchecked((initial2 * normalized1 - initial1 * normalized2) / d, span / d);
   return true;
+}
+
+bool TLinearNormalization::Reset(TStringTree* src, int tag) {
+  TLinearNormalization read;
+  if (src == nullptr || !src->GetDouble(tag, kOffsetIndex, &read.offset_)) return false;
+  if (!src->GetDouble(tag, kScaleIndex, &read.scale_)) return false;
+  *this = read;
+  return true;
+}
+
+bool TLinearNormalization::WriteToTree(TStringTree* dst, int tag, const char* prefix) const {
+  if (dst == nullptr) return false;
+  const std::string start = prefix == nullptr ? std::string() : std::string(prefix) + " ";
+  return dst->InsertDouble(start + "offset", tag, kOffsetIndex, offset_) &&
+         dst->InsertDouble(start + "scale", tag, kScaleIndex, scale_);
 }
 
 }  // namespace SatCommonUtils

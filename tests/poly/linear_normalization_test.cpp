@@ -7,6 +7,7 @@
 #include <limits>
 #include <string>
 
+#include "frame/sat_data_container/string_tree.h"
 #include "frame/zxstd/message.h"
 
 namespace SatCommonUtils {
@@ -66,7 +67,37 @@ TEST(LinearNormalization, ConstructorsSayWhichOneRefused) {
             "TLinearNormalization::TLinearNormalization(const double&,const double&)");
   EXPECT_EQ(ThrownText([] { TLinearNormalization(3, 3, 1, -1); }),
             "TLinearNormalization::TLinearNormalization(const double&, const double&, const double&, const double&)");
+  TStringTree empty;
+  EXPECT_EQ(ThrownText([&empty] { TLinearNormalization(&empty, 0); }),
+            "TLinearNormalization::TLinearNormalization(TStringTree *src, int tag)");
   EXPECT_EQ(ThrownText([] { TLinearNormalization(10, 2, 1, -1); }), "");
+}
+
+TEST(LinearNormalization, LivesInATreeUnderATag) {
+  TStringTree tree;
+  ASSERT_TRUE(TLinearNormalization(0.1, -1e-300).WriteToTree(&tree, 3, "LINE"));
+  ASSERT_TRUE(TLinearNormalization::Unchecked(5, 0).WriteToTree(&tree, 4, nullptr));
+  EXPECT_EQ(*tree.FindKey(3, 0), "LINE offset");
+  EXPECT_EQ(*tree.FindKey(3, 1), "LINE scale");
+  EXPECT_EQ(*tree.FindKey(4, 0), "offset");
+  EXPECT_EQ(*tree.FindKey(4, 1), "scale");
+  TLinearNormalization n(&tree, 3);
+  EXPECT_EQ(n.GetOffset(), 0.1);
+  EXPECT_EQ(n.GetScale(), -1e-300);
+  ASSERT_TRUE(n.Reset(&tree, 4));
+  EXPECT_EQ(n.GetScale(), 0);  // taken as it stands
+}
+
+TEST(LinearNormalization, ATreeWithoutBothNumbersChangesNothing) {
+  TStringTree tree;
+  tree.InsertDouble("offset", 3, 0, 9);
+  tree.Insert("scale", 3, 1, "wide");
+  TLinearNormalization n(7, -3);
+  EXPECT_FALSE(n.Reset(&tree, 3));
+  EXPECT_FALSE(n.Reset(nullptr, 3));
+  EXPECT_EQ(n.GetOffset(), 7);
+  EXPECT_EQ(n.GetScale(), -3);
+  EXPECT_FALSE(n.WriteToTree(nullptr, 3, nullptr));
 }
 
 }  // namespace
