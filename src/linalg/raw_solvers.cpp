@@ -13,6 +13,19 @@
 
 namespace SatCommonUtils {
 
+namespace {
+
+// Exchanges the rows of `matrix` until row i has its elements at `rows[i]`, for i below `n`.
+void OrderRows(const double* const* rows, std::size_t n, TMatrix* matrix) {
+  for (std::size_t i = 0; i < n; ++i) {
+    std::size_t holder = i;
+    while ((*matrix)[holder].GetData() != rows[i]) ++holder;
+    matrix->SwapRows(i, holder);
+  }
+}
+
+}  // namespace
+
 bool Cholesky(double** A, double* b, double* x, std::size_t n, int (*poll)(void)) {
   const WorkMatrix u(n, n);
   if (!kernels::CholeskyFactor(A, n, poll, u.GetRows())) return false;
@@ -67,7 +80,10 @@ double GaussTriangle(TMatrix& A, TVector& b, TVector& x) {
   CheckSquareBlock(A, n);
   if (x.GetSize() < n) ThrowIndexError();
   std::vector<double*> rows = RowPointers(&A);
-  return kernels::Gauss(rows.data(), b.GetData(), x.GetData(), n, nullptr, kernels::TLeftColumns::Eliminate);
+  const double determinant =
+      kernels::Gauss(rows.data(), b.GetData(), x.GetData(), n, nullptr, kernels::TLeftColumns::Eliminate);
+  OrderRows(rows.data(), n, &A);
+  return determinant;
 }
 
 double Gauss(const TMatrix& A, const TVector& b, TVector& x) {

@@ -1,0 +1,178 @@
+// Cholesky and Gauss have the bits of the plain loops; their polls, limits and leftovers are as documented.
+
+#include <gtest/gtest.h>
+
+#include "linalg/linear_systems.h"
+#include "linalg/reference.h"
+
+namespace orbmath_test {
+namespace {
+
+using namespace SatCommonUtils;
+
+// A poll that answers 0 until it has been asked `stop_at` times.
+int asked = 0;
+int stop_at = 0;
+int CancellingPoll() { return ++asked >= stop_at ? 1 : 0; }
+
+void ArmPoll(int at) {
+  asked = 0;
+  stop_at = at;
+}
+
+// Sizes around the register tiles and the blocks of the factorisation.
+constexpr std::size_t kSizes[] = {1, 2, 3, 7, 8, 9, 15, 16, 17, 31, 39, 40, 63, 64, 65, 100, 129, 200};
+
+// Positive definite for ordinary values: a product of a matrix with itself, the diagonal raised.
+Rows NormalMatrix(Random* random, std::size_t n, Kind kind) {
+  const Rows a = RandomRows(random, n + 3, n, kind);
+  Rows normal = ProductXtY(a, a);
+  for (std::size_t i = 0; i < n; ++i) normal[i][i] += kind == Kind::Normal ? 1e-3 : 1.0;
+  return normal;
+}
+
+TEST(CholeskySolver, HasTheBitsOfThePlainLoops) {
+  Random random("cholesky");
+  int solved = 0;
+  for (const std::size_t n : kSizes) {
+    for (const Kind kind : kKinds) {
+      Rows values = NormalMatrix(&random, n, kind);
+      const std::vector<double> b = RandomVector(&random, n, kind);
+      for (std::size_t i = 0; i < n; ++i) std::fill_n(values[i].begin(), i, kPoison);  // nobody reads this triangle
+      Rows u;
+      const bool possible = ReferenceCholesky(values, &u);
+      RawMatrix a(values), inverse(n, n);
+      std::vector<double> x(n);
+      ASSERT_EQ(Cholesky(a.Get(), const_cast<double*>(b.data()), x.data(), n, nullptr), possible) << n;
+      ASSERT_EQ(CholeskyMatrixInversion(a.Get(), inverse.Get(), n, nullptr), possible) << n;
+      EXPECT_EQ(a.Values() == values || kind == Kind::Special, true) << "the matrix changed";
+      TVector object;
+      ASSERT_EQ(Cholesky(MatrixOf(values), TVector(n, b.data()), object), possible) << n;
+      if (!possible) continue;
+      ++solved;
+      const std::vector<double> expected = ReferenceCholeskySolve(u, b);
+      EXPECT_TRUE(SameBits(x.data(), expected.data(), n)) << n;
+      EXPECT_TRUE(SameBits(object.GetData(), expected.data(), n)) << n;
+      Rows columns(n);
+      for (std::size_t j = 0; j < n; ++j) {
+        std::vector<double> unit(n);
+        unit[j] = 1.0;
+        columns[j] = ReferenceCholeskySolve(u, unit);
+      }
+      EXPECT_TRUE(SameBits(inverse.Values(), Transposed(columns))) << n;
+    }
+  }
+  EXPECT_GT(solved, 2 * static_cast<int>(std::size(kSizes)));
+}
+
+TEST(CholeskySolver, SolvesAndRefusesByThePivotLimit) {
+  TVector x(1.0, 2.0, 3.0);
+  const TVector b(2, std::vector<double>{2, 1}.data());
+  EXPECT_TRUE(Cholesky(MatrixOf({{4, 2}, {2, 3}}), b, x));
+  EXPECT_EQ(x.GetString(), "(0.5;0)");
+  for (const double pivot : {1e-21, 1e-20, 0.0, -1.0}) {
+    RawMatrix a(Rows{{pivot}}), inverse(1, 1);
+    double right = 1.0, unknown = kPoison;
+    EXPECT_FALSE(Cholesky(a.Get(), &right, &unknown, 1, nullptr)) << pivot;
+    EXPECT_FALSE(CholeskyMatrixInversion(a.Get(), inverse.Get(), 1, nullptr)) << pivot;
+    EXPECT_EQ(inverse.Get()[0][0], kPoison);
+    EXPECT_FALSE(Cholesky(MatrixOf({{pivot}}), TVector(1), x));
+    EXPECT_EQ(x.GetString(), "(0.5;0)") << "a failure touched the output";
+  }
+  EXPECT_TRUE(Cholesky(MatrixOf({{1.0000001e-20}}), TVector(1), x));
+  EXPECT_THROW(Cholesky(TMatrix(3, 2), b, x), std::runtime_error);
+  EXPECT_THROW(Cholesky(TMatrix(3), b, x), std::runtime_error);
+}
+
+TEST(CholeskySolver, IsCancelledByItsPoll) {
+  const Rows values = {{4, 1, 0}, {1, 4, 1}, {0, 1, 4}};
+  RawMatrix a(values);
+  double b[3] = {1, 2, 3};
+  struct {
+    int stop_at, asked;
+    bool solved;
+  } const cases[] = {
+      {1, 1, false}, {3, 3, false},  // in the factorisation, which ends all
+      {4, 5, false},                 // in the forward pass: the backward pass starts all the same
+      {7, 7, false}, {9, 9, false},  // in the backward pass, the last element included
+      {10, 9, true},
+  };
+  for (const auto& one : cases) {
+    double x[3];
+    ArmPoll(one.stop_at);
+    EXPECT_EQ(Cholesky(a.Get(), b, x, 3, CancellingPoll), one.solved) << one.stop_at;
+    EXPECT_EQ(asked, one.asked) << one.stop_at;
+  }
+  RawMatrix inverse(3, 3), expected(3, 3);
+  ArmPoll(1);
+  EXPECT_TRUE(CholeskyMatrixInversion(a.Get(), inverse.Get(), 3, CancellingPoll));
+  EXPECT_EQ(asked, 3);
+  EXPECT_TRUE(CholeskyMatrixInversion(a.Get(), expected.Get(), 3, nullptr));
+  EXPECT_EQ(inverse.Values(), expected.Values());
+  TMatrix object = MatrixOf(values);
+  EXPECT_TRUE(CholeskyMatrixInversion(object, &object, nullptr));
+  EXPECT_EQ(RowsOf(object), expected.Values());
+}
+
+TEST(GaussSolver, HasTheBitsOfThePlainLoopsAndLeavesWhatTheyLeave) {
+  Random random("gauss");
+  for (const std::size_t n : kSizes) {
+    for (const Kind kind : kKinds) {
+      const Rows values = RandomRows(&random, n, n, kind);
+      const std::vector<double> right = RandomVector(&random, n, kind);
+      Rows left = values;
+      std::vector<double> b = right, x(n, kPoison), expected(n, kPoison), left_b = right;
+      const double det = ReferenceGauss(&left, &left_b, &expected);
+
+      RawMatrix a(values);
+      EXPECT_TRUE(SameBits(Gauss(a.Get(), b.data(), x.data(), n, nullptr), det)) << n;
+      EXPECT_TRUE(SameBits(x.data(), expected.data(), n)) << n;
+      EXPECT_TRUE(SameBits(b.data(), left_b.data(), n)) << n;
+      EXPECT_TRUE(SameBits(a.Values(), left)) << n;
+
+      TMatrix object = MatrixOf(values);
+      TVector object_b(n, right.data()), solution = TVector(n) + kPoison;
+      EXPECT_TRUE(SameBits(Gauss(object, object_b, solution), det)) << n;
+      EXPECT_TRUE(SameBits(solution.GetData(), expected.data(), n)) << n;
+      EXPECT_TRUE(SameBits(RowsOf(object), values)) << n;
+      EXPECT_TRUE(SameBits(GaussTriangle(object, object_b, solution), det)) << n;
+      EXPECT_TRUE(SameBits(RowsOf(object), left)) << n;
+      EXPECT_TRUE(SameBits(object_b.GetData(), left_b.data(), n)) << n;
+    }
+  }
+}
+
+TEST(GaussSolver, SignsTheDeterminantAndStopsAtZeroColumns) {
+  TVector x(2);
+  const TVector b(2, std::vector<double>{5, 7}.data());
+  EXPECT_EQ(Gauss(MatrixOf({{0, 1}, {1, 0}}), b, x), -1.0);
+  EXPECT_EQ(x.GetString(), "(7;5)");
+  EXPECT_EQ(Gauss(MatrixOf({{0, 1}, {0, 2}}), b, x), 0.0);
+  EXPECT_EQ(Gauss(MatrixOf({{1e-200, 0}, {0, 1e-200}}), b, x), 0.0) << "an underflow counts as singular";
+  EXPECT_EQ(x.GetString(), "(7;5)") << "a singular system has no solution";
+  EXPECT_EQ(Gauss(TMatrix(), TVector(), x), 1.0);
+  EXPECT_THROW(Gauss(TMatrix(2, 1), b, x), std::runtime_error);
+  EXPECT_THROW(Gauss(TMatrix(1, 2), b, x), std::runtime_error);
+  x.Reset(1);
+  EXPECT_THROW(Gauss(TMatrix(2), b, x), std::runtime_error);
+}
+
+TEST(GaussSolver, IsCancelledByItsPoll) {
+  const Rows values = {{4, 1, 0}, {1, 4, 1}, {0, 1, 4}};
+  // Two columns, before and after the look at the determinant, three unknowns.
+  for (int at = 1; at <= 8; ++at) {
+    RawMatrix a(values);
+    double b[3] = {1, 2, 3}, x[3];
+    ArmPoll(at);
+    EXPECT_EQ(Gauss(a.Get(), b, x, 3, CancellingPoll) == 0.0, at <= 7) << at;
+    EXPECT_EQ(asked, std::min(at, 7));
+  }
+  RawMatrix singular(Rows{{1, 1}, {1, 1}});
+  double b[2] = {1, 1}, x[2];
+  ArmPoll(99);
+  EXPECT_EQ(Gauss(singular.Get(), b, x, 2, CancellingPoll), 0.0);
+  EXPECT_EQ(asked, 2);
+}
+
+}  // namespace
+}  // namespace orbmath_test
