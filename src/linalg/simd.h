@@ -20,8 +20,9 @@ TLevel Level();
 /// A vector of `Width` doubles: `TVector` in registers, `TUnaligned` for memory at any address.
 template <int Width>
 struct TLanes {
-  using TVector = double __attribute__((vector_size(Width * sizeof(double))));
-  using TUnaligned = double __attribute__((vector_size(Width * sizeof(double)), aligned(sizeof(double)), may_alias));
+  // Typedefs: GCC drops the attributes of an alias declaration that depends on a template argument.
+  typedef double TVector __attribute__((vector_size(Width * sizeof(double))));
+  typedef double TUnaligned __attribute__((vector_size(Width * sizeof(double)), aligned(sizeof(double)), may_alias));
 };
 
 #if defined(__x86_64__) || defined(__i386__)
