@@ -1,0 +1,215 @@
+// Ground to image: one point, and arrays of points.
+
+#include "linalg/simd.h"
+#include "rpc/blocks.h"
+#include "rpc/longitude_turns.h"
+#include "rpc/projection_kernel.h"
+#include "rpc/rpc_model.h"
+
+namespace SatCommonUtils {
+
+namespace {
+
+using rpc::TEvaluationView;
+using rpc::TVariables;
+
+/// Derivatives of normalised line and sample by P, L, H; null outputs stay out.
+void WriteDerivatives(const rpc::TPolynomials<double>& q, double* dLineN, double* dSampleN) {
+  for (int variable = 0; variable < 3; ++variable) {
+    double dLine;
+    double dSample;
+    rpc::QuotientDerivatives(q.value, q.byVariable[variable], dLine, dSample);
+    if (dLineN != nullptr) dLineN[variable] = dLine;
+    if (dSampleN != nullptr) dSampleN[variable] = dSample;
+  }
+}
+
+void ProjectNormalized(const TEvaluationView& model, double P, double L, double H, double* lineN, double* sampleN,
+                       double* dLineN, double* dSampleN) {
+  rpc::TPolynomials<double> q;
+  if (dLineN == nullptr && dSampleN == nullptr) {
+    rpc::EvaluatePolynomials<TVariables::None>(model, P, L, H, q);
+  } else {
+    rpc::EvaluatePolynomials<TVariables::LatLonHeight>(model, P, L, H, q);
+    WriteDerivatives(q, dLineN, dSampleN);
+  }
+  rpc::Quotients(q.value, *lineN, *sampleN);
+}
+
+/// From derivatives of normalised by normalised coordinates to pixels per degree and per metre.
+void ScaleDerivatives(const double* scale, double imageScale, double* derivatives) {
+  if (derivatives == nullptr) return;
+  for (int variable = 0; variable < 3; ++variable) {
+    derivatives[variable] = derivatives[variable] * imageScale / scale[rpc::kLatitude + variable];
+  }
+}
+
+/// The arrays of one call, or of a part of it.
+struct TArrays {
+  const double* lat;
+  const double* lon;
+  const double* h;
+  double* line;
+  double* sample;
+  double* dLine[3];
+  double* dSample[3];
+};
+
+/// Ground to image of a range of points, a vector of points at a time.
+template <bool Derivatives>
+struct TProjectArrays {
+  TEvaluationView model;
+  TArrays arrays;
+  std::size_t first;
+  std::size_t last;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    for (std::size_t start = first; start < last; start += rpc::kLaneBlock) {
+      const std::size_t count = std::min(rpc::kLaneBlock, last - start);
+      const TArrays part = Part(start);
+      // Buffers stand in where vectors would pass the end or a longitude has to be turned first.
+      if (count % Width != 0 || AnyTurn<Width>(part.lon, count)) {
+        Buffered<Width>(part, count);
+      } else {
+        Project<Width>(part, count);
+      }
+    }
+  }
+
+ private:
+  [[gnu::always_inline]] TArrays Part(std::size_t start) const {
+    TArrays part = {
+        arrays.lat + start, arrays.lon + start, arrays.h + start, arrays.line + start, arrays.sample + start, {}, {}};
+    if (Derivatives) {
+      for (int variable = 0; variable < 3; ++variable) {
+        part.dLine[variable] = arrays.dLine[variable] == nullptr ? nullptr : arrays.dLine[variable] + start;
+        part.dSample[variable] = arrays.dSample[variable] == nullptr ? nullptr : arrays.dSample[variable] + start;
+      }
+    }
+    return part;
+  }
+
+  template <int Width>
+  [[gnu::always_inline]] bool AnyTurn(const double* lon, std::size_t count) const {
+    using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    const double center = model.offset[rpc::kLongitude];
+    auto turned = (*reinterpret_cast<const TUnaligned*>(lon) + 180.0 < center);
+    for (std::size_t i = 0; i < count; i += Width) {
+      const typename simd::TLanes<Width>::TVector x = *reinterpret_cast<const TUnaligned*>(lon + i);
+      turned |= (x + 180.0 < center) | (x > center + 180.0);
+    }
+    bool any = false;
+    for (int lane = 0; lane < Width; ++lane) any = any || turned[lane] != 0;
+    return any;
+  }
+
+  template <int Width>
+  [[gnu::always_inline]] void Buffered(const TArrays& part, std::size_t count) const {
+    double in[3][rpc::kLaneBlock];
+    double out[8][rpc::kLaneBlock];
+    const double center = model.offset[rpc::kLongitude];
+    const std::size_t padded = (count + Width - 1) / Width * Width;
+    for (std::size_t i = 0; i < padded; ++i) {
+      const std::size_t source = std::min(i, count - 1);
+      in[0][i] = part.lat[source];
+      in[1][i] = part.lon[source] + 360.0 * rpc::LongitudeTurns(center, part.lon[source]);
+      in[2][i] = part.h[source];
+    }
+    Project<Width>({in[0], in[1], in[2], out[0], out[1], {out[2], out[3], out[4]}, {out[5], out[6], out[7]}}, padded);
+    std::copy_n(out[0], count, part.line);
+    std::copy_n(out[1], count, part.sample);
+    if (Derivatives) {
+      for (int variable = 0; variable < 3; ++variable) {
+        if (part.dLine[variable] != nullptr) std::copy_n(out[2 + variable], count, part.dLine[variable]);
+        if (part.dSample[variable] != nullptr) std::copy_n(out[5 + variable], count, part.dSample[variable]);
+      }
+    }
+  }
+
+  /// `count` is a multiple of the width and no longitude needs a turn.
+  template <int Width>
+  [[gnu::always_inline]] void Project(const TArrays& part, std::size_t count) const {
+    using TVector = typename simd::TLanes<Width>::TVector;
+    using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    for (std::size_t i = 0; i < count; i += Width) {
+      const TVector lat = *reinterpret_cast<const TUnaligned*>(part.lat + i);
+      const TVector lon = *reinterpret_cast<const TUnaligned*>(part.lon + i) + 0.0;  // no turn is a turn of 0 degrees
+      const TVector h = *reinterpret_cast<const TUnaligned*>(part.h + i);
+      TVector P, L, H;
+      rpc::Normalize(model, rpc::kLatitude, lat, P);
+      rpc::Normalize(model, rpc::kLongitude, lon, L);
+      rpc::Normalize(model, rpc::kHeight, h, H);
+      rpc::TPolynomials<TVector> q;
+      rpc::EvaluatePolynomials<Derivatives ? TVariables::LatLonHeight : TVariables::None>(model, P, L, H, q);
+      TVector lineN, sampleN, line, sample;
+      rpc::Quotients(q.value, lineN, sampleN);
+      rpc::Denormalize(model, rpc::kLine, lineN, line);
+      rpc::Denormalize(model, rpc::kSample, sampleN, sample);
+      *reinterpret_cast<TUnaligned*>(part.line + i) = line;
+      *reinterpret_cast<TUnaligned*>(part.sample + i) = sample;
+      if constexpr (Derivatives) StoreDerivatives<Width>(part, i, q);
+    }
+  }
+
+  template <int Width>
+  [[gnu::always_inline]] void StoreDerivatives(
+      const TArrays& part, std::size_t i, const rpc::TPolynomials<typename simd::TLanes<Width>::TVector>& q) const {
+    using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    for (int variable = 0; variable < 3; ++variable) {
+      typename simd::TLanes<Width>::TVector dLine, dSample;
+      rpc::QuotientDerivatives(q.value, q.byVariable[variable], dLine, dSample);
+      const double scale = model.scale[rpc::kLatitude + variable];
+      if (part.dLine[variable] != nullptr) {
+        *reinterpret_cast<TUnaligned*>(part.dLine[variable] + i) = dLine * model.scale[rpc::kLine] / scale;
+      }
+      if (part.dSample[variable] != nullptr) {
+        *reinterpret_cast<TUnaligned*>(part.dSample[variable] + i) = dSample * model.scale[rpc::kSample] / scale;
+      }
+    }
+  }
+};
+
+}  // namespace
+
+TEvaluationView TRPC::View() const noexcept {
+  return {coefficients_, evaluation_.terms[0], evaluation_.offset, evaluation_.scale};
+}
+
+void TRPC::CalculateLineSampleNormalized(const double& P, const double& L, const double& H, double* lineN,
+                                         double* sampleN, double* dLineN, double* dSampleN) const {
+  ProjectNormalized(View(), P, L, H, lineN, sampleN, dLineN, dSampleN);
+}
+
+void TRPC::CalculateLineSample(const double& lat, const double& lon, const double& h, double* line, double* sample,
+                               double* dLine, double* dSample) const {
+  const TEvaluationView model = View();
+  const double turned = lon + 360.0 * rpc::LongitudeTurns(model.offset[rpc::kLongitude], lon);
+  double P, L, H, lineN, sampleN;
+  rpc::Normalize(model, rpc::kLatitude, lat, P);
+  rpc::Normalize(model, rpc::kLongitude, turned, L);
+  rpc::Normalize(model, rpc::kHeight, h, H);
+  ProjectNormalized(model, P, L, H, &lineN, &sampleN, dLine, dSample);
+  rpc::Denormalize(model, rpc::kLine, lineN, *line);
+  rpc::Denormalize(model, rpc::kSample, sampleN, *sample);
+  ScaleDerivatives(model.scale, model.scale[rpc::kLine], dLine);
+  ScaleDerivatives(model.scale, model.scale[rpc::kSample], dSample);
+}
+
+void TRPC::CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h,
+                                    double* line, double* sample, double* const* dLine, double* const* dSample) const {
+  const TEvaluationView model = View();
+  TArrays arrays = {lat, lon, h, line, sample, {}, {}};
+  if (dLine != nullptr) std::copy_n(dLine, 3, arrays.dLine);
+  if (dSample != nullptr) std::copy_n(dSample, 3, arrays.dSample);
+  const bool derivatives = dLine != nullptr || dSample != nullptr;
+  rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
+    if (derivatives) {
+      simd::Dispatch(TProjectArrays<true>{model, arrays, first, last});
+    } else {
+      simd::Dispatch(TProjectArrays<false>{model, arrays, first, last});
+    }
+  });
+}
+
+}  // namespace SatCommonUtils
