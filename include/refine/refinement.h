@@ -1,0 +1,186 @@
+#pragma once
+/// \file
+/// The refinement transforms: they apply a refinement record to image coordinates, both ways.
+
+#include <cstdint>
+
+#include "frame/api.h"
+#include "frame/zxstd/projective_transform.h"
+#include "frame/zxstd/var_a.h"
+#include "frame/zxstd/xini_reader.h"
+#include "frame/zxstd/xini_writer.h"
+#include "refine/refinement_data.h"
+
+namespace SatCommonUtils {
+
+/// A map of raw image coordinates, as a model computes them, to refined ones, as they are measured, and back.
+///
+/// Lines and samples are pixels. The maps never fail: an invalid transform computes with what it holds, so test
+/// `operator bool` first. Const operations may run on several threads at once.
+class ORBMATH_API TRPCRefinementBase {
+ public:
+  explicit TRPCRefinementBase(TRPCRefinementTransformType type) noexcept : type_(type) {}
+  virtual ~TRPCRefinementBase();
+
+  /// Makes the transform invalid; the kind None has nothing to lose and stays valid.
+  virtual void Reset();
+  /// Maps raw to refined coordinates. The outputs may be the inputs.
+  /// \param dByLine receives (d refined line / d line, d refined sample / d line) and
+  /// \param dBySample receives (d refined line / d sample, d refined sample / d sample), dimensionless; both are
+  /// written when both are given, and neither when one is null.
+  virtual void RawToRefined(const double& line, const double& sample, double* refLine, double* refSample,
+                            double* dByLine, double* dBySample) const = 0;
+  /// The inverse map; arguments and derivatives as above, the roles of raw and refined exchanged.
+  virtual void RefinedToRaw(const double& line, const double& sample, double* rawLine, double* rawSample,
+                            double* dByLine, double* dBySample) const = 0;
+  /// A new record with the transform's parameters.
+  virtual var_a<TRPCRefinementDataBase*> GetRefinementData() const = 0;
+  /// Resets, then reads the current section, which holds a transform or a bare record of the same kind.
+  /// \param version not used. \return false, the transform left invalid, when it holds neither or the map has no
+  /// inverse.
+  virtual bool InitializeFromXML(TZxXIniReader* src, std::uint64_t version) = 0;
+  /// Writes "RPCRefinementType", "RPCRefinementTypeName" and "Ver" (1), then what the kind holds.
+  /// \return false when something could not be written.
+  virtual bool SaveToXML(TZxXIniWriter* dst) const;
+  /// True when raw to refined is the identity.
+  virtual bool IsUnity() const = 0;
+  /// True when the transform can be used.
+  virtual explicit operator bool() const;
+
+  /// The kind.
+  TRPCRefinementTransformType GetType() const noexcept { return type_; }
+
+ protected:
+  TRPCRefinementBase(const TRPCRefinementBase&) = default;
+  TRPCRefinementBase& operator=(const TRPCRefinementBase&) = default;
+
+ private:
+  TRPCRefinementTransformType type_;
+};
+
+/// No correction: both maps copy.
+class ORBMATH_API TRPCRefinementNone : public TRPCRefinementBase {
+ public:
+  TRPCRefinementNone();
+  explicit TRPCRefinementNone(const TRPCRefinementDataNone& data);
+
+  void RawToRefined(const double& line, const double& sample, double* refLine, double* refSample, double* dByLine,
+                    double* dBySample) const override;
+  void RefinedToRaw(const double& line, const double& sample, double* rawLine, double* rawSample, double* dByLine,
+                    double* dBySample) const override;
+  var_a<TRPCRefinementDataBase*> GetRefinementData() const override;
+  bool InitializeFromXML(TZxXIniReader* src, std::uint64_t version) override;
+  bool IsUnity() const override;
+};
+
+/// Constant offsets. A new one is invalid until it is set up.
+class ORBMATH_API TRPCRefinementShift : public TRPCRefinementBase {
+ public:
+  TRPCRefinementShift();
+  explicit TRPCRefinementShift(const TRPCRefinementDataShift& data);
+
+  /// Takes the parameters of `data`. \return true.
+  bool Setup(const TRPCRefinementDataShift& data);
+  /// The current record.
+  TRPCRefinementDataShift RefinementData() const;
+
+  void Reset() override;
+  void RawToRefined(const double& line, const double& sample, double* refLine, double* refSample, double* dByLine,
+                    double* dBySample) const override;
+  void RefinedToRaw(const double& line, const double& sample, double* rawLine, double* rawSample, double* dByLine,
+                    double* dBySample) const override;
+  var_a<TRPCRefinementDataBase*> GetRefinementData() const override;
+  bool InitializeFromXML(TZxXIniReader* src, std::uint64_t version) override;
+  bool SaveToXML(TZxXIniWriter* dst) const override;
+  bool IsUnity() const override;
+  explicit operator bool() const override;
+
+ private:
+  TRPCRefinementDataShift data_;
+};
+
+/// An affine map and its inverse. A new one is invalid until it is set up.
+class ORBMATH_API TRPCRefinementAffine : public TRPCRefinementBase {
+ public:
+  TRPCRefinementAffine();
+  /// \throws TZxMessage when `Setup` refuses `data`.
+  explicit TRPCRefinementAffine(const TRPCRefinementDataAffine& data);
+  /// \throws TZxMessage when `src` is not valid.
+  TRPCRefinementAffine(const TRPCRefinementAffine& src);
+  TRPCRefinementAffine& operator=(const TRPCRefinementAffine&) = default;
+
+  /// Takes the parameters of `data` and computes the inverse map.
+  /// \return false, the transform unchanged, when a parameter is unset or not finite or the map has no inverse.
+  bool Setup(const TRPCRefinementDataAffine& data);
+  /// Copies the map raw to refined. \return false, `*data` untouched, when the transform is invalid or `data` null.
+  bool GetRefinementData(TRPCRefinementDataAffine* data) const;
+
+  void Reset() override;
+  void RawToRefined(const double& line, const double& sample, double* refLine, double* refSample, double* dByLine,
+                    double* dBySample) const override;
+  void RefinedToRaw(const double& line, const double& sample, double* rawLine, double* rawSample, double* dByLine,
+                    double* dBySample) const override;
+  var_a<TRPCRefinementDataBase*> GetRefinementData() const override;
+  /// The inverse map is taken as it is stored; it is computed when it is not there or cannot be read.
+  bool InitializeFromXML(TZxXIniReader* src, std::uint64_t version) override;
+  bool SaveToXML(TZxXIniWriter* dst) const override;
+  bool IsUnity() const override;
+  explicit operator bool() const override;
+
+ private:
+  void SetRawToRefined(const TRPCRefinementDataAffine& data);
+  void SetRefinedToRaw(const TRPCRefinementDataAffine& data);
+
+  TRPCRefinementDataAffine raw_to_refined_;
+  TRPCRefinementDataAffine refined_to_raw_;
+};
+
+/// A projective map and its inverse. A new one is invalid until it is set up. Copies share the plane transform.
+class ORBMATH_API TRPCRefinementProjective : public TRPCRefinementBase {
+ public:
+  TRPCRefinementProjective();
+  /// \throws TZxMessage when `Setup` refuses `data`.
+  explicit TRPCRefinementProjective(const TRPCRefinementDataProjective& data);
+
+  /// Takes the matrix of `data`. \return false, the transform unchanged, when the matrix has no inverse or an element
+  /// is not finite.
+  bool Setup(const TRPCRefinementDataProjective& data);
+  /// The current record.
+  TRPCRefinementDataProjective RefinementData() const;
+
+  void Reset() override;
+  void RawToRefined(const double& line, const double& sample, double* refLine, double* refSample, double* dByLine,
+                    double* dBySample) const override;
+  void RefinedToRaw(const double& line, const double& sample, double* rawLine, double* rawSample, double* dByLine,
+                    double* dBySample) const override;
+  var_a<TRPCRefinementDataBase*> GetRefinementData() const override;
+  bool InitializeFromXML(TZxXIniReader* src, std::uint64_t version) override;
+  bool SaveToXML(TZxXIniWriter* dst) const override;
+  bool IsUnity() const override;
+  explicit operator bool() const override;
+
+ private:
+  TRPCRefinementDataProjective data_;
+  var_a<TProjectiveTransform*> transform_;
+};
+
+/// A new transform of that kind, not set up. \throws TZxMessage for a value outside 0 to 3.
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementE(TRPCRefinementTransformType type);
+/// As above, empty instead of throwing.
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementN(TRPCRefinementTransformType type);
+/// A new transform with the parameters of `src`.
+/// \throws TZxMessage when its kind is unknown or it has no inverse (see `Setup` of the kinds).
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementE(const TRPCRefinementDataBase& src);
+/// As above, empty instead of throwing.
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementN(const TRPCRefinementDataBase& src);
+/// A copy of `src`. \throws TZxMessage when its kind is unknown or it is an affine transform that is not valid.
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementCopyE(const TRPCRefinementBase& src);
+/// As above, empty instead of throwing.
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementCopyN(const TRPCRefinementBase& src);
+/// A new transform read from the current section, which holds a transform or a bare record; the kind is found as by
+/// `CreateRefinementDataFromXMLE`. \throws TZxMessage when it holds no usable one.
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementFromXMLE(TZxXIniReader* from_xml);
+/// As above, empty instead of throwing.
+ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementFromXMLN(TZxXIniReader* from_xml);
+
+}  // namespace SatCommonUtils

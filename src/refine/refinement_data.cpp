@@ -1,0 +1,87 @@
+#include "refine/refinement_data.h"
+
+#include "frame/zxstd/debug_output.h"
+#include "frame/zxstd/text.h"
+#include "refine/refinement_kinds.h"
+
+namespace SatCommonUtils {
+
+const char* GetRPCRefinementTransformTypeName(TRPCRefinementTransformType type) noexcept {
+  switch (type) {
+    case TRPCRefinementTransformType::None:
+      return "None";
+    case TRPCRefinementTransformType::Shift:
+      return "Shift";
+    case TRPCRefinementTransformType::Affine:
+      return "Affine";
+    case TRPCRefinementTransformType::Projective:
+      return "Projective";
+  }
+  return "Unknown";
+}
+
+TRPCRefinementDataBase::~TRPCRefinementDataBase() = default;
+
+bool TRPCRefinementDataBase::SaveToXML(TZxXIniWriter* dst) const { return SaveRefinementKeys(dst, type); }
+
+std::size_t TRPCRefinementDataBase::GetParametersValues(std::vector<double>* values) const {
+  values->clear();
+  if (*this) AppendParameters(values);
+  return values->size();
+}
+
+void TRPCRefinementDataBase::DebugOutput() const {
+  const std::string rule = std::string(60, '-') + "\n";
+  ZxPrintDbgMsg(rule);
+  if (*this) {
+    ZxPrintDbgMsg(Zentarix::ssprintf("RPC refinement type:%s", GetRPCRefinementTransformTypeName(type)));
+    ZxPrintDbgMsg("\nParameters:\n");
+    ZxPrintDbgMsg("\nParameters names:\n");
+    for (const std::string& name : GetParametersNames()) ZxPrintDbgMsg(name + "\n");
+    ZxPrintDbgMsg("\nParameters values:\n");
+    std::vector<double> values;
+    GetParametersValues(&values);
+    for (const double value : values) ZxPrintDbgMsg(Zentarix::ssprintf("%lg\n", value));
+  } else {
+    ZxPrintDbgMsg("The refinement data ara INCORRECT!!!\n");
+  }
+  ZxPrintDbgMsg(rule);
+}
+
+var_a<TRPCRefinementDataBase*> TRPCRefinementDataBase::CreateCopyN() const {
+  return CreateOrEmpty([this] { return CreateCopyE(); });
+}
+
+var_a<TRPCRefinementDataBase*> CreateRefinementDataE(TRPCRefinementTransformType type) {
+  return CreateOrThrow("var_a<TRPCRefinementDataBase*> CreateE(const TRPCRefinementType& src)", [type] {
+    return CreateOfKind<TRPCRefinementDataBase, TRPCRefinementDataNone, TRPCRefinementDataShift,
+                        TRPCRefinementDataAffine, TRPCRefinementDataProjective>(type);
+  });
+}
+
+var_a<TRPCRefinementDataBase*> CreateRefinementDataN(TRPCRefinementTransformType type) {
+  return CreateOrEmpty([type] { return CreateRefinementDataE(type); });
+}
+
+var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCRefinementDataBase& src) {
+  return CreateOrThrow("var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCRefinementDataBase&)",
+                       [&] { return CreateRefinementDataN(src.type) ? src.CreateCopyE() : nullptr; });
+}
+
+var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyN(const TRPCRefinementDataBase& src) {
+  return CreateOrEmpty([&src] { return CreateRefinementDataCopyE(src); });
+}
+
+var_a<TRPCRefinementDataBase*> CreateRefinementDataFromXMLE(TZxXIniReader* src) {
+  return CreateOrThrow("var_a<TRPCRefinementDataBase*> CreateFromXMLE(TZxXIniReader* XML_reader)", [src] {
+    var_a<TRPCRefinementDataBase*> record = CreateRefinementDataE(ReadRefinementType(src));
+    if (!record->InitializeFromXML(src, ReadRefinementVersion(src))) record.reset();
+    return record;
+  });
+}
+
+var_a<TRPCRefinementDataBase*> CreateRefinementDataFromXMLN(TZxXIniReader* src) {
+  return CreateOrEmpty([src] { return CreateRefinementDataFromXMLE(src); });
+}
+
+}  // namespace SatCommonUtils
