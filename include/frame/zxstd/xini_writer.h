@@ -66,15 +66,20 @@ class ORBMATH_API TZxXIniStreamWriter : public TZxXIniWriter {
   /// Ends the document. \return false when a section is still open (it is closed first), or anything since the
   /// start could not be written.
   bool Close();
+  /// Marks the sections and items that follow with a line of the text that they were made from, counted from 1, which
+  /// a reader of the document gives back for its messages (`TZxXIniReader::GetLine`); 0 ends the marking.
+  void SetSourceLine(std::size_t line) { source_line_ = line; }
 
  protected:
   bool WriteText(const std::string& key, const std::string& text) override;
 
  private:
+  std::string OpenTag(const char* element, const std::string& name, bool escaped) const;
   void Put(const std::string& text);
 
   TZxStream* stream_;
   std::size_t depth_ = 0;
+  std::size_t source_line_ = 0;
   bool good_ = true;
   bool closed_ = false;
 };

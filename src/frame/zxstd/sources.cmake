@@ -6,6 +6,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/path.cpp
   ${CMAKE_CURRENT_LIST_DIR}/progress.cpp
   ${CMAKE_CURRENT_LIST_DIR}/projective_transform.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/quoted.cpp
   ${CMAKE_CURRENT_LIST_DIR}/stream.cpp
   ${CMAKE_CURRENT_LIST_DIR}/text.cpp
   ${CMAKE_CURRENT_LIST_DIR}/threads.cpp

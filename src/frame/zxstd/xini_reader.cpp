@@ -5,6 +5,7 @@
 
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/progress_report.h"
+#include "frame/zxstd/quoted.h"
 #include "frame/zxstd/xini_document.h"
 
 namespace SatCommonUtils {
@@ -18,12 +19,6 @@ bool Parse(const std::string& text, bool* value) { return ParseBool(text, value)
 bool Parse(const std::string& text, std::string* value) {
   *value = text;
   return true;
-}
-
-// Texts of messages stay short whatever the file holds.
-std::string Quoted(const std::string& text) {
-  constexpr std::size_t kLongest = 80;
-  return "\"" + (text.size() > kLongest ? text.substr(0, kLongest) + "..." : text) + "\"";
 }
 
 [[noreturn]] void ThrowAbsent(const TZxXIniReader& reader, const char* kind, const std::string& name) {

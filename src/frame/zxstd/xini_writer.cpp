@@ -14,12 +14,9 @@ namespace {
 
 std::string Indent(std::size_t depth) { return std::string(2 * (depth + 1), ' '); }
 
-// The opening tag of a section or an item, without its ">".
-std::string OpenTag(const char* element, const std::string& name, bool escaped) {
-  std::string tag = std::string("<") + element + " " + XIniLayout::kName + "=";
-  AppendXmlAttributeValue(escaped ? XIniLayout::EscapePercent(name) : name, &tag);
-  if (escaped) tag.append(" ").append(XIniLayout::kEscape).append("=\"").append(XIniLayout::kPercent).append("\"");
-  return tag;
+void AppendAttribute(const char* name, const std::string& value, std::string* xml) {
+  xml->append(" ").append(name).append("=");
+  AppendXmlAttributeValue(value, xml);
 }
 
 }  // namespace
@@ -65,9 +62,9 @@ bool TZxXIniWriterSection::End() {
 }
 
 TZxXIniStreamWriter::TZxXIniStreamWriter(TZxStream* stream) : stream_(stream), good_(stream != nullptr) {
-  std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<";
-  head.append(XIniLayout::kRoot).append(" ").append(XIniLayout::kVersion).append("=\"");
-  Put(head.append(std::to_string(XIniLayout::kCurrentVersion)).append("\">\n"));
+  std::string head = std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<") + XIniLayout::kRoot;
+  AppendAttribute(XIniLayout::kVersion, std::to_string(XIniLayout::kCurrentVersion), &head);
+  Put(head + ">\n");
 }
 
 TZxXIniStreamWriter::~TZxXIniStreamWriter() {
@@ -81,7 +78,7 @@ TZxXIniStreamWriter::~TZxXIniStreamWriter() {
 void TZxXIniStreamWriter::BeginSectionSE(const std::string& name) {
   if (closed_) throw TZxMessage("cannot begin section \"" + name + "\": the document is closed");
   if (depth_ >= XIniLayout::kMaxDepth) throw TZxMessage("cannot begin section \"" + name + "\": nested too deeply");
-  Put(Indent(depth_) + OpenTag(XIniLayout::kSection, name, !IsXmlText(name)) + ">\n");
+  Put(OpenTag(XIniLayout::kSection, name, !IsXmlText(name)) + "\n");
   if (!good_) throw TZxMessage("cannot begin section \"" + name + "\": the stream takes no more");
   ++depth_;
 }
@@ -96,7 +93,7 @@ bool TZxXIniStreamWriter::EndSection() {
 bool TZxXIniStreamWriter::WriteText(const std::string& key, const std::string& text) {
   if (closed_) return false;
   const bool escaped = !IsXmlText(key) || !IsXmlText(text);
-  std::string line = Indent(depth_) + OpenTag(XIniLayout::kItem, key, escaped) + ">";
+  std::string line = OpenTag(XIniLayout::kItem, key, escaped);
   AppendXmlContent(escaped ? XIniLayout::EscapePercent(text) : text, &line);
   Put(line + "</" + XIniLayout::kItem + ">\n");
   return good_;
@@ -110,6 +107,14 @@ bool TZxXIniStreamWriter::Close() {
   closed_ = true;
   good_ = good_ && all_ended;
   return good_;
+}
+
+std::string TZxXIniStreamWriter::OpenTag(const char* element, const std::string& name, bool escaped) const {
+  std::string tag = Indent(depth_) + "<" + element;
+  AppendAttribute(XIniLayout::kName, escaped ? XIniLayout::EscapePercent(name) : name, &tag);
+  if (escaped) AppendAttribute(XIniLayout::kEscape, XIniLayout::kPercent, &tag);
+  if (source_line_ != 0) AppendAttribute(XIniLayout::kLine, std::to_string(source_line_), &tag);
+  return tag + ">";
 }
 
 void TZxXIniStreamWriter::Put(const std::string& text) {
