@@ -34,19 +34,19 @@ template <class T>
   lon = x[1];
 }
 
-/// What the iteration gives. `failed`: a normal matrix was singular; `active`: ten steps did not converge.
+/// What the iteration gives. Flags: `failed`, a normal matrix was singular; `active`, ten steps did not converge.
 template <class T>
 struct TInversion {
   T latN, lonN;
   T evaluations;
-  TMask<T> active, failed;
+  T active, failed;
 };
 
 /// One normal-equation step from (latN, lonN) towards the given line and sample.
 template <class T>
 [[gnu::always_inline]] inline void InversionStep(const TEvaluationView& model, const T& lineN, const T& sampleN,
                                                  const T& latN, const T& lonN, const T& hN, T (&step)[2],
-                                                 TMask<T>& failed) {
+                                                 T& lowestPivot) {
   TPolynomials<T> q;
   EvaluatePolynomials<TVariables::LatLon>(model, latN, lonN, hN, q);
   T line, sample;
@@ -57,7 +57,7 @@ template <class T>
   TNormalEquations<2, T> equations;
   equations.Add(sampleRow, T(sampleN - sample));
   equations.Add(lineRow, T(lineN - line));
-  SolveCholesky(equations, step, failed);
+  SolveCholesky(equations, step, lowestPivot);
 }
 
 /// Normalised image point at a normalised height to normalised ground.
@@ -73,19 +73,20 @@ template <class T>
   Normalize(model, kLatitude, lat, result.latN);
   Normalize(model, kLongitude, lon, result.lonN);
   result.evaluations = T{};
-  result.failed = T{} != T{};
-  result.active = T{} == T{};
+  result.failed = T{};
+  Fill(1.0, result.active);
   for (int i = 0; i < kLargestSteps; ++i) {
     T step[2];
-    TMask<T> failed;
-    InversionStep(model, lineN, sampleN, result.latN, result.lonN, hN, step, failed);
-    result.evaluations = result.active ? T(result.evaluations + 1.0) : result.evaluations;
-    result.failed = result.failed | (result.active & failed);
+    T lowestPivot;
+    InversionStep(model, lineN, sampleN, result.latN, result.lonN, hN, step, lowestPivot);
     const T square = step[0] * step[0] + step[1] * step[1];
-    result.active = result.active & (failed == (T{} != T{})) & ((square <= kSmallestStepSquared) == (T{} != T{}));
-    if (!Any(result.active)) break;
-    result.latN = result.active ? T(result.latN + step[0]) : result.latN;
-    result.lonN = result.active ? T(result.lonN + step[1]) : result.lonN;
+    result.evaluations = result.evaluations + result.active;
+    result.failed = lowestPivot <= kSmallestPivot ? T(result.failed + result.active) : result.failed;
+    result.active = lowestPivot <= kSmallestPivot ? T{} : result.active;
+    result.active = square <= kSmallestStepSquared ? T{} : result.active;
+    if (!AnySet(result.active)) break;
+    result.latN = result.active != 0.0 ? T(result.latN + step[0]) : result.latN;
+    result.lonN = result.active != 0.0 ? T(result.lonN + step[1]) : result.lonN;
   }
 }
 

@@ -18,11 +18,25 @@ struct TEvaluationView {
 
 enum TCoordinate { kLine, kSample, kLatitude, kLongitude, kHeight };
 
-/// The four coefficients of a term as one vector.
-struct TTermVectors {
-  using TUnaligned = simd::TLanes<4>::TUnaligned;
-  const TUnaligned* first;
-  [[gnu::always_inline]] const TUnaligned& operator[](int k) const { return first[k]; }
+/// Four numbers side by side, one of each polynomial, as two vectors of the base instruction set: compilers make poor
+/// code of vectors wider than the machine's.
+struct TFourLanes {
+  using TPair = simd::TLanes<2>::TVector;
+  TPair line, samp;
+
+  [[gnu::always_inline]] friend TFourLanes operator+(const TFourLanes& a, const TFourLanes& b) {
+    return {a.line + b.line, a.samp + b.samp};
+  }
+  [[gnu::always_inline]] friend TFourLanes operator*(const TFourLanes& a, double b) { return {a.line * b, a.samp * b}; }
+};
+
+/// The coefficients by term: element k holds the four of term k.
+struct TTermRows {
+  const double* terms;
+  [[gnu::always_inline]] TFourLanes operator[](int k) const {
+    const auto* const pairs = reinterpret_cast<const simd::TLanes<2>::TUnaligned*>(terms + 4 * k);
+    return {pairs[0], pairs[1]};
+  }
 };
 
 template <class T>
@@ -65,9 +79,9 @@ template <class T, class Function>
 template <class Function>
 [[gnu::always_inline]] inline void ForEachPolynomial(const TEvaluationView& model, TFour<double>& result,
                                                      const Function& sum) {
-  simd::TLanes<4>::TVector four;
-  sum(TTermVectors{reinterpret_cast<const TTermVectors::TUnaligned*>(model.terms)}, four);
-  result = {four[0], four[1], four[2], four[3]};
+  TFourLanes four;
+  sum(TTermRows{model.terms}, four);
+  result = {four.line[0], four.line[1], four.samp[0], four.samp[1]};
 }
 
 template <TVariables Variables, class T>

@@ -5,6 +5,7 @@
 #include "rpc/longitude_turns.h"
 #include "rpc/projection_kernel.h"
 #include "rpc/rpc_model.h"
+#include "rpc/small_systems.h"
 
 namespace SatCommonUtils {
 
@@ -92,16 +93,18 @@ struct TProjectArrays {
 
   template <int Width>
   [[gnu::always_inline]] bool AnyTurn(const double* lon, std::size_t count) const {
+    using TVector = typename simd::TLanes<Width>::TVector;
     using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
     const double center = model.offset[rpc::kLongitude];
-    auto turned = (*reinterpret_cast<const TUnaligned*>(lon) + 180.0 < center);
+    TVector set;
+    rpc::Fill(1.0, set);
+    TVector turned = {};
     for (std::size_t i = 0; i < count; i += Width) {
-      const typename simd::TLanes<Width>::TVector x = *reinterpret_cast<const TUnaligned*>(lon + i);
-      turned |= (x + 180.0 < center) | (x > center + 180.0);
+      const TVector x = *reinterpret_cast<const TUnaligned*>(lon + i);
+      turned = x + 180.0 < center ? set : turned;
+      turned = x > center + 180.0 ? set : turned;
     }
-    bool any = false;
-    for (int lane = 0; lane < Width; ++lane) any = any || turned[lane] != 0;
-    return any;
+    return rpc::AnySet(turned);
   }
 
   template <int Width>

@@ -3,22 +3,26 @@
 // (`T` is a vector of doubles). They take the same operations in the same order as `Cholesky`, `Gauss` and
 // `TOverdefinedLinearSystem`, so that their bits are the same.
 //
-// A mask is what comparing two `T` gives: bool, or a vector of 64-bit integers, 0 for false.
+// A flag of each lane is a `T` of 1.0 (set) or 0.0: compilers keep such flags in vectors where they take the result of
+// a vector comparison to pieces.
 
 #include <cmath>
 
 namespace SatCommonUtils::rpc {
 
+[[gnu::always_inline]] inline bool AnySet(const double& flags) { return flags != 0.0; }
+
 template <class T>
-using TMask = decltype(T{} < T{});
+[[gnu::always_inline]] inline bool AnySet(const T& flags) {
+  double sum = 0.0;
+  for (unsigned lane = 0; lane < sizeof(T) / sizeof(double); ++lane) sum += flags[lane];
+  return sum != 0.0;
+}
 
-[[gnu::always_inline]] inline bool Any(bool mask) { return mask; }
-
-template <class Mask>
-[[gnu::always_inline]] inline bool Any(const Mask& mask) {
-  long long any = 0;
-  for (unsigned lane = 0; lane < sizeof(Mask) / sizeof(any); ++lane) any |= mask[lane];
-  return any != 0;
+/// The same number in every lane.
+template <class T>
+[[gnu::always_inline]] inline void Fill(double value, T& lanes) {
+  lanes = T{} + value;
 }
 
 [[gnu::always_inline]] inline void Sqrt(const double& x, double& root) { root = std::sqrt(x); }
@@ -49,19 +53,23 @@ struct TNormalEquations {
   }
 };
 
-/// Solves the equations by Cholesky. `failed` tells where a pivot is at most 1e-20; `x` means nothing there.
+/// A pivot of Cholesky's factorisation at or below this means that the matrix is not positive definite.
+constexpr double kSmallestPivot = 1e-20;
+
+/// Solves the equations by Cholesky. `lowestPivot` receives the lowest pivot, or 1.0 when none is below that (a NaN is
+/// not); where it is at most `kSmallestPivot` the solution has failed and `x` means nothing.
 template <int N, class T>
-[[gnu::always_inline]] inline void SolveCholesky(const TNormalEquations<N, T>& equations, T (&x)[N], TMask<T>& failed) {
-  constexpr double kSmallestPivot = 1e-20;
+[[gnu::always_inline]] inline void SolveCholesky(const TNormalEquations<N, T>& equations, T (&x)[N], T& lowestPivot) {
+  T lowest;
+  Fill(1.0, lowest);
   T u[N][N];
-  failed = T{} != T{};
   for (int i = 0; i < N; ++i) {
     for (int j = i; j < N; ++j) {
       T sum = {};
       for (int k = 0; k < i; ++k) sum = sum + u[k][i] * u[k][j];
       const T rest = equations.matrix[i][j] - sum;
       if (j == i) {
-        failed = failed | (rest <= kSmallestPivot);
+        lowest = rest < lowest ? rest : lowest;
         Sqrt(rest, u[i][i]);
       } else {
         u[i][j] = rest / u[i][i];
@@ -79,6 +87,7 @@ template <int N, class T>
     for (int k = i + 1; k < N; ++k) sum = sum + u[i][k] * x[k];
     x[i] = (y[i] - sum) / u[i][i];
   }
+  lowestPivot = lowest;
 }
 
 /// Solves a 2 x 2 system by elimination with partial pivoting; (0, 0) where it is singular.
@@ -87,20 +96,20 @@ template <class T>
   const T zero = {};
   const T upper = a[0][0] < 0.0 ? -a[0][0] : a[0][0];
   const T lower = a[1][0] < 0.0 ? -a[1][0] : a[1][0];
-  const TMask<T> exchange = lower > upper;
-  const T p0 = exchange ? a[1][0] : a[0][0];
-  const T p1 = exchange ? a[1][1] : a[0][1];
-  const T pb = exchange ? b[1] : b[0];
-  const T q0 = exchange ? a[0][0] : a[1][0];
-  const T q1 = exchange ? a[0][1] : a[1][1];
-  const T qb = exchange ? b[0] : b[1];
+  const T p0 = lower > upper ? a[1][0] : a[0][0];
+  const T p1 = lower > upper ? a[1][1] : a[0][1];
+  const T pb = lower > upper ? b[1] : b[0];
+  const T q0 = lower > upper ? a[0][0] : a[1][0];
+  const T q1 = lower > upper ? a[0][1] : a[1][1];
+  const T qb = lower > upper ? b[0] : b[1];
   const T factor = q0 / p0;
   const T r1 = q1 - factor * p1;
   const T rb = qb - factor * pb;
-  const TMask<T> singular = (p0 == 0.0) | (p0 * r1 == 0.0);
+  const T product = p0 * r1;  // but for its sign the determinant; 0.0, too, when the pivot is
   const T second = rb / r1;
-  x[0] = singular ? zero : (pb - p1 * second) / p0;
-  x[1] = singular ? zero : second;
+  const T first = (pb - p1 * second) / p0;
+  x[0] = product == 0.0 ? zero : first;
+  x[1] = product == 0.0 ? zero : second;
 }
 
 }  // namespace SatCommonUtils::rpc
