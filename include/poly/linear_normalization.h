@@ -52,6 +52,8 @@ class ORBMATH_API TLinearNormalization {
   bool Reset(TStringTree* src, int tag);
 
   /// Writes the offset at index 0 under the key "offset" and the scale at index 1 under the key "scale".
+  /// \param dst where to; a null tree takes nothing.
+  /// \param tag under which both stand.
   /// \param prefix when not null, the keys are the prefix, one blank, and the word.
   /// \return true when both were written; the scale is tried only when the offset was.
   bool WriteToTree(TStringTree* dst, int tag, const char* prefix) const;

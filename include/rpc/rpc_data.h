@@ -77,6 +77,7 @@ struct ORBMATH_API TRPCData {
 
   /// Writes the RPB form in one write. Offsets and scales keep 2 digits after the point (latitude and longitude 8),
   /// coefficients 9 significant digits.
+  /// \param dst where to; a null stream takes nothing.
   /// \param satId satellite and \param bandId band, both as they are, without escapes.
   /// \param errBias bias error and \param errRand random error, metres, 2 digits after the point.
   /// \return true when the stream took the whole text.
@@ -84,6 +85,7 @@ struct ORBMATH_API TRPCData {
                  const double& errRand) const;
   /// Writes the text form line by line, and stops at the first line that the stream does not take whole. Offsets and
   /// scales keep 2 (pixels), 8 (degrees) or 3 (metres) digits after the point, coefficients 16 significant digits.
+  /// \param dst where to; a null stream takes nothing.
   /// \param latLonUnits word behind latitudes and longitudes, "degrees" when empty.
   /// \param heightUnits word behind heights, "meters" when empty.
   bool SaveToText(TZxStream* dst, std::string latLonUnits, std::string heightUnits) const;

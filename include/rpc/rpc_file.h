@@ -81,7 +81,7 @@ struct TRPCFile {
 /// \param error may be null; says what is wrong on failure and is untouched otherwise.
 /// \return true when the file holds a complete record.
 ORBMATH_API bool ReadRPCFile(const std::string& path, TRPCFile* out, TRPCFileError* error);
-/// As `ReadRPCFile` from what is left of a stream, e.g. standard input. \param name stands for the file in `error`.
+/// As `ReadRPCFile` from what is left of a stream, e.g. standard input; `name` stands for the file in the error.
 ORBMATH_API bool ReadRPCStream(TZxStream* src, const std::string& name, TRPCFile* out, TRPCFileError* error);
 
 /// Whether the text form carries the errors of a record.
@@ -91,10 +91,14 @@ enum class TRPCTextErrors {
 };
 
 /// Writes a record, with what stands beside it, in one of the forms.
+/// \param dst where to; not owned, and a null one takes nothing.
+/// \param name stands for the file in the error.
 /// \param form RPB, text or XML; an adjusted model is more than a record, and is refused. (A model is written with its
 /// own `SaveToXML` followed by `TRPCFileExtras::SaveToXML`.)
+/// \param record has to be complete.
 /// \param extras absent identifiers are empty and absent errors 0 in the RPB form. The text form has no identifiers.
-/// \param error may be null; says on failure why, with `name` for the file, and is untouched otherwise.
+/// \param errors what the text form does with the errors; the other forms always carry them.
+/// \param error may be null; says on failure why, and is untouched otherwise.
 /// \return false, when nothing has been written: for an incomplete record, an adjusted form, and an identifier with a
 /// quotation mark or a line end for the RPB form, which could not be read again; false also when the stream does not
 /// take everything.

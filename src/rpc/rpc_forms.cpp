@@ -4,6 +4,7 @@
 
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/path.h"
+#include "frame/zxstd/quoted.h"
 
 namespace SatCommonUtils {
 
@@ -26,7 +27,8 @@ bool ReadNumber(const TZxXIniReader& src, const std::string& key, double* value,
   try {
     *value = src.ReadE<double>(index);
   } catch (const TZxMessage&) {
-    return Fail(error, src.GetLine(index), key, "has no number");
+    const std::string* const text = src.GetText(index);
+    return FailAsNumber(error, src.GetLine(index), key, text == nullptr ? std::string() : *text);
   }
   return true;
 }
@@ -48,6 +50,10 @@ bool Fail(TRPCFileError* error, std::size_t line, std::string key, std::string r
   error->key = std::move(key);
   error->reason = std::move(reason);
   return false;
+}
+
+bool FailAsNumber(TRPCFileError* error, std::size_t line, std::string key, std::string_view value) {
+  return Fail(error, line, std::move(key), value.empty() ? "has no number" : Quoted(value) + " is no number");
 }
 
 bool WriteWhole(TZxStream* dst, const std::string& text) {

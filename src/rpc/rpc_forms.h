@@ -63,6 +63,8 @@ std::optional<double> OptionalNumber(const TZxXIniReader& src, const std::string
 
 /// Notes what is wrong. \return false.
 bool Fail(TRPCFileError* error, std::size_t line, std::string key, std::string reason);
+/// Notes that a value is no number. \return false.
+bool FailAsNumber(TRPCFileError* error, std::size_t line, std::string key, std::string_view value);
 
 /// \return true when the stream, which may be null, takes the whole text.
 bool WriteWhole(TZxStream* dst, const std::string& text);

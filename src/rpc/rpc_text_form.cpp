@@ -1,6 +1,6 @@
 // The text form: one `KEY: number unit` a line.
 
-#include <utility>
+#include <algorithm>
 
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/text.h"
@@ -30,6 +30,7 @@ bool SplitLine(std::string_view line, TextLine* out) {
   out->key = line.substr(0, colon);
   out->key = out->key.substr(0, out->key.find_last_not_of(kBlanks) + 1);
   out->value = line.substr(colon + 1);
+  out->value.remove_prefix(std::min(out->value.find_first_not_of(kBlanks), out->value.size()));
   return true;
 }
 
@@ -84,6 +85,12 @@ void ReadErrorLine(const TextLine& line, TRPCFileExtras* extras) {
   }
 }
 
+bool FailAtLine(const TextLine& line, std::size_t line_number, Target target, TRPCFileError* error) {
+  const std::string key(line.key);
+  if (target == Target::Number) return FailAsNumber(error, line_number, key, line.value);
+  return Fail(error, line_number, key, "is no coefficient: they count from 1 to 20");
+}
+
 bool ReportMissing(const TRPCData& record, TRPCFileError* error) {
   for (const std::size_t i : kFileOrder) {
     const TRPCScalarField& field = RPCScalarFields()[i];
@@ -122,8 +129,7 @@ bool ReadText(std::string_view content, TRPCData* record, TRPCFileExtras* extras
       ReadErrorLine(line, extras);
     } else if (target == Target::NoSuchCoefficient || !ParseValue(line.value, number)) {
       record->Invalidate();
-      return Fail(error, line_number, std::string(line.key),
-                  target == Target::Number ? "has no number" : "is no coefficient: they count from 1 to 20");
+      return FailAtLine(line, line_number, target, error);
     }
   }
   return ReportMissing(*record, error);

@@ -24,6 +24,24 @@ inline SatCommonUtils::TRPCData CountingRecord() {
   return record;
 }
 
+/// A record whose numbers show sign, padding and overflow of every field width.
+inline SatCommonUtils::TRPCData FormatRecord() {
+  SatCommonUtils::TRPCData record = CountingRecord();
+  record.lineOffset = 3754;
+  record.sampOffset = -2322.5;
+  record.latOffset = -8.5;
+  record.longOffset = 2.2945;
+  record.heightOffset = 86;
+  record.lineScale = 3754;
+  record.sampScale = 12345678.129;
+  record.latScale = 0.0341;
+  record.longScale = 0.0322;
+  record.heightScale = -194;
+  record.lineNumCoef[0] = 1.332808717180063e-3;
+  record.sampDenCoef[19] = -7.216457909015041e-10;
+  return record;
+}
+
 /// Ninety numbers of the same bits; the message names the first that differs.
 inline ::testing::AssertionResult SameRecord(const SatCommonUtils::TRPCData& a, const SatCommonUtils::TRPCData& b) {
   for (const auto& field : SatCommonUtils::RPCScalarFields()) {
@@ -59,6 +77,21 @@ std::string Saved(const Save& save) {
   SatCommonUtils::TZxStringStream stream;
   EXPECT_TRUE(save(&stream));
   return stream.GetString();
+}
+
+/// `text` with the first `from` replaced.
+inline std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  const std::size_t place = text.find(from);
+  EXPECT_NE(place, std::string::npos) << from;
+  return text.replace(place, from.size(), to);
+}
+
+/// `text` with every `from` replaced.
+inline std::string ReplacedAll(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t place = 0; (place = text.find(from, place)) != std::string::npos; place += to.size()) {
+    text.replace(place, from.size(), to);
+  }
+  return text;
 }
 
 }  // namespace orbmath_test

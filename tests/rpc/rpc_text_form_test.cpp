@@ -14,6 +14,9 @@ namespace SatCommonUtils {
 namespace {
 
 using orbmath_test::CountingRecord;
+using orbmath_test::FormatRecord;
+using orbmath_test::Replaced;
+using orbmath_test::ReplacedAll;
 using orbmath_test::SameRecord;
 using orbmath_test::Saved;
 
@@ -24,38 +27,6 @@ std::string TextOf(const TRPCData& record) {
 bool ReadText(const std::string& text, TRPCData* record) {
   TZxStringStream stream(text);
   return record->InitializeFromText(&stream);
-}
-
-// `text` with the first `from` replaced.
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-  const std::size_t place = text.find(from);
-  EXPECT_NE(place, std::string::npos) << from;
-  return text.replace(place, from.size(), to);
-}
-
-std::string ReplacedAll(std::string text, const std::string& from, const std::string& to) {
-  for (std::size_t place = 0; (place = text.find(from, place)) != std::string::npos; place += to.size()) {
-    text.replace(place, from.size(), to);
-  }
-  return text;
-}
-
-// A record whose numbers show sign, padding and overflow of every field width.
-TRPCData FormatRecord() {
-  TRPCData record = CountingRecord();
-  record.lineOffset = 3754;
-  record.sampOffset = -2322.5;
-  record.latOffset = -8.5;
-  record.longOffset = 2.2945;
-  record.heightOffset = 86;
-  record.lineScale = 3754;
-  record.sampScale = 12345678.129;
-  record.latScale = 0.0341;
-  record.longScale = 0.0322;
-  record.heightScale = -194;
-  record.lineNumCoef[0] = 1.332808717180063e-3;
-  record.sampDenCoef[19] = -7.216457909015041e-10;
-  return record;
 }
 
 TEST(RPCTextForm, WritesTheseBytes) {
