@@ -7,6 +7,8 @@
 
 #include <cstddef>
 
+#include "linalg/aligned_buffer.h"
+
 namespace SatCommonUtils::kernels {
 
 using TConstRows = const double* const*;
@@ -25,9 +27,6 @@ double Dot(const double* a, const double* b, std::size_t n);
 /// y(i) = Σ a(i, k)·x(k), k below `columns`, for the rows of `range`.
 void MatrixByVector(TConstRows a, std::size_t columns, TRange range, const double* x, double* y);
 
-/// y(j) = Σ a(k, j)·x(k), k below `rows`, for the columns j of `range`.
-void TransposedByVector(TConstRows a, std::size_t rows, TRange range, const double* x, double* y);
-
 /// One factor of a product: a matrix read as element (k, i), where k is the index of the sum.
 struct TFactor {
   TConstRows rows;
@@ -37,35 +36,62 @@ struct TFactor {
   const double* weights = nullptr;
 };
 
-/// What happens to a product of two elements before it joins the sum.
+/// What happens to a product of two elements before it joins its sum.
 enum class TTerm {
-  Plain,   ///< x·y
-  Times,   ///< (x·y)·w(k)
-  Divided  ///< (x·y)/w(k), a true division
+  Plain,       ///< sum + x·y
+  Subtracted,  ///< sum − x·y; in eliminations
+  Times,       ///< sum + (x·y)·w(k)
+  Divided      ///< sum + (x·y)/w(k), a true division
 };
 
-/// y(i) = Σ a(k, i)·x(k), k below `inner`, with the same choice of terms as in a normal product, for i below `columns`.
-void FactorByVector(const TFactor& a, TTerm term, const double* weights, std::size_t inner, std::size_t columns,
-                    const double* x, double* y);
-
-/// c(i, j) = Σ x(k, i)·y(k, j), k below `inner`, for the rows i of `range` and all j below `columns`.
-void Multiply(const TFactor& x, const TFactor& y, std::size_t inner, std::size_t columns, TRange range, TRows c);
-
-/// A square product of which one triangle is computed.
-struct TNormalProduct {
+/// Σ x(k, i)·y(k, j) over k, a matrix of `rows` x `columns`.
+struct TProduct {
   TFactor x;
   TFactor y;
+  std::size_t inner;    ///< Terms of each sum.
+  std::size_t rows;     ///< Rows of the result.
+  std::size_t columns;  ///< Columns of the result.
   TTerm term = TTerm::Plain;
-  const double* weights = nullptr;  ///< w of the term, unless it is plain.
-  std::size_t inner = 0;            ///< Terms of each sum.
-  std::size_t size = 0;             ///< Rows and columns of the result.
+  const double* weights = nullptr;  ///< w of the term, if it has one.
 };
 
-/// c(i, j) of a normal product for the rows i of `range` and j from i on.
-void MultiplyUpper(const TNormalProduct& product, TRange range, TRows c);
+/// Memory for one thread's part of a product.
+class TWorkspace {
+ public:
+  explicit TWorkspace(const TProduct& product);
+
+  double* GetY() const { return buffer_.Get(); }
+  double* GetX() const { return buffer_.Get() + x_offset_; }
+
+ private:
+  TWorkspace(std::size_t y_size, std::size_t x_size);
+
+  TAlignedBuffer buffer_;
+  std::size_t x_offset_;
+};
+
+/// The rows of `range` of a product.
+void Multiply(const TProduct& product, TRange range, TRows c, const TWorkspace& workspace);
+
+/// One of several threads that share a product.
+struct TShare {
+  std::size_t thread = 0;
+  std::size_t threads = 1;
+};
+
+/// The part of a square product from the diagonal on that falls to one thread. Elements near and below the diagonal
+/// are overwritten as well; `MirrorUpper` gives them their values once every part is done.
+void MultiplyUpper(const TProduct& product, TShare share, TRows c, const TWorkspace& workspace);
 
 /// c(i, j) = c(j, i) for the rows i of `range` and j below i.
 void MirrorUpper(TRange range, TRows c);
+
+/// The whole of a product of which the part below the diagonal mirrors the part above.
+void MultiplySymmetric(const TProduct& product, TRows c);
+
+/// y(i) = Σ x(k, i)·v(k), k below `inner`, with the terms of a product with the column v.
+void FactorByVector(const TFactor& x, TTerm term, const double* weights, TRange range, std::size_t inner,
+                    const double* v, double* y);
 
 /// Factors the upper triangle of `a` into `u` (n x n), a = uᵀ·u, with zeros below the diagonal.
 /// \param poll null, or called after each row; a non-zero result ends the work.

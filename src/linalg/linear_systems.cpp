@@ -49,11 +49,9 @@ void TOverdefinedLinearSystem::Solution(TVector& x) const {
   const std::vector<const double*> a = RowPointers(design_);
   const kernels::TFactor weighted{a.data(), false, weights_.GetData()};
   TMatrix normal(n, n);
-  const std::vector<double*> rows = RowPointers(&normal);
-  kernels::MultiplyUpper({weighted, {a.data()}, kernels::TTerm::Plain, nullptr, m, n}, {0, n}, rows.data());
-  kernels::MirrorUpper({0, n}, rows.data());
+  kernels::MultiplySymmetric({weighted, {a.data()}, m, n, n}, RowPointers(&normal).data());
   TVector right_side(n);
-  kernels::FactorByVector(weighted, kernels::TTerm::Plain, nullptr, m, n, observations_.GetData(),
+  kernels::FactorByVector(weighted, kernels::TTerm::Plain, nullptr, {0, n}, m, observations_.GetData(),
                           right_side.GetData());
   x.Reset(n);
   if (!Cholesky(normal, right_side, x)) Gauss(normal, right_side, x);
@@ -62,10 +60,9 @@ void TOverdefinedLinearSystem::Solution(TVector& x) const {
 bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n, std::size_t m, int (*poll)(void)) {
   const kernels::TTerm term = w == nullptr ? kernels::TTerm::Plain : kernels::TTerm::Times;
   const WorkMatrix normal(n, n);
-  kernels::MultiplyUpper({{A}, {A}, term, w, m, n}, {0, n}, normal.GetRows());
-  kernels::MirrorUpper({0, n}, normal.GetRows());
+  kernels::MultiplySymmetric({{A}, {A}, m, n, n, term, w}, normal.GetRows());
   std::vector<double> right_side(n);
-  kernels::FactorByVector({A}, term, w, m, n, l, right_side.data());
+  kernels::FactorByVector({A}, term, w, {0, n}, m, l, right_side.data());
   if (poll != nullptr) {
     for (std::size_t i = 0; i < n; ++i) {
       if (poll() != 0) return false;

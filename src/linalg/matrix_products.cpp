@@ -24,7 +24,8 @@ void MatrixMultiplication(const TMatrix& a, const TMatrix& b, TMatrix* c, int (*
   const std::vector<const double*> a_rows = RowPointers(a);
   const std::vector<const double*> b_rows = RowPointers(b);
   const std::vector<double*> rows = RowPointers(&product);
-  kernels::Multiply({a_rows.data(), true}, {b_rows.data()}, inner, b.GetWidth(), {0, a.GetHeight()}, rows.data());
+  const kernels::TProduct task{{a_rows.data(), true}, {b_rows.data()}, inner, a.GetHeight(), b.GetWidth()};
+  kernels::Multiply(task, {0, a.GetHeight()}, rows.data(), kernels::TWorkspace(task));
   *c = std::move(product);
   for (std::size_t i = 0; i < c->GetHeight(); ++i) poll();
 }
@@ -45,7 +46,8 @@ TVector operator*(const TMatrix& m, const TVector& v) {
 TVector operator*(const TVector& v, const TMatrix& m) {
   TVector result(m.GetWidth());
   const std::vector<const double*> rows = RowPointers(m);
-  kernels::TransposedByVector(rows.data(), v.GetSize(), {0, m.GetWidth()}, v.GetData(), result.GetData());
+  kernels::FactorByVector({rows.data()}, kernels::TTerm::Plain, nullptr, {0, m.GetWidth()}, v.GetSize(), v.GetData(),
+                          result.GetData());
   return result;
 }
 

@@ -18,9 +18,7 @@ bool NormalEquationsMatrix(const TMatrix& A, const TVector& w, TMatrix* N) {
   const std::vector<double*> rows = RowPointers(&normal);
   // The element below the diagonal is (A(k, i)·w(k))·A(k, j) with i > j: seen from the upper triangle the weight
   // goes to the second factor.
-  kernels::MultiplyUpper({{a.data()}, {a.data(), false, w.GetData()}, kernels::TTerm::Plain, nullptr, m, n}, {0, n},
-                         rows.data());
-  kernels::MirrorUpper({0, n}, rows.data());
+  kernels::MultiplySymmetric({{a.data()}, {a.data(), false, w.GetData()}, m, n, n}, rows.data());
   *N = std::move(normal);
   return true;
 }
@@ -34,7 +32,8 @@ bool NormalEquationsSubMatrix(const TMatrix& A, const TVector& w, const TMatrix&
   const std::vector<const double*> a = RowPointers(A);
   const std::vector<const double*> b = RowPointers(B);
   const std::vector<double*> rows = RowPointers(&normal);
-  kernels::Multiply({a.data(), false, w.GetData()}, {b.data()}, m, p, {0, n}, rows.data());
+  const kernels::TProduct task{{a.data(), false, w.GetData()}, {b.data()}, m, n, p};
+  kernels::Multiply(task, {0, n}, rows.data(), kernels::TWorkspace(task));
   *N = std::move(normal);
   return true;
 }
@@ -47,7 +46,8 @@ bool NormalEquationsFreeTerm(const TMatrix& A, const TVector& w, const TVector& 
   for (std::size_t k = 0; k < m; ++k) weighted[k] = w(k) * l(k);
   TVector free_term(n);
   const std::vector<const double*> a = RowPointers(A);
-  kernels::TransposedByVector(a.data(), m, {0, n}, weighted.GetData(), free_term.GetData());
+  kernels::FactorByVector({a.data()}, kernels::TTerm::Plain, nullptr, {0, n}, m, weighted.GetData(),
+                          free_term.GetData());
   *b = std::move(free_term);
   return true;
 }

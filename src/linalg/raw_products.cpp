@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
 
 #include "frame/zxstd/threads.h"
 #include "linalg/kernels.h"
@@ -13,56 +14,91 @@ namespace SatCommonUtils {
 
 namespace {
 
+using kernels::TProduct;
 using kernels::TRange;
+using kernels::TWorkspace;
+
+// A thread makes so many rows before it polls for them: enough that packing the other factor again does not matter.
+constexpr std::size_t kRowsBetweenPolls = 192;
 
 // The run of `count` rows that a static schedule gives to one thread of a team.
-TRange StaticShare(std::size_t count, int thread, int threads) {
-  const auto t = static_cast<std::size_t>(thread);
-  const auto team = static_cast<std::size_t>(threads);
-  const std::size_t chunk = count / team;
-  const std::size_t longer = count % team;  // the first threads take one row more
-  const std::size_t first = t * chunk + std::min(t, longer);
-  return {first, first + chunk + (t < longer ? 1 : 0)};
+TRange StaticShare(std::size_t count, std::size_t thread, std::size_t threads) {
+  const std::size_t chunk = count / threads;
+  const std::size_t longer = count % threads;  // the first threads take one row more
+  const std::size_t first = thread * chunk + std::min(thread, longer);
+  return {first, first + chunk + (thread < longer ? 1 : 0)};
 }
 
-// Runs `make(range)` on the rows of the result, shared out over the team, and polls once for each row.
-template <class Make>
-void ForRowsInParallel(std::size_t rows, int (*poll)(void), const Make& make) {
+// Runs `work(thread, threads)` on a team of as many threads as the library may use.
+template <class Work>
+void OnTeam(std::size_t threads, const Work& work) {
   omp_set_dynamic(0);
-#pragma omp parallel num_threads(ZxGetThreadsCount())
-  {
-    const TRange share = StaticShare(rows, omp_get_thread_num(), omp_get_num_threads());
+#pragma omp parallel num_threads(static_cast <int>(threads))
+  work(static_cast<std::size_t>(omp_get_thread_num()), static_cast<std::size_t>(omp_get_num_threads()));
+}
+
+std::size_t TeamSize() { return static_cast<std::size_t>(ZxGetThreadsCount()); }
+
+// Makes the elements of a vector and polls for each.
+template <class Make>
+void VectorOnTeam(std::size_t size, int (*poll)(void), const Make& make) {
+  OnTeam(TeamSize(), [&](std::size_t thread, std::size_t threads) {
+    const TRange share = StaticShare(size, thread, threads);
     make(share);
     for (std::size_t i = share.first; i < share.last; ++i) poll();
-  }
+  });
 }
 
-void SquareInParallel(const kernels::TNormalProduct& product, double** c, int (*poll)(void)) {
-  omp_set_dynamic(0);
-#pragma omp parallel num_threads(ZxGetThreadsCount())
-  {
-    const TRange share = StaticShare(product.size, omp_get_thread_num(), omp_get_num_threads());
-    kernels::MultiplyUpper(product, share, c);
+// Memory for every thread, taken where a failure can still be thrown.
+std::vector<TWorkspace> Workspaces(const TProduct& product, std::size_t threads) {
+  std::vector<TWorkspace> workspaces;
+  workspaces.reserve(threads);
+  for (std::size_t i = 0; i < threads; ++i) workspaces.emplace_back(product);
+  return workspaces;
+}
+
+void MultiplyOnTeam(const TProduct& product, double** c, int (*poll)(void)) {
+  const std::size_t team = TeamSize();
+  const std::vector<TWorkspace> workspaces = Workspaces(product, team);
+  OnTeam(team, [&](std::size_t thread, std::size_t threads) {
+    const TRange share = StaticShare(product.rows, thread, threads);
+    for (std::size_t first = share.first; first < share.last; first += kRowsBetweenPolls) {
+      const TRange rows{first, std::min(first + kRowsBetweenPolls, share.last)};
+      kernels::Multiply(product, rows, c, workspaces[thread]);
+      for (std::size_t i = rows.first; i < rows.last; ++i) poll();
+    }
+  });
+}
+
+// Half of the elements mirror the other half, bit for bit. The threads share the upper ones evenly; after the barrier
+// each thread completes its rows.
+void SquareOnTeam(const TProduct& product, double** c, int (*poll)(void)) {
+  const std::size_t team = TeamSize();
+  const std::vector<TWorkspace> workspaces = Workspaces(product, team);
+  OnTeam(team, [&](std::size_t thread, std::size_t threads) {
+    kernels::MultiplyUpper(product, {thread, threads}, c, workspaces[thread]);
 #pragma omp barrier
+    const TRange share = StaticShare(product.rows, thread, threads);
     kernels::MirrorUpper(share, c);
     for (std::size_t i = share.first; i < share.last; ++i) poll();
-  }
+  });
 }
 
 }  // namespace
 
 void MatrixByVector(double** A, std::size_t columns, std::size_t rows, double* x, double* y, int (*poll)(void)) {
-  ForRowsInParallel(rows, poll, [&](TRange range) { kernels::MatrixByVector(A, columns, range, x, y); });
+  VectorOnTeam(rows, poll, [&](TRange range) { kernels::MatrixByVector(A, columns, range, x, y); });
 }
 
 bool MatrixTByVector(double** A, std::size_t columns, std::size_t rows, double* x, double* y, int (*poll)(void)) {
-  ForRowsInParallel(columns, poll, [&](TRange range) { kernels::TransposedByVector(A, rows, range, x, y); });
+  VectorOnTeam(columns, poll,
+               [&](TRange range) { kernels::FactorByVector({A}, kernels::TTerm::Plain, nullptr, range, rows, x, y); });
   return true;
 }
 
 void CalculateNormalMatrix(double** A, std::size_t rows, std::size_t columns, double* w, double** N,
                            int (*poll)(void)) {
-  SquareInParallel({{A}, {A}, kernels::TTerm::Divided, w, rows, columns}, N, poll);
+  SquareOnTeam({{A}, {A}, rows, columns, columns, kernels::TTerm::Divided, w}, N, poll);
 }
 
 bool CalculateNormalMatrix(double** A, std::size_t rows, std::size_t columns, double** N, int (*poll)(void)) {
@@ -70,25 +106,23 @@ bool CalculateNormalMatrix(double** A, std::size_t rows, std::size_t columns, do
 }
 
 bool MultiplyATbyA(double** A, std::size_t rows, std::size_t columns, double** C, int (*poll)(void)) {
-  SquareInParallel({{A}, {A}, kernels::TTerm::Plain, nullptr, rows, columns}, C, poll);
+  SquareOnTeam({{A}, {A}, rows, columns, columns}, C, poll);
   return true;
 }
 
 void MultiplyATbyB(double** A, std::size_t rows, std::size_t columns, double** B, std::size_t b_columns, double** C,
                    int (*poll)(void)) {
-  ForRowsInParallel(columns, poll, [&](TRange range) { kernels::Multiply({A}, {B}, rows, b_columns, range, C); });
+  MultiplyOnTeam({{A}, {B}, rows, columns, b_columns}, C, poll);
 }
 
 void MultiplyAbyBT(double** A, std::size_t rows, std::size_t columns, double** B, std::size_t b_rows, double** C,
                    int (*poll)(void)) {
-  ForRowsInParallel(rows, poll, [&](TRange range) {
-    kernels::Multiply({A, true}, {B, true}, columns, b_rows, range, C);
-  });
+  MultiplyOnTeam({{A, true}, {B, true}, columns, rows, b_rows}, C, poll);
 }
 
 void MatrixMultiplication(double** A, std::size_t rows, std::size_t columns, double** B, std::size_t b_columns,
                           double** C, int (*poll)(void)) {
-  ForRowsInParallel(rows, poll, [&](TRange range) { kernels::Multiply({A, true}, {B}, columns, b_columns, range, C); });
+  MultiplyOnTeam({{A, true}, {B}, columns, rows, b_columns}, C, poll);
 }
 
 }  // namespace SatCommonUtils

@@ -3,6 +3,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/kernels_cholesky.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_elimination.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_products.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/kernels_vectors.cpp
   ${CMAKE_CURRENT_LIST_DIR}/linear_systems.cpp
   ${CMAKE_CURRENT_LIST_DIR}/matrix.cpp
   ${CMAKE_CURRENT_LIST_DIR}/matrix_products.cpp
