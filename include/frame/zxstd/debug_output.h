@@ -9,7 +9,8 @@
 
 namespace SatCommonUtils {
 
-/// Receives one debug message at a time, exactly as it was printed.
+/// Receives a debug message, exactly as it was printed, on the thread that prints it: threads that print at the same
+/// time call it at the same time.
 using TZxDebugSink = std::function<void(const std::string&)>;
 
 /// Sends one message to the debug output: to the sink when one is set; otherwise, when the environment

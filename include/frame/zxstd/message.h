@@ -17,6 +17,10 @@ class ORBMATH_API TZxMessage : public std::exception {
   explicit TZxMessage(const char* text);
   /// \param text the message.
   explicit TZxMessage(std::string text);
+  /// Copying leaves the source as it is; there is no moving, so a message never loses its text.
+  TZxMessage(const TZxMessage&) noexcept = default;
+  TZxMessage& operator=(const TZxMessage&) noexcept = default;
+  ~TZxMessage() override;
 
   /// The message, valid as long as any copy of this exception lives.
   const char* what() const noexcept override;

@@ -24,6 +24,8 @@ class ORBMATH_API TZxStream {
   virtual std::size_t Write(const void* buffer, std::size_t count) = 0;
   /// Reads up to `count` bytes. \return the number of bytes read; 0 at the end or on failure.
   virtual std::size_t Read(void* buffer, std::size_t count) = 0;
+  /// True when a read ended for another reason than the end of the data. Here never.
+  virtual bool ReadFailed() const;
 };
 
 /// What a file is opened for.
@@ -33,7 +35,7 @@ enum class TZxOpenMode {
   Append,  ///< A new or an existing file; writes go to its end.
 };
 
-/// What other openers may do meanwhile. Honoured where the system has such locks, otherwise ignored.
+/// What other openers may do meanwhile. POSIX systems have no such locks: there it is ignored.
 enum class TZxShareMode { None, Read, ReadWrite };
 
 /// A file on disk. Closed by the destructor; a writer that wants to know that every byte arrived calls `Close`.
@@ -50,6 +52,7 @@ class ORBMATH_API TZxFileStream : public TZxStream {
 
   std::size_t Write(const void* buffer, std::size_t count) override;
   std::size_t Read(void* buffer, std::size_t count) override;
+  bool ReadFailed() const override;
 
  private:
   std::FILE* file_ = nullptr;
@@ -74,7 +77,7 @@ class ORBMATH_API TZxStringStream : public TZxStream {
   std::size_t position_ = 0;
 };
 
-/// Reads everything that is left of `stream`. \return false when the stream is null or longer than `limit`
+/// Reads everything that is left of `stream`. \return false when the stream is null, fails, or is longer than `limit`
 /// bytes; `text` then holds what was read so far.
 ORBMATH_API bool ZxReadAll(TZxStream* stream, std::string* text, std::size_t limit = SIZE_MAX);
 

@@ -223,7 +223,7 @@ std::string_view WithoutByteOrderMark(std::string_view text) {
 bool PVLtoXML(TZxStream* in, TZxStream* out, TPVLError* error) {
   try {
     std::string pvl;
-    if (!ZxReadAll(in, &pvl) || out == nullptr) throw PvlFault{0, "there is no stream"};
+    if (out == nullptr || !ZxReadAll(in, &pvl)) throw PvlFault{0, "the stream cannot be read"};
     TZxStringStream xml;
     TZxXIniStreamWriter writer(&xml);
     PvlConverter(WithoutByteOrderMark(pvl), &writer).Convert();

@@ -14,9 +14,10 @@ struct DebugState {
   TZxDebugSink sink;
 };
 
+// Never destroyed: a host's static objects may print while they go.
 DebugState& State() {
-  static DebugState state;
-  return state;
+  static DebugState* const state = new DebugState;
+  return *state;
 }
 
 bool StandardErrorWanted() {

@@ -8,6 +8,8 @@ TZxMessage::TZxMessage(const char* text) : TZxMessage(std::string(text == nullpt
 
 TZxMessage::TZxMessage(std::string text) : text_(std::make_shared<const std::string>(std::move(text))) {}
 
+TZxMessage::~TZxMessage() = default;
+
 const char* TZxMessage::what() const noexcept { return text_->c_str(); }
 
 const std::string& TZxMessage::GetText() const noexcept { return *text_; }

@@ -1,25 +1,42 @@
 #include "frame/zxstd/stream.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace SatCommonUtils {
 
+namespace {
+
+std::FILE* OpenFile(const std::filesystem::path& path, const char* mode) {
+#if defined(_WIN32)
+  return _wfopen(path.c_str(), std::wstring(mode, mode + std::strlen(mode)).c_str());
+#else
+  return std::fopen(path.c_str(), mode);
+#endif
+}
+
+}  // namespace
+
 TZxStream::~TZxStream() = default;
+
+bool TZxStream::ReadFailed() const { return false; }
 
 TZxFileStream::~TZxFileStream() { Close(); }
 
 bool TZxFileStream::Open(const TZxPath& path, TZxOpenMode mode, TZxShareMode /*share*/) {
   Close();
   failed_ = false;
+  // The system would take a NUL for the end of the name, and so open another file.
+  if (path.GetText().find('\0') != std::string::npos) return false;
+  const std::filesystem::path system_path = std::filesystem::u8path(path.GetText());
   // fopen takes a directory for reading on POSIX systems and fails only at the first read.
-  struct stat status {};
-  if (stat(path.GetText().c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return false;
+  std::error_code ignored;
+  if (std::filesystem::is_directory(system_path, ignored)) return false;
   const char* const mode_text = mode == TZxOpenMode::Read ? "rb" : mode == TZxOpenMode::Write ? "wb" : "ab";
-  file_ = std::fopen(path.GetText().c_str(), mode_text);
+  file_ = OpenFile(system_path, mode_text);
   return file_ != nullptr;
 }
 
@@ -39,6 +56,8 @@ std::size_t TZxFileStream::Write(const void* buffer, std::size_t count) {
 std::size_t TZxFileStream::Read(void* buffer, std::size_t count) {
   return file_ == nullptr ? 0 : std::fread(buffer, 1, count, file_);
 }
+
+bool TZxFileStream::ReadFailed() const { return file_ == nullptr || std::ferror(file_) != 0; }
 
 TZxStringStream::TZxStringStream(std::string text) : text_(std::move(text)) {}
 
@@ -60,7 +79,7 @@ bool ZxReadAll(TZxStream* stream, std::string* text, std::size_t limit) {
   char block[65536];
   for (;;) {
     const std::size_t count = stream->Read(block, sizeof block);
-    if (count == 0) return true;
+    if (count == 0) return !stream->ReadFailed();
     if (count > limit - text->size()) return false;
     text->append(block, count);
   }

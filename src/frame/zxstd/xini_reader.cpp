@@ -144,7 +144,7 @@ bool TZxXIniSection::Leave() {
 
 TZxXIniStreamReader::TZxXIniStreamReader(TZxStream* stream, int /*flag*/, TZxProgressHandler* progress) {
   std::string xml;
-  if (!ZxReadAll(stream, &xml)) throw TZxMessage("there is no stream to read");
+  if (!ZxReadAll(stream, &xml)) throw TZxMessage("the stream cannot be read");
   ReportProgressE(progress, 0.5);
   document_ = std::make_unique<XIniDocument>(xml);
   ReportProgressE(progress, 1.0);

@@ -5,6 +5,7 @@
 
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"
+#include "frame/zxstd/quoted.h"
 #include "frame/zxstd/xini_layout.h"
 #include "frame/zxstd/xml_text.h"
 
@@ -45,7 +46,8 @@ bool TZxXIniWriter::WriteS(const std::string& key, const std::string& value) {
 }
 
 TZxXIniWriterSection::TZxXIniWriterSection(TZxXIniWriter* writer, const std::string& name) : writer_(writer) {
-  writer_->BeginSectionSE(name);
+  if (writer == nullptr) throw TZxMessage("there is no writer for section " + Quoted(name));
+  writer->BeginSectionSE(name);
 }
 
 TZxXIniWriterSection::~TZxXIniWriterSection() {
@@ -76,10 +78,13 @@ TZxXIniStreamWriter::~TZxXIniStreamWriter() {
 }
 
 void TZxXIniStreamWriter::BeginSectionSE(const std::string& name) {
-  if (closed_) throw TZxMessage("cannot begin section \"" + name + "\": the document is closed");
-  if (depth_ >= XIniLayout::kMaxDepth) throw TZxMessage("cannot begin section \"" + name + "\": nested too deeply");
+  const auto refuse = [&](const char* cause) {
+    throw TZxMessage("cannot begin section " + Quoted(name) + ": " + cause);
+  };
+  if (closed_) refuse("the document is closed");
+  if (depth_ >= XIniLayout::kMaxDepth) refuse("it is nested too deeply");
   Put(OpenTag(XIniLayout::kSection, name, !IsXmlText(name)) + "\n");
-  if (!good_) throw TZxMessage("cannot begin section \"" + name + "\": the stream takes no more");
+  if (!good_) refuse("the stream takes no more");
   ++depth_;
 }
 

@@ -92,7 +92,7 @@ bool AppendTree(const TZxXmlTagItem& root, std::string* xml) {
 
 var_a<TZxXmlTagItem*> ZxReadXmlE(TZxStream* stream, int /*flag*/, TZxProgressHandler* progress) {
   std::string text;
-  if (!ZxReadAll(stream, &text)) throw TZxMessage("there is no stream to read");
+  if (!ZxReadAll(stream, &text)) throw TZxMessage("the stream cannot be read");
   ReportProgressE(progress, 0.5);
   var_a<TZxXmlTagItem*> tree = BuildTree(ParsedXml(text, pugi::parse_default | pugi::parse_ws_pcdata));
   ReportProgressE(progress, 1.0);

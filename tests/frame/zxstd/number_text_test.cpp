@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -12,6 +11,7 @@
 
 #include "frame/sat_data_container/numbers.h"
 #include "support/bits.h"
+#include "support/comma_locale.h"
 #include "support/random.h"
 
 namespace SatCommonUtils {
@@ -104,20 +104,15 @@ TEST(ParseInt, RefusesWhatDoesNotFit) {
   EXPECT_EQ(size, std::numeric_limits<unsigned long long>::max());
 }
 
-// A host may have set a locale with a decimal comma. Such a locale need not be installed, in which case the process's
-// locale stays and the test says less.
-TEST(NumberText, IgnoresTheLocale) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
-  for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "ru_RU.UTF-8"}) {
-    if (std::setlocale(LC_ALL, name) != nullptr) break;
-  }
+TEST(NumberText, DecimalCommaOfTheProcessPlaysNoPart) {
+  const orbmath_test::CommaLocale locale;
+  if (!locale) GTEST_SKIP() << "no locale with a decimal comma is installed";
   double value = kPoison;
   EXPECT_EQ(FormatDouble(1.5), "1.5");
   EXPECT_TRUE(ParseDouble("1.5", &value));
   EXPECT_TRUE(ParseDouble("1.5e-400", &value));
   EXPECT_EQ(value, 0.0);
   EXPECT_FALSE(ParseDouble("1,5", &value));
-  std::setlocale(LC_ALL, before.c_str());
 }
 
 TEST(SplitStringIntoDoubles, CountsMoreThanItStores) {
