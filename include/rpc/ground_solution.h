@@ -55,10 +55,11 @@ struct TGroundIntersection : TGroundSolution {
 
 /// Image to ground at a known height, never silently wrong.
 ///
-/// Runs the model's own `CalculateLatLon`. When that does not converge, or its result does not project back within
-/// 1e-6 pixels, runs damped Gauss-Newton steps through the virtual projection, first from the model's centre, then from
-/// the best points of grids that shrink towards the centre; of the roots found, the first within the model's ground
-/// range wins.
+/// Runs the model's own `CalculateLatLon`. When that does not converge, its result does not project back within 1e-5
+/// pixels, or lies more than half the model's extent outside of it, damped steps (Levenberg-Marquardt) through the
+/// virtual projection follow: from the plain iteration's result, from the model's centre, then from the best points of
+/// grids that shrink towards the centre. Of what they find, the first root within the model's ground range is taken;
+/// without one, the plain result stays. Converged means: projects back within 1e-5 pixels.
 /// \param line, sample pixels. \param h metres.
 ORBMATH_API TGroundSolution SolveLatLon(const TRPC& model, double line, double sample, double h);
 

@@ -105,7 +105,7 @@ bool TRPC::CalculateLatLonNormalized(const double& lineN, const double& sampleN,
   rpc::InvertNormalized(View(), {f.lineNum, f.lineDenom, f.sampleNum, f.sampleDenom}, lineN, sampleN, hN, result);
   *latN = result.latN;
   *lonN = result.lonN;
-  return !result.failed;
+  return result.failed == 0.0;
 }
 
 bool TRPC::CalculateLatLon(const double& line, const double& sample, const double& h, double* lat, double* lon) const {

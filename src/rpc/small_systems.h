@@ -6,7 +6,10 @@
 // A flag of each lane is a `T` of 1.0 (set) or 0.0: compilers keep such flags in vectors where they take the result of
 // a vector comparison to pieces.
 
+#include <algorithm>
 #include <cmath>
+
+#include "linalg/kernels.h"
 
 namespace SatCommonUtils::rpc {
 
@@ -88,6 +91,25 @@ template <int N, class T>
     x[i] = (y[i] - sum) / u[i][i];
   }
   lowestPivot = lowest;
+}
+
+/// Solves the equations as `TOverdefinedLinearSystem` does: by Cholesky, or by elimination when that fails. Zeros when
+/// they are singular.
+template <int N>
+void SolveLeastSquares(const TNormalEquations<N, double>& equations, double (&x)[N]) {
+  double lowestPivot;
+  SolveCholesky(equations, x, lowestPivot);
+  if (!(lowestPivot <= kSmallestPivot)) return;
+  double full[N][N];
+  double right[N];
+  double* rows[N];
+  for (int i = 0; i < N; ++i) {
+    for (int j = 0; j < N; ++j) full[i][j] = equations.matrix[std::min(i, j)][std::max(i, j)];
+    rows[i] = full[i];
+    right[i] = equations.right[i];
+    x[i] = 0.0;
+  }
+  kernels::Gauss(rows, right, x, N, nullptr, kernels::TLeftColumns::Skip);
 }
 
 /// Solves a 2 x 2 system by elimination with partial pivoting; (0, 0) where it is singular.

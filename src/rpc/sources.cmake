@@ -1,5 +1,8 @@
 target_sources(Orbmath PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/ground_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_state.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/image_to_ground.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_approximation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_compare.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_data.cpp
@@ -12,5 +15,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_rpb_form.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_text_form.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/rpc_two_images.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_xml_form.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/solution_flags.cpp
 )

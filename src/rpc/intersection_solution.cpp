@@ -1,0 +1,156 @@
+// Ground points from several images, with their status, residuals and covariance.
+
+#include <cmath>
+#include <limits>
+
+#include "rpc/damped_steps.h"
+#include "rpc/ground_solution.h"
+#include "rpc/intersection_solver.h"
+#include "rpc/solution_flags.h"
+
+namespace SatCommonUtils {
+
+namespace {
+
+using rpc::THeight;
+using rpc::THeightInput;
+using TItems = std::vector<TRPCCoordsDataItem>;
+
+constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+
+/// Steps that rounding alone can cause: degrees, degrees, metres.
+constexpr double kRounding[3] = {1e-9, 1e-9, 1e-4};
+
+/// Root mean square of line and sample residuals over the images.
+double FillResiduals(const TItems& items, TGroundIntersection* solution) {
+  double sum = 0.0;
+  solution->residuals.clear();
+  for (const TRPCCoordsDataItem& item : items) {
+    double line, sample;
+    item.model->CalculateLineSample(solution->lat, solution->lon, solution->h, &line, &sample, nullptr, nullptr);
+    const TImageResidual residual = {item.line - line, item.sample - sample};
+    solution->residuals.push_back(residual);
+    sum += residual.line * residual.line + residual.sample * residual.sample;
+  }
+  return std::sqrt(sum / static_cast<double>(items.size()));
+}
+
+/// The inverse of the normal matrix at the solution. \return false when it is singular.
+template <THeight Height>
+bool FillCovariance(const TItems& items, const THeightInput& height, TGroundIntersection* solution) {
+  constexpr int N = rpc::kUnknowns<Height>;
+  const double ground[3] = {solution->lat, solution->lon, solution->h};
+  rpc::TLinearized<Height> here;
+  rpc::Linearize<Height>({items.data(), items.size(), height}, ground, &here);
+  for (int column = 0; column < N; ++column) {
+    for (int row = 0; row < N; ++row) here.equations.right[row] = row == column ? 1.0 : 0.0;
+    double inverse[N];
+    double lowestPivot;
+    rpc::SolveCholesky(here.equations, inverse, lowestPivot);
+    if (lowestPivot <= rpc::kSmallestPivot) return false;
+    for (int row = 0; row < N; ++row) solution->covariance[3 * row + column] = inverse[row];
+  }
+  return true;
+}
+
+/// The plain iteration. \return whether its result is a solution.
+template <THeight Height>
+bool Iterate(const TItems& items, const THeightInput& height, TGroundIntersection* solution) {
+  rpc::TIntersectionBlock<Height, 1> block;
+  rpc::IntersectItems(items, height, &block);
+  solution->status = block.status[0];
+  if (solution->status.state == TGroundState::TooFewImages || solution->status.state == TGroundState::NoStart) {
+    return false;
+  }
+  solution->lat = block.ground[0][0];
+  solution->lon = block.ground[1][0];
+  solution->h = block.ground[2][0];
+  if (solution->status.state == TGroundState::NotConverged) {
+    bool rounding = true;
+    for (int c = 0; c < rpc::kUnknowns<Height>; ++c) {
+      rounding = rounding && std::fabs(block.lastStep[0][c]) < kRounding[c];
+    }
+    if (rounding) solution->status.state = TGroundState::Converged;
+  }
+  return solution->status.state == TGroundState::Converged;
+}
+
+/// Damped steps from the start, from the lost point and from the models' centres; the lowest arrival counts.
+template <THeight Height>
+void Retry(const TItems& items, const THeightInput& height, TGroundIntersection* solution) {
+  const rpc::TMeasuredPoint<Height> point = {items.data(), items.size(), height};
+  double lowest = std::numeric_limits<double>::infinity();
+  const auto tryFrom = [&](double lat, double lon, double h) {
+    double ground[3] = {lat, lon, Height == THeight::Known ? height.value : h};
+    if (!rpc::WalkDamped(point, ground, &solution->status.iterations)) return;
+    rpc::TLinearized<Height> end;
+    rpc::Linearize(point, ground, &end);
+    if (!(end.cost < lowest)) return;
+    lowest = end.cost;
+    solution->lat = ground[0];
+    solution->lon = ground[1];
+    solution->h = ground[2];
+    solution->method = TGroundMethod::Damped;
+    solution->status.state = TGroundState::Converged;
+  };
+  const double reference = items[0].model->GetCenterLongitude();
+  for (const TRPCCoordsDataItem& item : items) {
+    const double lon = item.model->GetCenterLongitude();
+    tryFrom(item.model->GetCenterLatitude(), lon + 360.0 * rpc::LongitudeTurns(reference, lon),
+            item.model->GetAverageHeight());
+  }
+  tryFrom(solution->lat, solution->lon, solution->h);
+}
+
+template <THeight Height>
+TGroundIntersection Solve(const TItems& items, const THeightInput& height) {
+  TGroundIntersection solution;
+  solution.h = height.value;
+  const bool found = Iterate<Height>(items, height, &solution);
+  const TGroundState state = solution.status.state;
+  bool complete = state != TGroundState::TooFewImages;
+  for (const TRPCCoordsDataItem& item : items) complete = complete && item.model != nullptr;
+  if (!found && complete) Retry<Height>(items, height, &solution);
+  if (complete) solution.residual = FillResiduals(items, &solution);
+  if (solution && !FillCovariance<Height>(items, height, &solution)) solution.status.state = TGroundState::Singular;
+  if (solution && !std::isfinite(solution.residual)) solution.status.state = TGroundState::NotConverged;
+  if (!solution) {
+    for (double& number : solution.covariance) number = kNoNumber;
+  }
+  if (!complete) {
+    solution.lat = solution.lon = solution.h = solution.residual = kNoNumber;
+    return solution;
+  }
+  for (const TRPCCoordsDataItem& item : items) rpc::SetFlags(item, &solution);
+  return solution;
+}
+
+}  // namespace
+
+TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h) {
+  return Solve<THeight::Known>(items, {h});
+}
+
+TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items) {
+  return Solve<THeight::Free>(items, {});
+}
+
+TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, double hObs, double hVar) {
+  return Solve<THeight::Observed>(items, {hObs, hVar});
+}
+
+void GroundSigmas(double lat, double h, const double* covariance, double* sigma) {
+  // WGS84: semi-major axis in metres and squared eccentricity.
+  constexpr double kAxis = 6378137.0;
+  constexpr double kEccentricity2 = 6.69437999014e-3;
+  constexpr double kRadian = 0.017453292519943295;
+  const double sine = std::sin(lat * kRadian);
+  const double w2 = 1.0 - kEccentricity2 * sine * sine;
+  const double primeVertical = kAxis / std::sqrt(w2);
+  const double meridian = primeVertical * (1.0 - kEccentricity2) / w2;
+  sigma[0] = std::sqrt(covariance[4]) * (primeVertical + h) * std::cos(lat * kRadian) * kRadian;
+  sigma[1] = std::sqrt(covariance[0]) * (meridian + h) * kRadian;
+  sigma[2] = std::sqrt(covariance[8]);
+}
+
+}  // namespace SatCommonUtils
