@@ -1,0 +1,26 @@
+#pragma once
+/// \file
+/// What a command is: its options and its work. One file a command holds the class; `main.cpp` only dispatches.
+
+#include <memory>
+
+#include "command_line.h"
+
+namespace orbmath_tool {
+
+class Command {
+ public:
+  virtual ~Command() = default;
+  /// Text behind the options in the help: columns, examples.
+  virtual const char* Notes() const = 0;
+  /// Names the arguments and options.
+  virtual void Declare(CommandLine& line) = 0;
+  /// Does the work after the options have been read. \return the exit status.
+  /// \throws UsageError, Failure
+  virtual int Run() = 0;
+};
+
+std::unique_ptr<Command> MakeProject();
+std::unique_ptr<Command> MakeConvert();
+
+}  // namespace orbmath_tool

@@ -1,0 +1,72 @@
+#include "command.h"
+#include "errors.h"
+#include "ground_grid.h"
+#include "model.h"
+#include "number.h"
+#include "output_file.h"
+
+namespace orbmath_tool {
+
+using SatCommonUtils::TRPC;
+using SatCommonUtils::TRPCFileForm;
+
+namespace {
+
+class Convert : public Command {
+ public:
+  const char* Notes() const override {
+    return "The form of OUT follows from its suffix: .rpb, .txt or .rpc (text), .xml. Satellite, band, bias and "
+           "random\n"
+           "error are kept as far as the form has a place for them. RPB and text files hold rounded numbers: a model\n"
+           "with longer offsets and scales is expressed with the rounded ones, and what the digits of its "
+           "coefficients\n"
+           "cost in pixels is said on standard error.\n\n"
+           "Example:\n"
+           "  orbmath convert image_RPC.TXT image.RPB";
+  }
+
+  void Declare(CommandLine& line) override {
+    line.Argument("IN", &in_, "model file of any form");
+    line.Argument("OUT", &out_, "file to be written, '-' for standard output");
+    form_.Declare(line);
+  }
+
+  int Run() override {
+    const TRPCFileForm form = form_.Of(out_);
+    const Model model = ReadModel(in_);
+    if (form == TRPCFileForm::XML) {
+      WriteFile(out_, FormatModel(*model.rpc, model.file.extras, form, out_));
+      return kSuccess;
+    }
+    if (model.file.form == TRPCFileForm::AdjustedXML) {
+      throw Failure(in_ + ": holds a refinement, which an " + SatCommonUtils::RPCFileFormName(form) +
+                    " file cannot; 'orbmath export' makes a plain model of it");
+    }
+    NoteLostParts(*model.rpc, form);
+    const TRPC written(WriteRecord(model.file.record, model.file.extras, form, out_), nullptr);
+    const PixelDifference cost = CompareModels(*model.rpc, written);
+    if (cost.max != 0.0) {
+      Note(out_ + ": the digits of the " + SatCommonUtils::RPCFileFormName(form) + " form move points by up to " +
+           Fixed(cost.max, 9) + " px");
+    }
+    return kSuccess;
+  }
+
+ private:
+  void NoteLostParts(const TRPC& model, TRPCFileForm form) const {
+    SatCommonUtils::TPolygon margin;
+    if (model.GetMargin(&margin) || model.GetRasterDims(nullptr, nullptr)) {
+      Note(out_ + ": the " + SatCommonUtils::RPCFileFormName(form) + " form has no place for margin and raster size");
+    }
+  }
+
+  std::string in_;
+  std::string out_;
+  OutputForm form_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeConvert() { return std::make_unique<Convert>(); }
+
+}  // namespace orbmath_tool

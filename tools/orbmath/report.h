@@ -1,0 +1,39 @@
+#pragma once
+/// \file
+/// Named results of a command, as a table for people or as one JSON object.
+
+#include <string>
+#include <vector>
+
+namespace orbmath_tool {
+
+/// Rows in the order they are added. Each has a key for programs, a label for people and a unit.
+class Report {
+ public:
+  /// Shortest digits from which the number comes back.
+  static constexpr int kExact = -1;
+
+  /// A line between the rows, for people only.
+  void Heading(const std::string& text);
+  void Text(const std::string& key, const std::string& label, const std::string& value);
+  void Count(const std::string& key, const std::string& label, std::size_t value);
+  /// A number that is not finite is "none" for people and null for programs.
+  void Number(const std::string& key, const std::string& label, double value, int digits, const std::string& unit);
+  /// Rows for programs whose value is already JSON, and for people lines that are already laid out.
+  void Json(const std::string& key, const std::string& json);
+  void Lines(const std::string& lines);
+
+  /// Prints everything to standard output, or, when that is taken by a file, to standard error.
+  void Print(bool json, bool output_is_taken = false) const;
+
+ private:
+  struct Row {
+    std::string key;  ///< Empty: for people only.
+    std::string json;
+    std::string label;  ///< Empty: `text` is a whole line, or, when that is empty too, for programs only.
+    std::string text;
+  };
+  std::vector<Row> rows_;
+};
+
+}  // namespace orbmath_tool
