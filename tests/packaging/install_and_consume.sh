@@ -12,7 +12,7 @@ cmake --install "$build" --prefix "$work/first" >/dev/null
 mv "$work/first" "$work/moved"
 prefix=$work/moved
 
-cmake -S "$consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+cmake -G Ninja -S "$consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
 cmake --build "$work/by_cmake" >/dev/null
 "$work/by_cmake/consumer"
 
