@@ -21,14 +21,26 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"unknown_command", "projekt", "", "", "'projekt' is no command", 2},
                       Row{"missing_argument", "project", "", "", "MODEL is required", 2},
                       Row{"unknown_option", "project flat.RPB --hight 5", "", "", "--hight", 2},
+                      Row{"unexpected_argument", "info flat.RPB right.RPB", "", "", "right.RPB", 2},
+                      Row{"missing_value", "locate flat.RPB --height", "", "", "--height", 2},
+                      Row{"option_as_value", "locate flat.RPB --height --json", "", "", "'--json' is not a number", 2},
+                      Row{"decimal_comma", "locate flat.RPB --height 1,5", "", "", "'1,5' is not a number", 2},
+                      Row{"trailing_letter", "locate flat.RPB --height 15m", "", "", "'15m' is not a number", 2},
+                      Row{"not_finite_height", "locate flat.RPB --height nan", "", "", "'nan' is not a number", 2},
                       Row{"fraction", "project flat.RPB --precision 2.5", "", "", "'2.5' is not a whole number", 2},
                       Row{"out_of_range", "project flat.RPB --precision 21", "", "", "from 0 to 20", 2},
+                      Row{"given_twice", "locate flat.RPB --height 1 --height 2", "", "", "--height", 2},
                       Row{"unknown_word", "project flat.RPB --origin middle", "", "", "center|corner|one", 2},
+                      Row{"one_image", "intersect flat.RPB", "", "", "MODEL", 2},
+                      Row{"variance_alone", "intersect flat.RPB right.RPB --height-variance 1", "", "",
+                          "--height-variance needs --height", 2},
+                      Row{"no_variance", "intersect flat.RPB right.RPB --height 1 --height-variance 0", "", "",
+                          "--height-variance must be above 0", 2},
                       Row{"no_form", "convert flat.RPB flat", "", "", "add --to rpb|text|xml", 2}),
     RowName);
 
 TEST(CommandsTest, WrongUsageIsOneLineThatEndsWithTheWayToHelp) {
-  for (const char* arguments : {"project", "project flat.RPB --hight 5", "convert a b"}) {
+  for (const char* arguments : {"project", "project flat.RPB --hight 5", "locate flat.RPB --height x", "intersect a"}) {
     const ToolRun run = RunToolLine(arguments);
     EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
     EXPECT_NE(run.err.find("--help"), std::string::npos) << run.err;
@@ -36,12 +48,59 @@ TEST(CommandsTest, WrongUsageIsOneLineThatEndsWithTheWayToHelp) {
 }
 
 TEST(CommandsTest, HelpAndVersionGoToStandardOutput) {
-  for (const char* arguments : {"--help", "--version", "project --help", "convert -h", "project --help nonsense --x"}) {
+  for (const char* arguments : {"--help", "--version", "project --help", "info -h", "project --help nonsense --x"}) {
     const ToolRun run = RunToolLine(arguments);
     EXPECT_EQ(run.status, 0) << arguments;
     EXPECT_NE(run.out.find("orbmath"), std::string::npos) << arguments;
     EXPECT_EQ(run.err, "") << arguments;
   }
+}
+
+// On flat.RPB: lat = 45 - (line - 1000) / 10000, lon = 7 + (sample - 2000 - 0.4 (height - 500)) / 10000.
+INSTANTIATE_TEST_SUITE_P(
+    Locate, Commands,
+    ::testing::Values(
+        Row{"locate", "locate flat.RPB --height 500", "500 3000\n", "45.0500000000 7.1000000000 500.0000\n", "", 0},
+        Row{"negative_height", "locate flat.RPB --height -5 --precision 4", "1000 1798\n", "45.0000 7.0000 -5.0000\n",
+            "1 point outside the model's height range", 0},
+        Row{"short_negative_height", "locate flat.RPB --height -.5 --precision 4", "1000 1799.8\n",
+            "45.0000 7.0000 -0.5000\n", "outside", 0},
+        Row{"height_of_the_line", "locate flat.RPB --height 1 --precision 4", "1000 2200 1000\n",
+            "45.0000 7.0000 1000.0000\n", "", 0},
+        Row{"height_offset_is_said", "locate flat.RPB --precision 1", "1000 2000\n1000 2000\n",
+            "45.0 7.0 500.0\n45.0 7.0 500.0\n", "height 500 m, the model's height offset", 0},
+        Row{"locate_from_one", "locate flat.RPB --origin one --height 500 --precision 4", "501 3001\n",
+            "45.0500 7.1000 500.0000\n", "", 0},
+        Row{"status", "locate flat.RPB --status --precision 1 --height 500", "1000 2000\n3000 2000 1500\n",
+            "45.0 7.0 500.0 0.0 ok\n44.8 7.0 1500.0 0.0 outside-image+height+ground\n",
+            "1 point outside the image, extrapolated", 0},
+        Row{"intersect", "intersect flat.RPB right.RPB --precision 3", "500 3100 500 2900\n",
+            "45.050 7.100 750.000 0.000\n", "", 0},
+        Row{"residual", "intersect flat.RPB right.RPB --precision 3", "501 3100 499 2900\n",
+            "45.050 7.100 750.000 1.000\n", "", 0},
+        Row{"fixed_height", "intersect flat.RPB right.RPB --height 500 --precision 3", "500 3100 500 2900\n",
+            "45.050 7.100 500.000 100.000\n", "", 0},
+        Row{"observed_height", "intersect flat.RPB right.RPB --height 500 --height-variance 1e12 --precision 3",
+            "500 3100 500 2900\n", "45.050 7.100 750.000 0.000\n", "", 0}),
+    RowName);
+
+TEST(CommandsTest, CovarianceFollowsFromTheGeometry) {
+  // Height = difference of the samples / 0.8, so its standard deviation is sqrt(2) / 0.8 pixels' worth; towards
+  // north a metre is 1 / 11.11 line, seen twice.
+  const ToolRun run =
+      RunToolLine("intersect flat.RPB right.RPB --covariance --sigma 0.5 --precision 6", "1000 2000 1000 2000\n");
+  std::istringstream fields(run.out);
+  double value[7] = {};
+  for (double& number : value) fields >> number;
+  EXPECT_NEAR(value[6], 0.5 * 1.4142135624 / 0.8, 1e-6);
+  EXPECT_NEAR(value[5], 0.5 / 1.4142135624 * 11.114, 1e-3);
+}
+
+TEST(CommandsTest, APointWithoutASolutionIsAnErrorThatSaysWhy) {
+  const ToolRun run = RunToolLine("locate flat.RPB --height 500", "1e200 2000\n1000 2000\n");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out.substr(0, 7), "ERROR: ");
+  EXPECT_NE(run.out.find("\n45.0000000000 7.0000000000 500.0000\n"), std::string::npos) << run.out;
 }
 
 TEST(CommandsTest, ConvertThereAndBackGivesTheSameBytes) {
@@ -67,7 +126,7 @@ TEST(CommandsTest, ABadFileIsNamedWithLineAndKey) {
   std::string text = ReadText("flat.RPB");
   text.replace(text.find("2000.00;"), 8, "20o0.00;");
   WriteText("bad.RPB", text);
-  const ToolRun run = RunToolLine("project bad.RPB");
+  const ToolRun run = RunToolLine("info bad.RPB");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.err.find("bad.RPB:8: sampOffset"), std::string::npos) << run.err;
   EXPECT_EQ(RunToolLine("project nowhere.RPB").status, 1);
@@ -75,6 +134,28 @@ TEST(CommandsTest, ABadFileIsNamedWithLineAndKey) {
   EXPECT_EQ(RunToolLine("convert bad.RPB flat.RPB").status, 1);
   EXPECT_EQ(RunToolLine("convert flat.RPB nowhere/out.xml").status, 1);
   EXPECT_EQ(RunToolLine("project flat.RPB", "45 7 500\n").out, "1000.000000 2000.000000\n");
+}
+
+TEST(CommandsTest, InfoReportsRecordExtentsAndAccuracy) {
+  const ToolRun run = RunToolLine("info flat.RPB --json --origin one");
+  EXPECT_EQ(run.status, 0);
+  for (const char* part :
+       {"\"form\":\"RPB\"", "\"satellite\":\"SAT1\"", "\"bias_error\":1.25", "\"lineOffset\":1001,",
+        "\"lineScale\":1000,", "\"lat_min\":44.90000000", "\"sample_max\":4001.00", "\"raster_size\":\"unknown\"",
+        "\"approximation_max\":0.00", "\"round_trip_not_converged\":0"}) {
+    EXPECT_NE(run.out.find(part), std::string::npos) << part << "\n" << run.out;
+  }
+}
+
+TEST(CommandsTest, CompareCountsFieldsAndPixels) {
+  const ToolRun same = RunToolLine("compare flat.RPB flat.RPB --json");
+  EXPECT_NE(same.out.find("\"fields_different\":0"), std::string::npos);
+  EXPECT_NE(same.out.find("\"max_px\":0.000000000"), std::string::npos);
+  // 0.8 pixels a metre of height, 500 m at the borders of the box.
+  const ToolRun other = RunToolLine("compare flat.RPB right.RPB --json");
+  EXPECT_NE(other.out.find("\"fields_different\":1,"), std::string::npos);
+  EXPECT_NE(other.out.find("\"max_px\":400.000000000,\"rms_px\":"), std::string::npos) << other.out;
+  EXPECT_NE(RunToolLine("compare flat.RPB right.RPB").out.find("sampNumCoef[3]"), std::string::npos);
 }
 
 }  // namespace

@@ -20,7 +20,11 @@ class Command {
   virtual int Run() = 0;
 };
 
+std::unique_ptr<Command> MakeInfo();
 std::unique_ptr<Command> MakeProject();
+std::unique_ptr<Command> MakeLocate();
+std::unique_ptr<Command> MakeIntersect();
 std::unique_ptr<Command> MakeConvert();
+std::unique_ptr<Command> MakeCompare();
 
 }  // namespace orbmath_tool

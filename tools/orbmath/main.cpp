@@ -20,8 +20,12 @@ struct Entry {
 };
 
 constexpr Entry kCommands[] = {
+    {"info", "Say what a model file holds and how well its approximation and inversion do.", MakeInfo},
     {"project", "Ground points to image points.", MakeProject},
+    {"locate", "Image points to ground points at a known height.", MakeLocate},
+    {"intersect", "Points seen in several images to ground points.", MakeIntersect},
     {"convert", "Write a model file in another form.", MakeConvert},
+    {"compare", "Compare two models field by field and pixel by pixel.", MakeCompare},
 };
 
 void PrintHelp() {
