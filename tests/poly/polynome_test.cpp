@@ -1,0 +1,257 @@
+#include "poly/polynome.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "frame/sat_data_container/string_tree.h"
+#include "linalg/raw_arrays.h"
+#include "support/bits.h"
+#include "support/random.h"
+#include "support/xml.h"
+
+namespace SatCommonUtils {
+namespace {
+
+using orbmath_test::ReaderOf;
+using orbmath_test::SavedXml;
+
+/// A polynomial by its coefficients, lowest power first.
+TPolynome Rising(const std::vector<double>& coefs) {
+  return TPolynome(static_cast<int>(coefs.size()) - 1, coefs.data());
+}
+
+/// What the call throws as a bare text, or "".
+template <class Call>
+std::string ThrownText(const Call& call) {
+  try {
+    call();
+  } catch (const char* text) {
+    return text;
+  }
+  return "";
+}
+
+TEST(Polynome, EveryFormSaysWhichCoefficientComesFirst) {
+  const TPolynome falling = Rising({3, 2, 1});  // x² + 2x + 3
+  EXPECT_EQ(TPolynome("(1;2;3)"), falling);
+  EXPECT_EQ(TPolynome(std::vector<double>{1, 2, 3}), falling);
+  EXPECT_EQ(TPolynome(TVector(3, 2, 1)), falling);
+  TPolynome p;
+  EXPECT_TRUE(p.Initialize({1, 2, 3}, true));
+  EXPECT_EQ(p, falling);
+  EXPECT_TRUE(p.Initialize({3, 2, 1}, false));
+  EXPECT_EQ(p, falling);
+  EXPECT_EQ(Rising({1, 2, 3}).GetValue(2), 17);
+  EXPECT_EQ(falling.GetCoefsString(), "(1;2;3)");
+  EXPECT_EQ(TPolynome(2, nullptr), Rising({0, 0, 0}));
+}
+
+TEST(Polynome, ThrownTexts) {
+  TStringTree tree;
+  EXPECT_EQ(ThrownText([] { TPolynome(-1, nullptr); }), "TPolynome::TPolynome(int, const double*)");
+  EXPECT_EQ(ThrownText([] { TPolynome{TVector()}; }), "TPolynome::TPolynome(const TVector& src)");
+  EXPECT_EQ(ThrownText([] { TPolynome{std::vector<double>()}; }), "TPolynome::TPolynome(const vector<double>& src)");
+  EXPECT_EQ(ThrownText([&] { TPolynome(&tree, 1); }), "TPolynome::TPolynome(TStringTree *src, int tag)");
+  TPolynome p = Rising({1, 2});
+  EXPECT_EQ(ThrownText([&] { p.Reset(-1); }), "void TPolynome::Reset(int new_order)");
+  EXPECT_EQ(p, Rising({1, 2}));
+}
+
+TEST(Polynome, TextsOfAllKinds) {
+  const struct {
+    const char* text;
+    bool found;
+    std::vector<double> rising;
+  } cases[] = {
+      {"", false, {0}},         {"no number", false, {0}},          {"5", true, {5}},    {"1,2,3", true, {3, 2, 1}},
+      {"(1)(2)", true, {2, 1}}, {"( 1e1 ;x; -2 )", true, {-2, 10}}, {";;7;", true, {7}},
+  };
+  for (const auto& c : cases) {
+    TPolynome p = Rising({9, 9});
+    EXPECT_EQ(p.Initialize(std::string(c.text)), c.found) << c.text;
+    EXPECT_EQ(p, Rising(c.rising)) << c.text;
+    EXPECT_EQ(TPolynome(std::string(c.text)), p) << c.text;
+  }
+  EXPECT_EQ(TPolynome("1;" + std::string(500, '7')), Rising({0})) << "a token of 128 characters and more";
+}
+
+TEST(Polynome, InvalidOne) {
+  TPolynome p;
+  EXPECT_FALSE(static_cast<bool>(p));
+  EXPECT_EQ(p.GetOrder(), -1);
+  EXPECT_EQ(p.GetValue(3), 0);
+  EXPECT_TRUE(p.IsNull());
+  EXPECT_EQ(p.Derivative(), Rising({0}));
+  int count = 5;
+  EXPECT_EQ(p.GetCoefs(count), nullptr);
+  EXPECT_EQ(count, 0);
+  EXPECT_FALSE(p.Initialize(std::vector<double>(), false));
+  p += Rising({1, 2});
+  EXPECT_EQ(p, Rising({1, 2}));
+  TPolynome copy = p;
+  p.Invalidate();
+  copy = p;
+  EXPECT_EQ(copy, TPolynome());
+}
+
+TEST(Polynome, CoefficientsLeaveByCopy) {
+  const TPolynome p = Rising({1, 2, 3});
+  double room[3] = {9, 9, 9};
+  EXPECT_EQ(p.GetCoefs(room, 2), 0);
+  EXPECT_EQ(room[0], 9);
+  EXPECT_EQ(p.GetCoefs(room, 3), 3);
+  EXPECT_EQ(room[2], 3);
+  int count = 0;
+  const std::unique_ptr<double, void (*)(double*)> copy(p.GetCoefs(count), ReleaseVector);
+  EXPECT_EQ(count, 3);
+  EXPECT_EQ(copy.get()[1], 2);
+}
+
+TEST(Polynome, CopiesAreDeepAndMovesLeaveItInvalid) {
+  TPolynome p = Rising({1, 2, 3});
+  TPolynome q(p);
+  q *= 2;
+  EXPECT_EQ(p, Rising({1, 2, 3}));
+  p = *&p;
+  EXPECT_EQ(p, Rising({1, 2, 3}));
+  TPolynome taken(std::move(q));
+  EXPECT_EQ(taken, Rising({2, 4, 6}));
+  EXPECT_FALSE(static_cast<bool>(q));  // NOLINT(bugprone-use-after-move): the promise under test
+}
+
+// Elements of an array lie twelve bytes apart, so that every other pointer inside is on an odd multiple of four.
+TEST(Polynome, WorksAtAnyMultipleOfFourBytes) {
+  static_assert(sizeof(TPolynome) == sizeof(int) + sizeof(double*), "packed to four bytes");
+  std::vector<TPolynome> several(3, Rising({1, 2}));
+  several.insert(several.begin(), Rising({5}));
+  several[1] += several[2];
+  EXPECT_EQ(several[1], Rising({2, 4}));
+  EXPECT_EQ(several[3], several[2]);
+}
+
+TEST(Polynome, Arithmetic) {
+  TPolynome p = Rising({1, 2});
+  EXPECT_EQ(p += Rising({1, 1, 1}), Rising({2, 3, 1}));
+  EXPECT_EQ(p -= Rising({0, 0, 1}), Rising({2, 3, 0})) << "the order never falls";
+  EXPECT_EQ(p -= Rising({1}), Rising({1, 3, 0}));
+  EXPECT_EQ(p += p, Rising({2, 6, 0}));
+  EXPECT_EQ(p /= 2, Rising({1, 3, 0}));
+  EXPECT_EQ(-p, Rising({-1, -3, 0}));
+  EXPECT_NE(p, Rising({1, 3}));
+  p.Optimize();
+  EXPECT_EQ(p, Rising({1, 3}));
+  TPolynome constant = Rising({5, 0, -0.0});
+  constant.Optimize();
+  EXPECT_EQ(constant, Rising({5}));
+  TPolynome zero = Rising({0, 0});
+  zero.Optimize();
+  EXPECT_EQ(zero, Rising({0}));
+  EXPECT_TRUE(Rising({0, -0.0}).IsNull());
+  EXPECT_FALSE(Rising({0, NAN}).IsNull());
+}
+
+TEST(Polynome, ApproximatelyEqual) {
+  const TPolynome p = Rising({1, 2});
+  EXPECT_TRUE(p.ApproximatelyEqual(Rising({1.05, 1.95, 0.05}), 0.1));
+  EXPECT_TRUE(Rising({1.05, 1.95, 0.05}).ApproximatelyEqual(p, 0.1));
+  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, 2, 0.1}), 0.1)) << "strictly below";
+  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, 2.25}), 0.25));
+  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, NAN}), 1e9));
+}
+
+TEST(Polynome, Derivative) {
+  EXPECT_EQ(Rising({7, 5, 3, 2}).Derivative(), Rising({5, 6, 6}));
+  EXPECT_EQ(Rising({7}).Derivative(), Rising({0}));
+}
+
+TEST(Polynome, LinearSubstitution) {
+  TPolynome p = Rising({0, 0, 1}), q;
+  LinearSubstitution(&p, 2, 1, &q);
+  EXPECT_EQ(q, Rising({1, 4, 4}));
+  LinearSubstitution(&p, 2, 1, &p);
+  EXPECT_EQ(p, q) << "in place";
+  p.Invalidate();
+  LinearSubstitution(&p, 2, 1, &q);
+  EXPECT_FALSE(static_cast<bool>(q));
+
+  orbmath_test::Random random("Polynome.Substitution");
+  for (int order = 0; order <= 12; ++order) {
+    std::vector<double> coefs;
+    for (int k = 0; k <= order; ++k) coefs.push_back(random.Uniform(-1, 1));
+    p = Rising(coefs);
+    LinearSubstitution(&p, 0.75, -0.5, &q);
+    for (double t = -1.0; t <= 1.0; t += 0.25) EXPECT_NEAR(q.GetValue(t), p.GetValue(0.75 * t - 0.5), 1e-11) << order;
+  }
+}
+
+// 13! is 1932053504 modulo 2^32; the constant term of (t + 1)^13 needs 13! / (0! 13!) and stays 1, the next one needs
+// 13! / 12!, which then is not 13.
+TEST(Polynome, SubstitutionWrapsPastOrderTwelve) {
+  std::vector<double> coefs(14, 0.0);
+  coefs[13] = 1.0;
+  TPolynome p = Rising(coefs), q;
+  LinearSubstitution(&p, 1, 1, &q);
+  std::vector<double> found(14);
+  ASSERT_EQ(q.GetCoefs(found.data(), 14), 14);
+  EXPECT_EQ(found[0], 1.0);
+  EXPECT_EQ(found[1], 1932053504.0 / 479001600.0);
+  p = TPolynome(40, nullptr);
+  LinearSubstitution(&p, 1, 1, &q);
+  EXPECT_EQ(q.GetOrder(), 40) << "factorials of 0 on the way";
+}
+
+TEST(Polynome, TextXmlAndTreeComeBackBitForBit) {
+  std::vector<double> coefs = orbmath_test::SpecialDoubles();
+  const TPolynome p = Rising(coefs);
+  TStringTree tree;
+  ASSERT_TRUE(p.WriteToTree(&tree, 7, "c"));
+  ASSERT_NE(tree.FindKey(7, 1), nullptr);
+  EXPECT_EQ(*tree.FindKey(7, 1), "c1");
+  const std::string xml = SavedXml([&](TZxXIniWriter* writer) { EXPECT_TRUE(p.SaveToXML(writer, "P")); });
+  TPolynome from_xml;
+  ASSERT_TRUE(from_xml.InitializeFromXML(ReaderOf(xml).get(), "P"));
+  for (const TPolynome& found : {TPolynome(p.GetCoefsString()), from_xml, TPolynome(&tree, 7)}) {
+    std::vector<double> back(coefs.size());
+    ASSERT_EQ(found.GetCoefs(back.data(), static_cast<int>(back.size())), static_cast<int>(coefs.size()));
+    EXPECT_TRUE(orbmath_test::SameBits(back.data(), coefs.data(), coefs.size()));
+  }
+}
+
+/// XML of a polynomial with that order and those many coefficients.
+std::string Xml(const std::string& order, int count) {
+  return SavedXml([&](TZxXIniWriter* writer) {
+    TZxXIniWriterSection section(writer, "P");
+    if (!order.empty()) writer->WriteS<std::string>("PolynomeOrder", order);
+    if (count < 0) return;
+    TZxXIniWriterSection coefs(writer, "PolynomeCoefs");
+    for (int k = 0; k < count; ++k) writer->WriteS<double>(std::to_string(k), k + 0.5);
+  });
+}
+
+TEST(Polynome, HostileXmlLeavesItAlone) {
+  const TPolynome before = Rising({7, 8});
+  TPolynome p = before;
+  ASSERT_TRUE(p.InitializeFromXML(ReaderOf(Xml("1", 2)).get(), "P"));
+  EXPECT_EQ(p, Rising({0.5, 1.5}));
+  p = before;
+  const std::string bad[] = {Xml("", 2),  Xml("x", 2),          Xml("0x1", 2),        Xml("1", -1),
+                             Xml("2", 2), Xml("2147483647", 2), Xml("99999999999", 2)};
+  for (const std::string& xml : bad) {
+    EXPECT_FALSE(p.InitializeFromXML(ReaderOf(xml).get(), "P")) << xml;
+    EXPECT_EQ(p, before);
+  }
+  EXPECT_FALSE(p.InitializeFromXML(ReaderOf(Xml("1", 2)).get(), "Q"));
+  const auto reader = ReaderOf(Xml("-1", 2));
+  EXPECT_EQ(ThrownText([&] { p.InitializeFromXML(reader.get(), "P"); }), "void TPolynome::Reset(int new_order)");
+  EXPECT_EQ(p, before);
+  EXPECT_NE(reader->FindF("P"), TZxXIniReader::npos) << "back in the section where it was";
+  EXPECT_EQ(SavedXml([](TZxXIniWriter* writer) { EXPECT_FALSE(TPolynome().SaveToXML(writer, "P")); }),
+            SavedXml([](TZxXIniWriter*) {}));
+}
+
+}  // namespace
+}  // namespace SatCommonUtils
