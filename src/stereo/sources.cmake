@@ -1,1 +1,3 @@
-# No sources yet.
+target_sources(Orbmath PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/stereopairs_by_overlap.cpp
+)
