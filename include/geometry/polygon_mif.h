@@ -16,9 +16,10 @@ ORBMATH_API extern const char* const kMifLongitudeLatitude;
 
 /// Writes a whole MIF with one REGION of one ring for each polygon. The ring is closed by repeating its first vertex,
 /// as MapInfo does; numbers come back bit for bit. The table has one column "Id"; a file of its values (MID) is
-/// optional in the format and is not written. \param coord_sys what follows the word CoordSys. \return false when a
-/// polygon has fewer than three vertices or a coordinate that is not finite, or `coord_sys` a line end (then nothing is
-/// written), or when the stream takes less than everything.
+/// optional in the format and is not written.
+/// \param coord_sys what follows the word CoordSys.
+/// \return false when a polygon has fewer than three vertices or a coordinate that is not finite, or `coord_sys` a line
+/// end (then nothing is written), or when the stream takes less than everything.
 ORBMATH_API bool WriteMIF(TZxStream* stream, const std::vector<TPolygon>& polygons,
                           const std::string& coord_sys = kMifLongitudeLatitude);
 

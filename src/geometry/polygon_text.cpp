@@ -1,39 +1,13 @@
 #include "geometry/polygon_text.h"
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
 #include "frame/zxstd/number_text.h"
 #include "geometry/polygon.h"
+#include "geometry/text_scan.h"
 
 namespace SatCommonUtils {
-namespace {
-
-void TakeBlanks(std::string_view* text) {
-  text->remove_prefix(std::min(text->find_first_not_of(" \t\r\n"), text->size()));
-}
-
-/// Takes `expected` and the blanks on both sides of it.
-bool Take(char expected, std::string_view* text) {
-  TakeBlanks(text);
-  if (text->empty() || text->front() != expected) return false;
-  text->remove_prefix(1);
-  TakeBlanks(text);
-  return true;
-}
-
-/// Takes a number and then `terminator`.
-bool TakeNumber(char terminator, std::string_view* text, double* number) {
-  // The first call says how far the number goes, the second one is strict about its range.
-  const std::size_t length = ParseDoublePrefix(*text, number);
-  if (length == 0 || !ParseDouble(text->substr(0, length), number)) return false;
-  text->remove_prefix(length);
-  return Take(terminator, text);
-}
-
-}  // namespace
-
 std::string VertexToText(const xy_d& vertex) {
   return '(' + FormatDouble(vertex.x) + ';' + FormatDouble(vertex.y) + ')';
 }

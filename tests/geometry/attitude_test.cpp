@@ -1,0 +1,250 @@
+#include "geometry/attitude.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "geometry/matchers.h"
+#include "support/bits.h"
+#include "support/differences.h"
+#include "support/random.h"
+#include "support/xml.h"
+
+namespace SatCommonUtils {
+namespace {
+
+using orbmath_test::CentralDifference;
+using orbmath_test::IsRotation;
+using orbmath_test::Near;
+using orbmath_test::ReaderOf;
+using orbmath_test::SavedXml;
+
+constexpr double kPi = 3.14159265358979323846;
+// Of a difference quotient with the step below: its square against rounding.
+constexpr double kStep = 1e-5;
+constexpr double kDifferenceTolerance = 1e-8;
+
+TAttitudeAngles RandomAngles(orbmath_test::Random* random) {
+  return {random->Uniform(-kPi, kPi), random->Uniform(-1.57, 1.57), random->Uniform(-kPi, kPi)};
+}
+
+/// The matrix W with W v = w x v.
+TMatrix CrossMatrix(const TVector& w) {
+  TMatrix m(3, 3);
+  m.SetRow(0, {0, -w(2), w(1)});
+  m.SetRow(1, {w(2), 0, -w(0)});
+  m.SetRow(2, {-w(1), w(0), 0});
+  return m;
+}
+
+TAttitudePolynomials Polynomials() {
+  return {1000.0, TPolynome("(1e-4;-2e-3;0.1)"), TPolynome("(3e-3;0.2)"), TPolynome("(2e-5;1e-3;-4e-3;-0.3)")};
+}
+
+// Each angle alone, as the axes say: a positive angle about an axis takes the next axis of the orbital frame to
+// components on both.
+TEST(Attitude, OneAngleAtATime) {
+  const double c = std::cos(0.1), s = std::sin(0.1);
+  const TVector x(1, 0, 0), y(0, 1, 0), z(0, 0, 1);
+  EXPECT_TRUE(Near(TAttitudeAngles(0.1, 0, 0).GetMatrix() * y, TVector(0, c, -s)));
+  EXPECT_TRUE(Near(TAttitudeAngles(0, 0.1, 0).GetMatrix() * z, TVector(-s, 0, c)));
+  EXPECT_TRUE(Near(TAttitudeAngles(0, 0, 0.1).GetMatrix() * x, TVector(c, -s, 0)));
+}
+
+// Wertz, table E-1, sequence 3-2-1, written out.
+TEST(Attitude, MatrixOfThePublishedTable) {
+  orbmath_test::Random random("Attitude.Matrix");
+  for (int run = 0; run < 50; ++run) {
+    const TAttitudeAngles a = RandomAngles(&random);
+    const double sr = std::sin(a.roll), cr = std::cos(a.roll), sp = std::sin(a.pitch), cp = std::cos(a.pitch);
+    const double sy = std::sin(a.yaw), cy = std::cos(a.yaw);
+    TMatrix expected(3, 3);
+    expected.SetRow(0, {cp * cy, cp * sy, -sp});
+    expected.SetRow(1, {sr * sp * cy - cr * sy, sr * sp * sy + cr * cy, sr * cp});
+    expected.SetRow(2, {cr * sp * cy + sr * sy, cr * sp * sy - sr * cy, cr * cp});
+    EXPECT_TRUE(Near(a.GetMatrix(), expected));
+    EXPECT_TRUE(IsRotation(a.GetMatrix()));
+    EXPECT_TRUE(Near(a.GetQuaternion().R(), !expected));
+  }
+}
+
+TEST(Attitude, DerivativesByTheAngles) {
+  orbmath_test::Random random("Attitude.Derivatives");
+  double TAttitudeAngles::*const members[] = {&TAttitudeAngles::roll, &TAttitudeAngles::pitch, &TAttitudeAngles::yaw};
+  for (int run = 0; run < 20; ++run) {
+    const TAttitudeAngles angles = RandomAngles(&random);
+    TMatrix matrix, derivatives[3];
+    angles.GetMatrixDerivatives(&matrix, &derivatives[0], &derivatives[1], &derivatives[2]);
+    EXPECT_TRUE(Near(matrix, angles.GetMatrix(), 0.0));
+    for (int k = 0; k < 3; ++k) {
+      for (std::size_t i = 0; i < 9; ++i) {
+        const auto element = [&](double value) {
+          TAttitudeAngles moved = angles;
+          moved.*members[k] = value;
+          return moved.GetMatrix()(i / 3, i % 3);
+        };
+        EXPECT_NEAR(derivatives[k](i / 3, i % 3), CentralDifference(element, angles.*members[k], kStep),
+                    kDifferenceTolerance);
+      }
+    }
+  }
+}
+
+TEST(Attitude, AnglesComeBackFromMatrixAndQuaternion) {
+  // The inverse of the cosine of pitch, at most 1300 here, multiplies rounding.
+  constexpr double kAngleTolerance = 1e-12;
+  orbmath_test::Random random("Attitude.Back");
+  for (int run = 0; run < 500; ++run) {
+    const TAttitudeAngles angles = RandomAngles(&random);
+    TAttitudeAngles from_matrix, from_quaternion;
+    ASSERT_TRUE(from_matrix.SetMatrix(angles.GetMatrix()));
+    ASSERT_TRUE(from_quaternion.SetQuaternion(random.Uniform(-9, 9) * angles.GetQuaternion()));
+    for (const TAttitudeAngles& found : {from_matrix, from_quaternion}) {
+      ASSERT_NEAR(std::remainder(found.roll - angles.roll, 2 * kPi), 0.0, kAngleTolerance);
+      ASSERT_NEAR(found.pitch, angles.pitch, kAngleTolerance);
+      ASSERT_NEAR(std::remainder(found.yaw - angles.yaw, 2 * kPi), 0.0, kAngleTolerance);
+    }
+  }
+}
+
+// In gimbal lock and on the way to it the angles are not well defined one by one, the matrix is.
+TEST(Attitude, NothingIsLostNearGimbalLock) {
+  for (const double sign : {1.0, -1.0}) {
+    for (double off = 1e-3; off > 1e-20; off /= 7.0) {
+      const TMatrix m = TAttitudeAngles(0.9, sign * (kPi / 2 - off), -2.0).GetMatrix();
+      TAttitudeAngles found;
+      ASSERT_TRUE(found.SetMatrix(m));
+      EXPECT_TRUE(Near(found.GetMatrix(), m)) << off;
+    }
+    TMatrix lock(3, 3);
+    lock.SetRow(0, {0, 0, -sign});
+    lock.SetRow(1, {-std::sin(0.3), std::cos(0.3), 0});
+    lock.SetRow(2, {sign * std::cos(0.3), sign * std::sin(0.3), 0});
+    TAttitudeAngles found;
+    ASSERT_TRUE(found.SetMatrix(lock));
+    EXPECT_EQ(found.roll, 0.0);
+    EXPECT_EQ(found.pitch, sign * kPi / 2);
+    EXPECT_NEAR(found.yaw, 0.3, orbmath_test::kRounding);
+  }
+}
+
+TEST(Attitude, RefusesWhatIsNoRotation) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  TMatrix mirrored(TVector(1, 1, -1)), stretched(TVector(1, 1, 1.001)), sheared(3), bad(3);
+  sheared.SetElement(0, 1, 1e-3);
+  bad.SetElement(0, 1, nan);
+  const TAttitudeAngles before(1, 2, 3);
+  TAttitudeAngles angles = before;
+  for (const TMatrix& m : {mirrored, stretched, sheared, bad, TMatrix(), TMatrix(2), TMatrix(4), TMatrix(3, 2)}) {
+    EXPECT_FALSE(angles.SetMatrix(m));
+  }
+  const double inf = std::numeric_limits<double>::infinity();
+  for (const TQuaternion& q :
+       {TQuaternion(), TQuaternion(nan, 1, 0, 0), TQuaternion(1, nan, 0, 0), TQuaternion(0, inf, 0, 0)}) {
+    EXPECT_FALSE(angles.SetQuaternion(q)) << q.Output();
+  }
+  EXPECT_EQ(angles, before);
+  EXPECT_TRUE(angles.SetQuaternion(TQuaternion(1e-200, 0, 0, 0))) << "any length but 0";
+  EXPECT_EQ(angles, TAttitudeAngles());
+}
+
+TEST(Attitude, RatesAreTheDerivativesInTime) {
+  const TAttitudePolynomials p = Polynomials();
+  for (const double time : {996.0, 1000.0, 1007.5}) {
+    const TMatrix matrix = p.GetAngles(time).GetMatrix();
+    const TMatrix rate = p.GetMatrixRate(time);
+    for (std::size_t i = 0; i < 9; ++i) {
+      const auto element = [&](double t) { return p.GetAngles(t).GetMatrix()(i / 3, i % 3); };
+      EXPECT_NEAR(rate(i / 3, i % 3), CentralDifference(element, time, 1e-4), 1e-8);
+    }
+    const TVector w = p.GetBodyRates(time);
+    EXPECT_TRUE(Near(rate, -(CrossMatrix(w) * matrix)));
+    TAttitudeAngles back;
+    ASSERT_TRUE(GetAngleRates(p.GetAngles(time), w, &back));
+    const TAttitudeAngles rates = p.GetAngleRates(time);
+    EXPECT_TRUE(Near(TVector(back.roll, back.pitch, back.yaw), TVector(rates.roll, rates.pitch, rates.yaw)));
+  }
+  TAttitudeAngles rates(7, 7, 7);
+  EXPECT_FALSE(GetAngleRates({0, kPi / 2, 0}, {0.1, 0.1, 0.1}, &rates));
+  EXPECT_EQ(rates, TAttitudeAngles(7, 7, 7));
+}
+
+TEST(Attitude, OrbitalFrame) {
+  // An orbit over the equator, eastwards: the normal is north.
+  TMatrix frame;
+  ASSERT_TRUE(GetOrbitalFrame({7e6, 0, 0}, {100, 7500, 0}, &frame));
+  TMatrix expected(3, 3);
+  expected.SetRow(0, {0, 1, 0});
+  expected.SetRow(1, {0, 0, -1});
+  expected.SetRow(2, {-1, 0, 0});
+  EXPECT_TRUE(Near(frame, expected));
+  EXPECT_TRUE(IsRotation(frame));
+  for (const TVector& bad : {TVector(0, 0, 0), TVector(-1, 0, 0), TVector(NAN, 0, 1)}) {
+    TMatrix untouched(2);
+    EXPECT_FALSE(GetOrbitalFrame({7e6, 0, 0}, bad, &untouched));
+    EXPECT_FALSE(GetOrbitalFrame(bad, {7e6, 0, 0}, &untouched));
+    EXPECT_EQ(untouched.GetWidth(), 2u);
+  }
+}
+
+TEST(Attitude, UnsetMarkAndReset) {
+  TAttitudeAngles angles(1, 2, 3);
+  EXPECT_TRUE(static_cast<bool>(angles));
+  angles.pitch = std::numeric_limits<double>::max();
+  EXPECT_FALSE(static_cast<bool>(angles));
+  angles.Reset();
+  EXPECT_EQ(angles, TAttitudeAngles(0, 0, 0));
+  angles.Invalidate();
+  EXPECT_FALSE(static_cast<bool>(angles));
+}
+
+TEST(Attitude, TextAndXmlComeBackBitForBit) {
+  const std::vector<double> values = orbmath_test::SpecialDoubles();
+  for (std::size_t i = 0; i + 2 < values.size(); ++i) {
+    const TAttitudeAngles angles(values[i], values[i + 1], values[i + 2]);
+    TAttitudeAngles from_text, from_xml;
+    ASSERT_TRUE(from_text.InitializeFromText(angles.GetString())) << angles.GetString();
+    const std::string xml = SavedXml([&](TZxXIniWriter* writer) { EXPECT_TRUE(angles.SaveToXML(writer, "Attitude")); });
+    ASSERT_TRUE(from_xml.InitializeFromXML(ReaderOf(xml).get(), "Attitude"));
+    for (const TAttitudeAngles& found : {from_text, from_xml}) {
+      EXPECT_TRUE(orbmath_test::SameBits(&found.roll, &angles.roll, 3));
+    }
+  }
+  EXPECT_EQ(TAttitudeAngles(0.5, -1, 2).GetString(), "(0.5;-1;2)");
+}
+
+TEST(Attitude, BadFormsLeaveItAlone) {
+  const TAttitudeAngles before(1, 2, 3);
+  TAttitudeAngles angles = before;
+  for (const char* bad : {"", "(1;2)", "(1;2;3;4)", "(1;2;3) x", "(1;2;x)", "1;2;3"}) {
+    EXPECT_FALSE(angles.InitializeFromText(bad)) << bad;
+  }
+  const std::string xml = SavedXml([](TZxXIniWriter* writer) {
+    writer->WriteS<double>("Roll", 7);
+    writer->WriteS<double>("Pitch", 7);
+  });
+  EXPECT_FALSE(angles.InitializeFromXML(ReaderOf(xml).get()));
+  EXPECT_FALSE(angles.InitializeFromXML(ReaderOf(xml).get(), "Attitude"));
+  EXPECT_EQ(angles, before);
+}
+
+TEST(Attitude, PolynomialsComeBackFromXml) {
+  const TAttitudePolynomials polynomials = Polynomials();
+  const std::string xml = SavedXml([&](TZxXIniWriter* writer) { EXPECT_TRUE(polynomials.SaveToXML(writer, "Law")); });
+  TAttitudePolynomials read;
+  EXPECT_FALSE(static_cast<bool>(read));
+  ASSERT_TRUE(read.InitializeFromXML(ReaderOf(xml).get(), "Law"));
+  EXPECT_EQ(read, polynomials);
+  EXPECT_FALSE(read.InitializeFromXML(ReaderOf(xml).get(), "Other"));
+  std::string without_pitch = xml;
+  for (std::size_t at = 0; (at = without_pitch.find("Pitch", at)) != std::string::npos;) without_pitch[at] = 'X';
+  EXPECT_FALSE(read.InitializeFromXML(ReaderOf(without_pitch).get(), "Law"));
+  EXPECT_EQ(read, polynomials);
+  EXPECT_EQ(SavedXml([](TZxXIniWriter* writer) { EXPECT_FALSE(TAttitudePolynomials().SaveToXML(writer, "Law")); }),
+            SavedXml([](TZxXIniWriter*) {}));
+}
+
+}  // namespace
+}  // namespace SatCommonUtils

@@ -1,0 +1,150 @@
+#include "geometry/quaternion.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "geometry/matchers.h"
+#include "support/debug_capture.h"
+#include "support/random.h"
+
+namespace SatCommonUtils {
+namespace {
+
+using orbmath_test::IsRotation;
+using orbmath_test::kRounding;
+using orbmath_test::Near;
+
+TQuaternion RandomUnit(orbmath_test::Random* random) {
+  TQuaternion q(random->Normal(1), random->Normal(1), random->Normal(1), random->Normal(1));
+  return q / std::sqrt(q.Norma());
+}
+
+/// Largest difference of components.
+double Distance(const TQuaternion& p, const TQuaternion& q) {
+  double largest = 0.0;
+  for (int i = 0; i < 4; ++i) largest = std::fmax(largest, std::fabs(p(i) - q(i)));
+  return largest;
+}
+
+TEST(Quaternion, HoldsScalarFirst) {
+  const double values[4] = {1, 2, 3, 4};
+  TQuaternion q(values);
+  EXPECT_EQ(q, TQuaternion(1, TVector(2, 3, 4)));
+  EXPECT_EQ(q.scal(), 1);
+  EXPECT_TRUE(Near(q.vect(), TVector(2, 3, 4), 0.0));
+  q[3] = 5;
+  EXPECT_EQ(q(3), 5);
+  q = 7.0;
+  EXPECT_EQ(q, TQuaternion(7, 0, 0, 0));
+  q = TVector(1, 2, 3);
+  EXPECT_EQ(q, TQuaternion(0, 1, 2, 3));
+}
+
+TEST(Quaternion, HamiltonsTable) {
+  const TQuaternion one(1, 0, 0, 0), i(0, 1, 0, 0), j(0, 0, 1, 0), k(0, 0, 0, 1);
+  EXPECT_EQ(i * j, k);
+  EXPECT_EQ(j * k, i);
+  EXPECT_EQ(k * i, j);
+  EXPECT_EQ(j * i, -k);
+  for (const TQuaternion& q : {i, j, k}) EXPECT_EQ(q * q, -one);
+  EXPECT_EQ(TQuaternion(1, 2, 3, 4) * TQuaternion(5, 6, 7, 8), TQuaternion(-60, 12, 30, 24));
+}
+
+TEST(Quaternion, ComponentwiseArithmetic) {
+  const TQuaternion p(1, 2, 3, 4), q(4, 3, 2, 1);
+  EXPECT_EQ(p + q, TQuaternion(5, 5, 5, 5));
+  EXPECT_EQ(p - q, TQuaternion(-3, -1, 1, 3));
+  EXPECT_EQ(2.0 * p, p * 2.0);
+  EXPECT_EQ(p * 2.0, p + p);
+  EXPECT_EQ(p / 2.0, TQuaternion(0.5, 1, 1.5, 2));
+  EXPECT_EQ(!p, TQuaternion(1, -2, -3, -4));
+  EXPECT_TRUE(std::isnan((TQuaternion() / 0.0)(0)));
+}
+
+TEST(Quaternion, ComparisonsAndTruth) {
+  EXPECT_TRUE(TQuaternion(3, 0, -0.0, 0) == 3.0 && 3.0 == TQuaternion(3, 0, 0, 0));
+  EXPECT_FALSE(TQuaternion(3, 0, 0, 1e-300) == 3.0);
+  EXPECT_TRUE(TQuaternion(0, 1, 2, 3) == TVector(1, 2, 3) && TVector(1, 2, 3) == TQuaternion(0, 1, 2, 3));
+  EXPECT_FALSE(TQuaternion(1, 1, 2, 3) == TVector(1, 2, 3));
+  EXPECT_FALSE(TQuaternion() == TVector(2)) << "too short";
+  EXPECT_FALSE(static_cast<bool>(TQuaternion(0, -0.0, 0, 0)));
+  EXPECT_TRUE(static_cast<bool>(TQuaternion(0, 0, 0, 5e-324)));
+  EXPECT_TRUE(static_cast<bool>(TQuaternion(0, NAN, 0, 0)));
+  EXPECT_NE(TQuaternion(NAN, 0, 0, 0), TQuaternion(NAN, 0, 0, 0));
+}
+
+TEST(Quaternion, NormaIsSquaredAndNormalizeDividesByIt) {
+  EXPECT_EQ(TQuaternion(1, 2, 3, 4).Norma(), 30);
+  TQuaternion q(2, 0, 0, 0);
+  EXPECT_EQ(q.GetNormalized(), 0.5);
+  EXPECT_EQ(&q.Normalize(), &q);
+  EXPECT_EQ(q, 0.5);
+  EXPECT_EQ(TQuaternion().GetNormalized(), TQuaternion());
+  EXPECT_EQ(~TQuaternion(), TQuaternion());
+  EXPECT_EQ(~TQuaternion(0.6, 0.8, 0, 0), TQuaternion(0.6, -0.8, 0, 0));
+  EXPECT_EQ(~TQuaternion(0, 2, 0, 0), TQuaternion(0, -0.5, 0, 0));
+}
+
+TEST(Quaternion, RotatesVectorsAndComposes) {
+  orbmath_test::Random random("Quaternion.Rotates");
+  for (int run = 0; run < 100; ++run) {
+    const TQuaternion p = RandomUnit(&random);
+    const TQuaternion q = RandomUnit(&random);
+    const TVector v(random.Normal(1), random.Normal(1), random.Normal(1));
+    EXPECT_TRUE(IsRotation(q.R()));
+    EXPECT_TRUE(Near(q.R() * v, (q * TQuaternion(0, v) * ~q).vect()));
+    EXPECT_TRUE(Near((p * q).R(), p.R() * q.R()));
+    EXPECT_TRUE(Near(q.AltR(), !q.R()));
+    EXPECT_TRUE(Near(q.cnesR(), q.R()));
+    EXPECT_TRUE(Near((-q).R(), q.R()));
+    EXPECT_LT(Distance(q * ~q, TQuaternion(1, 0, 0, 0)), kRounding);
+  }
+}
+
+// Length 2: divided by 4, the length is 1/2, and the three matrices part.
+TEST(Quaternion, MatricesOfOtherLengths) {
+  const TQuaternion q(2, 0, 0, 0);
+  EXPECT_TRUE(Near(q.R(), TMatrix(3), 0.0));
+  EXPECT_TRUE(Near(q.cnesR(), TMatrix(TVector(-0.5, -0.5, -0.5)), 0.0));
+  EXPECT_TRUE(Near(q.AltR(), TMatrix(TVector(0.25, 0.25, 0.25)), 0.0));
+  EXPECT_TRUE(std::isnan(TQuaternion().R()(0, 0)));
+}
+
+TEST(Quaternion, SlerpIsWhatItIs) {
+  const TQuaternion p(1, 2, 3, 4), q(0, 1, 0, 0), zero;
+  for (const double t : {0.0, 0.5, 1.0}) {
+    EXPECT_EQ(SLERP(p, q, t), p) << t;
+    const double angle = t * std::acos(0.0);
+    EXPECT_LT(Distance(SLERP(zero, q, t), std::sin(angle) * q), kRounding) << t;
+    EXPECT_LT(Distance(SLERP(q, zero, t), std::cos(angle) * q), kRounding) << t;
+  }
+}
+
+TEST(Quaternion, InterpolationTurnsAtConstantRateTheShortWay) {
+  orbmath_test::Random random("Quaternion.Interpolation");
+  for (int run = 0; run < 50; ++run) {
+    const TQuaternion p = RandomUnit(&random);
+    const double half = random.Uniform(0.0, 1.5);
+    const TQuaternion step(std::cos(half / 4), std::sin(half / 4) * TVector(0.6, 0, 0.8));
+    const TQuaternion end = p * step * step * step * step;
+    EXPECT_LT(Distance(InterpolateRotation(p, end, 0.25), p * step), kRounding);
+    EXPECT_LT(Distance(InterpolateRotation(p, -end, 0.75), p * step * step * step), kRounding) << "same rotation";
+    EXPECT_LT(Distance(InterpolateRotation(p, end, 1.0), end), kRounding);
+    EXPECT_LT(Distance(InterpolateRotation(p, p, 0.3), p), kRounding);
+  }
+}
+
+TEST(Quaternion, TextAndDebugPrint) {
+  const TQuaternion q(1, 0, 0, 0);
+  EXPECT_EQ(q.Output(), "(   1.0000;   0.0000;   0.0000;   0.0000)");
+  orbmath_test::DebugCapture debug;
+  q.DebugOutput();
+  q.DebugOutput("attitude");
+  ASSERT_EQ(debug.messages.size(), 2u);
+  EXPECT_EQ(debug.messages[0], q.Output() + "\n");
+  EXPECT_EQ(debug.messages[1], "attitude " + q.Output() + "\n");
+}
+
+}  // namespace
+}  // namespace SatCommonUtils
