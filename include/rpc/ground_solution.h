@@ -15,6 +15,7 @@ namespace SatCommonUtils {
 /// Which way led to a solution.
 enum class TGroundMethod : std::int32_t {
   Iteration,  ///< The plain iteration: the point is bit for bit that of `CalculateLatLon` or `CalculateLatLonH`.
+  Polished,   ///< One more step, where the plain iteration's limit left more than 1e-7 pixels.
   Damped,     ///< Damped steps from the model's centre or from where the plain iteration got lost.
   Grid,       ///< Damped steps from the best of a grid of starts.
 };
@@ -55,7 +56,8 @@ struct TGroundIntersection : TGroundSolution {
 
 /// Image to ground at a known height, never silently wrong.
 ///
-/// Runs the model's own `CalculateLatLon`. When that does not converge, its result does not project back within 1e-5
+/// Runs the model's own `CalculateLatLon`. That stops at a step of 1e-10 normalised units, some 1e-6 pixels in a large
+/// image; when more than 1e-7 pixels are left, one more step follows. When it does not converge, its result does not project back within 1e-5
 /// pixels, or lies more than half the model's extent outside of it, damped steps (Levenberg-Marquardt) through the
 /// virtual projection follow: from the plain iteration's result, from the model's centre, then from the best points of
 /// grids that shrink towards the centre. Of what they find, the first root within the model's ground range is taken;

@@ -20,6 +20,8 @@ using TPoint = rpc::TMeasuredPoint<THeight::Known>;
 
 /// A root projects back within this many pixels.
 constexpr double kLargestMiss = 1e-5;
+/// A root that misses by more than this is worth another step, pixels.
+constexpr double kWorthAStep = 1e-7;
 /// A root this far out, in normalised units, may not be the one that is meant.
 constexpr double kFarOutside = 1.5;
 
@@ -86,6 +88,23 @@ bool TryFrom(const TRPCCoordsDataItem& item, const TStart& start, TGroundMethod 
   return inside;
 }
 
+/// One more Gauss-Newton step through the virtual projection; kept when it comes nearer.
+void Polish(const TRPCCoordsDataItem& item, TGroundSolution* solution) {
+  double ground[3] = {solution->lat, solution->lon, solution->h};
+  rpc::TLinearized<THeight::Known> here;
+  rpc::Linearize<THeight::Known>({&item, 1, {solution->h}}, ground, &here);
+  double step[2];
+  double lowestPivot;
+  rpc::SolveCholesky(here.equations, step, lowestPivot);
+  const double miss = Miss(item, ground[0] + step[0], ground[1] + step[1], ground[2]);
+  ++solution->status.iterations;
+  if (lowestPivot <= rpc::kSmallestPivot || !(miss < solution->residual)) return;
+  solution->lat = ground[0] + step[0];
+  solution->lon = ground[1] + step[1];
+  solution->residual = miss;
+  solution->method = TGroundMethod::Polished;
+}
+
 /// What follows where the plain iteration gave no root, or one far outside.
 void Retry(const TRPCCoordsDataItem& item, TGroundSolution* solution) {
   const TStart lost = {solution->lat, solution->lon, solution->residual};
@@ -105,6 +124,8 @@ void Complete(const TRPC& model, double line, double sample, TGroundSolution* so
   if (solution->status.state != TGroundState::NoApproximation &&
       (!root || Remoteness(model, solution->lat, solution->lon) > kFarOutside)) {
     Retry(item, solution);
+  } else if (root && solution->residual > kWorthAStep) {
+    Polish(item, solution);
   }
   rpc::SetFlags(item, solution);
 }
