@@ -12,7 +12,8 @@ namespace RPCForms {
 
 bool ReadContent(TZxStream* src, std::string* content, TRPCFileError* error) {
   if (ZxReadAll(src, content, kMaxContent)) return true;
-  return Fail(error, 0, "", src == nullptr ? "there is no stream to read" : "is far too long for a model file");
+  if (src == nullptr) return Fail(error, 0, "", "there is no stream to read");
+  return Fail(error, 0, "", src->ReadFailed() ? "cannot be read to its end" : "is far too long for a model file");
 }
 
 bool ReadContent(const std::string& path, std::string* content, TRPCFileError* error) {

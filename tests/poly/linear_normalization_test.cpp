@@ -23,14 +23,9 @@ std::string ThrownText(const std::function<void()>& construct) {
   return std::string();
 }
 
-TEST(LinearNormalization, DefaultIsIdentity) {
-  const TLinearNormalization n;
-  EXPECT_EQ(n.Initial2Normalized(3.25), 3.25);
-  EXPECT_EQ(n.Normalized2Initial(3.25), 3.25);
-}
-
 TEST(LinearNormalization, TwoPointsFixTheMap) {
   TLinearNormalization n;
+  EXPECT_EQ(n.Initial2Normalized(3.25), 3.25);  // the identity at first
   ASSERT_TRUE(n.Reset(10, 2, 1, -1));
   EXPECT_EQ(n.GetOffset(), 6);
   EXPECT_EQ(n.GetScale(), 4);
@@ -40,37 +35,29 @@ TEST(LinearNormalization, TwoPointsFixTheMap) {
 }
 
 TEST(LinearNormalization, RefusalsChangeNothing) {
+  TStringTree tree;
+  tree.InsertDouble("offset", 3, 0, 9);
+  tree.Insert("scale", 3, 1, "wide");
   TLinearNormalization n(7, -3);
-  EXPECT_FALSE(n.Reset(5, 0));
-  EXPECT_FALSE(n.Reset(5, -0.0));
-  EXPECT_FALSE(n.Reset(3, 3, 1, -1));
-  EXPECT_FALSE(n.Reset(1, 2, 0, 0));
+  EXPECT_FALSE(n.Reset(5, 0) || n.Reset(5, -0.0) || n.Reset(3, 3, 1, -1) || n.Reset(1, 2, 0, 0));
+  EXPECT_FALSE(n.Reset(&tree, 3) || n.Reset(&tree, 4) || n.Reset(nullptr, 3));
   EXPECT_EQ(n.GetOffset(), 7);
   EXPECT_EQ(n.GetScale(), -3);
-}
-
-TEST(LinearNormalization, NaNScaleIsTaken) {
-  TLinearNormalization n;
-  EXPECT_TRUE(n.Reset(5, std::numeric_limits<double>::quiet_NaN()));
-  EXPECT_TRUE(std::isnan(n.Initial2Normalized(5)));
-}
-
-TEST(LinearNormalization, UncheckedLetsAZeroScaleIn) {
-  const TLinearNormalization n = TLinearNormalization::Unchecked(2, 0);
-  EXPECT_EQ(n.Initial2Normalized(3), std::numeric_limits<double>::infinity());
-  EXPECT_TRUE(std::isnan(n.Initial2Normalized(2)));
-  EXPECT_EQ(n.Normalized2Initial(5), 2);
-}
-
-TEST(LinearNormalization, ConstructorsSayWhichOneRefused) {
   EXPECT_EQ(ThrownText([] { TLinearNormalization(1, 0); }),
             "TLinearNormalization::TLinearNormalization(const double&,const double&)");
   EXPECT_EQ(ThrownText([] { TLinearNormalization(3, 3, 1, -1); }),
             "TLinearNormalization::TLinearNormalization(const double&, const double&, const double&, const double&)");
-  TStringTree empty;
-  EXPECT_EQ(ThrownText([&empty] { TLinearNormalization(&empty, 0); }),
+  EXPECT_EQ(ThrownText([&tree] { TLinearNormalization(&tree, 3); }),
             "TLinearNormalization::TLinearNormalization(TStringTree *src, int tag)");
-  EXPECT_EQ(ThrownText([] { TLinearNormalization(10, 2, 1, -1); }), "");
+}
+
+TEST(LinearNormalization, NaNAndUncheckedZeroScalesAreTaken) {
+  TLinearNormalization n;
+  EXPECT_TRUE(n.Reset(5, std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_TRUE(std::isnan(n.Initial2Normalized(5)));
+  n = TLinearNormalization::Unchecked(2, 0);
+  EXPECT_EQ(n.Initial2Normalized(3), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(n.Normalized2Initial(5), 2);
 }
 
 TEST(LinearNormalization, LivesInATreeUnderATag) {
@@ -86,18 +73,6 @@ TEST(LinearNormalization, LivesInATreeUnderATag) {
   EXPECT_EQ(n.GetScale(), -1e-300);
   ASSERT_TRUE(n.Reset(&tree, 4));
   EXPECT_EQ(n.GetScale(), 0);  // taken as it stands
-}
-
-TEST(LinearNormalization, ATreeWithoutBothNumbersChangesNothing) {
-  TStringTree tree;
-  tree.InsertDouble("offset", 3, 0, 9);
-  tree.Insert("scale", 3, 1, "wide");
-  TLinearNormalization n(7, -3);
-  EXPECT_FALSE(n.Reset(&tree, 3));
-  EXPECT_FALSE(n.Reset(nullptr, 3));
-  EXPECT_EQ(n.GetOffset(), 7);
-  EXPECT_EQ(n.GetScale(), -3);
-  EXPECT_FALSE(n.WriteToTree(nullptr, 3, nullptr));
 }
 
 }  // namespace

@@ -1,12 +1,15 @@
-// Files of any form: recognition, what stands beside the record, conversions, errors.
+// Files of any form: recognition, what stands beside the record, conversions, real models, errors.
 
 #include "rpc/rpc_file.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
+#include "frame/zxstd/number_text.h"
 #include "rpc/records.h"
+#include "support/comma_locale.h"
 #include "support/real_data.h"
 #include "support/xml.h"
 
@@ -14,19 +17,24 @@ namespace SatCommonUtils {
 namespace {
 
 using orbmath_test::CountingRecord;
+using orbmath_test::RealDataPath;
 using orbmath_test::Replaced;
 using orbmath_test::SameRecord;
+using RPCRealFiles = orbmath_test::WithRealData;
 
 constexpr TRPCFileForm kForms[] = {TRPCFileForm::RPB, TRPCFileForm::Text, TRPCFileForm::XML};
 
-TRPCFileExtras AllExtras() { return {"WV \"03\"", "Multi;", 1.49, 0.58}; }
+TRPCFile CountingFile() {
+  TRPCFile file;
+  file.record = CountingRecord();
+  file.extras = {"WV03", "Multi; P", 1.49, 0.58};
+  return file;
+}
 
 std::string Written(const TRPCFile& file, TRPCFileForm form) {
-  TZxStringStream stream;
-  TRPCFileError error;
-  EXPECT_TRUE(WriteRPCStream(&stream, "out", form, file.record, file.extras, TRPCTextErrors::Append, &error))
-      << error.GetText();
-  return stream.GetString();
+  return orbmath_test::Saved([&](TZxStream* dst) {
+    return WriteRPCStream(dst, "out", form, file.record, file.extras, TRPCTextErrors::Append, nullptr);
+  });
 }
 
 TRPCFile Reread(const std::string& content) {
@@ -37,123 +45,201 @@ TRPCFile Reread(const std::string& content) {
   return file;
 }
 
-// Message of a failed read of this content.
+// Message of a failed read of this content, which changes nothing else.
 std::string Complaint(const std::string& content) {
   TZxStringStream stream(content);
   TRPCFile file;
   file.xml = "poison";
   TRPCFileError error;
-  EXPECT_FALSE(ReadRPCStream(&stream, "x", &file, &error));
+  EXPECT_FALSE(ReadRPCStream(&stream, "x", &file, &error)) << content;
   EXPECT_EQ(file.xml, "poison");
   return error.GetText();
 }
 
-TEST(RPCFile, ConversionsBringTheSameBytesBack) {
-  TRPCFile file;
-  file.record = orbmath_test::FormatRecord();
-  file.extras = {"WV03", "Multi; P", 1.49, 0.58};
+void ExpectSameBytesThroughXml(const TRPCFile& file) {
   for (const TRPCFileForm form : kForms) {
     const std::string once = Written(file, form);
-    const TRPCFile read = Reread(once);
-    EXPECT_EQ(read.form, form);
-    EXPECT_EQ(read.extras.biasError, 1.49);
-    EXPECT_EQ(read.extras.satelliteId.has_value(), form != TRPCFileForm::Text);
-    const std::string xml = Written(read, TRPCFileForm::XML);
-    EXPECT_EQ(Written(Reread(xml), form), once) << RPCFileFormName(form);
+    EXPECT_EQ(Reread(once).form, form);
+    const std::string xml = Written(Reread(once), TRPCFileForm::XML);
     EXPECT_EQ(Reread(xml).xml, xml);
+    EXPECT_EQ(Written(Reread(xml), form), once) << RPCFileFormName(form);
   }
 }
 
-TEST(RPCFile, ExtrasStandBesideAnyModelInXml) {
-  const std::string xml = orbmath_test::SavedXml([](TZxXIniWriter* dst) {
-    EXPECT_TRUE(CountingRecord().SaveToXML(dst));
-    dst->WriteS<int>("RasterWidth", 7);
-    const TZxXIniWriterSection refinement(dst, "Refinement");
-    EXPECT_TRUE(dst->WriteS<double>("ErrorBias", 99));  // that of another section
-    EXPECT_TRUE(TRPCFileExtras().SaveToXML(dst));
-  });
-  const TRPCFile bare = Reread(xml);
-  EXPECT_EQ(bare.form, TRPCFileForm::AdjustedXML);
-  EXPECT_EQ(bare.extras, TRPCFileExtras());
-  TRPCFile full;
-  full.record = CountingRecord();
-  full.extras = AllExtras();
-  const TRPCFile read = Reread(Written(full, TRPCFileForm::XML));
-  EXPECT_EQ(read.form, TRPCFileForm::XML);
-  EXPECT_EQ(read.extras, full.extras);
-  EXPECT_TRUE(SameRecord(read.record, full.record));
+TEST(RPCFile, ConversionsBringTheSameBytesBack) {
+  ExpectSameBytesThroughXml(CountingFile());
+  const orbmath_test::CommaLocale locale;  // of the process: it plays no part, where one is installed
+  ExpectSameBytesThroughXml(CountingFile());
+  EXPECT_EQ(Written(CountingFile(), TRPCFileForm::Text).find(','), std::string::npos);
 }
 
-TEST(RPCFile, TextCarriesErrorsOnDemandOnly) {
-  TZxStringStream plain;
-  TZxStringStream exact;
-  const TRPCFileExtras extras = AllExtras();
-  EXPECT_TRUE(CountingRecord().SaveToText(&exact, "", ""));
-  EXPECT_TRUE(WriteRPCStream(&plain, "", TRPCFileForm::Text, CountingRecord(), extras, TRPCTextErrors::Omit, nullptr));
-  EXPECT_EQ(plain.GetString(), exact.GetString());
-  TRPCFile file;
-  file.record = CountingRecord();
-  file.extras = extras;
-  EXPECT_EQ(Written(file, TRPCFileForm::Text),
-            exact.GetString() + "ERR_BIAS: 0001.49 meters\r\nERR_RAND: 0000.58 meters\r\n");
+TEST(RPCFile, ExtrasStandBesideTheRecord) {
+  EXPECT_EQ(Reread(Written(CountingFile(), TRPCFileForm::RPB)).extras, CountingFile().extras);
+  EXPECT_EQ(Reread(Written(CountingFile(), TRPCFileForm::XML)).extras, CountingFile().extras);
+  const std::string text = Written(CountingFile(), TRPCFileForm::Text);
+  EXPECT_EQ(Reread(text).extras, (TRPCFileExtras{std::nullopt, std::nullopt, 1.49, 0.58}));
+  const std::string plain =
+      orbmath_test::Saved([](TZxStream* dst) { return CountingRecord().SaveToText(dst, "", ""); });
+  EXPECT_EQ(text, plain + "ERR_BIAS: 0001.49 meters\r\nERR_RAND: 0000.58 meters\r\n");
+  EXPECT_EQ(plain, orbmath_test::Saved([](TZxStream* dst) {
+              return WriteRPCStream(dst, "", TRPCFileForm::Text, CountingRecord(), CountingFile().extras,
+                                    TRPCTextErrors::Omit, nullptr);
+            }));
+}
+
+TEST(RPCFile, ASectionRefinementMakesAnAdjustedModel) {
+  const TRPCFile file = Reread(orbmath_test::SavedXml([](TZxXIniWriter* dst) {
+    EXPECT_TRUE(CountingRecord().SaveToXML(dst));
+    const TZxXIniWriterSection refinement(dst, "Refinement");
+    EXPECT_TRUE(CountingFile().extras.SaveToXML(dst));  // those of another section
+  }));
+  EXPECT_EQ(file.form, TRPCFileForm::AdjustedXML);
+  EXPECT_EQ(file.extras, TRPCFileExtras());
+}
+
+// A stream that takes only so many bytes, as a full disk does.
+class ShortStream : public TZxStringStream {
+ public:
+  explicit ShortStream(std::size_t room) : room_(room) {}
+  std::size_t Write(const void* buffer, std::size_t count) override {
+    ++writes;
+    const std::size_t taken = std::min(count, room_);
+    room_ -= taken;
+    return TZxStringStream::Write(buffer, taken);
+  }
+  int writes = 0;
+
+ private:
+  std::size_t room_;
+};
+
+TEST(RPCFile, WritersStopWhereTheStreamEnds) {
+  for (const TRPCFileForm form : kForms) {
+    const std::size_t whole = Written(CountingFile(), form).size();
+    for (std::size_t room = 0; room < whole; room += 61) {
+      ShortStream stream(room);
+      TRPCFileError error;
+      EXPECT_FALSE(WriteRPCStream(&stream, "out", form, CountingRecord(), CountingFile().extras, TRPCTextErrors::Append,
+                                  &error));
+      EXPECT_EQ(error.GetText(), "out: cannot be written whole");
+      EXPECT_TRUE(form != TRPCFileForm::RPB || stream.writes == 1);
+      EXPECT_TRUE(form != TRPCFileForm::Text || room >= 29 || stream.writes == 1);  // the first line
+    }
+  }
 }
 
 TEST(RPCFile, RefusesToWriteWhatCouldNotBeRead) {
-  const auto complaint = [](TRPCFileForm form, const TRPCData& record, const TRPCFileExtras& extras, std::size_t room) {
-    orbmath_test::ShortStream stream(room);
+  const auto complaint = [](TRPCFileForm form, const TRPCData& record, const TRPCFileExtras& extras) {
+    TZxStringStream stream;
     TRPCFileError error;
-    EXPECT_FALSE(WriteRPCStream(&stream, "out", form, record, extras, TRPCTextErrors::Append, &error));
+    EXPECT_FALSE(WriteRPCStream(&stream, "out", form, record, extras, TRPCTextErrors::Omit, &error));
+    EXPECT_EQ(stream.GetString(), "");
     return error.GetText();
   };
-  const TRPCFileExtras none;
-  EXPECT_EQ(complaint(TRPCFileForm::RPB, TRPCData(), none, 99999), "out: the record to write is incomplete");
-  EXPECT_EQ(complaint(TRPCFileForm::RPB, CountingRecord(), AllExtras(), 99999),
+  EXPECT_EQ(complaint(TRPCFileForm::RPB, TRPCData(), {}), "out: the record to write is incomplete");
+  EXPECT_EQ(complaint(TRPCFileForm::RPB, CountingRecord(), {"a\"", {}, {}, {}}),
             "out: satId: holds a character that the RPB form has no place for");
-  EXPECT_EQ(complaint(TRPCFileForm::AdjustedXML, CountingRecord(), none, 99999),
-            "out: an adjusted model is more than a record");
-  for (const TRPCFileForm form : kForms) {
-    EXPECT_EQ(complaint(form, CountingRecord(), none, 1000), "out: cannot be written whole");
-  }
+  EXPECT_EQ(complaint(TRPCFileForm::AdjustedXML, CountingRecord(), {}), "out: an adjusted model is more than a record");
 }
 
-TEST(RPCFile, SaysWhatIsWrong) {
-  TRPCFile file;
-  file.record = CountingRecord();
-  const std::string text = Written(file, TRPCFileForm::Text);
-  const std::string xml = Written(file, TRPCFileForm::XML);
+TEST(RPCFile, SaysWhatIsWrongAndWhere) {
+  const std::string rpb = Written(CountingFile(), TRPCFileForm::RPB);
+  const std::string text = Written(CountingFile(), TRPCFileForm::Text);
+  const std::string xml = Written(CountingFile(), TRPCFileForm::XML);
+  const struct {
+    const std::string& good;
+    const char* from;
+    const char* to;
+    const char* message;
+  } cases[] = {
+      {rpb, "+1.55000000E+01);", "+1.55000000E+01,\n1);", "x:17: lineNumCoef: 21 numbers where 20 are needed"},
+      {rpb, "\t\t\t+3.60000000E+01,\n", "", "x:80: sampDenCoef: 19 numbers where 20 are needed"},
+      {rpb, "+2.00000000E+01", "twenty", "x:38: lineDenCoef: is no list of numbers"},
+      {rpb, "latOffset = 3.00000000", "latOffset = 3,0", "x:9: latOffset: \"3,0\" is no number"},
+      {rpb, "\tlatOffset", "\tlat", "x: latOffset: is missing"},
+      {rpb, "\tsampNumCoef", "\tsamp", "x: sampNumCoef: is missing"},
+      {rpb, "GROUP = IMAGE", "GROUP = BILD", "x: IMAGE: the group is missing"},
+      {rpb, "= 1.50;", "= 1.7976931348623157e308;", "x: a number of the record is the mark for unset ones"},
+      {text, "+1.50", "+1,50", "x:6: LINE_SCALE: \"+1,50 pixels\" is no number"},
+      {text, "NUM_COEFF_3:", "NUM_COEFF_23:", "x:13: LINE_NUM_COEFF_23: is no coefficient: they count from 1 to 20"},
+      {text, "SAMP_NUM_COEFF_3:", "SAMP_NUM_COEFF 3:", "x: SAMP_NUM_COEFF_3: is missing"},
+      {xml, "LongitudeScale", "L", "x: LongitudeScale: is missing"},
+      {xml, "SampleDenom", "S", "x: SampleDenom: the section is missing"},
+      {xml, ">4.5<", ">4,5<", "x:10: LongitudeScale: \"4,5\" is no number"},
+      {xml, ">7.5<", "><", "x:17: LineNum/03: has no number"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Complaint(Replaced(c.good, c.from, c.to)), c.message);
   EXPECT_EQ(Complaint(""), "x: is empty");
   EXPECT_EQ(Complaint("II*\n"), "x: is no RPC model: neither RPB nor text nor XML");
-  EXPECT_EQ(Complaint(Replaced(text, "+1.50", "+1,50")), "x:6: LINE_SCALE: \"+1,50 pixels\" is no number");
-  EXPECT_EQ(Complaint(Replaced(text, "SAMP_NUM_COEFF_3:", "SAMP_NUM_COEFF_23:")),
-            "x:53: SAMP_NUM_COEFF_23: is no coefficient: they count from 1 to 20");
-  EXPECT_EQ(Complaint(Replaced(text, "SAMP_NUM_COEFF_3:", "SAMP_NUM_COEFF 3:")), "x: SAMP_NUM_COEFF_3: is missing");
-  EXPECT_EQ(Complaint(Replaced(xml, "LongitudeScale", "L")), "x: LongitudeScale: is missing");
-  EXPECT_EQ(Complaint(Replaced(xml, "SampleDenom", "S")), "x: SampleDenom: the section is missing");
-  EXPECT_EQ(Complaint(Replaced(xml, ">4.5<", ">4,5<")), "x:10: LongitudeScale: \"4,5\" is no number");
-  EXPECT_EQ(Complaint(Replaced(xml, ">7.5<", "><")), "x:17: LineNum/03: has no number");
-  EXPECT_NE(Complaint("<de_rpc></de_rpc>"), "");
+  TRPCFile file;
   TRPCFileError error;
   EXPECT_FALSE(ReadRPCFile("/no/such/file.RPB", &file, &error));
   EXPECT_EQ(error.GetText(), "/no/such/file.RPB: cannot be opened");
-  EXPECT_FALSE(ReadRPCStream(nullptr, "x", &file, nullptr));
 }
 
-TEST(RPCFile, ReadsNoTruncatedXmlAsComplete) {
-  TRPCFile file;
-  file.record = CountingRecord();
-  const std::string good = Written(file, TRPCFileForm::XML);
-  for (std::size_t size = 0; size + 1 < good.size(); ++size) {
-    TZxStringStream stream(good.substr(0, size));
-    ASSERT_FALSE(ReadRPCStream(&stream, "cut", &file, nullptr)) << size;
+TEST(RPCFile, NoTruncatedFileIsComplete) {
+  for (const TRPCFileForm form : kForms) {
+    TRPCFile file = CountingFile();
+    file.extras = TRPCFileExtras();
+    const std::string good = Written(file, form);
+    // The last number of a text may end anywhere; the other forms say where they end.
+    const std::size_t end =
+        form == TRPCFileForm::Text ? good.rfind(": ") + 2 : good.rfind(form == TRPCFileForm::RPB ? ");" : ">");
+    for (std::size_t size = 0; size <= end; ++size) EXPECT_NE(Complaint(good.substr(0, size)), "") << size;
   }
+}
+
+TEST(RPCFile, NullsFail) {
+  TRPCData record = CountingRecord();
+  EXPECT_FALSE(record.SaveToText(nullptr, "", "") || record.SaveToRPB(nullptr, "", "", 0, 0) ||
+               record.SaveToXML(nullptr));
+  EXPECT_FALSE(record.InitializeFromXML(nullptr) || record.InitializeFromText(nullptr));
+  EXPECT_FALSE(record.InitializeFromTextFile("/no/such/file") || static_cast<bool>(record));
+  TRPCFile file;
+  EXPECT_FALSE(ReadRPCStream(nullptr, "x", &file, nullptr));
 }
 
 TEST(RPCFile, NamesAskForForms) {
   EXPECT_EQ(RPCFileFormOfName("a.b/x.RPB"), TRPCFileForm::RPB);
   EXPECT_EQ(RPCFileFormOfName("x_rpc.txt"), TRPCFileForm::Text);
-  EXPECT_EQ(RPCFileFormOfName("x.rpc"), TRPCFileForm::Text);
   EXPECT_EQ(RPCFileFormOfName("x.Xml"), TRPCFileForm::XML);
   for (const char* name : {"", "x", "x.xml/y", "x.rpb.gz"}) EXPECT_FALSE(RPCFileFormOfName(name).has_value()) << name;
+}
+
+// The numbers that another reader found in a file; parsed.json has one number a line.
+TRPCData OtherReadersRecord(const std::string& name) {
+  const std::string json = orbmath_test::FileContent(RealDataPath("parsed.json"));
+  const std::size_t part = json.find("\"" + name + "\"");
+  const auto number = [&](const std::string& key, int index) {
+    std::size_t place = json.find("\"" + key + "\":", part) + key.size() + 3;
+    for (int i = 0; i < index; ++i) place = json.find(',', place) + 1;
+    double value = orbmath_test::kPoison;
+    EXPECT_NE(ParseDoublePrefix(json.substr(json.find_first_not_of(" [\n", place), 40), &value), 0u) << key;
+    return value;
+  };
+  TRPCData record;
+  for (const TRPCScalarField& field : RPCScalarFields()) record.*field.value = number(field.textKey, 0);
+  for (const TRPCCoefficientField& field : RPCCoefficientFields()) {
+    const std::string key = field.textKey;
+    for (int k = 0; k < 20; ++k) (record.*field.values)[k] = number(key.substr(0, key.size() - 1), k);
+  }
+  return record;
+}
+
+TEST_F(RPCRealFiles, SayWhatOtherReadersFindAndKeepTheirBytes) {
+  for (const std::string& name : orbmath_test::RealModelFiles()) {
+    TRPCFile file;
+    TRPCFileError error;
+    ASSERT_TRUE(ReadRPCFile(RealDataPath(name), &file, &error)) << error.GetText();
+    EXPECT_TRUE(SameRecord(file.record, OtherReadersRecord(name))) << name;
+    ExpectSameBytesThroughXml(file);
+  }
+  const auto extras = [](const std::string& name) {
+    return Reread(orbmath_test::FileContent(RealDataPath(name))).extras;
+  };
+  EXPECT_EQ(extras("md_dg.RPB"), (TRPCFileExtras{"WV03", "Multi", 1.49, 0.58}));
+  EXPECT_EQ(extras("md_ge_rgb_0010000_rpc.txt"), (TRPCFileExtras{{}, {}, 4.98, 0.5}));
+  EXPECT_EQ(extras("md_kompsat.rpc"), TRPCFileExtras());
 }
 
 }  // namespace
