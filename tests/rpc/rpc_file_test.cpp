@@ -4,13 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 
 #include "frame/zxstd/number_text.h"
 #include "rpc/records.h"
 #include "support/comma_locale.h"
 #include "support/real_data.h"
+#include "support/short_stream.h"
 #include "support/xml.h"
 
 namespace SatCommonUtils {
@@ -97,27 +97,11 @@ TEST(RPCFile, ASectionRefinementMakesAnAdjustedModel) {
   EXPECT_EQ(file.extras, TRPCFileExtras());
 }
 
-// A stream that takes only so many bytes, as a full disk does.
-class ShortStream : public TZxStringStream {
- public:
-  explicit ShortStream(std::size_t room) : room_(room) {}
-  std::size_t Write(const void* buffer, std::size_t count) override {
-    ++writes;
-    const std::size_t taken = std::min(count, room_);
-    room_ -= taken;
-    return TZxStringStream::Write(buffer, taken);
-  }
-  int writes = 0;
-
- private:
-  std::size_t room_;
-};
-
 TEST(RPCFile, WritersStopWhereTheStreamEnds) {
   for (const TRPCFileForm form : kForms) {
     const std::size_t whole = Written(CountingFile(), form).size();
     for (std::size_t room = 0; room < whole; room += 61) {
-      ShortStream stream(room);
+      orbmath_test::ShortStream stream(room);
       TRPCFileError error;
       EXPECT_FALSE(WriteRPCStream(&stream, "out", form, CountingRecord(), CountingFile().extras, TRPCTextErrors::Append,
                                   &error));

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "frame/zxstd/xini_writer.h"
 #include "support/bits.h"
 #include "support/random.h"
+#include "support/short_stream.h"
 #include "support/xml.h"
 
 namespace SatCommonUtils {
@@ -227,21 +227,6 @@ TEST(XIni, ManyItemsAreFoundInLinearTime) {
   }
 }
 
-// Takes a number of bytes and no more.
-class ShortStream : public TZxStream {
- public:
-  explicit ShortStream(std::size_t room) : room_(room) {}
-  std::size_t Write(const void* /*buffer*/, std::size_t count) override {
-    const std::size_t taken = std::min(count, room_);
-    room_ -= taken;
-    return taken;
-  }
-  std::size_t Read(void* /*buffer*/, std::size_t /*count*/) override { return 0; }
-
- private:
-  std::size_t room_;
-};
-
 TEST(XIniWriter, TellsOfEveryShortWrite) {
   const auto write = [](TZxStream* stream) {
     TZxXIniStreamWriter writer(stream);
@@ -262,7 +247,7 @@ TEST(XIniWriter, TellsOfEveryShortWrite) {
   EXPECT_TRUE(write(&whole));
   const std::size_t size = whole.GetString().size();
   for (std::size_t room = 0; room < size; ++room) {
-    ShortStream stream(room);
+    orbmath_test::ShortStream stream(room);
     EXPECT_FALSE(write(&stream)) << room;
   }
   EXPECT_FALSE(write(nullptr));
