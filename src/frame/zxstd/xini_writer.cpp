@@ -99,7 +99,7 @@ bool TZxXIniStreamWriter::WriteText(const std::string& key, const std::string& t
   if (closed_) return false;
   const bool escaped = !IsXmlText(key) || !IsXmlText(text);
   std::string line = OpenTag(XIniLayout::kItem, key, escaped);
-  AppendXmlContent(escaped ? XIniLayout::EscapePercent(text) : text, &line);
+  AppendXmlLine(escaped ? XIniLayout::EscapePercent(text) : text, &line);
   Put(line + "</" + XIniLayout::kItem + ">\n");
   return good_;
 }

@@ -6,9 +6,9 @@ namespace SatCommonUtils {
 
 namespace {
 
-// The reference for a byte that cannot stand for itself, or null. A carriage return and, in attributes, tabs and line
-// feeds would be changed by a parser's line end handling.
-const char* Reference(char c, bool attribute) {
+// The reference for a byte that cannot stand for itself, or null. A parser's line end handling would change a carriage
+// return anywhere, and tabs and line feeds in attributes, which stand on one line therefore.
+const char* Reference(char c, bool one_line) {
   switch (c) {
     case '&':
       return "&amp;";
@@ -19,19 +19,19 @@ const char* Reference(char c, bool attribute) {
     case '\r':
       return "&#13;";
     case '"':
-      return attribute ? "&quot;" : nullptr;
+      return one_line ? "&quot;" : nullptr;
     case '\t':
-      return attribute ? "&#9;" : nullptr;
+      return one_line ? "&#9;" : nullptr;
     case '\n':
-      return attribute ? "&#10;" : nullptr;
+      return one_line ? "&#10;" : nullptr;
     default:
       return nullptr;
   }
 }
 
-void AppendEscaped(std::string_view text, bool attribute, std::string* xml) {
+void AppendEscaped(std::string_view text, bool one_line, std::string* xml) {
   for (const char c : text) {
-    const char* const reference = Reference(c, attribute);
+    const char* const reference = Reference(c, one_line);
     if (reference == nullptr) {
       xml->push_back(c);
     } else {
@@ -84,9 +84,11 @@ bool IsXmlName(std::string_view text) {
 
 void AppendXmlContent(std::string_view text, std::string* xml) { AppendEscaped(text, false, xml); }
 
+void AppendXmlLine(std::string_view text, std::string* xml) { AppendEscaped(text, true, xml); }
+
 void AppendXmlAttributeValue(std::string_view text, std::string* xml) {
   xml->push_back('"');
-  AppendEscaped(text, true, xml);
+  AppendXmlLine(text, xml);
   xml->push_back('"');
 }
 

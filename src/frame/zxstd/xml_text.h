@@ -19,6 +19,9 @@ bool IsXmlName(std::string_view text);
 /// Appends element content that a parser gives back as `text`, which must be an XML text.
 void AppendXmlContent(std::string_view text, std::string* xml);
 
+/// As above, on one line: no handling of line ends or blanks, by a parser or by a program on the way, can change it.
+void AppendXmlLine(std::string_view text, std::string* xml);
+
 /// Appends a quoted attribute value that a parser gives back as `text`, which must be an XML text.
 void AppendXmlAttributeValue(std::string_view text, std::string* xml);
 

@@ -69,6 +69,15 @@ TEST(XIni, EveryTextAndKeyComesBack) {
   }
 }
 
+// Programs that carry text files may change every line end of them.
+TEST(XIni, TextsSurviveOtherLineEnds) {
+  const std::string text = "a\nb\r\nc\rd\t";
+  const std::string xml = SavedXml([&](TZxXIniWriter* writer) { writer->WriteS("key", text); });
+  std::string changed;
+  for (const char c : xml) changed += c == '\n' ? std::string("\r\n") : std::string(1, c);
+  EXPECT_EQ(ReaderOf(changed)->ReadKeyE<std::string>("key"), text);
+}
+
 TEST(XIni, EveryTypeComesBack) {
   const std::vector<double> doubles = orbmath_test::SpecialDoubles();
   const std::string xml = SavedXml([&](TZxXIniWriter* writer) {
