@@ -1,0 +1,78 @@
+#include "frame/module.h"
+
+#include <memory>
+#include <mutex>
+#include <new>
+
+#include "frame/module_file.h"
+#include "frame/sat_data_container/start_stop.h"
+#include "transform/affine_2d_registration.h"
+
+namespace SatCommonUtils {
+namespace {
+
+/// Present while the library's registrations are.
+struct TRegistrationToken {};
+
+/// The one record of the process.
+struct TModule {
+  std::mutex mutex;
+  unsigned long long users = 0;
+  std::string base_name = "Orbmath";
+  std::string extension = "dll";
+  TModuleFile file;
+  TPathParts parts;
+  std::unique_ptr<TRegistrationToken> token;
+};
+
+TModule& Module() {
+  static TModule module;
+  return module;
+}
+
+void Start(TModule* module) {
+  Init_SatDataContainer();
+  module->file = FindOwnModule(module->base_name + "." + module->extension);
+  module->parts = SplitPath(module->file.path);
+  module->token.reset(new (std::nothrow) TRegistrationToken);
+  if (module->token) Register2DAffineTransform();
+}
+
+void Stop(TModule* module) {
+  if (module->token) {
+    Unregister2DAffineTransform();
+    module->token.reset();
+  }
+  Deinit_SatDataContainer();
+}
+
+}  // namespace
+
+void Init_Orbmath() {
+  TModule& module = Module();
+  const std::lock_guard<std::mutex> lock(module.mutex);
+  if (module.users == 0) Start(&module);
+  ++module.users;
+}
+
+void Deinit_Orbmath() {
+  TModule& module = Module();
+  const std::lock_guard<std::mutex> lock(module.mutex);
+  if (module.users == 0 || --module.users > 0) return;
+  Stop(&module);
+}
+
+TOrbmathModuleInfo GetOrbmathModuleInfo() {
+  TModule& module = Module();
+  const std::lock_guard<std::mutex> lock(module.mutex);
+  TOrbmathModuleInfo info;
+  info.users = module.users;
+  info.path = module.file.path;
+  info.directory = module.parts.directory;
+  info.base_name = module.parts.base_name;
+  info.extension = module.parts.extension;
+  info.handle = module.file.handle;
+  return info;
+}
+
+}  // namespace SatCommonUtils
