@@ -1,0 +1,143 @@
+// Gauss-Newton on the distances in the target plane; for shifts and affine maps its first step is the solution.
+
+#include "refine/plane_fit.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "linalg/linear_systems.h"
+#include "linalg/normal_equations.h"
+#include "linalg/vector.h"
+
+namespace SatCommonUtils::refine {
+namespace {
+
+constexpr std::size_t kShiftParameters[] = {2, 5};
+constexpr std::size_t kAllParameters[] = {0, 1, 2, 3, 4, 5, 6, 7};
+
+const std::size_t* ParametersOf(TRPCRefinementTransformType type) {
+  return type == TRPCRefinementTransformType::Shift ? kShiftParameters : kAllParameters;
+}
+
+double Denominator(const TPlaneMap& map, double x, double y) { return map[6] * x + map[7] * y + 1.0; }
+
+/// The normal equations at a map.
+struct TNormalEquations {
+  TMatrix matrix;
+  TVector free_term;
+};
+
+bool FormNormalEquations(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+                         const std::vector<std::size_t>& chosen, const TPlaneMap& map, TNormalEquations* normal) {
+  const std::size_t unknowns = FreeParameters(type);
+  const std::size_t* parameters = ParametersOf(type);
+  TMatrix design(unknowns, 2 * chosen.size());
+  TVector misfit(2 * chosen.size()), weights(2 * chosen.size());
+  for (std::size_t i = 0; i < chosen.size(); ++i) {
+    const TPlaneTie& tie = ties[chosen[i]];
+    const TPlaneEquations equations = EquationsAt(map, tie);
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      const std::size_t row = 2 * i + axis;
+      for (std::size_t k = 0; k < unknowns; ++k) design[row][k] = equations.design[axis][parameters[k]];
+      misfit[row] = equations.residual[axis];
+      weights[row] = tie.weight * tie.weight;
+    }
+  }
+  return NormalEquationsMatrix(design, weights, &normal->matrix) &&
+         NormalEquationsFreeTerm(design, weights, misfit, &normal->free_term);
+}
+
+/// True when no chosen tie lies near the line that the map sends to infinity.
+bool IsTame(const TPlaneMap& map, const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen) {
+  constexpr double kLeastDenominator = 0.01;
+  return std::all_of(map.begin(), map.end(), [](double a) { return std::isfinite(a); }) &&
+         std::all_of(chosen.begin(), chosen.end(), [&](std::size_t i) {
+           return Denominator(map, ties[i].from[0], ties[i].from[1]) > kLeastDenominator;
+         });
+}
+
+}  // namespace
+
+TPlaneEquations EquationsAt(const TPlaneMap& map, const TPlaneTie& tie) {
+  const double x = tie.from[0], y = tie.from[1];
+  const double w = Denominator(map, x, y);
+  const double mapped[2] = {(map[0] * x + map[1] * y + map[2]) / w, (map[3] * x + map[4] * y + map[5]) / w};
+  TPlaneEquations equations = {};
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    double* row = equations.design[axis];
+    row[3 * axis] = x / w;
+    row[3 * axis + 1] = y / w;
+    row[3 * axis + 2] = 1.0 / w;
+    row[6] = -mapped[axis] * x / w;
+    row[7] = -mapped[axis] * y / w;
+    equations.residual[axis] = tie.to[axis] - mapped[axis];
+  }
+  return equations;
+}
+
+double SquaredResidual(const TPlaneMap& map, const TPlaneTie& tie) {
+  const double x = tie.from[0], y = tie.from[1];
+  const double w = Denominator(map, x, y);
+  const double dx = (tie.to[0] - (map[0] * x + map[1] * y + map[2]) / w) * tie.weight;
+  const double dy = (tie.to[1] - (map[3] * x + map[4] * y + map[5]) / w) * tie.weight;
+  return dx * dx + dy * dy;
+}
+
+double TPlaneFit::VarianceAt(TRPCRefinementTransformType type, double x, double y) const {
+  const std::size_t* parameters = ParametersOf(type);
+  const TPlaneEquations equations = EquationsAt(map, {{x, y}, {0.0, 0.0}, 1.0});
+  double sum = 0.0;
+  for (const auto& row : equations.design) {
+    for (std::size_t i = 0; i < FreeParameters(type); ++i) {
+      for (std::size_t j = 0; j < FreeParameters(type); ++j) {
+        sum += row[parameters[i]] * cofactors(i, j) * row[parameters[j]];
+      }
+    }
+  }
+  return 0.5 * sum;
+}
+
+std::size_t FreeParameters(TRPCRefinementTransformType type) {
+  switch (type) {
+    case TRPCRefinementTransformType::Shift:
+      return 2;
+    case TRPCRefinementTransformType::Affine:
+      return 6;
+    default:
+      return 8;
+  }
+}
+
+bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+                 const std::vector<std::size_t>& chosen, TPlaneMap* map) {
+  constexpr int kMostSteps = 20;
+  constexpr double kAtRest = 1e-13;  // coordinates are near 1
+  TPlaneMap current = kIdentityMap;
+  TNormalEquations normal;
+  TVector step;
+  for (int round = 0; round < kMostSteps; ++round) {
+    if (!FormNormalEquations(type, ties, chosen, current, &normal) ||
+        !Cholesky(normal.matrix, normal.free_term, step)) {
+      return false;
+    }
+    for (std::size_t k = 0; k < step.GetSize(); ++k) current[ParametersOf(type)[k]] += step(k);
+    if (!IsTame(current, ties, chosen)) return false;
+    if (step.Norma1() < kAtRest) break;
+  }
+  *map = current;
+  return true;
+}
+
+bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+                 const std::vector<std::size_t>& chosen, TPlaneFit* fit) {
+  TNormalEquations normal;
+  if (!FitPlaneMap(type, ties, chosen, &fit->map) || !FormNormalEquations(type, ties, chosen, fit->map, &normal)) {
+    return false;
+  }
+  fit->cofactors = ~normal.matrix;
+  fit->sum_of_squares = 0.0;
+  for (const std::size_t i : chosen) fit->sum_of_squares += SquaredResidual(fit->map, ties[i]);
+  return fit->cofactors(0, 0) > 0.0;
+}
+
+}  // namespace SatCommonUtils::refine

@@ -1,0 +1,352 @@
+#include "refine/refinement_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <numeric>
+
+#include "frame/zxstd/text.h"
+#include "refine/refinement.h"
+#include "refine/robust_plane_fit.h"
+
+namespace SatCommonUtils {
+namespace {
+
+using refine::TPlaneFit;
+using refine::TPlaneMap;
+using refine::TPlaneTie;
+using refine::TRobustFit;
+using TIndices = std::vector<std::size_t>;
+using Type = TRPCRefinementTransformType;
+
+/// Residuals below this count as this, pixels: what a good point is tested against in data without noise.
+constexpr double kNoiseFloor = 1e-3;
+/// The correction at a corner may be so much more uncertain than one point: for a kind that the caller wants, and for
+/// one that is chosen.
+constexpr double kLargestCornerFactor = 30.0;
+constexpr double kLargestChosenCornerFactor = 2.0;
+
+/// The frame in which the maps are fitted: raw coordinates, centred and scaled to at most 1, both axes alike.
+struct TFrame {
+  double center[2] = {0.0, 0.0};
+  double scale = 1.0;
+
+  double ToFrame(double value, std::size_t axis) const { return (value - center[axis]) / scale; }
+};
+
+/// Least and largest of both coordinates.
+struct TBox {
+  double least[2], largest[2];
+
+  double HalfSide() const { return 0.5 * std::max(largest[0] - least[0], largest[1] - least[1]); }
+  double Center(std::size_t axis) const { return 0.5 * (least[axis] + largest[axis]); }
+  /// The square of the same centre that just holds the box.
+  TBox Square() const {
+    const double half = HalfSide();
+    return {{Center(0) - half, Center(1) - half}, {Center(0) + half, Center(1) + half}};
+  }
+};
+
+/// A kind with its fit.
+struct TCandidate {
+  Type type = Type::None;
+  TRobustFit robust;
+  double corner_factor = 0.0;
+};
+
+bool IsGood(const TRefinementTie& tie) {
+  const double values[] = {tie.line, tie.sample, tie.measuredLine, tie.measuredSample, tie.sigma};
+  return tie.sigma > 0.0 &&
+         std::all_of(std::begin(values), std::end(values), [](double v) { return std::isfinite(v); });
+}
+
+double TypicalSigma(const std::vector<TRefinementTie>& ties) {
+  std::vector<double> sigmas;
+  for (const TRefinementTie& tie : ties) sigmas.push_back(tie.sigma);
+  const auto middle = sigmas.begin() + static_cast<std::ptrdiff_t>(sigmas.size() / 2);
+  std::nth_element(sigmas.begin(), middle, sigmas.end());
+  return *middle;
+}
+
+TBox BoxOf(const std::vector<TPlaneTie>& ties, const TIndices& chosen) {
+  TBox box = {{ties[chosen[0]].from[0], ties[chosen[0]].from[1]}, {ties[chosen[0]].from[0], ties[chosen[0]].from[1]}};
+  for (const std::size_t i : chosen) {
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      box.least[axis] = std::min(box.least[axis], ties[i].from[axis]);
+      box.largest[axis] = std::max(box.largest[axis], ties[i].from[axis]);
+    }
+  }
+  return box;
+}
+
+TIndices AllOf(std::size_t count) {
+  TIndices all(count);
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  return all;
+}
+
+/// The work on one set of ties.
+class TFitter {
+ public:
+  TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options);
+
+  /// Fits the kind that the caller wants. \return false with `reason`.
+  bool FitGiven(TCandidate* best, std::string* reason) const;
+  /// Fits the kind that the points bear. \return false with `reason`.
+  bool FitChosen(TCandidate* best, std::string* reason) const;
+  /// Fits all points, good and bad.
+  bool FitAll(TCandidate* candidate) const;
+  /// The record of a fitted map.
+  var_a<TRPCRefinementDataBase*> RecordOf(const TCandidate& candidate) const;
+
+ private:
+  bool Fit(Type type, TCandidate* candidate) const;
+  double CornerFactor(const TCandidate& candidate, const TBox& box) const;
+  bool IsSignificantlyBetter(const TCandidate& richer, const TCandidate& simpler) const;
+
+  const TRefinementFitOptions& options_;
+  TFrame frame_;
+  std::vector<TPlaneTie> ties_;
+};
+
+TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options) : options_(options) {
+  for (const TRefinementTie& tie : ties) {
+    ties_.push_back({{tie.line, tie.sample}, {tie.measuredLine, tie.measuredSample}, tie.sigma});
+  }
+  const TBox box = BoxOf(ties_, AllOf(ties_.size()));
+  frame_ = {{box.Center(0), box.Center(1)}, box.HalfSide() > 0.0 ? box.HalfSide() : 1.0};
+  const double typical_sigma = TypicalSigma(ties);
+  for (TPlaneTie& tie : ties_) {
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      tie.from[axis] = frame_.ToFrame(tie.from[axis], axis);
+      tie.to[axis] = frame_.ToFrame(tie.to[axis], axis);
+    }
+    tie.weight = frame_.scale * typical_sigma / tie.weight;  // weighted residuals are pixels
+  }
+}
+
+double TFitter::CornerFactor(const TCandidate& candidate, const TBox& box) const {
+  double worst = 0.0;
+  for (const double x : {box.least[0], box.largest[0]}) {
+    for (const double y : {box.least[1], box.largest[1]}) {
+      const double variance = candidate.robust.fit.VarianceAt(candidate.type, x, y);
+      if (!(variance >= 0.0) || !std::isfinite(variance)) return std::numeric_limits<double>::infinity();
+      worst = std::max(worst, variance);
+    }
+  }
+  return frame_.scale * std::sqrt(worst);
+}
+
+bool TFitter::Fit(Type type, TCandidate* candidate) const {
+  candidate->type = type;
+  if (!refine::FitRobustly(type, ties_, kNoiseFloor, &candidate->robust)) return false;
+  const TBox square = BoxOf(ties_, candidate->robust.inside).Square();
+  candidate->corner_factor = CornerFactor(*candidate, square);
+  if (!(candidate->corner_factor <= kLargestCornerFactor)) return false;
+  if (options_.lines > 0.0 && options_.samples > 0.0) {
+    candidate->corner_factor = CornerFactor(
+        *candidate, {{frame_.ToFrame(0.0, 0), frame_.ToFrame(0.0, 1)},
+                     {frame_.ToFrame(options_.lines - 1.0, 0), frame_.ToFrame(options_.samples - 1.0, 1)}});
+  }
+  return true;
+}
+
+bool TFitter::FitGiven(TCandidate* best, std::string* reason) const {
+  const char* name = GetRPCRefinementTransformTypeName(options_.type);
+  const std::size_t least = LeastRefinementPoints(options_.type);
+  if (least == 0) {
+    *reason = Zentarix::ssprintf("a refinement of the kind %s cannot be fitted", name);
+    return false;
+  }
+  if (ties_.size() < least) {
+    *reason = Zentarix::ssprintf("the kind %s needs at least %zu points, there are %zu", name, least, ties_.size());
+    return false;
+  }
+  if (Fit(options_.type, best)) return true;
+  *reason = Zentarix::ssprintf(
+      "the good points lie at one place or too near to one line for the kind %s, which would be uncertain beside it",
+      name);
+  return false;
+}
+
+bool TFitter::IsSignificantlyBetter(const TCandidate& richer, const TCandidate& simpler) const {
+  constexpr double kLevel = 1e-3;
+  const TIndices& common = richer.robust.inside;
+  TPlaneFit plain;
+  if (!refine::FitPlaneMap(simpler.type, ties_, common, &plain)) return true;
+  const std::size_t gained = refine::FreeParameters(richer.type) - refine::FreeParameters(simpler.type);
+  const std::size_t freedom = 2 * common.size() - refine::FreeParameters(richer.type);
+  const double noise = static_cast<double>(freedom) * kNoiseFloor * kNoiseFloor;
+  const double rest = richer.robust.fit.sum_of_squares + noise;
+  const double gain = plain.sum_of_squares - richer.robust.fit.sum_of_squares;
+  const double ratio = std::max(0.0, gain) / static_cast<double>(gained) / (rest / static_cast<double>(freedom));
+  return refine::FDistributionTail(gained, freedom, ratio) < kLevel;
+}
+
+bool TFitter::FitChosen(TCandidate* best, std::string* reason) const {
+  if (ties_.empty() || !Fit(Type::Shift, best)) {
+    *reason = "there are no points";
+    return false;
+  }
+  for (const Type type : {Type::Affine, Type::Projective}) {
+    TCandidate richer;
+    if (ties_.size() < refine::FreeParameters(type) || !Fit(type, &richer)) continue;
+    if (!(richer.corner_factor <= kLargestChosenCornerFactor)) continue;
+    // A rich map can pass through the few good points of its choice: small sets must not pay for it with points.
+    const std::size_t inside = richer.robust.inside.size();
+    const std::size_t enough = refine::FreeParameters(type);
+    if (inside < enough || (inside < 2 * enough && inside < best->robust.inside.size())) continue;
+    if (IsSignificantlyBetter(richer, *best)) *best = richer;
+  }
+  return true;
+}
+
+bool TFitter::FitAll(TCandidate* candidate) const {
+  TRobustFit& robust = candidate->robust;
+  robust.inside = AllOf(ties_.size());
+  if (!refine::FitPlaneMap(candidate->type, ties_, robust.inside, &robust.fit)) return false;
+  const std::size_t equations = 2 * ties_.size(), unknowns = refine::FreeParameters(candidate->type);
+  robust.variance = equations > unknowns ? robust.fit.sum_of_squares / static_cast<double>(equations - unknowns) : 0.0;
+  return true;
+}
+
+var_a<TRPCRefinementDataBase*> TFitter::RecordOf(const TCandidate& candidate) const {
+  const TPlaneMap& a = candidate.robust.fit.map;
+  const double s = frame_.scale, line = frame_.center[0], sample = frame_.center[1];
+  if (candidate.type == Type::Shift) {
+    const auto record = make_var_a<TRPCRefinementDataShift>();
+    record->d_line = s * a[2];
+    record->d_sample = s * a[5];
+    return record;
+  }
+  if (candidate.type == Type::Affine) {
+    const auto record = make_var_a<TRPCRefinementDataAffine>();
+    record->LineBias = s * a[2] + (1.0 - a[0]) * line - a[1] * sample;
+    record->LineDrift = a[0];
+    record->LineTilt = a[1];
+    record->SampleBias = s * a[5] + (1.0 - a[4]) * sample - a[3] * line;
+    record->SampleDrift = a[3];
+    record->SampleTilt = a[4];
+    return record;
+  }
+  // frame to pixels · map · pixels to frame
+  double rows[3][3];
+  const double map[3][3] = {{a[0], a[1], a[2]}, {a[3], a[4], a[5]}, {a[6], a[7], 1.0}};
+  for (std::size_t i = 0; i < 3; ++i) {
+    rows[i][0] = map[i][0] / s;
+    rows[i][1] = map[i][1] / s;
+    rows[i][2] = map[i][2] - (map[i][0] * line + map[i][1] * sample) / s;
+  }
+  const auto record = make_var_a<TRPCRefinementDataProjective>();
+  for (std::size_t j = 0; j < 3; ++j) {
+    record->matr[0][j] = (s * rows[0][j] + line * rows[2][j]) / rows[2][2];
+    record->matr[1][j] = (s * rows[1][j] + sample * rows[2][j]) / rows[2][2];
+    record->matr[2][j] = rows[2][j] / rows[2][2];
+  }
+  return record;
+}
+
+/// Residuals of every tie, and their statistics.
+void Describe(const std::vector<TRefinementTie>& ties, const TRPCRefinementBase& refinement,
+              const TCandidate& candidate, const std::vector<char>& is_bad, TRefinementFit* result) {
+  const TIndices& used = candidate.robust.inside;
+  double before = 0.0, after = 0.0;
+  for (std::size_t i = 0; i < ties.size(); ++i) {
+    double line, sample;
+    refinement.RawToRefined(ties[i].line, ties[i].sample, &line, &sample, nullptr, nullptr);
+    TRefinementResidual point;
+    point.lineBefore = ties[i].measuredLine - ties[i].line;
+    point.sampleBefore = ties[i].measuredSample - ties[i].sample;
+    point.lineAfter = ties[i].measuredLine - line;
+    point.sampleAfter = ties[i].measuredSample - sample;
+    point.standardized = candidate.robust.standardized[i];
+    point.isBad = is_bad[i] != 0;
+    result->points.push_back(point);
+    if (!std::binary_search(used.begin(), used.end(), i)) continue;
+    before += point.lineBefore * point.lineBefore + point.sampleBefore * point.sampleBefore;
+    after += point.lineAfter * point.lineAfter + point.sampleAfter * point.sampleAfter;
+  }
+  result->used = used.size();
+  result->rmsBefore = std::sqrt(before / static_cast<double>(used.size()));
+  result->rmsAfter = std::sqrt(after / static_cast<double>(used.size()));
+}
+
+}  // namespace
+
+std::vector<TRefinementTie> TiesOfGroundControl(const TRPC& model, const std::vector<TGroundControlPoint>& points) {
+  std::vector<TRefinementTie> ties;
+  for (const TGroundControlPoint& point : points) {
+    TRefinementTie tie = {0.0, 0.0, point.line, point.sample, point.sigma};
+    model.TRPC::CalculateLineSample(point.lat, point.lon, point.height, &tie.line, &tie.sample, nullptr, nullptr);
+    ties.push_back(tie);
+  }
+  return ties;
+}
+
+std::vector<TRefinementTie> RawTies(const TAdjustedRPC& model, const std::vector<TRefinementTie>& ties) {
+  std::vector<TRefinementTie> raw = ties;
+  if (!model.IsAdjusted()) return raw;
+  for (TRefinementTie& tie : raw) {
+    model.GetRefinement()->RefinedToRaw(tie.line, tie.sample, &tie.line, &tie.sample, nullptr, nullptr);
+  }
+  return raw;
+}
+
+std::size_t LeastRefinementPoints(TRPCRefinementTransformType type) noexcept {
+  switch (type) {
+    case Type::Shift:
+      return 1;
+    case Type::Affine:
+      return 3;
+    case Type::Projective:
+      return 4;
+    default:
+      return 0;
+  }
+}
+
+bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options,
+                   TRefinementFit* result) {
+  *result = TRefinementFit();
+  for (std::size_t i = 0; i < ties.size(); ++i) {
+    if (!IsGood(ties[i])) {
+      result->message = Zentarix::ssprintf("point %zu: a number is not finite, or its sigma is not above 0", i + 1);
+      return false;
+    }
+  }
+  if (ties.empty()) {
+    result->message = "there are no points";
+    return false;
+  }
+  const TFitter fitter(ties, options);
+  TCandidate best;
+  if (!(options.automatic ? fitter.FitChosen(&best, &result->message) : fitter.FitGiven(&best, &result->message))) {
+    return false;
+  }
+  std::vector<char> is_bad(ties.size(), 1);
+  for (const std::size_t i : best.robust.inside) is_bad[i] = 0;
+  const std::size_t bad = ties.size() - best.robust.inside.size();
+  const char* name = GetRPCRefinementTransformTypeName(best.type);
+  if (options.keepAll && !fitter.FitAll(&best)) {
+    result->message = Zentarix::ssprintf("all points together do not determine the kind %s", name);
+    return false;
+  }
+  const var_a<TRPCRefinementDataBase*> record = fitter.RecordOf(best);
+  const var_a<TRPCRefinementBase*> refinement = CreateRefinementN(*record);
+  if (!refinement) {
+    result->message = Zentarix::ssprintf("the fitted map of the kind %s has no inverse", name);
+    return false;
+  }
+  result->success = true;
+  result->type = best.type;
+  result->data = record;
+  result->sigmaFactor = std::sqrt(best.robust.variance) / TypicalSigma(ties);
+  result->cornerFactor = best.corner_factor;
+  Describe(ties, *refinement, best, is_bad, result);
+  result->message = Zentarix::ssprintf("%s from %zu of %zu points (%zu bad), root mean square %.4lf pixels", name,
+                                       result->used, ties.size(), bad, result->rmsAfter);
+  return true;
+}
+
+}  // namespace SatCommonUtils

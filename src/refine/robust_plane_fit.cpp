@@ -1,0 +1,171 @@
+// Start: least median of squares over small subsets; P. Rousseeuw, "Least median of squares regression", Journal of the
+// American Statistical Association 79 (1984), doi:10.1080/01621459.1984.10477105. From there residuals are tested in
+// the way of outlier tests in geodesy ("data snooping"), a tie inside against a variance estimated without it.
+
+#include "refine/robust_plane_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+#include <random>
+
+#include "refine/refinement_fit.h"
+
+namespace SatCommonUtils::refine {
+namespace {
+
+using TIndices = std::vector<std::size_t>;
+
+/// Probability that a set of good ties loses one.
+constexpr double kLevel = 0.01;
+constexpr std::size_t kMostSubsets = 500;
+/// Ties that judge a subset's map; more say the same.
+constexpr std::size_t kMostJudges = 4096;
+
+/// Median of the squared length of a plane vector of two standard normal coordinates.
+const double kMedianOfSquares = 2.0 * std::log(2.0);
+
+TIndices AllOf(std::size_t count) {
+  TIndices all(count);
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  return all;
+}
+
+/// Calls `visit` with subsets of `size` ties: all of them when they are few, otherwise random ones of a fixed seed.
+template <class Visit>
+void ForEachSubset(std::size_t count, std::size_t size, const Visit& visit) {
+  double combinations = 1.0;
+  for (std::size_t i = 0; i < size; ++i) combinations *= static_cast<double>(count - i) / static_cast<double>(i + 1);
+  if (combinations <= static_cast<double>(kMostSubsets)) {
+    std::vector<char> mask(count, 0);
+    std::fill_n(mask.begin(), size, 1);
+    do {
+      TIndices subset;
+      for (std::size_t i = 0; i < count; ++i) {
+        if (mask[i] != 0) subset.push_back(i);
+      }
+      visit(subset);
+    } while (std::prev_permutation(mask.begin(), mask.end()));
+    return;
+  }
+  std::mt19937_64 engine(20051120);
+  for (std::size_t trial = 0; trial < kMostSubsets; ++trial) {
+    TIndices subset;
+    while (subset.size() < size) {
+      const std::size_t candidate = static_cast<std::size_t>(engine() % count);
+      if (std::find(subset.begin(), subset.end(), candidate) == subset.end()) subset.push_back(candidate);
+    }
+    visit(subset);
+  }
+}
+
+/// The map whose median of squared residuals is least, and that median (a little above the half, as befits a map that
+/// fits `subset size` ties exactly).
+bool FindStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, TPlaneMap* start,
+               double* least_median) {
+  const std::size_t subset_size = LeastRefinementPoints(type);
+  const std::size_t stride = (ties.size() + kMostJudges - 1) / kMostJudges;
+  std::vector<double> squares((ties.size() + stride - 1) / stride);
+  const std::size_t middle = std::min((squares.size() + subset_size + 1) / 2, squares.size()) - 1;
+  *least_median = std::numeric_limits<double>::infinity();
+  ForEachSubset(ties.size(), subset_size, [&](const TIndices& subset) {
+    TPlaneMap map;
+    if (!FitPlaneMap(type, ties, subset, &map)) return;
+    for (std::size_t i = 0; i < squares.size(); ++i) squares[i] = SquaredResidual(map, ties[i * stride]);
+    const auto at_middle = squares.begin() + static_cast<std::ptrdiff_t>(middle);
+    std::nth_element(squares.begin(), at_middle, squares.end());
+    if (*at_middle < *least_median) {
+      *least_median = *at_middle;
+      *start = map;
+    }
+  });
+  return std::isfinite(*least_median);
+}
+
+/// The ties that lie near the start, in units of the spread that its median says.
+TIndices NearStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
+                   const TPlaneMap& start, double median) {
+  const double level = -2.0 * std::log(kLevel);  // squared length that one good tie in a hundred exceeds
+  const double spare = static_cast<double>(ties.size() - LeastRefinementPoints(type));
+  const double small_sample = 1.0 + 5.0 / spare;
+  const double variance = median / kMedianOfSquares * small_sample * small_sample + noise * noise;
+  TIndices near;
+  for (std::size_t i = 0; i < ties.size(); ++i) {
+    if (SquaredResidual(start, ties[i]) <= std::max(level * variance, median)) near.push_back(i);
+  }
+  return near;
+}
+
+/// A squared residual against its variance: F with 2 and `freedom` degrees of freedom is half of `square`.
+struct TTest {
+  double square = 0.0;
+  double freedom = 0.0;
+
+  /// True when a good tie among `count` hardly ever gets so far: the tail of that F is (1 +
+  /// square/freedom)^(-freedom/2).
+  bool Rejects(std::size_t count) const {
+    if (!(freedom > 0.0)) return false;
+    return square > freedom * (std::pow(kLevel / static_cast<double>(count), -2.0 / freedom) - 1.0);
+  }
+};
+
+TTest TestTie(TRPCRefinementTransformType type, const TRobustFit& current, const TPlaneTie& tie, bool is_inside,
+              double noise) {
+  constexpr double kUntestable = 1e-6;  // share of its own residual that a tie has to leave visible
+  const double square = SquaredResidual(current.fit.map, tie);
+  const double leverage = tie.weight * tie.weight * current.fit.VarianceAt(type, tie.from[0], tie.from[1]);
+  const double freedom = 2.0 * static_cast<double>(current.inside.size()) - static_cast<double>(FreeParameters(type));
+  if (!is_inside) return {square / ((1.0 + leverage) * (current.variance + noise * noise)), freedom};
+  const double visible = 1.0 - leverage;
+  if (freedom <= 2.0 || visible < kUntestable) return {};
+  const double variance = std::max(0.0, current.fit.sum_of_squares - square / visible) / (freedom - 2.0);
+  return {square / (visible * (variance + noise * noise)), freedom - 2.0};
+}
+
+}  // namespace
+
+bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
+                 TRobustFit* result) {
+  constexpr int kMostRounds = 30;
+  result->inside = AllOf(ties.size());
+  result->standardized.assign(ties.size(), 0.0);
+  if (ties.size() > LeastRefinementPoints(type)) {
+    TPlaneMap start;
+    double median;
+    if (!FindStart(type, ties, &start, &median)) return false;
+    result->inside = NearStart(type, ties, noise, start, median);
+  }
+  for (int round = 0; round < kMostRounds; ++round) {
+    if (!FitPlaneMap(type, ties, result->inside, &result->fit)) return false;
+    const double freedom = 2.0 * static_cast<double>(result->inside.size()) - static_cast<double>(FreeParameters(type));
+    result->variance = freedom > 0.0 ? result->fit.sum_of_squares / freedom : 0.0;
+    TIndices next;
+    for (std::size_t i = 0; i < ties.size(); ++i) {
+      const bool is_inside = std::binary_search(result->inside.begin(), result->inside.end(), i);
+      const TTest test = TestTie(type, *result, ties[i], is_inside, noise);
+      result->standardized[i] = std::sqrt(test.square);
+      const bool cannot_tell = !(test.freedom > 0.0);
+      if (cannot_tell ? is_inside : !test.Rejects(ties.size())) next.push_back(i);
+    }
+    if (next == result->inside || next.size() < LeastRefinementPoints(type)) break;
+    if (round + 1 < kMostRounds) result->inside = next;
+  }
+  return true;
+}
+
+double FDistributionTail(std::size_t numerator, std::size_t denominator, double value) {
+  // The regularized incomplete beta function I_t(a, b) with whole b is a finite sum.
+  const double a = 0.5 * static_cast<double>(denominator);
+  const double t = 1.0 / (1.0 + static_cast<double>(numerator) * value / static_cast<double>(denominator));
+  double term = std::pow(t, a);
+  double sum = term;
+  for (std::size_t k = 1; k < numerator / 2; ++k) {
+    term *= (a + static_cast<double>(k) - 1.0) / static_cast<double>(k) * (1.0 - t);
+    sum += term;
+  }
+  return sum;
+}
+
+}  // namespace SatCommonUtils::refine

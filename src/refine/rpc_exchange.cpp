@@ -1,0 +1,129 @@
+#include "refine/rpc_exchange.h"
+
+#include <cstddef>
+
+#include "frame/zxstd/keyed_fields.h"
+#include "frame/zxstd/number_text.h"
+#include "frame/zxstd/path.h"
+#include "frame/zxstd/text.h"
+#include "frame/zxstd/unset_mark.h"
+#include "rpc/rpc_fields.h"
+
+namespace SatCommonUtils {
+namespace {
+
+constexpr const char* kRootTag = "DE_RPC";
+constexpr const char* kImageTag = "image";
+constexpr const char* kNameTag = "name";
+constexpr const char* kRefinementTag = "Refinement";
+constexpr const char* kCoefficientPattern = "Coeff%02d";
+constexpr const char* kLineEnd = "\n";
+
+using Affine = TRPCRefinementDataAffine;
+
+/// The names of this document for the affine parameters say "line" and "sample" where the record says "drift" and
+/// "tilt".
+constexpr TKeyedField<Affine> kRefinementFields[] = {
+    {"LineBias", &Affine::LineBias},     {"LineLine", &Affine::LineDrift},     {"LineSample", &Affine::LineTilt},
+    {"SampleBias", &Affine::SampleBias}, {"SampleLine", &Affine::SampleDrift}, {"SampleSample", &Affine::SampleTilt}};
+
+/// Goes through the content of an "image" element; `Element` is `TZxXmlTagItem` for both directions, which `step` and
+/// `enter` decide: `step(parent, name, value)` handles one number, `enter(parent, name)` gives the element of a group,
+/// or null to pass it over.
+template <class Item, class Step, class Enter>
+void VisitImage(TZxXmlTagItem* image, Item& item, const Step& step, const Enter& enter) {
+  for (const TRPCScalarField& field : RPCScalarFields()) step(image, toupper(field.rpbKey), item.rpc.*field.value);
+  for (const TRPCCoefficientField& field : RPCCoefficientFields()) {
+    TZxXmlTagItem* group = enter(image, toupper(field.rpbKey));
+    if (group == nullptr) continue;
+    for (int k = 0; k < 20; ++k) {
+      step(group, Zentarix::ssprintf(kCoefficientPattern, k), (item.rpc.*field.values)[k]);
+    }
+  }
+  TZxXmlTagItem* group = enter(image, kRefinementTag);
+  if (group == nullptr) return;
+  for (const auto& field : kRefinementFields) step(group, field.key, item.refinement.*field.field);
+}
+
+void ReadNumber(TZxXmlTagItem* parent, const std::string& name, double& value) {
+  const TZxXmlTagItem* element = parent->items.find_tag(name);
+  if (element != nullptr) ParseDouble(element->items.get_text(), &value);
+}
+
+void WriteNumber(TZxXmlTagItem* parent, const std::string& name, const double& value) {
+  if (value == kUnsetMark) return;
+  parent->items.push_back_tag(name, FormatDouble(value));
+  parent->items.push_back_text(kLineEnd);
+}
+
+}  // namespace
+
+TCipherRPCImpExpDataItem::TCipherRPCImpExpDataItem() { Reset(); }
+
+TCipherRPCImpExpDataItem::~TCipherRPCImpExpDataItem() = default;
+
+void TCipherRPCImpExpDataItem::Reset() {
+  name.clear();
+  rpc.Invalidate();
+  refinement.Reset();
+}
+
+bool TCipherRPCImpExpDataItem::InitializeFromXML(TZxXmlTagItem* image) {
+  if (image == nullptr) return false;
+  Reset();
+  if (const TZxXmlTagItem* element = image->items.find_tag(kNameTag)) name = trim(element->items.get_text());
+  VisitImage(image, *this, ReadNumber,
+             [](TZxXmlTagItem* parent, const std::string& group) { return parent->items.find_tag(group); });
+  return true;
+}
+
+bool TCipherRPCImpExpDataItem::SaveToXML(TZxXmlTagItem* image) const {
+  if (image == nullptr) return false;
+  image->items.push_back_tag(kNameTag, name);
+  image->items.push_back_text(kLineEnd);
+  VisitImage(image, *this, WriteNumber, [](TZxXmlTagItem* parent, const std::string& group) {
+    TZxXmlTagItem& element = parent->items.push_back_tag(group);
+    parent->items.push_back_text(kLineEnd);
+    return &element;
+  });
+  return true;
+}
+
+TCipherRPCImpExpDataset::~TCipherRPCImpExpDataset() = default;
+
+bool TCipherRPCImpExpDataset::InitializeFromXML(const std::string& path) {
+  TZxFileStream file;
+  if (!file.Open(TZxPath(path), TZxOpenMode::Read)) return false;
+  const var_a<TZxXmlTagItem*> root = ZxReadXml(&file);
+  return root && root->name == kRootTag && InitializeFromXML(root.get());
+}
+
+bool TCipherRPCImpExpDataset::InitializeFromXML(TZxXmlTagItem* root) {
+  if (root == nullptr) return false;
+  std::vector<TCipherRPCImpExpDataItem> images;
+  for (std::size_t i = root->items.find_tag_f(kImageTag); i != TZxXmlTagItems::npos;
+       i = root->items.find_tag_f(kImageTag, i + 1)) {
+    images.emplace_back();
+    images.back().InitializeFromXML(root->items[i].as_tag());
+  }
+  items.swap(images);
+  return true;
+}
+
+bool TCipherRPCImpExpDataset::SaveToXML(const std::string& path) const {
+  TZxFileStream file;
+  if (!file.Open(TZxPath(path), TZxOpenMode::Write)) return false;
+  const bool written = SaveToXML(&file);
+  return file.Close() && written;
+}
+
+bool TCipherRPCImpExpDataset::SaveToXML(TZxStream* stream) const {
+  TZxXmlTagItem root(kRootTag);
+  for (const TCipherRPCImpExpDataItem& item : items) {
+    item.SaveToXML(&root.items.push_back_tag(kImageTag));
+    root.items.push_back_text(kLineEnd);
+  }
+  return WriteXml(stream, &root);
+}
+
+}  // namespace SatCommonUtils
