@@ -1,8 +1,10 @@
 #include "rpc/rpc_file.h"
 
+#include <string_view>
 #include <utility>
 
 #include "frame/zxstd/message.h"
+#include "frame/zxstd/number_text.h"
 #include "frame/zxstd/text.h"
 #include "rpc/rpc_forms.h"
 
@@ -18,6 +20,16 @@ bool LooksLikeXml(std::string_view content) {
   return first != std::string_view::npos && content[first] == '<';
 }
 
+// Takes over the message of the XML reader; when it begins with "line 17: ", the line goes to its own place.
+bool FailAsXml(TRPCFileError* error, const std::string& message) {
+  const std::string_view front = "line ";
+  const std::size_t colon = message.find(": ");
+  unsigned long long line = 0;
+  const bool has_line = message.compare(0, front.size(), front) == 0 && colon != std::string::npos &&
+                        ParseUnsigned(message.substr(front.size(), colon - front.size()), &line);
+  return Fail(error, static_cast<std::size_t>(line), "", has_line ? message.substr(colon + 2) : message);
+}
+
 bool ReadXmlFile(const std::string& content, TRPCFile* out, TRPCFileError* error) {
   TZxStringStream stream(content);
   try {
@@ -26,7 +38,7 @@ bool ReadXmlFile(const std::string& content, TRPCFile* out, TRPCFileError* error
     out->extras.InitializeFromXML(&reader);
     if (!RPCForms::ReadXml(&reader, &out->record, error)) return false;
   } catch (const TZxMessage& message) {
-    return Fail(error, 0, "", message.GetText());
+    return FailAsXml(error, message.GetText());
   }
   out->xml = content;
   return out->record ? true : Fail(error, 0, "", "a number of the record is the mark for unset ones");
