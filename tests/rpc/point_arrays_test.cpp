@@ -63,7 +63,9 @@ using Column = std::vector<double>;
 TEST(PointArrays, ProjectLikeSinglePoints) {
   const TRPC model = CameraModel();
   const Points points("project");
-  const auto& [lat, lon, h] = points.ground;
+  const Column& lat = points.ground[0];
+  const Column& lon = points.ground[1];
+  const Column& h = points.ground[2];
   Column expected[8];
   for (Column& column : expected) column.resize(kCount);
   for (std::size_t i = 0; i < kCount; ++i) {
