@@ -1,0 +1,113 @@
+#include "refine/estimation_steps.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "frame/zxstd/threads.h"
+
+namespace SatCommonUtils::refine {
+
+namespace {
+
+// Below this many points a second thread costs more than it saves.
+constexpr std::size_t kMinPointsForThreads = 1000;
+
+struct TWorkspace {
+  TPointBlock block;
+  TOutputValues values;
+  TDesignRows rows;
+};
+
+// Calls work(output, its workspace) for both outputs, each on a thread of its own when there are two: the sums of one
+// output are never shared out.
+template <class Work>
+void ForBothOutputs(std::size_t point_count, const Work& work) {
+  const auto workspaces = std::make_unique<TWorkspace[]>(2);
+  const bool threaded = point_count >= kMinPointsForThreads && ZxGetThreadsCount() > 1;
+#pragma omp parallel for num_threads(2) schedule(static, 1) if (threaded)
+  for (int i = 0; i < 2; ++i) work(i == 0 ? TOutput::Line : TOutput::Sample, &workspaces[i]);
+}
+
+}  // namespace
+
+bool TEstimationPoints::Set(const TRPCEstimationDataSet& data) {
+  points_ = {data.Points.data(), data.Points.size()};
+  computed_ = !data.IsNormalized;
+  if (points_.count < kMinCubicPoints || !refine::AllFinite(points_)) return false;
+  return !computed_ || NormalizationOfRanges(RangesOf(points_), &normalization_);
+}
+
+std::unique_ptr<TNormalSumsPair> TEstimationPoints::SumFirstOrder() const {
+  auto sums = std::make_unique<TNormalSumsPair>();
+  ForBothOutputs(points_.count, [&](TOutput output, TWorkspace* work) {
+    TNormalSums* const sum = output == TOutput::Line ? &sums->line : &sums->sample;
+    for (std::size_t first = 0; first < points_.count; first += TPointBlock::kSize) {
+      LoadBlock(points_, first, Normalization(), &work->block);
+      FormFirstOrderRows(work->block, output, &work->rows);
+      AddNormalProducts(work->rows, sum);
+    }
+  });
+  return sums;
+}
+
+std::unique_ptr<TNormalSumsPair> TEstimationPoints::SumDesign(const TRationalPair& model) const {
+  auto sums = std::make_unique<TNormalSumsPair>();
+  ForBothOutputs(points_.count, [&](TOutput output, TWorkspace* work) {
+    const bool line = output == TOutput::Line;
+    for (std::size_t first = 0; first < points_.count; first += TPointBlock::kSize) {
+      LoadBlock(points_, first, Normalization(), &work->block);
+      EvaluateOutput(work->block, output, line ? model.line : model.sample, &work->values);
+      FormDesignRows(work->block, work->values, kTerms, &work->rows);
+      AddNormalProducts(work->rows, line ? &sums->line : &sums->sample);
+    }
+  });
+  return sums;
+}
+
+TRootMeanSquares TEstimationPoints::ResidualsOf(const TRationalPair& model) const {
+  TRootMeanSquares result{};
+  ForBothOutputs(points_.count, [&](TOutput output, TWorkspace* work) {
+    const bool line = output == TOutput::Line;
+    double sum = 0.0;
+    for (std::size_t first = 0; first < points_.count; first += TPointBlock::kSize) {
+      LoadBlock(points_, first, Normalization(), &work->block);
+      EvaluateOutput(work->block, output, line ? model.line : model.sample, &work->values);
+      for (std::size_t i = 0; i < work->block.count; ++i) sum += work->values.residual[i] * work->values.residual[i];
+    }
+    (line ? result.line : result.sample) = std::sqrt(sum / static_cast<double>(points_.count));
+  });
+  return result;
+}
+
+TRational FirstOrderRational(const double* solution) {
+  TRational rational;
+  rational.numerator[0] = solution[3];
+  rational.numerator[1] = solution[1];
+  rational.numerator[2] = solution[0];
+  rational.numerator[3] = solution[2];
+  rational.denominator[1] = solution[5];
+  rational.denominator[2] = solution[4];
+  rational.denominator[3] = solution[6];
+  return rational;
+}
+
+void Correct(const double* correction, double sign, TRational* rational) {
+  for (std::size_t j = 0; j < kTerms; ++j) rational->numerator[j] += sign * correction[j];
+  for (std::size_t k = 1; k < kTerms; ++k) rational->denominator[k] += sign * correction[kTerms - 1 + k];
+}
+
+bool AllFinite(const TRational& rational) {
+  const auto finite = [](double value) { return std::isfinite(value); };
+  return std::all_of(std::begin(rational.numerator), std::end(rational.numerator), finite) &&
+         std::all_of(std::begin(rational.denominator), std::end(rational.denominator), finite);
+}
+
+void SetRecord(const TRationalPair& model, const TPointNormalization* normalization, TRPCData* rpc) {
+  std::copy_n(model.line.numerator, kTerms, rpc->lineNumCoef);
+  std::copy_n(model.line.denominator, kTerms, rpc->lineDenCoef);
+  std::copy_n(model.sample.numerator, kTerms, rpc->sampNumCoef);
+  std::copy_n(model.sample.denominator, kTerms, rpc->sampDenCoef);
+  if (normalization != nullptr) SetNormalization(*normalization, rpc);
+}
+
+}  // namespace SatCommonUtils::refine
