@@ -1,36 +1,13 @@
 #pragma once
-// A model and refinements of every kind that the tests of this room share.
+// Refinements of every kind that the tests of this room share.
 
 #include <string>
 #include <vector>
 
 #include "frame/zxstd/message.h"
 #include "refine/refinement_data.h"
-#include "rpc/rpc_data.h"
 
 namespace orbmath_test {
-
-/// A pushbroom scene of 8,000 x 10,000 pixels in mid latitudes, with different denominators of line and sample.
-inline SatCommonUtils::TRPCData SceneRecord() {
-  SatCommonUtils::TRPCData r;
-  for (auto* values : {&r.lineNumCoef, &r.lineDenCoef, &r.sampNumCoef, &r.sampDenCoef}) {
-    for (int k = 0; k < 20; ++k) (*values)[k] = 1e-7 * ((k * 7) % 11 - 5);
-  }
-  const double line_num[4] = {0.002, 0.13, -1.04, 0.011}, samp_num[4] = {-0.001, 1.02, 0.09, -0.025};
-  const double line_den[4] = {1.0, 3e-4, -8e-4, 2e-4}, samp_den[4] = {1.0, -5e-4, 7e-4, -3e-4};
-  for (int k = 0; k < 4; ++k) {
-    r.lineNumCoef[k] = line_num[k];
-    r.sampNumCoef[k] = samp_num[k];
-    r.lineDenCoef[k] = line_den[k];
-    r.sampDenCoef[k] = samp_den[k];
-  }
-  r.lineOffset = 4000.25, r.lineScale = 4050.5;
-  r.sampOffset = 5000.75, r.sampScale = 5100.125;
-  r.latOffset = 43.5, r.latScale = 0.04;
-  r.longOffset = 1.5, r.longScale = 0.06;
-  r.heightOffset = 300, r.heightScale = 500;
-  return r;
-}
 
 inline SatCommonUtils::TRPCRefinementDataShift Shift(double line, double sample) {
   SatCommonUtils::TRPCRefinementDataShift data;
