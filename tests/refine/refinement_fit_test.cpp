@@ -1,0 +1,223 @@
+#include "refine/refinement_fit.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "refine/refinement.h"
+#include "refine/refinements.h"
+#include "rpc/models.h"
+#include "support/bits.h"
+#include "support/random.h"
+#include "support/real_data.h"
+
+using namespace SatCommonUtils;
+using orbmath_test::SameBits;
+using Type = TRPCRefinementTransformType;
+
+namespace {
+
+/// What exact ties have to be refined to, pixels.
+constexpr double kExact = 0.01;
+/// Gross error of a bad point, pixels.
+constexpr double kGross = 30.0;
+constexpr double kTwoPi = 6.283185307179586;
+
+/// Simulated ties of a correction over an image of 10,000 x 10,000 pixels.
+struct Simulation {
+  Simulation(const TRPCRefinementDataBase& truth, std::size_t count, double noise, std::size_t every_bad)
+      : random("refinement fit") {
+    const auto refinement = CreateRefinementE(truth);
+    for (std::size_t i = 0; i < count; ++i) {
+      TRefinementTie tie;
+      tie.line = random.Uniform(0, 10000);
+      tie.sample = random.Uniform(0, 10000);
+      refinement->RawToRefined(tie.line, tie.sample, &tie.measuredLine, &tie.measuredSample, nullptr, nullptr);
+      if (noise > 0.0) tie.measuredLine += random.Normal(noise), tie.measuredSample += random.Normal(noise);
+      if (every_bad > 0 && i % every_bad == 0) {
+        const double direction = random.Uniform(0, kTwoPi);
+        tie.measuredLine += kGross * std::cos(direction);
+        tie.measuredSample += kGross * std::sin(direction);
+        bad.insert(i);
+      }
+      ties.push_back(tie);
+    }
+  }
+  std::set<std::size_t> NamedBad(const TRefinementFit& fit) const {
+    std::set<std::size_t> named;
+    for (std::size_t i = 0; i < fit.points.size(); ++i) {
+      if (fit.points[i].isBad) named.insert(i);
+    }
+    return named;
+  }
+  orbmath_test::Random random;
+  std::vector<TRefinementTie> ties;
+  std::set<std::size_t> bad;
+};
+
+TRefinementFitOptions Of(Type type) {
+  TRefinementFitOptions options;
+  options.automatic = false;
+  options.type = type;
+  return options;
+}
+
+}  // namespace
+
+TEST(RefinementFit, ExactAndNoisyTiesWithAndWithoutBadPoints) {
+  for (const auto& truth : orbmath_test::OneOfEachKind()) {
+    if (truth->type == Type::None) continue;
+    for (const double noise : {0.0, 0.3}) {
+      for (const std::size_t every_bad : {0u, 5u}) {
+        SCOPED_TRACE(::testing::Message() << GetRPCRefinementTransformTypeName(truth->type) << ", noise " << noise
+                                          << ", bad points " << (every_bad > 0));
+        const Simulation simulation(*truth, 100, noise, every_bad);
+        TRefinementFit fit;
+        ASSERT_TRUE(FitRefinement(simulation.ties, Of(truth->type), &fit)) << fit.message;
+        EXPECT_EQ(simulation.NamedBad(fit), simulation.bad);
+        EXPECT_EQ(fit.used, 100 - simulation.bad.size());
+        // Distances of two coordinates of that noise, and room for the chance of a set of eighty.
+        EXPECT_LT(fit.rmsAfter, kExact + 1.25 * noise * std::sqrt(2.0));
+        EXPECT_GT(fit.rmsBefore, 1.0);
+        EXPECT_NEAR(fit.sigmaFactor, noise, 0.25 * noise + 1e-6);
+        TRefinementFit automatic;
+        ASSERT_TRUE(FitRefinement(simulation.ties, TRefinementFitOptions(), &automatic));
+        EXPECT_EQ(automatic.type, truth->type) << automatic.message;
+      }
+    }
+  }
+}
+
+TEST(RefinementFit, TheSameTiesGiveTheSameBits) {
+  const Simulation simulation(orbmath_test::Projective(), 60, 0.5, 4);
+  TRefinementFit first, second;
+  ASSERT_TRUE(FitRefinement(simulation.ties, Of(Type::Projective), &first));
+  ASSERT_TRUE(FitRefinement(simulation.ties, Of(Type::Projective), &second));
+  std::vector<double> a, b;
+  first.data->GetParametersValues(&a);
+  second.data->GetParametersValues(&b);
+  EXPECT_TRUE(SameBits(a.data(), b.data(), 9));
+}
+
+TEST(RefinementFit, KeptBadPointsAreStillNamed) {
+  const Simulation simulation(orbmath_test::Shift(3, -2), 20, 0.1, 5);
+  TRefinementFitOptions options = Of(Type::Shift);
+  options.keepAll = true;
+  TRefinementFit fit;
+  ASSERT_TRUE(FitRefinement(simulation.ties, options, &fit));
+  EXPECT_EQ(simulation.NamedBad(fit), simulation.bad);
+  EXPECT_EQ(fit.used, 20u);
+  double mean = 0.0;  // of all points: what least squares of a shift is
+  for (const auto& tie : simulation.ties) mean += (tie.measuredLine - tie.line) / 20.0;
+  EXPECT_NEAR(dynamic_cast<const TRPCRefinementDataShift&>(*fit.data).d_line, mean, 1e-9);
+}
+
+TEST(RefinementFit, SigmasWeigh) {
+  std::vector<TRefinementTie> ties = {{0, 0, 1, 0, 1.0}, {100, 0, 102, 0, 2.0}};
+  TRefinementFit fit;
+  ASSERT_TRUE(FitRefinement(ties, Of(Type::Shift), &fit));
+  EXPECT_NEAR(dynamic_cast<const TRPCRefinementDataShift&>(*fit.data).d_line, (1.0 * 4 + 2.0 * 1) / 5.0, 1e-12);
+  EXPECT_NEAR(fit.points[0].lineAfter, -0.2, 1e-12);
+  EXPECT_NEAR(fit.points[1].lineBefore, 2.0, 1e-12);
+}
+
+TEST(RefinementFit, DegenerateSetsAreRefusedWithAReason) {
+  const std::vector<TRefinementTie> line = {
+      {0, 0, 1, 1}, {1000, 1000, 1001, 1001}, {2000, 2000, 2001, 2001}, {3000, 3000, 3001, 3001}, {7, 7, 8, 8}};
+  std::vector<TRefinementTie> along_samples = line, one_place(6), not_finite = line, no_sigma = line;
+  for (TRefinementTie& tie : along_samples) tie.line = tie.measuredLine = 5.0;
+  not_finite[2].measuredSample = INFINITY;
+  no_sigma[3].sigma = 0.0;
+  const struct {
+    std::vector<TRefinementTie> ties;
+    Type type;
+    const char* reason;
+  } rows[] = {{{}, Type::Shift, "there are no points"},
+              {{line[0], line[1]}, Type::Affine, "the kind Affine needs at least 3 points, there are 2"},
+              {{line[0], line[1], line[2]}, Type::Projective, "needs at least 4 points, there are 3"},
+              {line, Type::None, "a refinement of the kind None cannot be fitted"},
+              {line, Type::Affine, "near to one line"},
+              {line, Type::Projective, "near to one line"},
+              {along_samples, Type::Affine, "near to one line"},
+              {one_place, Type::Affine, "at one place"},
+              {not_finite, Type::Shift, "point 3:"},
+              {no_sigma, Type::Shift, "point 4:"}};
+  for (const auto& row : rows) {
+    TRefinementFit fit;
+    EXPECT_FALSE(FitRefinement(row.ties, Of(row.type), &fit)) << row.reason;
+    EXPECT_NE(fit.message.find(row.reason), std::string::npos) << fit.message;
+    EXPECT_FALSE(fit.success || fit.data || !fit.points.empty());
+  }
+  TRefinementFit fit;
+  ASSERT_TRUE(FitRefinement(line, TRefinementFitOptions(), &fit));
+  EXPECT_EQ(fit.type, Type::Shift) << "what such points bear";
+}
+
+TEST(RefinementFit, PointsInACornerDoNotBearAnAffineMapOfTheImage) {
+  Simulation simulation(orbmath_test::Affine(), 40, 0.01, 0);
+  for (TRefinementTie& tie : simulation.ties) {  // squeeze the image into its tenth part
+    tie.measuredLine += 0.1 * tie.line - tie.line, tie.line *= 0.1;
+    tie.measuredSample += 0.1 * tie.sample - tie.sample, tie.sample *= 0.1;
+  }
+  TRefinementFitOptions options;
+  TRefinementFit fit;
+  ASSERT_TRUE(FitRefinement(simulation.ties, options, &fit));
+  EXPECT_EQ(fit.type, Type::Affine) << "around the points it is well known";
+  options.lines = options.samples = 10000;
+  ASSERT_TRUE(FitRefinement(simulation.ties, options, &fit));
+  EXPECT_EQ(fit.type, Type::Shift);
+}
+
+TEST(RefinementFit, RawTiesOfAnAdjustedModel) {
+  const TRPCData record = orbmath_test::CameraRecord(1.4);
+  const auto shift = orbmath_test::Shift(2, 3);
+  const TAdjustedRPC model(&record, &shift);
+  const auto raw = RawTies(model, {{10, 20, 30, 40, 0.5}});
+  EXPECT_EQ(raw[0].line, 8.0);
+  EXPECT_EQ(raw[0].sample, 17.0);
+  EXPECT_EQ(raw[0].measuredSample, 40.0);
+  const auto control = TiesOfGroundControl(model, {{43.6, 1.41, 100, 7, 8, 0.5}});
+  double line, sample;
+  TRPC(record, nullptr).CalculateLineSample(43.6, 1.41, 100, &line, &sample, nullptr, nullptr);
+  EXPECT_TRUE(SameBits(control[0].line, line));
+  EXPECT_TRUE(SameBits(control[0].sample, sample));
+  EXPECT_EQ(control[0].sigma, 0.5);
+}
+
+class RefinementOfRealModels : public orbmath_test::WithRealData {};
+
+TEST_F(RefinementOfRealModels, GroundControlOfAShiftedModelIsRefined) {
+  for (const std::string& name : orbmath_test::RealModelFiles()) {
+    const TRPC model = orbmath_test::RealModel(name);
+    TRPCData record;
+    model.GetRPCData(&record);
+    const auto truth_record = orbmath_test::Affine();
+    const TAdjustedRPC truth(&record, &truth_record);
+    orbmath_test::Random random("ground control");
+    std::vector<TGroundControlPoint> points;
+    std::set<std::size_t> bad;
+    while (points.size() < 40) {
+      TGroundControlPoint p;
+      p.height = model.GetAverageHeight() + random.Uniform(0, 50);
+      if (!truth.CalculateLatLon(random.Uniform(model.GetMinLine(), model.GetMaxLine()),
+                                 random.Uniform(model.GetMinSample(), model.GetMaxSample()), p.height, &p.lat,
+                                 &p.lon)) {
+        continue;
+      }
+      truth.CalculateLineSample(p.lat, p.lon, p.height, &p.line, &p.sample, nullptr, nullptr);
+      if (points.size() % 5 == 0) {
+        p.line += kGross;
+        bad.insert(points.size());
+      }
+      points.push_back(p);
+    }
+    TRefinementFit fit;
+    ASSERT_TRUE(FitRefinement(TiesOfGroundControl(model, points), TRefinementFitOptions(), &fit)) << fit.message;
+    EXPECT_EQ(fit.type, Type::Affine) << name;
+    EXPECT_LT(fit.rmsAfter, kExact) << name;
+    for (std::size_t i = 0; i < points.size(); ++i) EXPECT_EQ(fit.points[i].isBad, bad.count(i) > 0) << name << i;
+  }
+}
