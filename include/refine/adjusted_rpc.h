@@ -74,10 +74,10 @@ class ORBMATH_API TAdjustedRPC : public TRPC {
   /// A plain record that carries the refinement: what other programs need who know nothing of refinements.
   ///
   /// Offsets and scales stay. Shifts and scales of each axis fold into the numerators without loss, and so does any
-  /// refinement when line and sample have the same denominator. Otherwise one of the two polynomials that the exchange
-  /// of line and sample needs is not cubic and is replaced by its closest cubic over the model's box (the raster, when
-  /// its size is known): see docs/refinement.md for what that costs, far below a hundredth of a pixel for corrections
-  /// of a few pixels.
+  /// refinement when line and sample have the same denominator. Otherwise one of the polynomials that bringing line and
+  /// sample together needs is not cubic, and its closest cubic over the model's box (the raster, when its size is
+  /// known) takes its place; docs/refinement.md says what that costs, far below a hundredth of a pixel for corrections
+  /// of a few pixels. Where it costs more, all coefficients are fitted anew by `FitRPC`.
   /// \param out untouched when false.
   /// \return false when the result would be off by more than 0.01 pixels somewhere on a grid over that box, or the box
   /// cannot be sampled.

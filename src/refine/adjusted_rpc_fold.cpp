@@ -6,7 +6,8 @@
 // and the sample likewise with T = N1 D2/D1. Everything but T is a cubic polynomial as it stands. T is one too when the
 // denominators are the same, and is not needed at all when B01 and B21 are zero; otherwise its closest cubic stands in.
 // Denominators of real models are nearly constant, so T - N2 is small and smooth, and the small off-diagonal elements
-// of B scale its error down again. Elementary.
+// of B scale its error down again. Where that is not so, because the refinement turns the image, say, all coefficients
+// are fitted anew. Elementary.
 
 #include <algorithm>
 #include <array>
@@ -21,6 +22,8 @@
 #include "linalg/normal_equations.h"
 #include "linalg/vector.h"
 #include "refine/adjusted_rpc.h"
+#include "refine/robust_fit.h"
+#include "refine/rpc_estimation.h"
 #include "rpc/polynomial_kernel.h"
 #include "rpc/rpc_fields.h"
 
@@ -62,24 +65,26 @@ double ValueAt(const TCubic& cubic, const TCubic& terms) {
 }
 
 /// The refinement as a matrix for (line, sample, 1); one that has no perspective ends with the row (0, 0, 1).
-void MatrixOf(const TRPCRefinementDataBase& data, matr3x3* matrix) {
-  matrix->fill_unity();
+matr3x3 MatrixOf(const TRPCRefinementDataBase& data) {
+  matr3x3 matrix;
+  matrix.fill_unity();
   if (const auto* shift = dynamic_cast<const TRPCRefinementDataShift*>(&data)) {
-    matrix->m[0][2] = shift->d_line;
-    matrix->m[1][2] = shift->d_sample;
+    matrix.m[0][2] = shift->d_line;
+    matrix.m[1][2] = shift->d_sample;
   } else if (const auto* affine = dynamic_cast<const TRPCRefinementDataAffine*>(&data)) {
-    *matrix = {{{affine->LineDrift, affine->LineTilt, affine->LineBias},
-                {affine->SampleDrift, affine->SampleTilt, affine->SampleBias},
-                {0.0, 0.0, 1.0}}};
+    matrix = {{{affine->LineDrift, affine->LineTilt, affine->LineBias},
+               {affine->SampleDrift, affine->SampleTilt, affine->SampleBias},
+               {0.0, 0.0, 1.0}}};
   } else if (const auto* projective = dynamic_cast<const TRPCRefinementDataProjective*>(&data)) {
-    *matrix = projective->matr;
+    matrix = projective->matr;
     const double last = projective->matr[2][2];
     if (projective->matr[2][0] == 0.0 && projective->matr[2][1] == 0.0) {
-      for (auto& row : matrix->m) {
+      for (auto& row : matrix.m) {
         for (double& element : row) element /= last;
       }
     }
   }
+  return matrix;
 }
 
 /// B of the comment above. Differences of nearly equal numbers are taken before they are multiplied by an offset.
@@ -209,6 +214,41 @@ bool Agrees(const TRPCData& record, const std::vector<TNode>& nodes) {
   });
 }
 
+/// True when B brings line and sample together, so that the polynomials called T above take part.
+bool NeedsProducts(const matr3x3& b) { return b[0][1] != 0.0 || b[1][0] != 0.0 || b[2][0] != 0.0 || b[2][1] != 0.0; }
+
+/// Folds B into a record, given T of the line and of the sample. \return false when the result is no usable record.
+bool FoldBoth(const matr3x3& b, const TCubic& line_product, const TCubic& sample_product, TRPCData* record) {
+  const double line_rows[2][3] = {{b[0][0], b[0][1], b[0][2]}, {b[2][0], b[2][1], b[2][2]}};
+  const double sample_rows[2][3] = {{b[1][1], b[1][0], b[1][2]}, {b[2][1], b[2][0], b[2][2]}};
+  return Fold(line_rows, line_product, record->lineNumCoef, record->lineDenCoef) &&
+         Fold(sample_rows, sample_product, record->sampNumCoef, record->sampDenCoef) &&
+         VisitRPCNumbers(*record, [](double number) { return std::isfinite(number); });
+}
+
+/// As above, with cubics fitted for T.
+bool FoldWithFittedProducts(const std::vector<TNode>& nodes, const matr3x3& b, TRPCData* record) {
+  const TCubic line_num = CubicOf(record->lineNumCoef), line_den = CubicOf(record->lineDenCoef);
+  const TCubic samp_num = CubicOf(record->sampNumCoef), samp_den = CubicOf(record->sampDenCoef);
+  TCubic line_product, sample_product;
+  return FitProduct(nodes, samp_num, line_den, samp_den, &line_product) &&
+         FitProduct(nodes, line_num, samp_den, line_den, &sample_product) &&
+         FoldBoth(b, line_product, sample_product, record);
+}
+
+/// Fits all coefficients to the nodes; offsets and scales stay.
+bool FitAnew(const std::vector<TNode>& nodes, TRPCData* record) {
+  const TLinearNormalization lines = TLinearNormalization::Unchecked(record->lineOffset, record->lineScale);
+  const TLinearNormalization samples = TLinearNormalization::Unchecked(record->sampOffset, record->sampScale);
+  TRPCEstimationDataSet set;
+  set.IsNormalized = true;
+  for (const TNode& node : nodes) {
+    set.Points.push_back(
+        {node.p, node.l, node.h, lines.Initial2Normalized(node.line), samples.Initial2Normalized(node.sample)});
+  }
+  return FitRPC(set, TRPCFitOptions(), record);
+}
+
 }  // namespace
 
 bool TAdjustedRPC::ExportRefined(TRPCData* out) const {
@@ -221,30 +261,21 @@ bool TAdjustedRPC::ExportRefined(TRPCData* out) const {
     *out = record;
     return true;
   }
-  matr3x3 matrix;
-  MatrixOf(*refinement, &matrix);
-  const matr3x3 b = Normalized(matrix, record);
-  const TCubic line_num = CubicOf(record.lineNumCoef), line_den = CubicOf(record.lineDenCoef);
-  const TCubic samp_num = CubicOf(record.sampNumCoef), samp_den = CubicOf(record.sampDenCoef);
-
-  TCubic sample_for_line = samp_num, line_for_sample = line_num;
-  const bool mixes = b[0][1] != 0.0 || b[1][0] != 0.0 || b[2][0] != 0.0 || b[2][1] != 0.0;
-  const bool needs_fit = mixes && line_den != samp_den;
-  if (needs_fit) {
-    const std::vector<TNode> nodes = SampleBox(*this, kCells, 0.0);
-    if (nodes.size() < kLeastNodes || !FitProduct(nodes, samp_num, line_den, samp_den, &sample_for_line) ||
-        !FitProduct(nodes, line_num, samp_den, line_den, &line_for_sample)) {
-      return false;
-    }
+  const matr3x3 b = Normalized(MatrixOf(*refinement), record);
+  if (!NeedsProducts(b) || CubicOf(record.lineDenCoef) == CubicOf(record.sampDenCoef)) {
+    if (!FoldBoth(b, CubicOf(record.sampNumCoef), CubicOf(record.lineNumCoef), &record)) return false;
+    *out = record;
+    return true;
   }
-  const double line_rows[2][3] = {{b[0][0], b[0][1], b[0][2]}, {b[2][0], b[2][1], b[2][2]}};
-  const double sample_rows[2][3] = {{b[1][1], b[1][0], b[1][2]}, {b[2][1], b[2][0], b[2][2]}};
-  if (!Fold(line_rows, sample_for_line, record.lineNumCoef, record.lineDenCoef) ||
-      !Fold(sample_rows, line_for_sample, record.sampNumCoef, record.sampDenCoef)) {
-    return false;
+  const std::vector<TNode> nodes = SampleBox(*this, kCells, 0.0);
+  const std::vector<TNode> checks = SampleBox(*this, kCells, 0.5);
+  if (nodes.size() < kLeastNodes || checks.size() < kLeastNodes) return false;
+  TRPCData folded = record;
+  if (FoldWithFittedProducts(nodes, b, &folded) && Agrees(folded, checks)) {
+    *out = folded;
+    return true;
   }
-  if (!VisitRPCNumbers(record, [](double number) { return std::isfinite(number); })) return false;
-  if (needs_fit && !Agrees(record, SampleBox(*this, kCells, 0.5))) return false;
+  if (!FitAnew(nodes, &record) || !Agrees(record, checks)) return false;
   *out = record;
   return true;
 }
