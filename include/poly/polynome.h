@@ -113,15 +113,15 @@ class ORBMATH_API TPolynome {
   /// Writes the section `key`: "PolynomeOrder" and the section "PolynomeCoefs" with coefficient k, lowest power first,
   /// under the key k.
   /// \return false when it is invalid (nothing is written) or the writer could not write.
-  bool SaveToXML(TZxXIniWriter* writer, const std::string& key) const;
+  bool SaveToXML(TZxXIniWriter* writer, std::string key) const;
   /// Reads what `SaveToXML` wrote. The stored coefficients are counted before memory is taken for the stated order.
   /// \return false, the polynomial untouched, when a section, the order or a coefficient is missing or not readable.
   /// \throws const char* as `Reset` when the order is below 0; the polynomial is untouched and the reader in the
   /// section where it was.
-  bool InitializeFromXML(TZxXIniReader* reader, const std::string& key);
+  bool InitializeFromXML(TZxXIniReader* reader, std::string key);
   /// Puts coefficient k at index k under `tag`, with `key` and k (in decimal) joined as its key.
   /// \return false at the first one that cannot be inserted.
-  bool WriteToTree(TStringTree* dst, int tag, const std::string& key) const;
+  bool WriteToTree(TStringTree* dst, int tag, std::string key) const;
 
   /// Equal orders and exactly equal coefficients.
   friend ORBMATH_API bool operator==(const TPolynome& a, const TPolynome& b);

@@ -19,7 +19,6 @@ namespace StereopairsByOverlap {
 /// Each group has a flag that switches its check on, its limits, and a flag that says whether a pair whose value cannot
 /// be determined is rejected. Field names are also the keys of the XML form. A plain value: const operations are safe
 /// from several threads.
-// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the order of the fields is interface.
 struct ORBMATH_API TStereopairsByOverlapParams {
   bool TiesRequired;  ///< Tie points between the images are wanted.
 

@@ -62,7 +62,7 @@ std::string TPolynome::GetCoefsString() const {
   return text + Zentarix::ssprintf("%.20lg)", coefs_[0]);
 }
 
-bool TPolynome::SaveToXML(TZxXIniWriter* writer, const std::string& key) const {
+bool TPolynome::SaveToXML(TZxXIniWriter* writer, std::string key) const {
   if (!*this) return false;
   return WriteSection(writer, key, [&] {
     return writer->WriteS<int>(kOrderKey, int{order_}) && WriteSection(writer, kCoefsKey, [&] {
@@ -74,7 +74,7 @@ bool TPolynome::SaveToXML(TZxXIniWriter* writer, const std::string& key) const {
   });
 }
 
-bool TPolynome::InitializeFromXML(TZxXIniReader* reader, const std::string& key) {
+bool TPolynome::InitializeFromXML(TZxXIniReader* reader, std::string key) {
   TPolynome read;
   const bool good = ReadSection(reader, key, [&] {
     // Two fallbacks that no one text can both give: a missing or unreadable order is told from any number.
@@ -90,7 +90,7 @@ bool TPolynome::InitializeFromXML(TZxXIniReader* reader, const std::string& key)
   return good;
 }
 
-bool TPolynome::WriteToTree(TStringTree* dst, int tag, const std::string& key) const {
+bool TPolynome::WriteToTree(TStringTree* dst, int tag, std::string key) const {
   for (int k = 0; k <= order_; ++k) {
     if (!dst->InsertDouble(key + IndexKey(k), tag, k, coefs_[k])) return false;
   }
