@@ -79,6 +79,50 @@ TEST(Polynome, TextsOfAllKinds) {
   EXPECT_EQ(TPolynome("1;" + std::string(500, '7')), Rising({0})) << "a token of 128 characters and more";
 }
 
+TEST(Polynome, InvalidOne) {
+  TPolynome p;
+  EXPECT_FALSE(static_cast<bool>(p));
+  EXPECT_EQ(p.GetOrder(), -1);
+  EXPECT_EQ(p.GetValue(3), 0);
+  EXPECT_TRUE(p.IsNull());
+  EXPECT_EQ(p.Derivative(), Rising({0}));
+  int count = 5;
+  EXPECT_EQ(p.GetCoefs(count), nullptr);
+  EXPECT_EQ(count, 0);
+  EXPECT_FALSE(p.Initialize(std::vector<double>(), false));
+  p += Rising({1, 2});
+  EXPECT_EQ(p, Rising({1, 2}));
+  TPolynome copy = p;
+  p.Invalidate();
+  copy = p;
+  EXPECT_EQ(copy, TPolynome());
+}
+
+TEST(Polynome, CoefficientsLeaveByCopy) {
+  const TPolynome p = Rising({1, 2, 3});
+  double room[3] = {9, 9, 9};
+  EXPECT_EQ(p.GetCoefs(room, 2), 0);
+  EXPECT_EQ(room[0], 9);
+  EXPECT_EQ(p.GetCoefs(room, 3), 3);
+  EXPECT_EQ(room[2], 3);
+  int count = 0;
+  const std::unique_ptr<double, void (*)(double*)> copy(p.GetCoefs(count), ReleaseVector);
+  EXPECT_EQ(count, 3);
+  EXPECT_EQ(copy.get()[1], 2);
+}
+
+TEST(Polynome, CopiesAreDeepAndMovesLeaveItInvalid) {
+  TPolynome p = Rising({1, 2, 3});
+  TPolynome q(p);
+  q *= 2;
+  EXPECT_EQ(p, Rising({1, 2, 3}));
+  p = *&p;
+  EXPECT_EQ(p, Rising({1, 2, 3}));
+  TPolynome taken(std::move(q));
+  EXPECT_EQ(taken, Rising({2, 4, 6}));
+  EXPECT_FALSE(static_cast<bool>(q));  // NOLINT(bugprone-use-after-move): the promise under test
+}
+
 // Elements of an array lie twelve bytes apart, so that every other pointer inside is on an odd multiple of four.
 TEST(Polynome, WorksAtAnyMultipleOfFourBytes) {
   static_assert(sizeof(TPolynome) == sizeof(int) + sizeof(double*), "packed to four bytes");
@@ -89,33 +133,7 @@ TEST(Polynome, WorksAtAnyMultipleOfFourBytes) {
   EXPECT_EQ(several[3], several[2]);
 }
 
-TEST(Polynome, InvalidOneCountsAsZero) {
-  TPolynome p;
-  EXPECT_TRUE(!p && p.GetOrder() == -1 && p.GetValue(3) == 0 && p.IsNull());
-  EXPECT_EQ(p.Derivative(), Rising({0}));
-  EXPECT_FALSE(p.Initialize(std::vector<double>(), false));
-  p += Rising({1, 2});
-  TPolynome copy = p;
-  EXPECT_EQ(copy *= 2, Rising({2, 4}));
-  EXPECT_EQ(p, Rising({1, 2})) << "copies are deep";
-  const TPolynome taken(std::move(copy));
-  EXPECT_EQ(copy, TPolynome());  // NOLINT(bugprone-use-after-move): the promise under test
-  EXPECT_EQ(taken, Rising({2, 4}));
-}
-
-TEST(Polynome, CoefficientsLeaveByCopy) {
-  double room[3] = {9, 9, 9};
-  EXPECT_EQ(Rising({1, 2, 3}).GetCoefs(room, 2), 0);
-  EXPECT_EQ(room[0], 9);
-  EXPECT_EQ(Rising({1, 2, 3}).GetCoefs(room, 3), 3);
-  int count = 0;
-  const std::unique_ptr<double, void (*)(double*)> copy(Rising({1, 2, 3}).GetCoefs(count), ReleaseVector);
-  EXPECT_TRUE(count == 3 && room[2] == 3 && copy.get()[1] == 2);
-}
-
 TEST(Polynome, Arithmetic) {
-  EXPECT_EQ(Rising({7, 5, 3, 2}).Derivative(), Rising({5, 6, 6}));
-  EXPECT_EQ(Rising({7}).Derivative(), Rising({0}));
   TPolynome p = Rising({1, 2});
   EXPECT_EQ(p += Rising({1, 1, 1}), Rising({2, 3, 1}));
   EXPECT_EQ(p -= Rising({0, 0, 1}), Rising({2, 3, 0})) << "the order never falls";
@@ -129,6 +147,9 @@ TEST(Polynome, Arithmetic) {
   TPolynome constant = Rising({5, 0, -0.0});
   constant.Optimize();
   EXPECT_EQ(constant, Rising({5}));
+  TPolynome zero = Rising({0, 0});
+  zero.Optimize();
+  EXPECT_EQ(zero, Rising({0}));
   EXPECT_TRUE(Rising({0, -0.0}).IsNull());
   EXPECT_FALSE(Rising({0, NAN}).IsNull());
 }
@@ -140,6 +161,11 @@ TEST(Polynome, ApproximatelyEqual) {
   EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, 2, 0.1}), 0.1)) << "strictly below";
   EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, 2.25}), 0.25));
   EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, NAN}), 1e9));
+}
+
+TEST(Polynome, Derivative) {
+  EXPECT_EQ(Rising({7, 5, 3, 2}).Derivative(), Rising({5, 6, 6}));
+  EXPECT_EQ(Rising({7}).Derivative(), Rising({0}));
 }
 
 TEST(Polynome, LinearSubstitution) {

@@ -11,7 +11,7 @@ namespace orbmath_tool {
 class Command {
  public:
   virtual ~Command() = default;
-  /// Text behind the options in the help: columns, examples.
+  /// Text behind the options in the help: paragraphs of one line each (they are wrapped), and examples, indented.
   virtual const char* Notes() const = 0;
   /// Names the arguments and options.
   virtual void Declare(CommandLine& line) = 0;
@@ -25,6 +25,10 @@ std::unique_ptr<Command> MakeProject();
 std::unique_ptr<Command> MakeLocate();
 std::unique_ptr<Command> MakeIntersect();
 std::unique_ptr<Command> MakeConvert();
+std::unique_ptr<Command> MakeFit();
+std::unique_ptr<Command> MakeInvert();
+std::unique_ptr<Command> MakeRefine();
+std::unique_ptr<Command> MakeExport();
 std::unique_ptr<Command> MakeCompare();
 
 }  // namespace orbmath_tool

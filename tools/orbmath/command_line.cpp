@@ -31,7 +31,7 @@ std::string OneLine(std::string text) {
 /// Appends `text` to `out` as lines that begin at column `indent` and end before column `width`. The text so far ends
 /// at column `at`.
 void Wrap(const std::string& text, std::size_t at, std::size_t indent, std::size_t width, std::string* out) {
-  if (at + 1 > indent) {
+  if (at > 0 && at + 1 > indent) {
     *out += "\n";
     at = 0;
   }
@@ -72,7 +72,19 @@ class HelpLayout : public CLI::Formatter {
     return shown;
   }
 
-  std::string make_footer(const CLI::App* app) const override { return app->get_footer() + "\n"; }
+  /// Paragraphs are wrapped, lines that begin with a blank are examples.
+  std::string make_footer(const CLI::App* app) const override {
+    std::string shown;
+    std::istringstream lines(app->get_footer());
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line.front() == ' ') {
+        shown += line + "\n";
+      } else {
+        Wrap(line, 0, 0, kWidth, &shown);
+      }
+    }
+    return shown;
+  }
 
  private:
   static constexpr std::size_t kIndent = 22;

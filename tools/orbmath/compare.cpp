@@ -6,6 +6,7 @@
 #include "ground_grid.h"
 #include "json.h"
 #include "model.h"
+#include "number.h"
 #include "report.h"
 #include "rpc/rpc_compare.h"
 #include "rpc/rpc_fields.h"
@@ -57,17 +58,13 @@ std::vector<FieldRow> CompareFields(const TRPCData& a, const TRPCData& b) {
   return rows;
 }
 
-std::string Padded(const std::string& text, std::size_t width) {
-  return text.size() < width ? text + std::string(width - text.size(), ' ') : text + " ";
-}
-
 void AddFields(const std::vector<FieldRow>& rows, Report* report) {
-  std::string lines = Padded("field", 18) + Padded("A", 26) + Padded("B", 26) + "A - B\n";
+  std::string lines = PadRight("field", 18) + PadRight("A", 26) + PadRight("B", 26) + "A - B\n";
   std::string json = "[";
   std::size_t different = 0;
   for (const FieldRow& row : rows) {
     different += row.difference != 0.0 ? 1 : 0;
-    lines += Padded(row.name, 18) + Padded(FormatDouble(row.a), 26) + Padded(FormatDouble(row.b), 26) +
+    lines += PadRight(row.name, 18) + PadRight(FormatDouble(row.a), 26) + PadRight(FormatDouble(row.b), 26) +
              FormatDouble(row.difference) + "\n";
     json += std::string(json.size() > 1 ? "," : "") + "{\"field\":" + JsonString(row.name) +
             ",\"a\":" + JsonNumber(row.a) + ",\"b\":" + JsonNumber(row.b) +
@@ -81,8 +78,8 @@ void AddFields(const std::vector<FieldRow>& rows, Report* report) {
 class Compare : public Command {
  public:
   const char* Notes() const override {
-    return "The first table holds the records; the differences in pixels are those of the whole models, refinements\n"
-           "included, over a grid of the ground that both cover.\n\n"
+    return "The first table holds the records; the differences in pixels are those of the whole models, "
+           "refinements included, over a grid of the ground that both cover.\n\n"
            "Example:\n"
            "  orbmath compare image.RPB image_RPC.TXT";
   }

@@ -16,11 +16,9 @@ class Convert : public Command {
  public:
   const char* Notes() const override {
     return "The form of OUT follows from its suffix: .rpb, .txt or .rpc (text), .xml. Satellite, band, bias and "
-           "random\n"
-           "error are kept as far as the form has a place for them. RPB and text files hold rounded numbers: a model\n"
-           "with longer offsets and scales is expressed with the rounded ones, and what the digits of its "
-           "coefficients\n"
-           "cost in pixels is said on standard error.\n\n"
+           "random error are kept as far as the form has a place for them. RPB and text files hold rounded "
+           "numbers: a model with longer offsets and scales is expressed with the rounded ones, and what the "
+           "digits of its coefficients cost in pixels is said on standard error.\n\n"
            "Example:\n"
            "  orbmath convert image_RPC.TXT image.RPB";
   }
@@ -43,7 +41,8 @@ class Convert : public Command {
                     " file cannot; 'orbmath export' makes a plain model of it");
     }
     NoteLostParts(*model.rpc, form);
-    const TRPC written(WriteRecord(model.file.record, model.file.extras, form, out_), nullptr);
+    const TRPC rounded(OntoDigitsOf(form, model.file.record, out_), nullptr);
+    const TRPC written(WriteModel(rounded, model.file.extras, form, out_), nullptr);
     const PixelDifference cost = CompareModels(*model.rpc, written);
     if (cost.max != 0.0) {
       Note(out_ + ": the digits of the " + SatCommonUtils::RPCFileFormName(form) + " form move points by up to " +

@@ -4,9 +4,12 @@
 #include <vector>
 
 #include "command.h"
+#include "frame/zxstd/number_text.h"
 #include "ground_grid.h"
+#include "json.h"
 #include "model.h"
 #include "point_options.h"
+#include "refine/adjusted_rpc.h"
 #include "report.h"
 #include "rpc/ground_solution.h"
 #include "rpc/rpc_fields.h"
@@ -77,6 +80,27 @@ void AddExtents(const TRPC& model, double shift, Report* report) {
   report->Text("margin", "margin", has_margin ? std::to_string(margin.GetVertices().size()) + " vertices" : "none");
 }
 
+/// The kind of the refinement and its parameters.
+void AddRefinement(const TRPC& model, Report* report) {
+  const auto* adjusted = dynamic_cast<const SatCommonUtils::TAdjustedRPC*>(&model);
+  if (adjusted == nullptr || !adjusted->IsAdjusted()) {
+    report->Text("refinement", "refinement", "none");
+    return;
+  }
+  const auto data = adjusted->GetRPCRefinementData();
+  report->Text("refinement", "refinement", SatCommonUtils::GetRPCRefinementTransformTypeName(data->type));
+  std::vector<double> values;
+  data->GetParametersValues(&values);
+  std::string text;
+  std::string json;
+  for (const double value : values) {
+    text += (text.empty() ? "" : " ") + SatCommonUtils::FormatDouble(value);
+    json += (json.empty() ? "" : ",") + JsonNumber(value);
+  }
+  report->Json("refinement_parameters", "[" + json + "]");
+  report->Lines("parameters: " + text + "\n");
+}
+
 void AddAccuracy(const TRPC& model, Report* report) {
   report->Heading("Over " + std::to_string(kAcross) + " x " + std::to_string(kAcross) + " x " +
                   std::to_string(kHeights) + " points of the ground box");
@@ -128,6 +152,7 @@ class Info : public Command {
     AddFile(model, &report);
     AddOffsetsAndScales(model.file.record, shift, &report);
     AddExtents(*model.rpc, shift, &report);
+    AddRefinement(*model.rpc, &report);
     AddAccuracy(*model.rpc, &report);
     report.Print(json_);
     return 0;

@@ -102,12 +102,10 @@ class Intersect : public Command {
  public:
   const char* Notes() const override {
     return "Each line 'line1 sample1 line2 sample2 ...', two fields a model (pixels), becomes 'lat lon height "
-           "rms_pixels'\n"
-           "(degrees, degrees, metres, pixels). The height is free; --height fixes it, and with --height-variance it "
-           "is\n"
-           "an observation among the others. With --covariance three more columns follow: standard deviations of the\n"
-           "point towards east, north and up (metres), for image coordinates with the standard deviation of --sigma.\n"
-           "A point without a solution is an error line that says why.\n\n"
+           "rms_pixels' (degrees, degrees, metres, pixels). The height is free; --height fixes it, and with "
+           "--height-variance it is an observation among the others. With --covariance three more columns "
+           "follow: standard deviations of the point towards east, north and up (metres), for image coordinates "
+           "with the standard deviation of --sigma. A point without a solution is an error line that says why.\n\n"
            "Example:\n"
            "  orbmath intersect left.RPB right.RPB --points ties.txt --covariance --sigma 0.3";
   }

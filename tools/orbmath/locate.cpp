@@ -71,14 +71,13 @@ class LocateTask : public PointTask {
 class Locate : public Command {
  public:
   const char* Notes() const override {
-    return "Each line 'line sample [height]' (pixels, metres above the ellipsoid) becomes 'lat lon height' (degrees,\n"
-           "degrees, metres). A point without a height gets that of --height, or else the model's height offset, "
-           "which\n"
-           "is said on standard error. A point without a solution is an error line that says why; one outside the\n"
-           "image or the height range is computed, counted on standard error and named in the status column.\n"
-           "With --status two more columns follow: how far the result projects from the given image point (pixels),\n"
-           "and 'ok' or 'outside-' with what the point lies outside of: image, height, ground, margin, joined by "
-           "'+'.\n\n"
+    return "Each line 'line sample [height]' (pixels, metres above the ellipsoid) becomes 'lat lon height' "
+           "(degrees, degrees, metres). A point without a height gets that of --height, or else the model's "
+           "height offset, which is said on standard error. A point without a solution is an error line that "
+           "says why; one outside the image or the height range is computed, counted on standard error and named "
+           "in the status column. With --status two more columns follow: how far the result projects from the "
+           "given image point (pixels), and 'ok' or 'outside-' with what the point lies outside of: image, "
+           "height, ground, margin, joined by '+'.\n\n"
            "Example:\n"
            "  echo '1000 2000' | orbmath locate image.RPB --height -5";
   }

@@ -25,6 +25,10 @@ constexpr Entry kCommands[] = {
     {"locate", "Image points to ground points at a known height.", MakeLocate},
     {"intersect", "Points seen in several images to ground points.", MakeIntersect},
     {"convert", "Write a model file in another form.", MakeConvert},
+    {"fit", "Fit a model to points whose ground and image coordinates are known.", MakeFit},
+    {"invert", "Fit the inverse of a model: image and height to latitude and longitude.", MakeInvert},
+    {"refine", "Correct a model in image space with ground control or image ties.", MakeRefine},
+    {"export", "Write an adjusted model as a plain one that carries its refinement.", MakeExport},
     {"compare", "Compare two models field by field and pixel by pixel.", MakeCompare},
 };
 

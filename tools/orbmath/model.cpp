@@ -6,6 +6,9 @@
 #include "frame/zxstd/xini_reader.h"
 #include "frame/zxstd/xini_writer.h"
 #include "output_file.h"
+#include "refine/adjusted_rpc.h"
+#include "refine/robust_fit.h"
+#include "rpc/rpc_fields.h"
 
 namespace orbmath_tool {
 
@@ -21,7 +24,8 @@ SatCommonUtils::var_a<TRPC*> BuildModel(const SatCommonUtils::TRPCFile& file) {
   }
   SatCommonUtils::TZxStringStream stream(file.xml);
   SatCommonUtils::TZxXIniStreamReader reader(&stream);
-  return SatCommonUtils::make_var_a<TRPC>(&reader);
+  if (file.form == TRPCFileForm::XML) return SatCommonUtils::make_var_a<TRPC>(&reader);
+  return SatCommonUtils::make_var_a<SatCommonUtils::TAdjustedRPC>(&reader);
 }
 
 /// The model and what stands beside it as one XML document.
@@ -39,6 +43,13 @@ TRPCData ParseRecord(const std::string& content, const std::string& name) {
   SatCommonUtils::TRPCFileError error;
   if (!SatCommonUtils::ReadRPCStream(&stream, name, &file, &error)) throw Failure(error.GetText());
   return file.record;
+}
+
+bool SameScalars(const TRPCData& a, const TRPCData& b) {
+  for (const SatCommonUtils::TRPCScalarField& field : SatCommonUtils::RPCScalarFields()) {
+    if (a.*field.value != b.*field.value) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -86,11 +97,29 @@ TRPCData AsWritten(const TRPCData& record, TRPCFileForm form, const std::string&
   return ParseRecord(FormatModel(TRPC(record, nullptr), {}, form, name), name);
 }
 
-TRPCData WriteRecord(const TRPCData& record, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
-                     const std::string& name) {
-  const std::string content = FormatModel(TRPC(record, nullptr), extras, form, name);
+TRPCData OntoDigitsOf(TRPCFileForm form, const TRPCData& record, const std::string& name) {
+  TRPCData moved = AsWritten(record, form, name);
+  if (SameScalars(moved, record)) return record;
+  if (!SatCommonUtils::RenormalizeRPC(record, &moved)) {
+    throw Failure(name + ": the offsets and scales of this model need more digits than a file of the form " +
+                  SatCommonUtils::RPCFileFormName(form) + " has; write XML instead");
+  }
+  return moved;
+}
+
+TRPCData WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
+                    const std::string& name) {
+  const std::string content = FormatModel(model, extras, form, name);
   WriteFile(name, content);
   return ParseRecord(content, name);
+}
+
+void CopyImage(const TRPC& from, TRPC* to) {
+  SatCommonUtils::TPolygon margin;
+  int width = 0;
+  int height = 0;
+  if (from.GetMargin(&margin)) to->SetMargin(margin);
+  if (from.GetRasterDims(&width, &height)) to->SetRasterDims(width, height);
 }
 
 }  // namespace orbmath_tool

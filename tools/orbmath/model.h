@@ -43,9 +43,16 @@ std::string FormatModel(const SatCommonUtils::TRPC& model, const SatCommonUtils:
 SatCommonUtils::TRPCData AsWritten(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFileForm form,
                                    const std::string& name);
 
-/// Writes a plain record as a model file and reads it back. \return what the file holds. \throws Failure
-SatCommonUtils::TRPCData WriteRecord(const SatCommonUtils::TRPCData& record,
-                                     const SatCommonUtils::TRPCFileExtras& extras, SatCommonUtils::TRPCFileForm form,
-                                     const std::string& name);
+/// The same model with offsets and scales that a file of this form can hold, so that only the digits of its
+/// coefficients cost something. \throws Failure when the form has too few digits for this model.
+SatCommonUtils::TRPCData OntoDigitsOf(SatCommonUtils::TRPCFileForm form, const SatCommonUtils::TRPCData& record,
+                                      const std::string& name);
+
+/// Writes a model file by `FormatModel` and reads it back. \return the record that the file holds. \throws Failure
+SatCommonUtils::TRPCData WriteModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
+                                    SatCommonUtils::TRPCFileForm form, const std::string& name);
+
+/// Gives `to` the margin and the raster size of `from`, as far as there are any.
+void CopyImage(const SatCommonUtils::TRPC& from, SatCommonUtils::TRPC* to);
 
 }  // namespace orbmath_tool

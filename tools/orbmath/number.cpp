@@ -20,4 +20,13 @@ std::string Fixed(double value, int digits) {
   return std::string(text, PrintFixed(value, digits, text));
 }
 
+std::string PadRight(std::string text, std::size_t width) {
+  text.resize(std::max(width, text.size() + 1), ' ');
+  return text;
+}
+
+std::string PadLeft(const std::string& text, std::size_t width) {
+  return std::string(std::max(width, text.size() + 1) - text.size(), ' ') + text;
+}
+
 }  // namespace orbmath_tool

@@ -1,7 +1,9 @@
 #pragma once
 /// \file
-/// Numbers as people read them: a fixed count of digits after a decimal point, whatever the process's locale is.
+/// Numbers as people read them: a fixed count of digits after a decimal point, whatever the process's locale is, and
+/// columns of them.
 
+#include <cstddef>
 #include <string>
 
 namespace orbmath_tool {
@@ -17,5 +19,10 @@ char* PrintFixed(double value, int digits, char* to);
 
 /// `PrintFixed` as a text.
 std::string Fixed(double value, int digits);
+
+/// `text` with blanks behind it up to `width`, at least one.
+std::string PadRight(std::string text, std::size_t width);
+/// `text` with blanks in front of it up to `width`, at least one.
+std::string PadLeft(const std::string& text, std::size_t width);
 
 }  // namespace orbmath_tool

@@ -48,9 +48,9 @@ class ProjectTask : public PointTask {
 class Project : public Command {
  public:
   const char* Notes() const override {
-    return "Each line 'lat lon height' (degrees, degrees, metres above the ellipsoid) becomes 'line sample' (pixels).\n"
-           "With --derivatives six more columns follow: of the line, then of the sample, by latitude and longitude\n"
-           "(pixels per degree) and by height (pixels per metre).\n\n"
+    return "Each line 'lat lon height' (degrees, degrees, metres above the ellipsoid) becomes 'line sample' "
+           "(pixels). With --derivatives six more columns follow: of the line, then of the sample, by latitude "
+           "and longitude (pixels per degree) and by height (pixels per metre).\n\n"
            "Example:\n"
            "  echo '43.55 1.49 200' | orbmath project image.RPB";
   }

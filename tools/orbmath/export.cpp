@@ -1,0 +1,72 @@
+#include "command.h"
+#include "errors.h"
+#include "ground_grid.h"
+#include "model.h"
+#include "refine/adjusted_rpc.h"
+#include "report.h"
+
+namespace orbmath_tool {
+
+using SatCommonUtils::TAdjustedRPC;
+using SatCommonUtils::TRPC;
+using SatCommonUtils::TRPCData;
+
+namespace {
+
+class Export : public Command {
+ public:
+  const char* Notes() const override {
+    return "The plain model gives, for programs that know nothing of refinements, what the adjusted one gives. "
+           "Its error against the adjusted model is that of the written file, digits of its form included.\n\n"
+           "Example:\n"
+           "  orbmath export adjusted.xml image.RPB";
+  }
+
+  void Declare(CommandLine& line) override {
+    line.Argument("ADJUSTED", &model_, "adjusted model file");
+    line.Argument("OUT", &out_, "file to be written, '-' for standard output");
+    form_.Declare(line);
+    line.Flag("--json", &json_, "report as one JSON object");
+  }
+
+  int Run() override {
+    const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
+    const Model model = ReadModel(model_);
+    TRPC plain(OntoDigitsOf(form, PlainRecord(model), out_), nullptr);
+    CopyImage(*model.rpc, &plain);
+    const TRPC written(WriteModel(plain, model.file.extras, form, out_), nullptr);
+    const PixelDifference error = CompareModels(*model.rpc, written);
+    Report report;
+    report.Text("file", "written", out_);
+    report.Number("max_px", "error of the file, worst", error.max, 9, "px");
+    report.Number("rms_px", "error of the file, rms", error.rms, 9, "px");
+    report.Print(json_, out_ == "-");
+    return kSuccess;
+  }
+
+ private:
+  /// The record with the refinement in it.
+  TRPCData PlainRecord(const Model& model) const {
+    const auto* adjusted = dynamic_cast<const TAdjustedRPC*>(model.rpc.get());
+    if (adjusted == nullptr || !adjusted->IsAdjusted()) {
+      Note(model_ + ": holds no refinement, its record is written as it is");
+      return model.file.record;
+    }
+    TRPCData record;
+    if (!adjusted->ExportRefined(&record)) {
+      throw Failure(model_ + ": no plain model comes within 0.01 px of this refinement");
+    }
+    return record;
+  }
+
+  std::string model_;
+  std::string out_;
+  OutputForm form_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeExport() { return std::make_unique<Export>(); }
+
+}  // namespace orbmath_tool
