@@ -1,0 +1,116 @@
+// Files in and out: what is written comes whole or not at all, and what is read may be anything.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "support/random.h"
+#include "tool/run_tool.h"
+
+namespace orbmath_test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::size_t FilesInWorkspace() {
+  return static_cast<std::size_t>(std::distance(fs::directory_iterator(Workspace()), fs::directory_iterator()));
+}
+
+TEST(FilesTest, ANewFileHasTheUsualPermissionsAndAnOldOneKeepsItsOwn) {
+  const std::string path = Workspace() + "/mode.xml";
+  const mode_t before = umask(027);
+  EXPECT_EQ(RunToolLine("convert flat.RPB mode.xml").status, 0);
+  umask(before);
+  EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
+  fs::permissions(path, fs::perms(0600));
+  const std::size_t files = FilesInWorkspace();
+  EXPECT_EQ(RunToolLine("convert cubic.xml mode.xml").status, 0);
+  EXPECT_EQ(fs::status(path).permissions(), fs::perms(0600));
+  EXPECT_EQ(FilesInWorkspace(), files) << "the new file beside the old one is left over";
+}
+
+TEST(FilesTest, ALinkStaysAndItsFileIsReplaced) {
+  Workspace();
+  WriteText("target.xml", "old");
+  fs::remove(Workspace() + "/link.xml");
+  fs::create_symlink("target.xml", Workspace() + "/link.xml");
+  EXPECT_EQ(RunToolLine("convert flat.RPB link.xml").status, 0);
+  EXPECT_TRUE(fs::is_symlink(Workspace() + "/link.xml"));
+  EXPECT_GT(ReadText("target.xml").size(), 1000u);
+}
+
+TEST(FilesTest, AFailureLeavesTheOldFile) {
+  Workspace();
+  WriteText("old.RPB", "precious");
+  for (const char* arguments : {"convert nowhere.xml old.RPB", "fit control.txt old.RPB", "invert nowhere.xml old.RPB",
+                                "export nowhere.xml old.RPB", "convert flat.RPB old.RPB --to nothing"}) {
+    EXPECT_NE(RunToolLine(arguments).status, 0) << arguments;
+    EXPECT_EQ(ReadText("old.RPB"), "precious") << arguments;
+  }
+}
+
+TEST(FilesTest, AFullDiskIsAFailure) {
+  if (!fs::exists("/dev/full")) GTEST_SKIP() << "the system has no /dev/full";
+  const ToolRun run = RunToolLine("convert flat.RPB /dev/full --to rpb");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("/dev/full: cannot be written"), std::string::npos) << run.err;
+}
+
+/// A file with this content is refused in one line, or read: never more than that.
+void ExpectOrdinaryEnd(const std::string& content) {
+  WriteText("hostile", content);
+  const ToolRun run = RunToolLine("project hostile", "45 7 500\n");
+  ASSERT_TRUE(run.status == 0 || run.status == 1) << run.status << "\n" << content;
+  if (run.out.empty()) {
+    ASSERT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    ASSERT_EQ(run.err.find("orbmath: hostile:"), 0u) << run.err;
+  }
+}
+
+class Hostile : public ::testing::TestWithParam<const char*> {
+ protected:
+  std::string Good() const {
+    Workspace();
+    RunTool({"convert", "flat.RPB", GetParam()});
+    return ReadText(GetParam());
+  }
+};
+
+TEST_P(Hostile, TruncatedAnywhereItIsRefusedOrRead) {
+  const std::string good = Good();
+  ASSERT_GT(good.size(), 2000u);
+  for (std::size_t size = 0; size < good.size(); size += 1 + good.size() / 60) ExpectOrdinaryEnd(good.substr(0, size));
+}
+
+TEST_P(Hostile, ChangedAnywhereItIsRefusedOrRead) {
+  const std::string good = Good();
+  Random random(GetParam());
+  for (int i = 0; i < 60; ++i) {
+    std::string changed = good;
+    for (int k = 0; k < 3; ++k) {
+      changed[random.Index(good.size())] = static_cast<char>(random.Index(256));
+    }
+    ExpectOrdinaryEnd(changed);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, Hostile, ::testing::Values("good.RPB", "good.txt", "good.xml"),
+                         [](const auto& form) { return std::string(form.param).substr(5); });
+
+TEST(FilesTest, NumbersDoNotDependOnTheLocale) {
+  // The tool never asks for the user's locale; a host's comma must not come in through the environment.
+  setenv("LC_ALL", "de_DE.UTF-8", 1);
+  EXPECT_EQ(RunToolLine("project flat.RPB --precision 2", "45.05 7.1 500.5\n").out, "500.00 3000.20\n");
+  EXPECT_EQ(RunToolLine("locate flat.RPB --precision 2 --height 0.5", "500 2800.2\n").out, "45.05 7.10 0.50\n");
+  EXPECT_EQ(RunToolLine("convert flat.RPB locale.RPB").status, 0);
+  unsetenv("LC_ALL");
+  EXPECT_EQ(ReadText("locale.RPB"), ReadText("flat.RPB"));
+}
+
+}  // namespace
+
+}  // namespace orbmath_test
