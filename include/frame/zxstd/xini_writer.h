@@ -75,6 +75,7 @@ class ORBMATH_API TZxXIniStreamWriter : public TZxXIniWriter {
 
  private:
   std::string OpenTag(const char* element, const std::string& name, bool escaped) const;
+  void PutSectionEnd();
   void Put(const std::string& text);
 
   TZxStream* stream_;

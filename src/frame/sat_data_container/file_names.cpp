@@ -12,7 +12,7 @@ std::string CutFileExt(const std::string& name) {
 }
 
 std::string ChangeFileExt(const std::string& name, const std::string& extension) {
-  const std::string stem = CutFileExt(name);
+  std::string stem = CutFileExt(name);
   if (extension.empty()) return stem;
   return stem + (extension.front() == '.' ? "" : ".") + extension;
 }

@@ -14,11 +14,13 @@ std::string ssprintf(const char* format, ...) {
   va_start(arguments, format);
   std::va_list again;
   va_copy(again, arguments);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is initialized; the check errs when it runs over many files
   const int length = std::vsnprintf(nullptr, 0, format, arguments);
   va_end(arguments);
   std::string text;
   if (length > 0) {
     text.resize(static_cast<std::size_t>(length) + 1);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): as above
     std::vsnprintf(&text[0], text.size(), format, again);
     text.pop_back();
   }

@@ -82,7 +82,7 @@ void TZx2DTransform::TSerializer::SaveE(const TZx2DTransform& transform, TZxXIni
 var_a<TZx2DTransform*> TZx2DTransform::TSerializer::LoadE(TZxXIniReader* reader, const std::string& key) {
   const TZxXIniSection section(reader, key);
   if (!section) throw TZxMessage("there is no section \"" + key + "\" with a 2D transform");
-  const var_a<TZx2DTransform*> transform = CreateE(reader->ReadKeyE<std::string>(kNameKey));
+  var_a<TZx2DTransform*> transform = CreateE(reader->ReadKeyE<std::string>(kNameKey));
   const TZxXIniSection content(reader, kContentSection);
   if (!content) throw TZxMessage("the 2D transform \"" + key + "\" has no content");
   WithMessages([&] { transform->LoadContent(reader); });

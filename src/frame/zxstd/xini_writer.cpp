@@ -90,8 +90,7 @@ void TZxXIniStreamWriter::BeginSectionSE(const std::string& name) {
 
 bool TZxXIniStreamWriter::EndSection() {
   if (closed_ || depth_ == 0) return false;
-  --depth_;
-  Put(Indent(depth_) + "</" + XIniLayout::kSection + ">\n");
+  PutSectionEnd();
   return good_;
 }
 
@@ -107,7 +106,7 @@ bool TZxXIniStreamWriter::WriteText(const std::string& key, const std::string& t
 bool TZxXIniStreamWriter::Close() {
   if (closed_) return good_;
   const bool all_ended = depth_ == 0;
-  while (depth_ > 0) EndSection();
+  while (depth_ > 0) PutSectionEnd();
   Put(std::string("</") + XIniLayout::kRoot + ">\n");
   closed_ = true;
   good_ = good_ && all_ended;
@@ -120,6 +119,11 @@ std::string TZxXIniStreamWriter::OpenTag(const char* element, const std::string&
   if (escaped) AppendAttribute(XIniLayout::kEscape, XIniLayout::kPercent, &tag);
   if (source_line_ != 0) AppendAttribute(XIniLayout::kLine, std::to_string(source_line_), &tag);
   return tag + ">";
+}
+
+void TZxXIniStreamWriter::PutSectionEnd() {
+  --depth_;
+  Put(Indent(depth_) + "</" + XIniLayout::kSection + ">\n");
 }
 
 void TZxXIniStreamWriter::Put(const std::string& text) {
