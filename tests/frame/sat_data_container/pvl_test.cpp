@@ -141,7 +141,7 @@ TEST(Pvl, FaultsAreNamedWithTheirLine) {
 }
 
 TEST(Pvl, BytesAndLinesComeThrough) {
-  TZxStringStream in(std::string("\n\nname = \"<&>\x01\xFF\"; k\xC3\xA9y = (\n1,\n2);\nlast = 3", 48));
+  TZxStringStream in("\n\nname = \"<&>\x01\xFF\"; k\xC3\xA9y = (\n1,\n2);\nlast = 3");
   TZxStringStream out;
   ASSERT_TRUE(PVLtoXML(&in, &out));
   const auto reader = orbmath_test::ReaderOf(out.GetString());
