@@ -36,11 +36,12 @@ void ray_and_ellipsoid_intersection(const double& a, const double& b, const doub
   ray_and_ellipsoid_intersection_cartesian(a, b, h, origin, direction, &x, &y, &z);
   *lon = std::atan2(y, x);
   const double e2 = (a * a - b * b) / (a * a);
-  // The tangent of the geocentric latitude as a quotient: through an arc sine it would lose half its digits at the
-  // poles.
-  const double tangent = z / std::sqrt(x * x + y * y);
-  const double s = std::sin(std::atan2(tangent, 1.0 - e2));
-  const double w = std::sqrt(1.0 - e2 * s * s);
+  const double rho2 = x * x + y * y;
+  // Tangent of the geocentric latitude, as a quotient: through an arc sine it would lose half its digits at the poles.
+  const double tangent = z / std::sqrt(rho2);
+  // Squared sine of the latitude that h = 0 would give, whose tangent is tangent / (1 - e2).
+  const double s2 = z * z / (z * z + (1.0 - e2) * (1.0 - e2) * rho2);
+  const double w = std::sqrt(1.0 - e2 * s2);
   *lat = std::atan2(tangent, 1.0 - e2 / (w * h / a + 1.0));
   if (geocentricLat != nullptr) *geocentricLat = std::atan(tangent);
 }

@@ -2,6 +2,9 @@
 
 #include "poly/interpolation.h"
 
+#include <algorithm>
+#include <array>
+#include <utility>
 #include <vector>
 
 #include "linalg/matrix.h"
@@ -11,19 +14,49 @@
 namespace SatCommonUtils {
 namespace {
 
-/// Sums over the samples: S[k] of x^k for k up to 2 m, T[k] of y x^k for k up to m.
+/// Orders whose sums have a loop of their own, with all sums in registers.
+constexpr std::size_t kUnrolledOrders = 8;
+
+/// Adds the samples to the sums S[k] of x^k for k up to 2 m and T[k] of y x^k for k up to m, in their order.
+inline void AddSamplesOfOrder(std::size_t m, std::size_t count, const double* x, const double* y, double* S,
+                              double* T) {
+  for (std::size_t i = 0; i < count; ++i) {
+    double power = 1.0;
+    for (std::size_t k = 0; k <= 2 * m; ++k) {
+      S[k] += power;
+      if (k <= m) T[k] += y[i] * power;
+      power *= x[i];
+    }
+  }
+}
+
+/// The same with an order that the compiler knows, hence the same bits.
+template <std::size_t m>
+void AddSamplesUnrolled(std::size_t count, const double* x, const double* y, double* S, double* T) {
+  double s[2 * m + 1] = {};
+  double t[m + 1] = {};
+  AddSamplesOfOrder(m, count, x, y, s, t);
+  std::copy(s, s + 2 * m + 1, S);
+  std::copy(t, t + m + 1, T);
+}
+
+using AddSamples = void (*)(std::size_t, const double*, const double*, double*, double*);
+
+template <std::size_t... m>
+constexpr std::array<AddSamples, sizeof...(m)> UnrolledLoops(std::index_sequence<m...>) {
+  return {AddSamplesUnrolled<m>...};
+}
+
+constexpr auto kUnrolledLoops = UnrolledLoops(std::make_index_sequence<kUnrolledOrders + 1>());
+
+/// The sums over all samples.
 struct PowerSums {
   PowerSums(std::size_t order, std::size_t count, const double* x, const double* y)
       : S(2 * order + 1, 0.0), T(order + 1, 0.0) {
-    std::vector<double> powers(S.size());
-    for (std::size_t i = 0; i < count; ++i) {
-      double power = 1.0;
-      for (double& p : powers) {
-        p = power;
-        power *= x[i];
-      }
-      for (std::size_t k = 0; k < S.size(); ++k) S[k] += powers[k];
-      for (std::size_t k = 0; k < T.size(); ++k) T[k] += y[i] * powers[k];
+    if (order <= kUnrolledOrders) {
+      kUnrolledLoops[order](count, x, y, S.data(), T.data());
+    } else {
+      AddSamplesOfOrder(order, count, x, y, S.data(), T.data());
     }
   }
 

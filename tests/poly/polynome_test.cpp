@@ -46,17 +46,23 @@ TEST(Polynome, EveryFormSaysWhichCoefficientComesFirst) {
   EXPECT_TRUE(p.Initialize({3, 2, 1}, false));
   EXPECT_EQ(p, falling);
   EXPECT_EQ(Rising({1, 2, 3}).GetValue(2), 17);
+  double room[3] = {9, 9, 9};
+  EXPECT_EQ(falling.GetCoefs(room, 2), 0);
+  EXPECT_EQ(room[0], 9);
+  int count = falling.GetCoefs(room, 3);
+  const std::unique_ptr<double, void (*)(double*)> copy(falling.GetCoefs(count), ReleaseVector);
+  EXPECT_TRUE(count == 3 && room[0] == 3 && copy.get()[0] == 3);
   EXPECT_EQ(falling.GetCoefsString(), "(1;2;3)");
   EXPECT_EQ(TPolynome(2, nullptr), Rising({0, 0, 0}));
 }
 
 TEST(Polynome, ThrownTexts) {
   TStringTree tree;
+  TPolynome p = Rising({1, 2});
   EXPECT_EQ(ThrownText([] { TPolynome(-1, nullptr); }), "TPolynome::TPolynome(int, const double*)");
   EXPECT_EQ(ThrownText([] { TPolynome{TVector()}; }), "TPolynome::TPolynome(const TVector& src)");
   EXPECT_EQ(ThrownText([] { TPolynome{std::vector<double>()}; }), "TPolynome::TPolynome(const vector<double>& src)");
   EXPECT_EQ(ThrownText([&] { TPolynome(&tree, 1); }), "TPolynome::TPolynome(TStringTree *src, int tag)");
-  TPolynome p = Rising({1, 2});
   EXPECT_EQ(ThrownText([&] { p.Reset(-1); }), "void TPolynome::Reset(int new_order)");
   EXPECT_EQ(p, Rising({1, 2}));
 }
@@ -79,50 +85,6 @@ TEST(Polynome, TextsOfAllKinds) {
   EXPECT_EQ(TPolynome("1;" + std::string(500, '7')), Rising({0})) << "a token of 128 characters and more";
 }
 
-TEST(Polynome, InvalidOne) {
-  TPolynome p;
-  EXPECT_FALSE(static_cast<bool>(p));
-  EXPECT_EQ(p.GetOrder(), -1);
-  EXPECT_EQ(p.GetValue(3), 0);
-  EXPECT_TRUE(p.IsNull());
-  EXPECT_EQ(p.Derivative(), Rising({0}));
-  int count = 5;
-  EXPECT_EQ(p.GetCoefs(count), nullptr);
-  EXPECT_EQ(count, 0);
-  EXPECT_FALSE(p.Initialize(std::vector<double>(), false));
-  p += Rising({1, 2});
-  EXPECT_EQ(p, Rising({1, 2}));
-  TPolynome copy = p;
-  p.Invalidate();
-  copy = p;
-  EXPECT_EQ(copy, TPolynome());
-}
-
-TEST(Polynome, CoefficientsLeaveByCopy) {
-  const TPolynome p = Rising({1, 2, 3});
-  double room[3] = {9, 9, 9};
-  EXPECT_EQ(p.GetCoefs(room, 2), 0);
-  EXPECT_EQ(room[0], 9);
-  EXPECT_EQ(p.GetCoefs(room, 3), 3);
-  EXPECT_EQ(room[2], 3);
-  int count = 0;
-  const std::unique_ptr<double, void (*)(double*)> copy(p.GetCoefs(count), ReleaseVector);
-  EXPECT_EQ(count, 3);
-  EXPECT_EQ(copy.get()[1], 2);
-}
-
-TEST(Polynome, CopiesAreDeepAndMovesLeaveItInvalid) {
-  TPolynome p = Rising({1, 2, 3});
-  TPolynome q(p);
-  q *= 2;
-  EXPECT_EQ(p, Rising({1, 2, 3}));
-  p = *&p;
-  EXPECT_EQ(p, Rising({1, 2, 3}));
-  TPolynome taken(std::move(q));
-  EXPECT_EQ(taken, Rising({2, 4, 6}));
-  EXPECT_FALSE(static_cast<bool>(q));  // NOLINT(bugprone-use-after-move): the promise under test
-}
-
 // Elements of an array lie twelve bytes apart, so that every other pointer inside is on an odd multiple of four.
 TEST(Polynome, WorksAtAnyMultipleOfFourBytes) {
   static_assert(sizeof(TPolynome) == sizeof(int) + sizeof(double*), "packed to four bytes");
@@ -133,7 +95,23 @@ TEST(Polynome, WorksAtAnyMultipleOfFourBytes) {
   EXPECT_EQ(several[3], several[2]);
 }
 
+TEST(Polynome, InvalidOneCountsAsZero) {
+  TPolynome p;
+  EXPECT_TRUE(!p && p.GetOrder() == -1 && p.GetValue(3) == 0 && p.IsNull());
+  EXPECT_EQ(p.Derivative(), Rising({0}));
+  EXPECT_FALSE(p.Initialize(std::vector<double>(), false));
+  p += Rising({1, 2});
+  TPolynome copy = p;
+  EXPECT_EQ(copy *= 2, Rising({2, 4}));
+  EXPECT_EQ(p, Rising({1, 2})) << "copies are deep";
+  const TPolynome taken(std::move(copy));
+  EXPECT_EQ(copy, TPolynome());  // NOLINT(bugprone-use-after-move): the promise under test
+  EXPECT_EQ(taken, Rising({2, 4}));
+}
+
 TEST(Polynome, Arithmetic) {
+  EXPECT_EQ(Rising({7, 5, 3, 2}).Derivative(), Rising({5, 6, 6}));
+  EXPECT_EQ(Rising({7}).Derivative(), Rising({0}));
   TPolynome p = Rising({1, 2});
   EXPECT_EQ(p += Rising({1, 1, 1}), Rising({2, 3, 1}));
   EXPECT_EQ(p -= Rising({0, 0, 1}), Rising({2, 3, 0})) << "the order never falls";
@@ -147,59 +125,33 @@ TEST(Polynome, Arithmetic) {
   TPolynome constant = Rising({5, 0, -0.0});
   constant.Optimize();
   EXPECT_EQ(constant, Rising({5}));
-  TPolynome zero = Rising({0, 0});
-  zero.Optimize();
-  EXPECT_EQ(zero, Rising({0}));
+  EXPECT_TRUE(p.ApproximatelyEqual(Rising({1.05, 2.95, 0.05}), 0.1));
+  EXPECT_TRUE(Rising({1.05, 2.95, 0.05}).ApproximatelyEqual(p, 0.1));
+  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, 3, 0.1}), 0.1)) << "strictly below";
+  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, NAN}), 1e9));
   EXPECT_TRUE(Rising({0, -0.0}).IsNull());
   EXPECT_FALSE(Rising({0, NAN}).IsNull());
 }
 
-TEST(Polynome, ApproximatelyEqual) {
-  const TPolynome p = Rising({1, 2});
-  EXPECT_TRUE(p.ApproximatelyEqual(Rising({1.05, 1.95, 0.05}), 0.1));
-  EXPECT_TRUE(Rising({1.05, 1.95, 0.05}).ApproximatelyEqual(p, 0.1));
-  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, 2, 0.1}), 0.1)) << "strictly below";
-  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, 2.25}), 0.25));
-  EXPECT_FALSE(p.ApproximatelyEqual(Rising({1, NAN}), 1e9));
-}
-
-TEST(Polynome, Derivative) {
-  EXPECT_EQ(Rising({7, 5, 3, 2}).Derivative(), Rising({5, 6, 6}));
-  EXPECT_EQ(Rising({7}).Derivative(), Rising({0}));
-}
-
 TEST(Polynome, LinearSubstitution) {
   TPolynome p = Rising({0, 0, 1}), q;
-  LinearSubstitution(&p, 2, 1, &q);
-  EXPECT_EQ(q, Rising({1, 4, 4}));
   LinearSubstitution(&p, 2, 1, &p);
-  EXPECT_EQ(p, q) << "in place";
-  p.Invalidate();
-  LinearSubstitution(&p, 2, 1, &q);
-  EXPECT_FALSE(static_cast<bool>(q));
-
+  EXPECT_EQ(p, Rising({1, 4, 4})) << "in place";
+  LinearSubstitution(&q, 2, 1, &p);
+  EXPECT_EQ(p, TPolynome()) << "invalid";
   orbmath_test::Random random("Polynome.Substitution");
   for (int order = 0; order <= 12; ++order) {
-    std::vector<double> coefs;
-    for (int k = 0; k <= order; ++k) coefs.push_back(random.Uniform(-1, 1));
-    p = Rising(coefs);
+    p.Reset(order);
+    for (int k = 0; k <= order; ++k) p += Rising(std::vector<double>(k + 1, random.Uniform(-1, 1)));
     LinearSubstitution(&p, 0.75, -0.5, &q);
-    for (double t = -1.0; t <= 1.0; t += 0.25) EXPECT_NEAR(q.GetValue(t), p.GetValue(0.75 * t - 0.5), 1e-11) << order;
+    for (double t = -1.0; t <= 1.0; t += 0.25) EXPECT_NEAR(q.GetValue(t), p.GetValue(0.75 * t - 0.5), 1e-10) << order;
   }
-}
-
-// 13! is 1932053504 modulo 2^32; the constant term of (t + 1)^13 needs 13! / (0! 13!) and stays 1, the next one needs
-// 13! / 12!, which then is not 13.
-TEST(Polynome, SubstitutionWrapsPastOrderTwelve) {
-  std::vector<double> coefs(14, 0.0);
-  coefs[13] = 1.0;
-  TPolynome p = Rising(coefs), q;
+  // Past order 12 factorials wrap: 13! is 1932053504 modulo 2^32, so that 13! / 12! is not 13 in (t + 1)^13.
+  p = TPolynome("1;0;0;0;0;0;0;0;0;0;0;0;0;0");
   LinearSubstitution(&p, 1, 1, &q);
-  std::vector<double> found(14);
-  ASSERT_EQ(q.GetCoefs(found.data(), 14), 14);
-  EXPECT_EQ(found[0], 1.0);
-  EXPECT_EQ(found[1], 1932053504.0 / 479001600.0);
-  p = TPolynome(40, nullptr);
+  EXPECT_EQ(q.GetValue(0), 1.0);
+  EXPECT_EQ(q.Derivative().GetValue(0), 1932053504.0 / 479001600.0);
+  p.Reset(40);
   LinearSubstitution(&p, 1, 1, &q);
   EXPECT_EQ(q.GetOrder(), 40) << "factorials of 0 on the way";
 }
@@ -209,7 +161,6 @@ TEST(Polynome, TextXmlAndTreeComeBackBitForBit) {
   const TPolynome p = Rising(coefs);
   TStringTree tree;
   ASSERT_TRUE(p.WriteToTree(&tree, 7, "c"));
-  ASSERT_NE(tree.FindKey(7, 1), nullptr);
   EXPECT_EQ(*tree.FindKey(7, 1), "c1");
   const std::string xml = SavedXml([&](TZxXIniWriter* writer) { EXPECT_TRUE(p.SaveToXML(writer, "P")); });
   TPolynome from_xml;
@@ -249,8 +200,6 @@ TEST(Polynome, HostileXmlLeavesItAlone) {
   EXPECT_EQ(ThrownText([&] { p.InitializeFromXML(reader.get(), "P"); }), "void TPolynome::Reset(int new_order)");
   EXPECT_EQ(p, before);
   EXPECT_NE(reader->FindF("P"), TZxXIniReader::npos) << "back in the section where it was";
-  EXPECT_EQ(SavedXml([](TZxXIniWriter* writer) { EXPECT_FALSE(TPolynome().SaveToXML(writer, "P")); }),
-            SavedXml([](TZxXIniWriter*) {}));
 }
 
 }  // namespace

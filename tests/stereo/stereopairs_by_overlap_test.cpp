@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/xml.h"
@@ -14,33 +16,41 @@ namespace {
 using orbmath_test::ReaderOf;
 using orbmath_test::SavedXml;
 using SatCommonUtils::TZxMessage;
-using SatCommonUtils::TZxXIniReader;
 using SatCommonUtils::TZxXIniWriter;
 using Params = TStereopairsByOverlapParams;
+using Items = std::vector<std::pair<std::string, std::string>>;
 
-std::string Saved(const Params& params) {
-  return SavedXml([&](TZxXIniWriter* writer) { EXPECT_TRUE(params.SaveToXML(writer)); });
+/// Keys and texts of a saved record in document order.
+Items Saved(const Params& params) {
+  const auto reader = ReaderOf(SavedXml([&](TZxXIniWriter* writer) { EXPECT_TRUE(params.SaveToXML(writer)); }));
+  Items items;
+  for (std::size_t i = 0; i < reader->GetCount(); ++i) items.emplace_back(*reader->GetKey(i), *reader->GetText(i));
+  return items;
 }
 
-/// The XML of a record, as items in document order, with the given keys left out.
-std::string SavedWithout(const Params& params, const std::vector<std::string>& left_out) {
-  const auto reader = ReaderOf(Saved(params));
-  return SavedXml([&](TZxXIniWriter* writer) {
-    for (std::size_t i = 0; i < reader->GetCount(); ++i) {
-      const std::string key = *reader->GetKey(i);
-      bool keep = true;
-      for (const std::string& name : left_out) keep = keep && key != name;
-      if (keep) writer->WriteS<std::string>(key, *reader->GetText(i));
+std::string Joined(const Params& params) {
+  std::string text;
+  for (const auto& [key, value] : Saved(params)) text += key + ' ' + value + ' ';
+  return text;
+}
+
+/// Whether a section "Criteria" of those items, some keys left out, loads; otherwise it throws.
+bool Loads(const Items& items, const std::set<std::string>& left_out, Params* params) {
+  const auto reader = ReaderOf(SavedXml([&](TZxXIniWriter* writer) {
+    SatCommonUtils::TZxXIniWriterSection section(writer, "Criteria");
+    for (const auto& [key, value] : items) {
+      if (left_out.count(key) == 0) writer->WriteS<std::string>(key, value);
     }
-  });
-}
-
-/// Whether reading the section succeeds; a missing mandatory key throws.
-bool Loads(const std::string& xml, Params* params) {
-  const auto reader = ReaderOf(xml);
+  }));
+  EXPECT_FALSE(params->InitializeFromXML(reader.get(), "Other"));
+  EXPECT_EQ(Joined(*CreateStereopairsByOverlapParams(reader.get(), "Other")), Joined(Params())) << "has the defaults";
   try {
-    return params->InitializeFromXML(reader.get());
+    EXPECT_TRUE(params->InitializeFromXML(reader.get(), "Criteria"));
+    return true;
   } catch (const TZxMessage&) {
+    EXPECT_NE(reader->FindF("Criteria"), reader->npos) << "the reader is back where it was";
+    EXPECT_FALSE(static_cast<bool>(*params));
+    EXPECT_THROW(CreateStereopairsByOverlapParams(reader.get(), "Criteria"), TZxMessage);
     return false;
   }
 }
@@ -53,57 +63,29 @@ Params AllChecked() {
   return params;
 }
 
-TEST(StereopairsByOverlap, DefaultsAndInvalidValues) {
+TEST(StereopairsByOverlap, KeysDefaultsAndInvalidValues) {
+  EXPECT_EQ(Joined(Params()),
+            "TiesRequired false CheckOverlapPercentage false MinOverlapPercentage 10 RejectUndefOverlapPercentage true "
+            "CheckOverlapPixels false MinOverlapPixels 1 RejectUndefOverlapPixels true CheckConvergenceAngle false "
+            "MinConvergenceAngle 10 MaxConvergenceAngle 90 RejectUndefConvergenceAngle true TheSameSensor false "
+            "RejectUndefSensor true CheckTimeGap false MinTimeGap 0 MaxTimeGap 0.1 RejectUndefTimeGap true "
+            "CheckDateGap false MaxDateGap 30 RejectUndefDateGap true CheckGSD false MaxGSDPercentDiff 20 "
+            "RejectUndefGSD true CheckSunAzimuthDiff false MaxSunAzimuthDiff 15 RejectUndefSunAzimuthDiff true "
+            "CheckSunElevationDiff false MaxSunElevationDiff 15 RejectUndefSunElevationDiff true ");
   Params params;
-  EXPECT_TRUE(static_cast<bool>(params));
-  EXPECT_TRUE(static_cast<bool>(AllChecked())) << "the default limits are valid";
-  EXPECT_EQ(params.MinConvergenceAngle, 10.0);
-  EXPECT_EQ(params.MaxTimeGap, 0.1);
-  EXPECT_EQ(params.MaxDateGap, 30);
-  EXPECT_TRUE(params.RejectUndefGSD);
   params.Invalidate();
+  EXPECT_EQ(Joined(params),
+            "TiesRequired true CheckOverlapPercentage true MinOverlapPercentage -1 RejectUndefOverlapPercentage true "
+            "CheckOverlapPixels true MinOverlapPixels -1 RejectUndefOverlapPixels true CheckConvergenceAngle true "
+            "MinConvergenceAngle 361 MaxConvergenceAngle 361 RejectUndefConvergenceAngle true TheSameSensor true "
+            "RejectUndefSensor true CheckTimeGap true MinTimeGap 0 MaxTimeGap -1 RejectUndefTimeGap true "
+            "CheckDateGap true MaxDateGap -1 RejectUndefDateGap true CheckGSD true MaxGSDPercentDiff -1 "
+            "RejectUndefGSD true CheckSunAzimuthDiff true MaxSunAzimuthDiff 361 RejectUndefSunAzimuthDiff true "
+            "CheckSunElevationDiff true MaxSunElevationDiff 361 RejectUndefSunElevationDiff true ");
   EXPECT_FALSE(static_cast<bool>(params));
-  EXPECT_TRUE(params.TiesRequired && params.TheSameSensor && params.CheckDateGap);
-  EXPECT_EQ(params.MaxConvergenceAngle, 361.0);
-  EXPECT_EQ(params.MinTimeGap, 0.0);
-  EXPECT_EQ(params.MaxDateGap, -1);
   params.Reset();
-  EXPECT_EQ(Saved(params), Saved(Params()));
-}
-
-TEST(StereopairsByOverlap, KeysStandInTheOrderOfTheRecord) {
-  const char* const keys[] = {"TiesRequired",
-                              "CheckOverlapPercentage",
-                              "MinOverlapPercentage",
-                              "RejectUndefOverlapPercentage",
-                              "CheckOverlapPixels",
-                              "MinOverlapPixels",
-                              "RejectUndefOverlapPixels",
-                              "CheckConvergenceAngle",
-                              "MinConvergenceAngle",
-                              "MaxConvergenceAngle",
-                              "RejectUndefConvergenceAngle",
-                              "TheSameSensor",
-                              "RejectUndefSensor",
-                              "CheckTimeGap",
-                              "MinTimeGap",
-                              "MaxTimeGap",
-                              "RejectUndefTimeGap",
-                              "CheckDateGap",
-                              "MaxDateGap",
-                              "RejectUndefDateGap",
-                              "CheckGSD",
-                              "MaxGSDPercentDiff",
-                              "RejectUndefGSD",
-                              "CheckSunAzimuthDiff",
-                              "MaxSunAzimuthDiff",
-                              "RejectUndefSunAzimuthDiff",
-                              "CheckSunElevationDiff",
-                              "MaxSunElevationDiff",
-                              "RejectUndefSunElevationDiff"};
-  const auto reader = ReaderOf(Saved(Params()));
-  ASSERT_EQ(reader->GetCount(), std::size(keys));
-  for (std::size_t i = 0; i < std::size(keys); ++i) EXPECT_EQ(*reader->GetKey(i), keys[i]);
+  EXPECT_EQ(Joined(params), Joined(Params()));
+  EXPECT_TRUE(static_cast<bool>(params) && static_cast<bool>(AllChecked())) << "the default limits are valid";
 }
 
 TEST(StereopairsByOverlap, LimitsOfEachGroup) {
@@ -135,92 +117,39 @@ TEST(StereopairsByOverlap, LimitsOfEachGroup) {
       }
     }
   }
-  Params date;
-  date.CheckDateGap = true;
+  Params date = AllChecked();
   date.MaxDateGap = -1;
   EXPECT_FALSE(static_cast<bool>(date));
 }
 
+// Every flag turned and every limit another number, whether they make sense or not: reading does not judge them.
 TEST(StereopairsByOverlap, EveryFieldComesBack) {
-  // Every flag turned, every limit odd.
-  Params params = AllChecked();
-  params.TiesRequired = params.TheSameSensor = true;
-  params.RejectUndefOverlapPercentage = params.RejectUndefOverlapPixels = params.RejectUndefConvergenceAngle = false;
-  params.RejectUndefSensor = params.RejectUndefTimeGap = params.RejectUndefDateGap = params.RejectUndefGSD = false;
-  params.RejectUndefSunAzimuthDiff = params.RejectUndefSunElevationDiff = false;
-  params.MinOverlapPercentage = 1.0 / 3.0;
-  params.MinOverlapPixels = 1e-7;
-  params.MinConvergenceAngle = 12.3;
-  params.MaxConvergenceAngle = 45.6;
-  params.MinTimeGap = 0.01;
-  params.MaxTimeGap = 0.02;
-  params.MaxDateGap = 2147483647;
-  params.MaxGSDPercentDiff = 7.7;
-  params.MaxSunAzimuthDiff = 8.8;
-  params.MaxSunElevationDiff = 9.9;
+  Items items = Saved(Params());
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    std::string& text = items[i].second;
+    text = text == "true" ? "false" : text == "false" ? "true" : "-" + std::to_string(i);
+  }
   Params read;
-  ASSERT_TRUE(Loads(Saved(params), &read));
-  EXPECT_EQ(Saved(read), Saved(params));
-
-  const std::string xml = SavedXml([&](TZxXIniWriter* writer) { EXPECT_TRUE(params.SaveToXML(writer, "Criteria")); });
-  const auto created = CreateStereopairsByOverlapParams(ReaderOf(xml).get(), "Criteria");
-  ASSERT_TRUE(created);
-  EXPECT_EQ(Saved(*created), Saved(params));
-  EXPECT_EQ(Saved(*CreateStereopairsByOverlapParams(ReaderOf(xml).get(), "Other")), Saved(Params()));
-  EXPECT_FALSE(read.InitializeFromXML(ReaderOf(xml).get(), "Other"));
-  EXPECT_EQ(Saved(read), Saved(params)) << "no such section, nothing changed";
+  ASSERT_TRUE(Loads(items, {}, &read));
+  EXPECT_EQ(Saved(read), items);
 }
 
 // Each key taken out of a section with every check off, and with every check on.
 TEST(StereopairsByOverlap, MandatoryAndOptionalKeys) {
-  const std::vector<std::string> always = {
-      "TiesRequired",  "CheckOverlapPercentage", "CheckOverlapPixels", "CheckConvergenceAngle",
-      "TheSameSensor", "RejectUndefSensor",      "CheckTimeGap",       "CheckGSD"};
-  const std::vector<std::string> never = {"MinTimeGap", "CheckDateGap", "CheckSunAzimuthDiff", "CheckSunElevationDiff"};
-  const auto contains = [](const std::vector<std::string>& list, const std::string& key) {
-    for (const std::string& name : list) {
-      if (name == key) return true;
-    }
-    return false;
-  };
-  const auto keys = ReaderOf(Saved(Params()));
-  for (std::size_t i = 0; i < keys->GetCount(); ++i) {
-    const std::string key = *keys->GetKey(i);
+  const std::set<std::string> always = {
+      "TiesRequired",          "CheckOverlapPercentage", "CheckOverlapPixels", "TheSameSensor",
+      "CheckConvergenceAngle", "RejectUndefSensor",      "CheckTimeGap",       "CheckGSD"};
+  const std::set<std::string> never = {"MinTimeGap", "CheckDateGap", "CheckSunAzimuthDiff", "CheckSunElevationDiff"};
+  for (const auto& [key, text] : Saved(Params())) {
     Params read;
-    EXPECT_EQ(Loads(SavedWithout(Params(), {key}), &read), !contains(always, key)) << key;
-    if (!contains(always, key)) {
-      EXPECT_EQ(Saved(read), Saved(Params())) << key << " has its default";
-    }
-    EXPECT_EQ(Loads(SavedWithout(AllChecked(), {key}), &read), contains(never, key)) << key << ", checks on";
+    const bool optional = always.count(key) == 0;
+    EXPECT_EQ(Loads(Saved(Params()), {key}, &read), optional) << key;
+    EXPECT_EQ(Joined(read) == Joined(Params()), optional) << key << " has its default";
+    EXPECT_EQ(Loads(Saved(AllChecked()), {key}, &read), never.count(key) == 1) << key << ", checks on";
   }
   Params old;
-  ASSERT_TRUE(Loads(SavedWithout(AllChecked(), never), &old)) << "a file from before those checks";
+  ASSERT_TRUE(Loads(Saved(AllChecked()), never, &old)) << "a file from before those checks";
   EXPECT_FALSE(old.CheckDateGap || old.CheckSunAzimuthDiff || old.CheckSunElevationDiff);
-}
-
-TEST(StereopairsByOverlap, AFailedReadLeavesAnInvalidRecordAndTheReaderWhereItWas) {
-  const std::string inner = SavedWithout(AllChecked(), {"RejectUndefSunElevationDiff"});
-  const auto items = ReaderOf(inner);
-  const std::string xml = SavedXml([&](TZxXIniWriter* writer) {
-    SatCommonUtils::TZxXIniWriterSection section(writer, "Criteria");
-    for (std::size_t i = 0; i < items->GetCount(); ++i)
-      writer->WriteS<std::string>(*items->GetKey(i), *items->GetText(i));
-  });
-  const auto reader = ReaderOf(xml);
-  Params params;
-  EXPECT_THROW(params.InitializeFromXML(reader.get(), "Criteria"), TZxMessage);
-  EXPECT_NE(reader->FindF("Criteria"), TZxXIniReader::npos);
-  EXPECT_FALSE(static_cast<bool>(params));
-  EXPECT_THROW(CreateStereopairsByOverlapParams(reader.get(), "Criteria"), TZxMessage);
-}
-
-TEST(StereopairsByOverlap, ReadingDoesNotJudgeTheValues) {
-  Params params = AllChecked();
-  params.MinConvergenceAngle = 30.0;
-  params.MaxConvergenceAngle = 20.0;
-  Params read;
-  ASSERT_TRUE(Loads(Saved(params), &read));
-  EXPECT_FALSE(static_cast<bool>(read));
 }
 
 }  // namespace
