@@ -37,9 +37,9 @@ using TCubic = std::array<double, kTermCount>;
 constexpr double kLargestError = 0.01;
 
 struct TNode {
-  double lat, lon, height;  // degrees, metres
-  double p, l, h;           // the same, normalised
-  double line, sample;      // refined, pixels
+  double lat = 0.0, lon = 0.0, height = 0.0;  // degrees, metres
+  double p = 0.0, l = 0.0, h = 0.0;           // the same, normalised
+  double line = 0.0, sample = 0.0;            // refined, pixels
 };
 
 TCubic CubicOf(const double (&coefficients)[kTermCount]) {

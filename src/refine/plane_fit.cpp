@@ -120,7 +120,7 @@ bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
         !Cholesky(normal.matrix, normal.free_term, step)) {
       return false;
     }
-    for (std::size_t k = 0; k < step.GetSize(); ++k) current[ParametersOf(type)[k]] += step(k);
+    for (std::size_t k = 0; k < FreeParameters(type); ++k) current[ParametersOf(type)[k]] += step(k);
     if (!IsTame(current, ties, chosen)) return false;
     if (step.Norma1() < kAtRest) break;
   }

@@ -63,6 +63,7 @@ bool IsGood(const TRefinementTie& tie) {
 
 double TypicalSigma(const std::vector<TRefinementTie>& ties) {
   std::vector<double> sigmas;
+  sigmas.reserve(ties.size());
   for (const TRefinementTie& tie : ties) sigmas.push_back(tie.sigma);
   const auto middle = sigmas.begin() + static_cast<std::ptrdiff_t>(sigmas.size() / 2);
   std::nth_element(sigmas.begin(), middle, sigmas.end());
