@@ -1,8 +1,6 @@
 #include <algorithm>
 
 #include "linalg/kernels.h"
-#include "linalg/packing.h"
-#include "linalg/simd.h"
 #include "linalg/tile.h"
 
 namespace SatCommonUtils::kernels {
@@ -10,13 +8,15 @@ namespace SatCommonUtils::kernels {
 namespace {
 
 // Terms of the sums that are packed at a time: a panel of them fits the first cache.
-constexpr std::size_t kInnerBlock = 128;
-// Columns that are packed at a time: a block of them fits the second cache. A multiple of every panel.
-constexpr std::size_t kColumnBlock = 1536;
+constexpr std::size_t kInnerBlock = 256;
+// Rows that are packed at a time: a block of them fits the second cache. A multiple of every panel.
+constexpr std::size_t kRowBlock = 192;
+// Columns that are packed at a time. A multiple of kRowBlock.
+constexpr std::size_t kColumnBlock = 6 * kRowBlock;
 // Rows that a share of a triangle consists of; a multiple of every tile's rows.
 constexpr std::size_t kShareRows = 8;
-// The widest panel, of which all others are divisors.
-constexpr std::size_t kWidestPanel = TTileShape<8>::kPanel;
+// Doubles that one access to memory brings.
+constexpr std::size_t kCacheLine = 8;
 // Below so many multiplications packing does not pay.
 constexpr std::size_t kSmallProduct = 2000;
 
@@ -36,6 +36,12 @@ double WithTerm(TTerm term, double product, const double* weights, std::size_t k
 
 bool IsSmall(const TProduct& product) {
   return product.inner * product.rows * product.columns < kSmallProduct || product.inner == 0;
+}
+
+// Room for one block of a packed factor.
+std::size_t PackedSize(const TProduct& product, std::size_t columns, std::size_t block) {
+  if (IsSmall(product)) return 0;
+  return std::min(product.inner, kInnerBlock) * std::min(RoundedUp(columns, kWidestPanel), block);
 }
 
 // The plain loops, for products that are over before anything is packed.
@@ -60,7 +66,6 @@ bool IsOfShare(const TShare& share, std::size_t row) {
 }
 
 // The blocked product. Of the rows in `range` those of the share are made, from the diagonal on when `upper`.
-template <TTerm Term>
 struct TBlockedProduct {
   const TProduct& product;
   TRange range;
@@ -68,137 +73,109 @@ struct TBlockedProduct {
   bool upper;
   TRows c;
   double* y_panels;
-  double* x_panel;
+  double* x_panels;
+  const TShape shape = ShapeOfLevel();
 
-  template <int Width>
-  [[gnu::always_inline]] void Run() const {
+  void Run() const {
     for (std::size_t j = 0; j < product.columns; j += kColumnBlock) {
       const TRange columns{j, std::min(j + kColumnBlock, product.columns)};
       for (std::size_t k = 0; k < product.inner; k += kInnerBlock) {
-        Block<Width>(columns, {k, std::min(k + kInnerBlock, product.inner)});
+        Block(columns, {k, std::min(k + kInnerBlock, product.inner)});
       }
     }
   }
 
   // Adds the terms of `inner` to the sums of `columns`.
-  template <int Width>
-  [[gnu::always_inline]] void Block(TRange columns, TRange inner) const {
-    constexpr std::size_t kPanel = TTileShape<Width>::kPanel;
-    constexpr std::size_t kRows = TTileShape<Width>::kRows;
+  void Block(TRange columns, TRange inner) const {
     const std::size_t terms = inner.last - inner.first;
-    for (std::size_t j = columns.first; j < columns.last; j += kPanel) {
-      PackPanel<Width>(product.y, inner, {j, std::min(j + kPanel, columns.last)}, YPanel(columns, terms, j));
+    for (std::size_t j = columns.first; j < columns.last; j += shape.panel) {
+      PackPanel(product.y, inner, {j, std::min(j + shape.panel, columns.last)}, y_panels + (j - columns.first) * terms);
     }
-    for (std::size_t i = range.first; i < range.last; i += kPanel) {
-      if (upper && i >= columns.last) break;
-      const double* const x = XPanel<Width>(columns, inner, i);
-      const std::size_t last = std::min(i + kPanel, range.last);
-      for (std::size_t row = i; row < last; row += kRows) {
-        if (upper && !IsOfShare(share, row)) continue;
-        Strip<Width>(columns, inner, {row, std::min(row + kRows, last)}, x + (row - i));
+    const std::size_t last_row = upper ? std::min(range.last, columns.last) : range.last;
+    for (std::size_t i = range.first; i < last_row; i += kRowBlock) {
+      const TRange rows{i, std::min(i + kRowBlock, last_row)};
+      const double* const x = XPanels(columns, inner, rows);
+      for (std::size_t j = columns.first; j < columns.last; j += shape.panel) {
+        const double* const y = y_panels + (j - columns.first) * terms;
+        Panel(inner, rows, {j, std::min(j + shape.panel, columns.last)}, x, y);
       }
     }
   }
 
-  double* YPanel(TRange columns, std::size_t terms, std::size_t j) const {
-    return y_panels + (j - columns.first) * terms;
-  }
-
-  // The packed factors of the rows from `i` on: a panel of y where both are the same.
-  template <int Width>
-  [[gnu::always_inline]] const double* XPanel(TRange columns, TRange inner, std::size_t i) const {
-    constexpr std::size_t kPanel = TTileShape<Width>::kPanel;
+  // The packed factors of some rows: panels of y where both are the same.
+  const double* XPanels(TRange columns, TRange inner, TRange rows) const {
+    const std::size_t terms = inner.last - inner.first;
     const bool same = upper && product.x.rows == product.y.rows && product.x.weights == product.y.weights;
-    if (same && i >= columns.first) return YPanel(columns, inner.last - inner.first, i);
-    PackPanel<Width>(product.x, inner, {i, std::min(i + kPanel, range.last)}, x_panel);
-    return x_panel;
+    if (same && rows.first >= columns.first) return y_panels + (rows.first - columns.first) * terms;
+    for (std::size_t i = rows.first; i < rows.last; i += shape.panel) {
+      PackPanel(product.x, inner, {i, std::min(i + shape.panel, rows.last)}, x_panels + (i - rows.first) * terms);
+    }
+    return x_panels;
   }
 
-  // One tile of rows over all columns of the block.
-  template <int Width>
-  [[gnu::always_inline]] void Strip(TRange columns, TRange inner, TRange rows, const double* x) const {
-    constexpr std::size_t kPanel = TTileShape<Width>::kPanel;
+  // The tiles of some rows over the columns of one panel of y, which stays in the first cache meanwhile.
+  void Panel(TRange inner, TRange rows, TRange columns, const double* x, const double* y) const {
     const std::size_t terms = inner.last - inner.first;
-    // From the vector on that holds the diagonal.
-    const std::size_t first = upper && rows.first > columns.first ? rows.first / Width * Width : columns.first;
-    for (std::size_t j = (first - columns.first) / kPanel * kPanel + columns.first; j < columns.last; j += kPanel) {
-      const std::size_t begin = std::max(j, first);
-      const double* const y = YPanel(columns, terms, j) + (begin - j);
-      const TRange tile_columns{begin, std::min(j + kPanel, columns.last)};
-      switch ((tile_columns.last - begin + Width - 1) / Width) {
-        case 1:
-          Tile<Width, 1>(inner, rows, tile_columns, x, y);
-          break;
-        case 2:
-          Tile<Width, 2>(inner, rows, tile_columns, x, y);
-          break;
-        default:
-          Tile<Width, TTileShape<Width>::kVectors>(inner, rows, tile_columns, x, y);
-      }
+    for (std::size_t row = rows.first; row < rows.last; row += shape.rows) {
+      if (upper && (row >= columns.last || !IsOfShare(share, row))) continue;
+      // From the vector on that holds the diagonal.
+      const std::size_t skipped = upper && row > columns.first ? (row - columns.first) / shape.width * shape.width : 0;
+      PrefetchTile(std::min(row + shape.rows, rows.last), rows.last, columns);
+      const std::size_t place = row - rows.first;
+      const double* const x_strip = x + place / shape.panel * shape.panel * terms + place % shape.panel;
+      Tile(inner, {row, std::min(row + shape.rows, rows.last)}, {columns.first + skipped, columns.last}, x_strip,
+           y + skipped);
+    }
+  }
+
+  // Asks for the sums of the tile that comes next.
+  void PrefetchTile(std::size_t row, std::size_t last_row, TRange columns) const {
+    for (std::size_t i = row; i < std::min(row + shape.rows, last_row); ++i) {
+      for (std::size_t j = columns.first; j < columns.last; j += kCacheLine) __builtin_prefetch(c[i] + j, 1);
     }
   }
 
   // One tile; at the edges of the result by way of a whole one.
-  template <int Width, std::size_t Vectors>
-  [[gnu::always_inline]] void Tile(TRange inner, TRange rows, TRange columns, const double* x, const double* y) const {
-    constexpr std::size_t kRows = TTileShape<Width>::kRows;
-    constexpr std::size_t kColumns = Vectors * Width;
-    const std::size_t terms = inner.last - inner.first;
-    const double* const w = Term == TTerm::Plain ? nullptr : product.weights + inner.first;
-    const bool fresh = inner.first == 0;
+  void Tile(TRange inner, TRange rows, TRange columns, const double* x, const double* y) const {
     const std::size_t height = rows.last - rows.first;
     const std::size_t width = columns.last - columns.first;
-    double* tile_rows[kRows];
-    if (height == kRows && width == kColumns) {
-      for (std::size_t r = 0; r < kRows; ++r) tile_rows[r] = c[rows.first + r] + columns.first;
-      AddToTile<Width, Vectors, Term>(x, y, w, terms, tile_rows, fresh);
+    const std::size_t vectors = (width + shape.width - 1) / shape.width;
+    const double* const w = product.weights == nullptr ? nullptr : product.weights + inner.first;
+    const bool fresh = inner.first == 0;
+    double* tile_rows[kMostTileRows];
+    const TTileTask task{x, y, w, inner.last - inner.first, vectors, tile_rows, fresh};
+    if (height == shape.rows && width == vectors * shape.width) {
+      for (std::size_t r = 0; r < height; ++r) tile_rows[r] = c[rows.first + r] + columns.first;
+      AddToTile(product.term, task);
       return;
     }
-    double whole[kRows][kColumns] = {};
-    for (std::size_t r = 0; r < kRows; ++r) tile_rows[r] = whole[r];
-    if (!fresh) {
-      for (std::size_t r = 0; r < height; ++r) {
-        for (std::size_t j = 0; j < width; ++j) whole[r][j] = c[rows.first + r][columns.first + j];
-      }
+    double whole[kMostTileRows][kWidestPanel];
+    for (std::size_t r = 0; r < shape.rows; ++r) {
+      tile_rows[r] = whole[r];
+      std::fill_n(whole[r], kWidestPanel, 0.0);
+      if (r < height && !fresh) std::copy_n(c[rows.first + r] + columns.first, width, whole[r]);
     }
-    AddToTile<Width, Vectors, Term>(x, y, w, terms, tile_rows, fresh);
-    for (std::size_t r = 0; r < height; ++r) {
-      for (std::size_t j = 0; j < width; ++j) c[rows.first + r][columns.first + j] = whole[r][j];
-    }
+    AddToTile(product.term, task);
+    for (std::size_t r = 0; r < height; ++r) std::copy_n(whole[r], width, c[rows.first + r] + columns.first);
   }
 };
-
-void RunBlocked(const TProduct& product, TRange range, TShare share, bool upper, TRows c, const TWorkspace& workspace) {
-  double* const y = workspace.GetY();
-  double* const x = workspace.GetX();
-  switch (product.term) {
-    case TTerm::Times:
-      return simd::Dispatch(TBlockedProduct<TTerm::Times>{product, range, share, upper, c, y, x});
-    case TTerm::Divided:
-      return simd::Dispatch(TBlockedProduct<TTerm::Divided>{product, range, share, upper, c, y, x});
-    default:
-      return simd::Dispatch(TBlockedProduct<TTerm::Plain>{product, range, share, upper, c, y, x});
-  }
-}
 
 }  // namespace
 
 TWorkspace::TWorkspace(const TProduct& product)
-    : TWorkspace(IsSmall(product) ? 0
-                                  : std::min(product.inner, kInnerBlock) *
-                                        std::min(RoundedUp(product.columns, kWidestPanel), kColumnBlock),
-                 IsSmall(product) ? 0 : std::min(product.inner, kInnerBlock) * kWidestPanel) {}
+    : TWorkspace(PackedSize(product, product.columns, kColumnBlock), PackedSize(product, product.rows, kRowBlock)) {}
 
 TWorkspace::TWorkspace(std::size_t y_size, std::size_t x_size) : buffer_(y_size + x_size), x_offset_(y_size) {}
 
 void Multiply(const TProduct& product, TRange range, TRows c, const TWorkspace& workspace) {
   if (IsSmall(product)) return MultiplySmall(product, range, c);
-  RunBlocked(product, range, {}, false, c, workspace);
+  TBlockedProduct{product, range, {}, false, c, workspace.GetY(), workspace.GetX()}.Run();
 }
 
 void MultiplyUpper(const TProduct& product, TShare share, TRows c, const TWorkspace& workspace) {
-  if (!IsSmall(product)) return RunBlocked(product, {0, product.rows}, share, true, c, workspace);
-  if (share.thread == 0) MultiplySmall(product, {0, product.rows}, c);
+  const TRange all{0, product.rows};
+  if (!IsSmall(product)) return TBlockedProduct{product, all, share, true, c, workspace.GetY(), workspace.GetX()}.Run();
+  if (share.thread == 0) MultiplySmall(product, all, c);
 }
 
 void MirrorUpper(TRange range, TRows c) {

@@ -19,7 +19,7 @@ using kernels::TRange;
 using kernels::TWorkspace;
 
 // A thread makes so many rows before it polls for them: enough that packing the other factor again does not matter.
-constexpr std::size_t kRowsBetweenPolls = 192;
+constexpr std::size_t kRowsBetweenPolls = 576;
 
 // The run of `count` rows that a static schedule gives to one thread of a team.
 TRange StaticShare(std::size_t count, std::size_t thread, std::size_t threads) {

@@ -16,6 +16,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/raw_solvers.cpp
   ${CMAKE_CURRENT_LIST_DIR}/simd.cpp
   ${CMAKE_CURRENT_LIST_DIR}/sparse_vector.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/tile.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vector.cpp
   ${CMAKE_CURRENT_LIST_DIR}/vector_text.cpp
 )

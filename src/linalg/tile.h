@@ -1,62 +1,44 @@
 #pragma once
-// A tile of a matrix product in registers: many sums side by side, each in index order.
+// Tiles of matrix products: many sums side by side in registers, each in index order.
+//
+// Factors are packed in panels, the form in which a tile reads them: `panel` columns of consecutive k, one row of the
+// panel after the other. The sizes depend on the vector width that this process uses.
 
 #include <cstddef>
 
 #include "linalg/kernels.h"
-#include "linalg/simd.h"
 
 namespace SatCommonUtils::kernels {
 
-/// The register tile of a vector width: `kRows` x `kVectors` vectors of sums, one row of factors and their product fill
-/// the registers (32 of them at width 8, otherwise 16). Factors are packed in panels of `kPanel` columns.
-template <int Width>
-struct TTileShape {
-  static constexpr std::size_t kRows = Width == 8 ? 8 : 4;
-  static constexpr std::size_t kVectors = Width == 8 ? 3 : 2;
-  static constexpr std::size_t kPanel = kVectors * Width;
+/// Sizes of tiles and panels at one vector width.
+struct TShape {
+  std::size_t width;  ///< Doubles in a vector.
+  std::size_t rows;   ///< Rows of a tile; a divisor of 8 and of `panel`.
+  std::size_t panel;  ///< Columns of a panel and of the widest tile; a multiple of `width`, a divisor of kWidestPanel.
 };
 
-/// c[r][j] += Σ x[k·kPanel + r]·y[k·kPanel + j], k below `inner`, for r below kRows and j below `Vectors`·`Width`.
-/// \param x, y panels; `y` aligned to a vector. \param w weights of the terms, if they have any.
-/// \param c the rows of the tile. \param fresh the sums start at 0.0 instead of at what `c` holds.
-template <int Width, std::size_t Vectors, TTerm Term>
-[[gnu::always_inline]] inline void AddToTile(const double* __restrict x, const double* __restrict y,
-                                             const double* __restrict w, std::size_t inner, double* const* c,
-                                             bool fresh) {
-  using TShape = TTileShape<Width>;
-  using TVec = typename simd::TLanes<Width>::TVector;
-  using TMemory = typename simd::TLanes<Width>::TUnaligned;
-  TVec sums[TShape::kRows][Vectors];
-#pragma GCC unroll 8
-  for (std::size_t r = 0; r < TShape::kRows; ++r) {
-#pragma GCC unroll 4
-    for (std::size_t v = 0; v < Vectors; ++v) {
-      sums[r][v] = fresh ? TVec{} : TVec(*reinterpret_cast<const TMemory*>(c[r] + v * Width));
-    }
-  }
-  for (std::size_t k = 0; k < inner; ++k) {
-    TVec row[Vectors];
-#pragma GCC unroll 4
-    for (std::size_t v = 0; v < Vectors; ++v)
-      row[v] = *reinterpret_cast<const TVec*>(y + k * TShape::kPanel + v * Width);
-#pragma GCC unroll 8
-    for (std::size_t r = 0; r < TShape::kRows; ++r) {
-      const TVec factor = x[k * TShape::kPanel + r] - TVec{};  // the number in every lane
-#pragma GCC unroll 4
-      for (std::size_t v = 0; v < Vectors; ++v) {
-        if constexpr (Term == TTerm::Plain) sums[r][v] += factor * row[v];
-        if constexpr (Term == TTerm::Subtracted) sums[r][v] -= factor * row[v];
-        if constexpr (Term == TTerm::Times) sums[r][v] += factor * row[v] * w[k];
-        if constexpr (Term == TTerm::Divided) sums[r][v] += factor * row[v] / w[k];
-      }
-    }
-  }
-#pragma GCC unroll 8
-  for (std::size_t r = 0; r < TShape::kRows; ++r) {
-#pragma GCC unroll 4
-    for (std::size_t v = 0; v < Vectors; ++v) *reinterpret_cast<TMemory*>(c[r] + v * Width) = sums[r][v];
-  }
-}
+/// The sizes at the level of this process.
+TShape ShapeOfLevel();
+
+inline constexpr std::size_t kMostTileRows = 8;
+inline constexpr std::size_t kWidestPanel = 24;
+
+/// panel[(k − inner.first)·shape.panel + (i − columns.first)] = element (k, i), and zeros beyond the last column.
+/// \param columns at most shape.panel of them. \param panel aligned to a vector.
+void PackPanel(const TFactor& factor, TRange inner, TRange columns, double* panel);
+
+/// c[r][j] takes the terms of x(k, r), y(k, j) for k below `inner`, r below shape.rows, j below vectors·width.
+struct TTileTask {
+  const double* x;      ///< A panel, or one from its column r on.
+  const double* y;      ///< As `x`, aligned to a vector.
+  const double* w;      ///< Weights of the terms, if they have any.
+  std::size_t inner;    ///< Terms of each sum.
+  std::size_t vectors;  ///< Width of the tile in vectors, 1 to shape.panel / shape.width.
+  double* const* c;     ///< The rows of the tile.
+  bool fresh;           ///< The sums start at 0.0 instead of at what `c` holds.
+};
+
+/// Does a task with one kind of terms.
+void AddToTile(TTerm term, const TTileTask& task);
 
 }  // namespace SatCommonUtils::kernels
