@@ -39,7 +39,7 @@ struct TFactor {
 /// What happens to a product of two elements before it joins its sum.
 enum class TTerm {
   Plain,       ///< sum + x·y
-  Subtracted,  ///< sum − x·y; in eliminations
+  Subtracted,  ///< sum − x·y
   Times,       ///< sum + (x·y)·w(k)
   Divided      ///< sum + (x·y)/w(k), a true division
 };
@@ -53,6 +53,7 @@ struct TProduct {
   std::size_t columns;  ///< Columns of the result.
   TTerm term = TTerm::Plain;
   const double* weights = nullptr;  ///< w of the term, if it has one.
+  bool add = false;                 ///< The sums go on from what the result holds, instead of starting at 0.0.
 };
 
 /// Memory for one thread's part of a product.
@@ -93,14 +94,18 @@ void MultiplySymmetric(const TProduct& product, TRows c);
 void FactorByVector(const TFactor& x, TTerm term, const double* weights, TRange range, std::size_t inner,
                     const double* v, double* y);
 
-/// Factors the upper triangle of `a` into `u` (n x n), a = uᵀ·u, with zeros below the diagonal.
+/// Factors the upper triangle of `a` into the upper triangle of `u` (n x n), a = uᵀ·u.
 /// \param poll null, or called after each row; a non-zero result ends the work.
+/// \param u the rows of a `WorkMatrix`; nothing below the diagonal has a meaning afterwards.
 /// \return false when a pivot is at most 1e-20 or the poll ended the work; `u` is then incomplete.
 bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u);
 
 /// Solves uᵀ·u·x = b. \param y work space of n values. \param poll as above, after each element of both passes; the
 /// backward pass runs even when the forward pass was ended. \return false when a poll ended a pass.
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x);
+
+/// The inverse of uᵀ·u into `inverse` (n x n).
+void CholeskyInvert(TConstRows u, std::size_t n, TRows inverse);
 
 /// What elimination does to the columns left of the pivot, which no later step reads.
 enum class TLeftColumns {

@@ -1,7 +1,11 @@
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "linalg/kernels.h"
+#include "linalg/row_kernels.h"
+#include "linalg/simd.h"
+#include "linalg/work_matrix.h"
 
 namespace SatCommonUtils::kernels {
 
@@ -9,48 +13,137 @@ namespace {
 
 // A pivot at or below this means that the matrix is not positive definite.
 constexpr double kSmallestPivot = 1e-20;
+// Rows that are made one by one before the sums of all rows below take their terms together.
+constexpr std::size_t kPanelRows = 64;
 
 bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
 
+// Makes the rows [first, last) of the factor. They hold the sums over k below `first` already; they take those over
+// the rows between, one row of sums at a time, and then their values.
+struct TPanelOfFactor {
+  TConstRows a;
+  std::size_t n;
+  TRange rows;
+  TPoll poll;
+  TRows u;
+  bool* complete;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    for (std::size_t i = rows.first; i < rows.last; ++i) {
+      double factors[kPanelRows];
+      for (std::size_t k = rows.first; k < i; ++k) factors[k - rows.first] = u[k][i];
+      double* const row = u[i];
+      // Whole vectors: what they compute left of the diagonal and beyond the end is not looked at.
+      const std::size_t first = i / Width * Width;
+      CombineRows<Width, TTerm::Plain>(factors, u + rows.first, i - rows.first,
+                                       {first, (n + Width - 1) / Width * Width}, row);
+      const double pivot = a[i][i] - row[i];
+      if (pivot <= kSmallestPivot) return;
+      const double root = std::sqrt(pivot);
+      row[i] = root;
+      SubtractAndDivide<Width>(a[i], root, {i + 1, n}, row);
+      if (Stops(poll)) return;
+    }
+    *complete = true;
+  }
+};
+
+// y(i) collects its sum, one term from each y(k) once that is known.
+struct TForwardPass {
+  TConstRows u;
+  const double* b;
+  std::size_t n;
+  TPoll poll;
+  double* y;
+  bool* complete;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    std::fill_n(y, n, 0.0);
+    for (std::size_t i = 0; i < n; ++i) {
+      y[i] = (b[i] - y[i]) / u[i][i];
+      if (Stops(poll)) {
+        std::fill(y + i + 1, y + n, 0.0);
+        return;
+      }
+      AddRow<Width, TTerm::Plain>(y[i], u[i], {i + 1, n}, y);
+    }
+    *complete = true;
+  }
+};
+
+// All columns of the inverse at once: row i of the right-hand sides takes the rows that are known already.
+struct TInversion {
+  TConstRows u;
+  std::size_t n;
+  TRows inverse;
+  double* factors;
+  double* sums;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    for (std::size_t i = 0; i < n; ++i) {
+      for (std::size_t k = 0; k < i; ++k) factors[k] = u[k][i];
+      std::fill_n(sums, n, 0.0);
+      CombineRows<Width, TTerm::Plain>(factors, inverse, i, {0, n}, sums);
+      std::fill_n(inverse[i], n, 0.0);
+      inverse[i][i] = 1.0;
+      Finish<Width>(i);
+    }
+    for (std::size_t i = n; i-- > 0;) {
+      std::fill_n(sums, n, 0.0);
+      CombineRows<Width, TTerm::Plain>(u[i] + i + 1, inverse + i + 1, n - i - 1, {0, n}, sums);
+      Finish<Width>(i);
+    }
+  }
+
+  template <int Width>
+  [[gnu::always_inline]] void Finish(std::size_t i) const {
+    SubtractAndDivide<Width>(inverse[i], u[i][i], {0, n}, sums);
+    std::copy_n(sums, n, inverse[i]);
+  }
+};
+
 }  // namespace
 
-// Row by row. While row i is made, u(i, j) collects the sum over k of u(k, i)·u(k, j), for all j at once.
 bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
-  for (std::size_t i = 0; i < n; ++i) {
-    double* const row = u[i];
-    std::fill_n(row, n, 0.0);
-    for (std::size_t k = 0; k < i; ++k) {
-      const double factor = u[k][i];
-      for (std::size_t j = i; j < n; ++j) row[j] += factor * u[k][j];
+  std::vector<const double*> panel;
+  std::vector<double*> below;
+  for (std::size_t first = 0; first < n; first += kPanelRows) {
+    const std::size_t last = std::min(first + kPanelRows, n);
+    if (first == 0) {
+      for (std::size_t i = 0; i < last; ++i) std::fill_n(u[i], n, 0.0);
     }
-    const double pivot = a[i][i] - row[i];
-    if (pivot <= kSmallestPivot) return false;
-    const double root = std::sqrt(pivot);
-    row[i] = root;
-    for (std::size_t j = i + 1; j < n; ++j) row[j] = (a[i][j] - row[j]) / root;
-    if (Stops(poll)) return false;
+    bool complete = false;
+    simd::Dispatch(TPanelOfFactor{a, n, {first, last}, poll, u, &complete});
+    if (!complete) return false;
+    // The sums of the rows below take the terms of this panel.
+    panel.clear();
+    below.clear();
+    for (std::size_t k = first; k < last; ++k) panel.push_back(u[k] + last);
+    for (std::size_t i = last; i < n; ++i) below.push_back(u[i] + last);
+    TProduct product{{panel.data()}, {panel.data()}, last - first, n - last, n - last};
+    product.add = first != 0;
+    if (!below.empty()) MultiplyUpper(product, {}, below.data(), TWorkspace(product));
   }
   return true;
 }
 
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x) {
-  bool complete = true;
-  std::fill_n(y, n, 0.0);  // y(i) collects its sum until its turn comes
-  for (std::size_t i = 0; i < n; ++i) {
-    const double value = (b[i] - y[i]) / u[i][i];
-    y[i] = value;
-    for (std::size_t j = i + 1; j < n; ++j) y[j] += u[i][j] * value;
-    if (Stops(poll)) {
-      std::fill(y + i + 1, y + n, 0.0);
-      complete = false;
-      break;
-    }
-  }
+  bool complete = false;
+  simd::Dispatch(TForwardPass{u, b, n, poll, y, &complete});
+  // Here each sum begins with the value that was found last: nothing can run side by side.
   for (std::size_t i = n; i-- > 0;) {
     x[i] = (y[i] - Dot(u[i] + i + 1, x + i + 1, n - i - 1)) / u[i][i];
     if (Stops(poll)) return false;
   }
   return complete;
+}
+
+void CholeskyInvert(TConstRows u, std::size_t n, TRows inverse) {
+  std::vector<double> factors(n), sums(n);
+  simd::Dispatch(TInversion{u, n, inverse, factors.data(), sums.data()});
 }
 
 }  // namespace SatCommonUtils::kernels

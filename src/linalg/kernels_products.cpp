@@ -31,7 +31,7 @@ double Element(const TFactor& factor, std::size_t k, std::size_t i) {
 double WithTerm(TTerm term, double product, const double* weights, std::size_t k) {
   if (term == TTerm::Times) return product * weights[k];
   if (term == TTerm::Divided) return product / weights[k];
-  return product;
+  return term == TTerm::Subtracted ? -product : product;
 }
 
 bool IsSmall(const TProduct& product) {
@@ -47,7 +47,7 @@ std::size_t PackedSize(const TProduct& product, std::size_t columns, std::size_t
 // The plain loops, for products that are over before anything is packed.
 void MultiplySmall(const TProduct& product, TRange range, TRows c) {
   for (std::size_t i = range.first; i < range.last; ++i) {
-    std::fill_n(c[i], product.columns, 0.0);
+    if (!product.add) std::fill_n(c[i], product.columns, 0.0);
     for (std::size_t k = 0; k < product.inner; ++k) {
       const double factor = Element(product.x, k, i);
       for (std::size_t j = 0; j < product.columns; ++j) {
@@ -141,7 +141,7 @@ struct TBlockedProduct {
     const std::size_t width = columns.last - columns.first;
     const std::size_t vectors = (width + shape.width - 1) / shape.width;
     const double* const w = product.weights == nullptr ? nullptr : product.weights + inner.first;
-    const bool fresh = inner.first == 0;
+    const bool fresh = inner.first == 0 && !product.add;
     double* tile_rows[kMostTileRows];
     const TTileTask task{x, y, w, inner.last - inner.first, vectors, tile_rows, fresh};
     if (height == shape.rows && width == vectors * shape.width) {

@@ -49,14 +49,8 @@ bool Cholesky(const TMatrix& A, const TVector& b, TVector& x) {
 bool CholeskyMatrixInversion(double** A, double** Ainv, std::size_t n, int (*poll)(void)) {
   const WorkMatrix u(n, n);
   if (!kernels::CholeskyFactor(A, n, nullptr, u.GetRows())) return false;
-  std::vector<double> unit(n), y(n), column(n);
-  for (std::size_t j = 0; j < n; ++j) {
-    unit[j] = 1.0;
-    kernels::CholeskySolve(u.GetRows(), unit.data(), n, nullptr, y.data(), column.data());
-    unit[j] = 0.0;
-    for (std::size_t i = 0; i < n; ++i) Ainv[i][j] = column[i];
-    if (poll != nullptr) poll();
-  }
+  kernels::CholeskyInvert(u.GetRows(), n, Ainv);
+  for (std::size_t j = 0; poll != nullptr && j < n; ++j) poll();
   return true;
 }
 
