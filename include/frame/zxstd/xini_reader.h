@@ -85,16 +85,16 @@ class ORBMATH_API TZxXIniReader {
 };
 
 // clang-format off
-template <> ORBMATH_API int TZxXIniReader::Read(std::size_t, const int&) const;
-template <> ORBMATH_API double TZxXIniReader::Read(std::size_t, const double&) const;
-template <> ORBMATH_API unsigned long long TZxXIniReader::Read(std::size_t, const unsigned long long&) const;
-template <> ORBMATH_API bool TZxXIniReader::Read(std::size_t, const bool&) const;
-template <> ORBMATH_API std::string TZxXIniReader::Read(std::size_t, const std::string&) const;
-template <> ORBMATH_API int TZxXIniReader::ReadE(std::size_t) const;
-template <> ORBMATH_API double TZxXIniReader::ReadE(std::size_t) const;
-template <> ORBMATH_API unsigned long long TZxXIniReader::ReadE(std::size_t) const;
-template <> ORBMATH_API bool TZxXIniReader::ReadE(std::size_t) const;
-template <> ORBMATH_API std::string TZxXIniReader::ReadE(std::size_t) const;
+extern template ORBMATH_API int TZxXIniReader::Read(std::size_t, const int&) const;
+extern template ORBMATH_API double TZxXIniReader::Read(std::size_t, const double&) const;
+extern template ORBMATH_API unsigned long long TZxXIniReader::Read(std::size_t, const unsigned long long&) const;
+extern template ORBMATH_API bool TZxXIniReader::Read(std::size_t, const bool&) const;
+extern template ORBMATH_API std::string TZxXIniReader::Read(std::size_t, const std::string&) const;
+extern template ORBMATH_API int TZxXIniReader::ReadE(std::size_t) const;
+extern template ORBMATH_API double TZxXIniReader::ReadE(std::size_t) const;
+extern template ORBMATH_API unsigned long long TZxXIniReader::ReadE(std::size_t) const;
+extern template ORBMATH_API bool TZxXIniReader::ReadE(std::size_t) const;
+extern template ORBMATH_API std::string TZxXIniReader::ReadE(std::size_t) const;
 // clang-format on
 
 /// Stays in a section for as long as it lives: enters on construction, leaves on destruction, also when an

@@ -12,6 +12,7 @@ namespace SatCommonUtils {
 
 namespace {
 
+// How a text becomes a value, and what a message calls such a value.
 bool Parse(const std::string& text, int* value) { return ParseInt(text, value); }
 bool Parse(const std::string& text, double* value) { return ParseDouble(text, value); }
 bool Parse(const std::string& text, unsigned long long* value) { return ParseUnsigned(text, value); }
@@ -20,6 +21,12 @@ bool Parse(const std::string& text, std::string* value) {
   *value = text;
   return true;
 }
+
+const char* Kind(const int*) { return "a whole number"; }
+const char* Kind(const double*) { return "a number"; }
+const char* Kind(const unsigned long long*) { return "a whole number of at least 0"; }
+const char* Kind(const bool*) { return "true or false"; }
+const char* Kind(const std::string*) { return "a text"; }
 
 [[noreturn]] void ThrowAbsent(const TZxXIniReader& reader, const char* kind, const std::string& name) {
   throw TZxMessage("there is no " + std::string(kind) + " " + Quoted(name) + " in section " + Quoted(reader.GetPath()));
@@ -62,67 +69,32 @@ void TZxXIniReader::ThrowNotRead(std::size_t index, const char* wanted) const {
                    Quoted(GetPath()) + " is " + (text == nullptr ? "a section" : Quoted(*text)) + ", not " + wanted);
 }
 
-template <>
-int TZxXIniReader::ReadE(std::size_t index) const {
-  int value = 0;
-  if (!Convert(index, &value)) ThrowNotRead(index, "a whole number");
-  return value;
-}
-template <>
-double TZxXIniReader::ReadE(std::size_t index) const {
-  double value = 0.0;
-  if (!Convert(index, &value)) ThrowNotRead(index, "a number");
-  return value;
-}
-template <>
-unsigned long long TZxXIniReader::ReadE(std::size_t index) const {
-  unsigned long long value = 0;
-  if (!Convert(index, &value)) ThrowNotRead(index, "a whole number of at least 0");
-  return value;
-}
-template <>
-bool TZxXIniReader::ReadE(std::size_t index) const {
-  bool value = false;
-  if (!Convert(index, &value)) ThrowNotRead(index, "true or false");
-  return value;
-}
-template <>
-std::string TZxXIniReader::ReadE(std::size_t index) const {
-  std::string value;
-  if (!Convert(index, &value)) ThrowNotRead(index, "a text");
+template <class T>
+T TZxXIniReader::Read(std::size_t index, const T& fallback) const {
+  T value = fallback;
+  Convert(index, &value);
   return value;
 }
 
-template <>
-int TZxXIniReader::Read(std::size_t index, const int& fallback) const {
-  int value = fallback;
-  Convert(index, &value);
+template <class T>
+T TZxXIniReader::ReadE(std::size_t index) const {
+  T value{};
+  if (!Convert(index, &value)) ThrowNotRead(index, Kind(&value));
   return value;
 }
-template <>
-double TZxXIniReader::Read(std::size_t index, const double& fallback) const {
-  double value = fallback;
-  Convert(index, &value);
-  return value;
-}
-template <>
-unsigned long long TZxXIniReader::Read(std::size_t index, const unsigned long long& fallback) const {
-  unsigned long long value = fallback;
-  Convert(index, &value);
-  return value;
-}
-template <>
-bool TZxXIniReader::Read(std::size_t index, const bool& fallback) const {
-  bool value = fallback;
-  Convert(index, &value);
-  return value;
-}
-template <>
-std::string TZxXIniReader::Read(std::size_t index, const std::string& fallback) const {
-  std::string value = fallback;
-  Convert(index, &value);
-  return value;
-}
+
+// clang-format off
+template int TZxXIniReader::Read(std::size_t, const int&) const;
+template double TZxXIniReader::Read(std::size_t, const double&) const;
+template unsigned long long TZxXIniReader::Read(std::size_t, const unsigned long long&) const;
+template bool TZxXIniReader::Read(std::size_t, const bool&) const;
+template std::string TZxXIniReader::Read(std::size_t, const std::string&) const;
+template int TZxXIniReader::ReadE(std::size_t) const;
+template double TZxXIniReader::ReadE(std::size_t) const;
+template unsigned long long TZxXIniReader::ReadE(std::size_t) const;
+template bool TZxXIniReader::ReadE(std::size_t) const;
+template std::string TZxXIniReader::ReadE(std::size_t) const;
+// clang-format on
 
 TZxXIniSection::TZxXIniSection(TZxXIniReader* reader, const std::string& name) : reader_(nullptr) {
   if (reader == nullptr) return;
