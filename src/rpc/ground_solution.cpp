@@ -50,10 +50,12 @@ struct TStart {
 
 /// The best of the nodes of grids that shrink towards the model's centre, best first.
 std::vector<TStart> GridStarts(const TRPCCoordsDataItem& item, double h) {
+  constexpr int kGrids = 7;  // the smallest spans 0.4^6, a 244th of the model's range
   constexpr int kHalf = 3;
   constexpr std::size_t kKept = 8;
   std::vector<TStart> starts;
-  for (double size = 1.0; size > 0.003; size *= 0.4) {
+  double size = 1.0;
+  for (int grid = 0; grid < kGrids; ++grid, size *= 0.4) {
     for (int i = -kHalf; i <= kHalf; ++i) {
       for (int j = -kHalf; j <= kHalf; ++j) {
         const double lat = item.model->GetLatitudeNormalization()->Normalized2Initial(size * i / kHalf);

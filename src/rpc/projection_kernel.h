@@ -2,6 +2,8 @@
 // Evaluation of an RPC model, for one point (the four polynomials in the lanes of a vector) and for a vector of points.
 // Both run the same arithmetic of `polynomial_kernel.h`, so a point has the same bits either way.
 
+#include <cstddef>
+
 #include "linalg/simd.h"
 #include "rpc/polynomial_kernel.h"
 
@@ -34,7 +36,7 @@ struct TFourLanes {
 struct TTermRows {
   const double* terms;
   [[gnu::always_inline]] TFourLanes operator[](int k) const {
-    const auto* const pairs = reinterpret_cast<const simd::TLanes<2>::TUnaligned*>(terms + 4 * k);
+    const auto* const pairs = reinterpret_cast<const simd::TLanes<2>::TUnaligned*>(terms + std::ptrdiff_t{4} * k);
     return {pairs[0], pairs[1]};
   }
 };

@@ -91,8 +91,8 @@ bool Predict(const TTarget& target, const std::vector<TSample>& samples, double*
     values.insert(values.end(), {y, x});
     weights.insert(weights.end(), 2, 1.0 / (1.0 + relative * relative));
   }
-  std::vector<double*> rows;
-  for (auto& row : design) rows.push_back(row.data());
+  std::vector<double*> rows(design.size());
+  std::transform(design.begin(), design.end(), rows.begin(), [](auto& row) { return row.data(); });
   double solution[kUnknowns] = {};
   if (!SolveOverdefined(rows.data(), values.data(), weights.data(), solution, kUnknowns, rows.size(), nullptr)) {
     return false;

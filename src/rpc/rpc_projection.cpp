@@ -120,14 +120,19 @@ struct TProjectArrays {
       in[2][i] = part.h[source];
     }
     Project<Width>({in[0], in[1], in[2], out[0], out[1], {out[2], out[3], out[4]}, {out[5], out[6], out[7]}}, padded);
-    std::copy_n(out[0], count, part.line);
-    std::copy_n(out[1], count, part.sample);
+    Copy(out[0], count, part.line);
+    Copy(out[1], count, part.sample);
     if (Derivatives) {
       for (int variable = 0; variable < 3; ++variable) {
-        if (part.dLine[variable] != nullptr) std::copy_n(out[2 + variable], count, part.dLine[variable]);
-        if (part.dSample[variable] != nullptr) std::copy_n(out[5 + variable], count, part.dSample[variable]);
+        if (part.dLine[variable] != nullptr) Copy(out[2 + variable], count, part.dLine[variable]);
+        if (part.dSample[variable] != nullptr) Copy(out[5 + variable], count, part.dSample[variable]);
       }
     }
+  }
+
+  /// A plain loop: of std::copy_n the sanitizer build of GCC 12 believes that the count may be negative.
+  static void Copy(const double* from, std::size_t count, double* to) {
+    for (std::size_t i = 0; i < count; ++i) to[i] = from[i];
   }
 
   /// `count` is a multiple of the width and no longitude needs a turn.

@@ -148,7 +148,7 @@ TEST(RPCFile, SaysWhatIsWrongAndWhere) {
       {xml, "LongitudeScale", "L", "x: LongitudeScale: is missing"},
       {xml, "SampleDenom", "S", "x: SampleDenom: the section is missing"},
       {xml, ">4.5<", ">4,5<", "x:10: LongitudeScale: \"4,5\" is no number"},
-      {xml, "<item name=\"01\"", "<item", "x:15: a item has no name"},
+      {xml, "<item name=\"01\"", "<item", "x:15: \"item\" has no name"},
       {xml, ">7.5<", "><", "x:17: LineNum/03: has no number"},
   };
   for (const auto& c : cases) EXPECT_EQ(Complaint(Replaced(c.good, c.from, c.to)), c.message);

@@ -70,7 +70,7 @@ class DocumentBuilder {
       xml_.Refuse(element, "\"" + std::string(element.name()) + "\" is neither a section nor an item");
     }
     const pugi::xml_attribute name = element.attribute(XIniLayout::kName);
-    if (!name) xml_.Refuse(element, std::string("a ") + element.name() + " has no name");
+    if (!name) xml_.Refuse(element, "\"" + std::string(element.name()) + "\" has no name");
     const std::uint32_t depth = depths_[parent] + 1;
     if (is_section && depth > XIniLayout::kMaxDepth) xml_.Refuse(element, "sections are nested too deeply");
     XIniNode node;
