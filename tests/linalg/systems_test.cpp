@@ -1,0 +1,203 @@
+// Linear and nonlinear systems and the sparse vector.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "linalg/linear_systems.h"
+#include "linalg/nonlinear_system.h"
+#include "linalg/reference.h"
+#include "linalg/sparse_vector.h"
+#include "support/debug_capture.h"
+
+namespace orbmath_test {
+namespace {
+
+using namespace SatCommonUtils;
+
+int asked = 0;
+int StopAtThird() { return ++asked == 3 ? 1 : 0; }
+
+TEST(LinearSystem, SolvesWithoutTouchingItself) {
+  TLinearSystem system(MatrixOf({{2, 0}, {0, -4}}), TVector(4.0, 8.0, 0.0).GetSubVector(0, 2));
+  TVector x;
+  EXPECT_EQ(system.SolutionGauss(x), -8.0);
+  EXPECT_EQ(x.GetString(), "(2;-2)");
+  EXPECT_EQ(system.Det(), -8.0);
+  EXPECT_EQ(system.Cond(), 2.0);
+  EXPECT_EQ(system.Dimension(), 2u);
+  system.SetCoef(TMatrix(1));
+  EXPECT_THROW(system.Det(), std::runtime_error) << "the matrix is smaller than the free terms";
+  EXPECT_EQ(TLinearSystem(3).Det(), 1.0);
+}
+
+// Three ways to the same least squares differ only in the last bits; each has the bits of its own loops.
+TEST(LeastSquares, FormsNormalEquationsAsDocumented) {
+  Random random("least squares");
+  const std::size_t m = 200, n = 7;
+  const Rows a = RandomRows(&random, m, n, Kind::Normal);
+  std::vector<double> l = RandomVector(&random, m, Kind::Normal), w(m), x(n), plain(n), ones(m, 1.0), by_ones(n);
+  for (double& weight : w) weight = random.Uniform(0.1, 2.0);
+  const auto solved = [&](const Rows& normal, const Rows& right) {
+    Rows u;
+    EXPECT_TRUE(ReferenceCholesky(normal, &u));
+    return ReferenceCholeskySolve(u, Transposed(right)[0]);
+  };
+  const Rows column = Transposed({l});
+  RawMatrix raw(a);
+  ASSERT_TRUE(SolveOverdefined(raw.Get(), l.data(), w.data(), x.data(), n, m, nullptr));
+  const auto weighted_last = [&](double p, double q, std::size_t k) { return p * q * w[k]; };
+  EXPECT_TRUE(
+      SameBits(x.data(), solved(SumOfTerms(a, a, weighted_last), SumOfTerms(a, column, weighted_last)).data(), n));
+  ASSERT_TRUE(SolveOverdefined(raw.Get(), l.data(), nullptr, plain.data(), n, m, nullptr));
+  ASSERT_TRUE(SolveOverdefined(raw.Get(), l.data(), ones.data(), by_ones.data(), n, m, nullptr));
+  EXPECT_TRUE(SameBits(plain.data(), by_ones.data(), n));
+
+  const auto weighted_first = [&](double p, double q, std::size_t k) { return p * w[k] * q; };
+  TVector solution;
+  TOverdefinedLinearSystem(MatrixOf(a), TVector(m, l.data()), TVector(m, w.data())).Solution(solution);
+  const auto expected = solved(SumOfTerms(a, a, weighted_first), SumOfTerms(a, column, weighted_first));
+  EXPECT_TRUE(SameBits(solution.GetData(), expected.data(), n));
+}
+
+TEST(LeastSquares, FallsBackToEliminationAndReportsFailure) {
+  // Too small for Cholesky's pivot limit, yet regular.
+  const Rows tiny = {{1e-11, 0}, {0, 1e-11}, {0, 0}};
+  RawMatrix a(tiny), singular(Rows{{1, 1}, {2, 2}});
+  double l[3] = {2e-11, 3e-11, 1}, x[2];
+  ASSERT_TRUE(SolveOverdefined(a.Get(), l, nullptr, x, 2, 3, nullptr));
+  EXPECT_DOUBLE_EQ(x[0], 2.0);
+  EXPECT_DOUBLE_EQ(x[1], 3.0);
+  EXPECT_FALSE(SolveOverdefined(singular.Get(), l, nullptr, x, 2, 2, nullptr));
+  asked = 0;
+  EXPECT_FALSE(SolveOverdefined(a.Get(), l, nullptr, x, 2, 3, StopAtThird)) << "cancelled in the solvers";
+  TVector solution;
+  TOverdefinedLinearSystem(MatrixOf(tiny), TVector(3, l)).Solution(solution);
+  EXPECT_DOUBLE_EQ(solution(1), 3.0);
+  const auto text = [](auto make) {
+    try {
+      make();
+      return "accepted";
+    } catch (const char* thrown) {
+      return thrown;
+    }
+  };
+  const char* const refusal = "TOverdefinedLinearSystem::TOverdefinedLinearSystem(const TMatrix&,const TVector&)";
+  EXPECT_STREQ(text([] { TOverdefinedLinearSystem(TMatrix(3, 2), TVector(2)); }), refusal);
+  EXPECT_STREQ(text([] { TOverdefinedLinearSystem(TMatrix(1, 2), TVector(3)); }), refusal);
+  EXPECT_STREQ(text([] { TOverdefinedLinearSystem(TMatrix(), TVector()); }), refusal);
+  EXPECT_STREQ(text([] { TOverdefinedLinearSystem(TMatrix(1, 2), TVector(2), TVector(1)); }), refusal);
+}
+
+TEST(ClosedForms, SolveOrLeaveTheOutputs) {
+  double x = kPoison, y = kPoison;
+  EXPECT_FALSE(SolveEquationsSet(1, 2, 2, 4, 1, 1, &x, &y));
+  EXPECT_EQ(x, kPoison);
+  EXPECT_EQ(y, kPoison);
+  EXPECT_TRUE(SolveEquationsSet(2, 1, 1, -1, 5, 1, &x, &y));
+  EXPECT_EQ(x, 2.0);
+  EXPECT_EQ(y, 1.0);
+  const double a[9] = {0, 2, 0, 1, 0, 0, 0, 0, 4}, flat[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9}, b[3] = {1, 2, 3};
+  double three[3] = {kPoison, kPoison, kPoison};
+  EXPECT_EQ(SolveKramer3(flat, b, three), 0.0);
+  EXPECT_EQ(three[0], kPoison);
+  EXPECT_EQ(SolveKramer3(a, b, three), -8.0);
+  EXPECT_EQ(TVector(3, three).GetString(), "(2;0.5;0.75)");
+}
+
+double Circle(double* x, TDefaultEquationParameter* p) {
+  return p->equation_index == 0 ? x[0] * x[0] + x[1] * x[1] - 25.0 : x[0] * x[1] - 12.0;
+}
+double CircleDerivative(double* x, TDefaultEquationParameter* p) {
+  return p->equation_index == 0 ? 2.0 * x[p->variable_index] : x[1 - p->variable_index];
+}
+bool Refuse(int step) { return step != 1; }
+
+TEST(NonlinearSystem, ConvergesReportsAndObeysItsLimits) {
+  static_assert(sizeof(TNonlinearSystemSolutionInfo) == 24 && sizeof(TNonlinearSystemNewtonMethodParams) == 44);
+  TNonlinearEquation equations[] = {Circle, Circle};
+  TNonlinearEquation row[] = {CircleDerivative, CircleDerivative};
+  TNonlinearEquation* derivatives[] = {row, row};
+  double start[] = {5, 2};
+  const TNonlinearSystem original(2, equations, nullptr);
+  const TNonlinearSystem system(original);
+  TNonlinearSystemSolutionInfo info(7);
+  EXPECT_EQ(info.GetIterations(), -1);
+  TNonlinearSystemNewtonMethodParams params{derivatives, start, 1e-12, 50, &info, nullptr};
+  double x[2] = {kPoison, kPoison};
+  EXPECT_TRUE(system.Newton(&params, x));
+  EXPECT_DOUBLE_EQ(x[0], 4.0);
+  EXPECT_DOUBLE_EQ(x[1], 3.0);
+  EXPECT_TRUE(info.IsReached());
+  EXPECT_EQ(info.GetSize(), 2u);
+  EXPECT_LT(std::fabs(info.GetResiduals()[0]), 1e-12);
+  const TNonlinearSystemSolutionInfo reached(info);
+  for (const bool limited : {true, false}) {
+    params.max_iterations = limited ? 0 : 50;
+    params.progress = limited ? nullptr : Refuse;
+    EXPECT_FALSE(system.Newton(&params, x));
+    EXPECT_EQ(x[0], 5.0);
+    EXPECT_EQ(info.GetIterations(), 0);
+    EXPECT_FALSE(info.IsReached());
+    EXPECT_EQ(info.GetResiduals()[1], -2.0);
+  }
+  const DebugCapture capture;
+  info.DebugOutput();
+  EXPECT_EQ(capture.messages,
+            (std::vector<std::string>{"Результаты решения системы нелинейных уравнений", "     Количество итераций: 0",
+                                      "     Невязки", "        4.000000e+00", "        -2.000000e+00",
+                                      "    Требуемая точность НЕ достигнута"}));
+  reached.DebugOutput();
+  EXPECT_EQ(capture.messages.back(), "    Требуемая точность ДОСТИГНУТА");
+}
+
+TEST(SparseVector, StoresOnlyWhatIsWritten) {
+  TSparseVector v(3);
+  EXPECT_EQ(v(1), 0.0);
+  EXPECT_TRUE(v.GetElements().empty());
+  v[1];
+  EXPECT_EQ(v.GetElements().size(), 1u);
+  v += 1.0;
+  EXPECT_EQ(v(0) + v(2), 0.0) << "zeros that are not stored stay zero";
+  EXPECT_EQ((-v)(1), -1.0);
+  v -= 1.0;
+  v.Compress();
+  EXPECT_TRUE(v.GetElements().empty());
+  const TSparseVector parsed(std::string("(1;0;nan;-0;4)"));
+  EXPECT_EQ(parsed.GetSize(), 5u);
+  EXPECT_EQ(parsed.GetElements().size(), 3u);
+  TSparseVector five(5, std::size_t{1});
+  five[4] = 2.0;
+  EXPECT_EQ(five.GetSubVector(1, 4)(3), 2.0);
+  TSparseVector target(4, std::size_t{2});
+  target.InsertSubVector(1, five.GetSubVector(0, 3));
+  EXPECT_EQ(target(2), 1.0);
+  target.InsertSubVector(2, TSparseVector(1));
+  EXPECT_TRUE(target.GetElements().empty()) << "zeros replace as well";
+  five.Resize(2);
+  EXPECT_EQ(five.GetElements().size(), 1u);
+  EXPECT_FALSE(five.GetSubVector(9, 0));
+}
+
+TEST(SparseVector, ChecksItsIndices) {
+  TSparseVector v(3);
+  const auto refused = [](auto access) {
+    try {
+      access();
+      return std::string("accepted");
+    } catch (const std::runtime_error& error) {
+      return std::string(error.what());
+    }
+  };
+  const std::string index = "double& TSparseVector::operator[](size_t index)";
+  const std::string part = "TSparseVector TSparseVector::GetSubVector(size_t first_pos, size_t length) const";
+  EXPECT_EQ(refused([&] { v[3]; }), index);
+  EXPECT_EQ(refused([&] { static_cast<void>(static_cast<const TSparseVector&>(v)(3)); }), index);
+  EXPECT_EQ(refused([] { TSparseVector(3, std::size_t{3}); }), "TSparseVector::TSparseVector(size_t size, size_t pos)");
+  EXPECT_EQ(refused([&] { v.GetSubVector(2, 2); }), part);
+  EXPECT_EQ(refused([&] { v.GetSubVector(SIZE_MAX, 2); }), part) << "the sum of both wraps around";
+  EXPECT_NE(refused([&] { v.InsertSubVector(2, v); }), "accepted");
+}
+
+}  // namespace
+}  // namespace orbmath_test
