@@ -110,21 +110,19 @@ TEST(PolygonMif, ReadsFilesOfTheWild) {
 
 TEST(PolygonMif, MalformedFilesLeaveTheOutputAlone) {
   const std::string head = "Version 300\nColumns 0\nData\n";
-  const std::string cases[] = {
-      "",
-      "Version 300\nRegion 1\n3\n0 0\n1 0\n1 1\n",
-      "Columns 18446744073709551615\nData\n",
-      head + "Region\n",
-      head + "Region x\n",
-      head + "Region -1\n",
-      head + "Region 4000000000\n3\n0 0\n1 0\n1 1\n",
-      head + "Region 1\n4000000000\n0 0\n1 0\n1 1\n",
-      head + "Region 1\n4\n0 0\n1 0\n1 1\n",
-      head + "Region 1\n3\n0 0\n1 0\n1 nan\n",
-      head + "Region 1\n3\n0 0\n1 0\n1 1e999\n",
-      head + "Region 1\n3\n0 0\n1 0\n1 1x\n",
-      head + "Region 2\n3\n0 0\n1 0\n1 1\n",
-  };
+  const std::string cases[] = {"",
+                               "Version 300\nRegion 1\n3\n0 0\n1 0\n1 1\n",
+                               "Columns 18446744073709551615\nData\n",
+                               head + "Region\n",
+                               head + "Region x\n",
+                               head + "Region -1\n",
+                               head + "Region 4000000000\n3\n0 0\n1 0\n1 1\n",
+                               head + "Region 1\n4000000000\n0 0\n1 0\n1 1\n",
+                               head + "Region 1\n4\n0 0\n1 0\n1 1\n",
+                               head + "Region 1\n3\n0 0\n1 0\n1 nan\n",
+                               head + "Region 1\n3\n0 0\n1 0\n1 1e999\n",
+                               head + "Region 1\n3\n0 0\n1 0\n1 1x\n",
+                               head + "Region 2\n3\n0 0\n1 0\n1 1\n"};
   std::vector<std::vector<TPolygon>> regions{{Known()}};
   TPolygon polygon = Known();
   for (const std::string& text : cases) {

@@ -20,47 +20,6 @@ double AreaOf(const std::vector<TPolygon>& pieces) {
   return area;
 }
 
-double Cross(const xy_d& a, const xy_d& b, const xy_d& c) {
-  return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-}
-
-/// The part of a ring that lies left of the line from a to b.
-std::vector<xy_d> Clip(const std::vector<xy_d>& ring, const xy_d& a, const xy_d& b) {
-  std::vector<xy_d> left;
-  for (std::size_t i = 0; i < ring.size(); ++i) {
-    const xy_d& p = ring[i];
-    const xy_d& q = ring[(i + 1) % ring.size()];
-    const double sp = Cross(a, b, p);
-    const double sq = Cross(a, b, q);
-    if (sp >= 0.0) left.push_back(p);
-    if (sp * sq < 0.0) left.emplace_back(p.x + (q.x - p.x) * sp / (sp - sq), p.y + (q.y - p.y) * sp / (sp - sq));
-  }
-  return left;
-}
-
-/// Area of the intersection by another way: both rings as fans of signed triangles, the triangles clipped by each
-/// other.
-double FanArea(const TPolygon& a, const TPolygon& b) {
-  double area = 0.0;
-  const std::vector<xy_d>& u = a.GetVertices();
-  const std::vector<xy_d>& v = b.GetVertices();
-  for (std::size_t i = 1; i + 1 < u.size(); ++i) {
-    for (std::size_t j = 1; j + 1 < v.size(); ++j) {
-      std::vector<xy_d> s{u[0], u[i], u[i + 1]};
-      std::vector<xy_d> t{v[0], v[j], v[j + 1]};
-      double sign = 1.0;
-      for (std::vector<xy_d>* ring : {&s, &t}) {
-        if (Cross((*ring)[0], (*ring)[1], (*ring)[2]) >= 0.0) continue;
-        sign = -sign;
-        std::swap((*ring)[1], (*ring)[2]);
-      }
-      for (int k = 0; k < 3; ++k) s = Clip(s, t[k], t[(k + 1) % 3]);
-      area += sign * TPolygon(s).GetSignedArea();
-    }
-  }
-  return area;
-}
-
 const TPolygon& Square() {
   static const TPolygon polygon({{0, 0}, {4, 0}, {4, 4}, {0, 4}});
   return polygon;
@@ -122,22 +81,22 @@ TPolygon RandomQuadrilateral(orbmath_test::Random* random, bool whole) {
   }
 }
 
-TEST(PolygonIntersection, HasTheAreaAndThePointsOfBoth) {
+TEST(PolygonIntersection, HasThePointsOfBothOnce) {
   orbmath_test::Random random("PolygonIntersection");
   for (int run = 0; run < 4000; ++run) {
     const TPolygon a = RandomQuadrilateral(&random, run % 2 == 0);
     const TPolygon b = RandomQuadrilateral(&random, run % 2 == 0);
     std::vector<TPolygon> pieces;
     ASSERT_TRUE(IntersectPolygons(a, b, &pieces));
-    ASSERT_NEAR(AreaOf(pieces), std::fabs(FanArea(a, b)), kAreaTolerance) << a.GetString() << ' ' << b.GetString();
     for (const TPolygon& piece : pieces) {
-      ASSERT_TRUE(piece.IsSimple()) << a.GetString() << ' ' << b.GetString() << ' ' << piece.GetString();
-      ASSERT_GT(piece.GetSignedArea(), 0.0);
+      ASSERT_TRUE(piece.IsSimple() && piece.GetSignedArea() > 0.0) << a.GetString() << ' ' << b.GetString();
     }
-    const xy_d point(random.Uniform(0, 7), random.Uniform(0, 7));
-    const bool in_piece =
-        std::any_of(pieces.begin(), pieces.end(), [&](const TPolygon& p) { return p.Contains(point); });
-    ASSERT_EQ(in_piece, a.Contains(point) && b.Contains(point)) << a.GetString() << ' ' << b.GetString();
+    for (int i = 0; i < 50; ++i) {
+      const xy_d point(random.Uniform(0, 7), random.Uniform(0, 7));
+      const auto holds = [&](const TPolygon& piece) { return piece.Contains(point); };
+      ASSERT_EQ(std::count_if(pieces.begin(), pieces.end(), holds), a.Contains(point) && b.Contains(point))
+          << a.GetString() << ' ' << b.GetString() << ' ' << point.x << ' ' << point.y;
+    }
   }
 }
 
