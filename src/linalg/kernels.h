@@ -110,7 +110,7 @@ void CholeskyInvert(TConstRows u, std::size_t n, TRows inverse);
 /// What elimination does to the columns left of the pivot, which no later step reads.
 enum class TLeftColumns {
   Eliminate,  ///< They take part like all others: what the caller sees in the matrix is that of the plain loops.
-  Skip        ///< Nobody looks at the matrix afterwards.
+  Skip        ///< Nobody looks at the matrix afterwards, whose rows are those of a `WorkMatrix`.
 };
 
 /// Solves a·x = b by elimination with partial pivoting. Exchanges the row pointers in `a` and overwrites rows and `b`.

@@ -12,8 +12,10 @@ namespace SatCommonUtils::kernels {
 
 namespace {
 
-// Columns that are eliminated one by one before the others take all their terms together.
-constexpr std::size_t kPanelColumns = 64;
+// Columns that are eliminated one by one before the rest of their panel takes their terms together, and columns of a
+// panel, after which all others do.
+constexpr std::size_t kPieceColumns = 16;
+constexpr std::size_t kPanelColumns = 96;
 
 bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
 
@@ -38,42 +40,47 @@ struct TSystem {
   std::size_t n;
   TPoll poll;
   TLeftColumns left_columns;
-  double** factors;  // Row by row, those of the columns of the panel; exchanged with the rows.
+  double** factors;  // Row by row, those of the columns of the panel; exchanged together with the rows.
   double sign;
 };
 
-// Subtracts an upper row, times the row's factor, from every row below it, in the columns of the panel.
+// Subtracts an upper row, times the row's factor, from every row below it, in the columns of the piece.
 struct TSubtractFromRows {
   const TSystem& system;
-  TRange panel;
+  TRange piece;
   std::size_t column;
+  std::size_t factor_place;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     const double* const upper = system.a[column];
-    const bool skip = system.left_columns == TLeftColumns::Skip;
-    const TRange columns{skip ? column + 1 : panel.first, panel.last};
+    // Where nobody looks at them, columns left of the pivot and beyond the last may change: whole vectors are taken.
+    const TRange columns = system.left_columns == TLeftColumns::Skip
+                               ? TRange{(column + 1) / 8 * 8, WorkMatrix::Padded(piece.last)}
+                               : piece;
     for (std::size_t row = column + 1; row < system.n; ++row) {
       double* const lower = system.a[row];
       const double factor = lower[column] / upper[column];
-      system.factors[row][column - panel.first] = factor;
+      system.factors[row][factor_place] = factor;
       AddRow<Width, TTerm::Subtracted>(factor, upper, columns, lower);
       system.b[row] -= factor * system.b[column];
     }
   }
 };
 
-// Subtracts the rows of the panel from each other in columns outside it.
-struct TSubtractWithinPanel {
+// Subtracts the rows `upper` from those below them, up to `last_row`, in columns that have waited for it.
+struct TSubtractTogether {
   const TSystem& system;
-  TRange panel;
+  TRange upper;
+  std::size_t factor_place;
   TRange columns;
+  std::size_t last_row;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    for (std::size_t row = panel.first + 1; row < panel.last; ++row) {
-      CombineRows<Width, TTerm::Subtracted>(system.factors[row], system.a + panel.first, row - panel.first, columns,
-                                            system.a[row]);
+    for (std::size_t row = upper.first + 1; row < last_row; ++row) {
+      CombineRows<Width, TTerm::Subtracted>(system.factors[row] + factor_place, system.a + upper.first,
+                                            std::min(row, upper.last) - upper.first, columns, system.a[row]);
     }
   }
 };
@@ -83,7 +90,7 @@ void EliminateOutside(const TSystem& system, TRange panel, TRange columns) {
   const std::size_t width = columns.last - columns.first;
   const std::size_t below = system.n - panel.last;
   if (width == 0 || panel.first == panel.last) return;
-  simd::Dispatch(TSubtractWithinPanel{system, panel, columns});
+  simd::Dispatch(TSubtractTogether{system, panel, 0, columns, panel.last});
   if (below == 0) return;
   std::vector<const double*> upper_rows;
   std::vector<double*> lower_rows;
@@ -95,16 +102,14 @@ void EliminateOutside(const TSystem& system, TRange panel, TRange columns) {
   Multiply(product, {0, below}, lower_rows.data(), TWorkspace(product));
 }
 
-// Eliminates the columns of a panel. Returns false when a column has no pivot or the poll stops; the columns outside
-// are then as far as those within.
-bool EliminatePanel(TSystem* system, TRange panel) {
-  const std::size_t n = system->n;
-  bool goes_on = true;
-  std::size_t column = panel.first;
-  while (goes_on && column < panel.last && column + 1 < n) {
-    const std::size_t pivot = PivotRow(system->a, column, n);
+// Eliminates the columns of a piece of the panel that begins at `panel_first`. Returns the column that it came to,
+// which is before the end of the piece when a column has no pivot or the poll stops; `*goes_on` is false then.
+std::size_t EliminatePiece(TSystem* system, TRange piece, std::size_t panel_first, bool* goes_on) {
+  std::size_t column = piece.first;
+  while (*goes_on && column < piece.last && column + 1 < system->n) {
+    const std::size_t pivot = PivotRow(system->a, column, system->n);
     if (system->a[pivot][column] == 0.0) {
-      goes_on = false;
+      *goes_on = false;
       break;
     }
     if (pivot != column) {
@@ -113,14 +118,32 @@ bool EliminatePanel(TSystem* system, TRange panel) {
       std::swap(system->factors[pivot], system->factors[column]);
       system->sign = -system->sign;
     }
-    simd::Dispatch(TSubtractFromRows{*system, panel, column});
+    simd::Dispatch(TSubtractFromRows{*system, piece, column, column - panel_first});
     ++column;
-    goes_on = !Stops(system->poll);
+    *goes_on = !Stops(system->poll);
   }
-  // The last column has nothing below it to eliminate.
+  return column;
+}
+
+// Eliminates the columns of a panel, piece by piece. Returns false when a column has no pivot or the poll stops; all
+// columns are then as far as the loops that take one column at a time.
+bool EliminatePanel(TSystem* system, TRange panel) {
+  const bool left = system->left_columns == TLeftColumns::Eliminate;
+  bool goes_on = true;
+  std::size_t column = panel.first;
+  // A panel that is the whole system is done in one piece.
+  const std::size_t width = system->n <= kPanelColumns ? kPanelColumns : kPieceColumns;
+  for (std::size_t first = panel.first; goes_on && first < panel.last; first += width) {
+    const TRange piece{first, std::min(first + width, panel.last)};
+    column = EliminatePiece(system, piece, panel.first, &goes_on);
+    const TRange done{first, column};
+    const std::size_t place = first - panel.first;
+    if (left) simd::Dispatch(TSubtractTogether{*system, done, place, {panel.first, first}, system->n});
+    simd::Dispatch(TSubtractTogether{*system, done, place, {piece.last, panel.last}, system->n});
+  }
   const TRange done{panel.first, column};
-  if (system->left_columns == TLeftColumns::Eliminate) EliminateOutside(*system, done, {0, panel.first});
-  EliminateOutside(*system, done, {panel.last, n});
+  if (left) EliminateOutside(*system, done, {0, panel.first});
+  EliminateOutside(*system, done, {panel.last, system->n});
   return goes_on;
 }
 
