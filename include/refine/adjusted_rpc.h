@@ -93,7 +93,6 @@ class ORBMATH_API TAdjustedRPC : public TRPC {
   };
 
   bool CreateReApproximationDataset(TRPCEstimationDataSetParams* params, TRPCEstimationDataSet* set) const;
-  void Refine(std::size_t first, std::size_t last, double* line, double* sample) const;
 
   var_a<TRPCRefinementBase*> refinement_;
 };

@@ -2,6 +2,7 @@
 /// \file
 /// The refinement transforms: they apply a refinement record to image coordinates, both ways.
 
+#include <cstddef>
 #include <cstdint>
 
 #include "frame/api.h"
@@ -46,6 +47,11 @@ class ORBMATH_API TRPCRefinementBase {
   virtual bool IsUnity() const = 0;
   /// True when the transform can be used.
   virtual explicit operator bool() const;
+  /// `RawToRefined` of `count` points in place, bit for bit.
+  virtual void RawToRefinedArray(std::size_t count, double* line, double* sample) const;
+  /// `RefinedToRaw` of `count` points, bit for bit. An output may be an input as a whole, not in part.
+  virtual void RefinedToRawArray(std::size_t count, const double* line, const double* sample, double* rawLine,
+                                 double* rawSample) const;
 
   /// The kind.
   TRPCRefinementTransformType GetType() const noexcept { return type_; }
@@ -126,6 +132,9 @@ class ORBMATH_API TRPCRefinementAffine : public TRPCRefinementBase {
   bool SaveToXML(TZxXIniWriter* dst) const override;
   bool IsUnity() const override;
   explicit operator bool() const override;
+  void RawToRefinedArray(std::size_t count, double* line, double* sample) const override;
+  void RefinedToRawArray(std::size_t count, const double* line, const double* sample, double* rawLine,
+                         double* rawSample) const override;
 
  private:
   void SetRawToRefined(const TRPCRefinementDataAffine& data);

@@ -1,7 +1,7 @@
 #include "refine/adjusted_rpc.h"
 
 #include <array>
-#include <utility>
+#include <atomic>
 #include <vector>
 
 #include "frame/zxstd/keyed_fields.h"
@@ -25,7 +25,10 @@ class TDerivativeArrays {
     for (std::size_t variable = 0; variable < 3; ++variable) arrays_[variable] = own_.data() + variable * count;
   }
 
-  double* const* Get() const { return arrays_.data(); }
+  /// The arrays from an index on.
+  std::array<double*, 3> From(std::size_t first) const {
+    return {arrays_[0] + first, arrays_[1] + first, arrays_[2] + first};
+  }
 
  private:
   std::array<double*, 3> arrays_{};
@@ -86,28 +89,31 @@ bool TAdjustedRPC::CalculateLatLon(const double& line, const double& sample, con
   return TRPC::CalculateLatLon(raw_line, raw_sample, h, lat, lon);
 }
 
-void TAdjustedRPC::Refine(std::size_t first, std::size_t last, double* line, double* sample) const {
-  for (std::size_t i = first; i < last; ++i) {
-    refinement_->RawToRefined(line[i], sample[i], &line[i], &sample[i], nullptr, nullptr);
-  }
-}
+// Both array operations go block by block: a block stays on the thread that has it, and in its cache.
 
 void TAdjustedRPC::CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h,
                                             double* line, double* sample, double* const* dLine,
                                             double* const* dSample) const {
-  if (!refinement_ || (dLine == nullptr && dSample == nullptr)) {
-    TRPC::CalculateLineSampleArray(count, lat, lon, h, line, sample, dLine, dSample);
-    if (!refinement_) return;
-    rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) { Refine(first, last, line, sample); });
+  if (!refinement_) return TRPC::CalculateLineSampleArray(count, lat, lon, h, line, sample, dLine, dSample);
+  if (dLine == nullptr && dSample == nullptr) {
+    rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
+      TRPC::CalculateLineSampleArray(last - first, lat + first, lon + first, h + first, line + first, sample + first,
+                                     nullptr, nullptr);
+      refinement_->RawToRefinedArray(last - first, line + first, sample + first);
+    });
     return;
   }
   const TDerivativeArrays d_line(dLine, count), d_sample(dSample, count);
-  TRPC::CalculateLineSampleArray(count, lat, lon, h, line, sample, d_line.Get(), d_sample.Get());
   rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
+    const std::array<double*, 3> by_ground_line = d_line.From(first), by_ground_sample = d_sample.From(first);
+    TRPC::CalculateLineSampleArray(last - first, lat + first, lon + first, h + first, line + first, sample + first,
+                                   by_ground_line.data(), by_ground_sample.data());
     double by_line[2], by_sample[2];
     for (std::size_t i = first; i < last; ++i) {
       refinement_->RawToRefined(line[i], sample[i], &line[i], &sample[i], by_line, by_sample);
-      for (std::size_t v = 0; v < 3; ++v) Chain(by_line, by_sample, &d_line.Get()[v][i], &d_sample.Get()[v][i]);
+      for (std::size_t v = 0; v < 3; ++v) {
+        Chain(by_line, by_sample, &by_ground_line[v][i - first], &by_ground_sample[v][i - first]);
+      }
     }
   });
 }
@@ -115,18 +121,20 @@ void TAdjustedRPC::CalculateLineSampleArray(std::size_t count, const double* lat
 std::size_t TAdjustedRPC::CalculateLatLonArray(std::size_t count, const double* line, const double* sample,
                                                const double* h, double* lat, double* lon, TGroundStatus* status) const {
   if (!refinement_) return TRPC::CalculateLatLonArray(count, line, sample, h, lat, lon, status);
+  EnsureApproximation();
   // The outputs hold the raw coordinates first, unless the heights lie there.
   std::vector<double> own_heights;
   if (h == lat || h == lon) {
     own_heights.assign(h, h + count);
     h = own_heights.data();
   }
+  std::atomic<std::size_t> converged{0};
   rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
-    for (std::size_t i = first; i < last; ++i) {
-      refinement_->RefinedToRaw(line[i], sample[i], &lat[i], &lon[i], nullptr, nullptr);
-    }
+    refinement_->RefinedToRawArray(last - first, line + first, sample + first, lat + first, lon + first);
+    converged += TRPC::CalculateLatLonArray(last - first, lat + first, lon + first, h + first, lat + first, lon + first,
+                                            status == nullptr ? nullptr : status + first);
   });
-  return TRPC::CalculateLatLonArray(count, lat, lon, h, lat, lon, status);
+  return converged;
 }
 
 bool TAdjustedRPC::InitializeFromXML(TZxXIniReader* src) {

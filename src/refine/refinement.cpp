@@ -65,6 +65,17 @@ bool TRPCRefinementBase::SaveToXML(TZxXIniWriter* dst) const { return SaveRefine
 
 TRPCRefinementBase::operator bool() const { return static_cast<bool>(CreateRefinementDataN(type_)); }
 
+void TRPCRefinementBase::RawToRefinedArray(std::size_t count, double* line, double* sample) const {
+  for (std::size_t i = 0; i < count; ++i) RawToRefined(line[i], sample[i], &line[i], &sample[i], nullptr, nullptr);
+}
+
+void TRPCRefinementBase::RefinedToRawArray(std::size_t count, const double* line, const double* sample, double* rawLine,
+                                           double* rawSample) const {
+  for (std::size_t i = 0; i < count; ++i) {
+    RefinedToRaw(line[i], sample[i], &rawLine[i], &rawSample[i], nullptr, nullptr);
+  }
+}
+
 TRPCRefinementNone::TRPCRefinementNone() : TRPCRefinementBase(TRPCRefinementTransformType::None) {}
 
 TRPCRefinementNone::TRPCRefinementNone(const TRPCRefinementDataNone& /*data*/) : TRPCRefinementNone() {}

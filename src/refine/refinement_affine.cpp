@@ -49,10 +49,26 @@ bool Invert(const TRPCRefinementDataAffine& data, TRPCRefinementDataAffine* inve
   return true;
 }
 
+inline double Row(double bias, double drift, double tilt, double line, double sample) {
+  return bias + drift * line + tilt * sample;
+}
+
+/// The coefficients are copied first, so that the compiler knows that no output changes them.
+void MapArray(const TRPCRefinementDataAffine& data, std::size_t count, const double* line, const double* sample,
+              double* out_line, double* out_sample) {
+  const double lb = data.LineBias, ld = data.LineDrift, lt = data.LineTilt;
+  const double sb = data.SampleBias, sd = data.SampleDrift, st = data.SampleTilt;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double l = line[i], s = sample[i];
+    out_line[i] = Row(lb, ld, lt, l, s);
+    out_sample[i] = Row(sb, sd, st, l, s);
+  }
+}
+
 void Map(const TRPCRefinementDataAffine& map, double line, double sample, double* out_line, double* out_sample,
          double* by_line, double* by_sample) {
-  *out_line = map.LineBias + map.LineDrift * line + map.LineTilt * sample;
-  *out_sample = map.SampleBias + map.SampleDrift * line + map.SampleTilt * sample;
+  *out_line = Row(map.LineBias, map.LineDrift, map.LineTilt, line, sample);
+  *out_sample = Row(map.SampleBias, map.SampleDrift, map.SampleTilt, line, sample);
   if (by_line == nullptr || by_sample == nullptr) return;
   by_line[0] = map.LineDrift;
   by_line[1] = map.SampleDrift;
@@ -125,6 +141,15 @@ bool TRPCRefinementAffine::IsUnity() const { return raw_to_refined_.IsUnity(); }
 
 TRPCRefinementAffine::operator bool() const {
   return static_cast<bool>(raw_to_refined_) && static_cast<bool>(refined_to_raw_);
+}
+
+void TRPCRefinementAffine::RawToRefinedArray(std::size_t count, double* line, double* sample) const {
+  MapArray(raw_to_refined_, count, line, sample, line, sample);
+}
+
+void TRPCRefinementAffine::RefinedToRawArray(std::size_t count, const double* line, const double* sample,
+                                             double* rawLine, double* rawSample) const {
+  MapArray(refined_to_raw_, count, line, sample, rawLine, rawSample);
 }
 
 void TRPCRefinementAffine::SetRawToRefined(const TRPCRefinementDataAffine& data) { raw_to_refined_ = data; }

@@ -35,9 +35,19 @@ struct TState {
   TVector shift{3};
 };
 
-TVector SourceOf(const T7ParamsSourceDataItem& point) { return TVector(point.Xfrom, point.Yfrom, point.Zfrom); }
-
-TVector TargetOf(const T7ParamsSourceDataItem& point) { return TVector(point.Xto, point.Yto, point.Zto); }
+/// A 3 x 3 matrix for work on many points.
+struct TRows {
+  explicit TRows(const TMatrix& matrix) {
+    for (std::size_t row = 0; row < 3; ++row) {
+      for (std::size_t column = 0; column < 3; ++column) rows[row][column] = matrix(row, column);
+    }
+  }
+  /// Element `row` of the product with a point's source.
+  double Times(const T7ParamsSourceDataItem& p, std::size_t row) const {
+    return rows[row][0] * p.Xfrom + rows[row][1] * p.Yfrom + rows[row][2] * p.Zfrom;
+  }
+  double rows[3][3];
+};
 
 /// The linearized equations of all points at a state: three rows a point, seven columns.
 void SetEquations(const std::vector<T7ParamsSourceDataItem>& points, const TState& state, TMatrix* design,
@@ -49,22 +59,20 @@ void SetEquations(const std::vector<T7ParamsSourceDataItem>& points, const TStat
   RzyxGet_dRx_dalpha(state.alpha, &drx);
   RzyxGet_dRy_dbeta(state.beta, &dry);
   RzyxGet_dRz_dgamma(state.gamma, &drz);
-  const TMatrix rotation = rz * ry * rx;
-  const TMatrix by_alpha = rz * ry * drx;
-  const TMatrix by_beta = rz * dry * rx;
-  const TMatrix by_gamma = drz * ry * rx;
+  const TRows rotation(rz * ry * rx), by_alpha(rz * ry * drx), by_beta(rz * dry * rx), by_gamma(drz * ry * rx);
 
   for (std::size_t i = 0; i < points.size(); ++i) {
-    const TVector source = SourceOf(points[i]);
-    const TVector rotated = rotation * source;
-    const TVector columns[] = {(by_alpha * source) * state.m, (by_beta * source) * state.m,
-                               (by_gamma * source) * state.m, rotated};
-    const TVector difference = TargetOf(points[i]) - (rotated * state.m + state.shift);
+    const T7ParamsSourceDataItem& point = points[i];
+    const double target[3] = {point.Xto, point.Yto, point.Zto};
     for (std::size_t k = 0; k < 3; ++k) {
-      TVector& row = (*design)[3 * i + k];
-      for (std::size_t column = 0; column < 4; ++column) row[column] = columns[column](k);
+      const double rotated = rotation.Times(point, k);
+      double* row = (*design)[3 * i + k].GetData();
+      row[0] = state.m * by_alpha.Times(point, k);
+      row[1] = state.m * by_beta.Times(point, k);
+      row[2] = state.m * by_gamma.Times(point, k);
+      row[3] = rotated;
       for (std::size_t axis = 0; axis < 3; ++axis) row[4 + axis] = axis == k ? 1.0 : 0.0;
-      (*misfit)[3 * i + k] = difference(k);
+      misfit->GetData()[3 * i + k] = target[k] - (state.m * rotated + state.shift(k));
     }
   }
 }
