@@ -77,23 +77,6 @@ TEST(SevenParamsFit, FindsSmallAndLargeRotations) {
   }
 }
 
-TEST(SevenParamsFit, AveragesNoise) {
-  // Opposite errors of two observations of one point cancel in the fit.
-  orbmath_test::Random random("seven parameters, noise");
-  const T7Params truth = RandomParams(random, 0.3);
-  auto points = PointsOf(truth, 10, random);
-  const auto copies = points;
-  points.insert(points.end(), copies.begin(), copies.end());
-  for (std::size_t i = 0; i < copies.size(); ++i) {
-    const double error = random.Normal(1e-3);
-    points[i].Xto += error;
-    points[i + copies.size()].Xto -= error;
-  }
-  T7Params found;
-  ASSERT_TRUE(Calculate7Params(points, &found));
-  EXPECT_TRUE(Near(found, truth, 1e-6));
-}
-
 TEST(SevenParamsFit, RefusesWhatItCannotSolve) {
   orbmath_test::Random random("seven parameters, refused");
   T7Params out = kPoisoned;
