@@ -8,7 +8,7 @@ namespace SatCommonUtils::kernels {
 namespace {
 
 // Terms of the sums that are packed at a time: a panel of them fits the first cache.
-constexpr std::size_t kInnerBlock = 256;
+constexpr std::size_t kInnerBlock = 512;
 // Rows that are packed at a time: a block of them fits the second cache. A multiple of every panel.
 constexpr std::size_t kRowBlock = 192;
 // Columns that are packed at a time. A multiple of kRowBlock.
@@ -75,8 +75,9 @@ struct TBlockedProduct {
   double* y_panels;
   double* x_panels;
   const TShape shape = ShapeOfLevel();
+  std::size_t tiles = 0;  // of the block so far
 
-  void Run() const {
+  void Run() {
     for (std::size_t j = 0; j < product.columns; j += kColumnBlock) {
       const TRange columns{j, std::min(j + kColumnBlock, product.columns)};
       for (std::size_t k = 0; k < product.inner; k += kInnerBlock) {
@@ -86,8 +87,9 @@ struct TBlockedProduct {
   }
 
   // Adds the terms of `inner` to the sums of `columns`.
-  void Block(TRange columns, TRange inner) const {
+  void Block(TRange columns, TRange inner) {
     const std::size_t terms = inner.last - inner.first;
+    tiles = 0;
     for (std::size_t j = columns.first; j < columns.last; j += shape.panel) {
       PackPanel(product.y, inner, {j, std::min(j + shape.panel, columns.last)}, y_panels + (j - columns.first) * terms);
     }
@@ -114,7 +116,7 @@ struct TBlockedProduct {
   }
 
   // The tiles of some rows over the columns of one panel of y, which stays in the first cache meanwhile.
-  void Panel(TRange inner, TRange rows, TRange columns, const double* x, const double* y) const {
+  void Panel(TRange inner, TRange rows, TRange columns, const double* x, const double* y) {
     const std::size_t terms = inner.last - inner.first;
     for (std::size_t row = rows.first; row < rows.last; row += shape.rows) {
       if (upper && (row >= columns.last || !IsOfShare(share, row))) continue;
@@ -135,15 +137,24 @@ struct TBlockedProduct {
     }
   }
 
+  // The rows of y that are packed next. Every tile asks for one cache line of each, so that they come while it
+  // calculates. Null when there are none, or `place` is past their end.
+  TConstRows RowsAhead(TRange inner, std::size_t place) const {
+    if (product.y.transposed || inner.last == product.inner || place >= product.columns) return nullptr;
+    return product.y.rows + std::min(inner.last, product.inner - (inner.last - inner.first));
+  }
+
   // One tile; at the edges of the result by way of a whole one.
-  void Tile(TRange inner, TRange rows, TRange columns, const double* x, const double* y) const {
+  void Tile(TRange inner, TRange rows, TRange columns, const double* x, const double* y) {
     const std::size_t height = rows.last - rows.first;
     const std::size_t width = columns.last - columns.first;
     const std::size_t vectors = (width + shape.width - 1) / shape.width;
     const double* const w = product.weights == nullptr ? nullptr : product.weights + inner.first;
     const bool fresh = inner.first == 0 && !product.add;
     double* tile_rows[kMostTileRows];
-    const TTileTask task{x, y, w, inner.last - inner.first, vectors, tile_rows, fresh};
+    const std::size_t ahead_place = kCacheLine * tiles++;
+    const TTileTask task{
+        x, y, w, inner.last - inner.first, vectors, tile_rows, fresh, RowsAhead(inner, ahead_place), ahead_place};
     if (height == shape.rows && width == vectors * shape.width) {
       for (std::size_t r = 0; r < height; ++r) tile_rows[r] = c[rows.first + r] + columns.first;
       AddToTile(product.term, task);

@@ -62,9 +62,12 @@ struct TTileKernel {
         sums[r][v] = task.fresh ? TVec{} : TVec(*reinterpret_cast<const TMemory*>(task.c[r] + v * Width));
       }
     }
+    const double* const* const ahead = task.ahead;
+    const std::size_t ahead_place = task.ahead_place;
     const double* x = task.x;
     const double* y = task.y;
     for (std::size_t k = 0; k < task.inner; ++k, x += kPanel, y += kPanel) {
+      if (ahead != nullptr) __builtin_prefetch(ahead[k] + ahead_place, 0, 2);
       TVec row[Vectors];
 #pragma GCC unroll 4
       for (std::size_t v = 0; v < Vectors; ++v) row[v] = *reinterpret_cast<const TVec*>(y + v * Width);
@@ -99,12 +102,14 @@ struct TPackRows {
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     constexpr std::size_t kPanel = TStaticShape<Width>::kPanel;
+    // Tiles read whole vectors of one panel and whole tile heights of the other.
+    constexpr std::size_t kRead = std::max<std::size_t>(Width, TStaticShape<Width>::kRows);
     const std::size_t count = columns.last - columns.first;
     double* to = panel;
     for (std::size_t k = inner.first; k < inner.last; ++k, to += kPanel) {
       // Rows are memory blocks of their own, which the processor does not foresee.
       const double* const ahead = factor.rows[std::min(k + kRowsAhead, inner.last - 1)] + columns.first;
-      for (std::size_t i = 0; i < kPanel; i += kCacheLine) __builtin_prefetch(ahead + i);
+      for (std::size_t i = 0; i < count; i += kCacheLine) __builtin_prefetch(ahead + i);
       const double* const from = factor.rows[k] + columns.first;
       std::size_t i = 0;
       for (; i + Width <= count; i += Width) CopyPiece<Width>(from + i, k, to + i);
@@ -115,7 +120,7 @@ struct TPackRows {
         }
       }
       for (; i < count; ++i) to[i] = Weighted ? from[i] * factor.weights[k] : from[i];
-      for (; i < kPanel; ++i) to[i] = 0.0;
+      for (; i % kRead != 0; ++i) to[i] = 0.0;
     }
   }
 
