@@ -93,6 +93,7 @@ class BlockRing {
 
 StreamResult BlockRing::Run(LineSource* source) {
   std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(workers_) + 1);
   for (int i = 0; i < workers_; ++i) threads.emplace_back([this] { Guard([this] { Work(); }); });
   threads.emplace_back([this, source] { Guard([this, source] { Write(source->TotalBytes()); }); });
   Guard([this, source] { Read(source); });
@@ -145,7 +146,7 @@ void BlockRing::Compute(Slot* slot) const {
 }
 
 std::string BlockRing::ProgressText(std::uint64_t bytes, std::uint64_t total_bytes) const {
-  const std::string points = std::to_string(result_.points) + " points";
+  std::string points = std::to_string(result_.points) + " points";
   if (total_bytes == 0) return points;
   return points + ", " + Fixed(100.0 * static_cast<double>(bytes) / static_cast<double>(total_bytes), 0) + " %";
 }
