@@ -70,6 +70,36 @@ TEST_F(RealModels, LocateGivesTheComputedPoints) {
   ExpectTable("computed_image_to_ground.csv", "locate", {3, 2, 4}, {6, 5}, kDegreeTolerance);
 }
 
+/// Runs `command` for one row of points.csv and returns its numbers.
+std::vector<double> RunPublished(const std::string& command, const std::vector<std::string>& row, bool corner,
+                                 const std::string& input) {
+  const ToolRun run =
+      RunTool({command, RealDataPath(row[2]), "--precision", "15", "--origin", corner ? "corner" : "center"}, input);
+  EXPECT_EQ(run.status, 0) << row[0] << run.out;
+  const auto numbers = Numbers(run.out);
+  return numbers.empty() ? std::vector<double>(3, std::nan("")) : numbers[0];
+}
+
+TEST_F(RealModels, PublishedPointsBothWays) {
+  constexpr double kMetresInDegree = 111195.0;
+  for (const std::vector<std::string>& row : RealTable("points.csv")) {
+    // Where the source counts from a pixel's corner, so does this test.
+    const bool corner = Number(row[12]) == Number(row[4]) + 0.5 && Number(row[13]) == Number(row[5]) + 0.5;
+    const std::string& sample = row[corner ? 12 : 4];
+    const std::string& line = row[corner ? 13 : 5];
+    const double lat = Number(row[7]);
+    const double lon = Number(row[6]);
+    const double tolerance = Number(row[10]) * (row[11] == "deg" ? kMetresInDegree : 1.0);
+    const auto ground = RunPublished("locate", row, corner, line + " " + sample + " " + row[8]);
+    const double north = (ground[0] - lat) * kMetresInDegree;
+    const double east = (ground[1] - lon) * kMetresInDegree * std::cos(lat * 3.14159265358979 / 180.0);
+    EXPECT_LE(std::hypot(north, east), tolerance) << row[0];
+    const auto image = RunPublished("project", row, corner, row[7] + " " + row[6] + " " + row[8]);
+    EXPECT_NEAR(image[0], Number(line), Number(row[9])) << row[0];
+    EXPECT_NEAR(image[1], Number(sample), Number(row[9])) << row[0];
+  }
+}
+
 TEST_F(RealModels, IntersectGivesTheGroundOfTheTies) {
   std::map<std::string, Rows> by_point;
   for (const auto& row : RealTable("computed_ties.csv")) by_point[row[0] + row[1]].push_back(row);
