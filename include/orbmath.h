@@ -3,6 +3,7 @@
 /// Every public header of the library.
 
 #include "frame/api.h"
+#include "frame/module.h"
 #include "frame/zxstd/debug_output.h"
 #include "frame/zxstd/matr3x3.h"
 #include "frame/zxstd/message.h"
