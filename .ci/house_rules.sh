@@ -16,7 +16,7 @@ done < <(git ls-files 'include/*.h')
 
 # Public headers are light: standard headers and the library's own.
 git grep -n -E '#include [<"](pugixml|CLI/|omp\.h|gtest|Eigen|immintrin)' -- include && complain "a public header includes a third-party header"
-git grep -n 'using namespace' -- include src && complain "using namespace in the library"
+git grep -n 'using namespace' -- include && complain "using namespace in a public header"
 
 # Includes point downwards only.
 rooms=(frame/zxstd frame/sat_data_container linalg poly geometry transform rpc refine)
