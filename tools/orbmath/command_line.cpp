@@ -28,6 +28,15 @@ std::string OneLine(std::string text) {
   return text;
 }
 
+/// The parser says "--height: 1 required H missing" or "--height: At Most 1 required but received 2".
+std::string MismatchText(const std::string& text) {
+  const std::size_t colon = text.find(": ");
+  if (colon == std::string::npos) return OneLine(text);
+  if (text.find("At Most") != std::string::npos) return text.substr(0, colon) + " may be given once only";
+  if (text.find("missing") != std::string::npos) return text.substr(0, colon) + " needs a value behind it";
+  return OneLine(text);
+}
+
 /// Appends `text` to `out` as lines that begin at column `indent` and end before column `width`. The text so far ends
 /// at column `at`.
 void Wrap(const std::string& text, std::size_t at, std::size_t indent, std::size_t width, std::string* out) {
@@ -181,6 +190,8 @@ bool CommandLine::Parse(const std::vector<std::string>& arguments) {
     const std::string help = parser_->app.help();
     std::fwrite(help.data(), 1, help.size(), stdout);
     return false;
+  } catch (const CLI::ArgumentMismatch& error) {
+    throw UsageError(MismatchText(error.what()));
   } catch (const CLI::ParseError& error) {
     throw UsageError(OneLine(error.what()));
   }
