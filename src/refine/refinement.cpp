@@ -63,7 +63,7 @@ void TRPCRefinementBase::Reset() {}
 
 bool TRPCRefinementBase::SaveToXML(TZxXIniWriter* dst) const { return SaveRefinementKeys(dst, type_); }
 
-TRPCRefinementBase::operator bool() const { return static_cast<bool>(CreateRefinementDataN(type_)); }
+TRPCRefinementBase::operator bool() const { return IsKnownKind(type_); }
 
 void TRPCRefinementBase::RawToRefinedArray(std::size_t count, double* line, double* sample) const {
   for (std::size_t i = 0; i < count; ++i) RawToRefined(line[i], sample[i], &line[i], &sample[i], nullptr, nullptr);

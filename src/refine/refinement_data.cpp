@@ -65,7 +65,7 @@ var_a<TRPCRefinementDataBase*> CreateRefinementDataN(TRPCRefinementTransformType
 
 var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCRefinementDataBase& src) {
   return CreateOrThrow("var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCRefinementDataBase&)",
-                       [&] { return CreateRefinementDataN(src.type) ? src.CreateCopyE() : nullptr; });
+                       [&] { return IsKnownKind(src.type) ? src.CreateCopyE() : nullptr; });
 }
 
 var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyN(const TRPCRefinementDataBase& src) {

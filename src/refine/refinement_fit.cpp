@@ -186,8 +186,8 @@ bool TFitter::IsSignificantlyBetter(const TCandidate& richer, const TCandidate& 
 }
 
 bool TFitter::FitChosen(TCandidate* best, std::string* reason) const {
-  if (ties_.empty() || !Fit(Type::Shift, best)) {
-    *reason = "there are no points";
+  if (!Fit(Type::Shift, best)) {
+    *reason = "the numbers are too large for a fit";
     return false;
   }
   for (const Type type : {Type::Affine, Type::Projective}) {

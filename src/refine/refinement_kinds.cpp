@@ -12,6 +12,10 @@ constexpr int kVersion = 1;
 
 }  // namespace
 
+bool IsKnownKind(TRPCRefinementTransformType type) {
+  return type >= TRPCRefinementTransformType::None && type <= TRPCRefinementTransformType::Projective;
+}
+
 bool SaveRefinementKeys(TZxXIniWriter* dst, TRPCRefinementTransformType type) {
   return dst->WriteS<int>(kTypeKey, static_cast<int>(type)) &&
          dst->WriteS<std::string>(kTypeNameKey, GetRPCRefinementTransformTypeName(type)) &&

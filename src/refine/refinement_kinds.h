@@ -15,6 +15,9 @@ constexpr const char* kRawToRefinedSection = "RawToRefined";
 constexpr const char* kRefinedToRawSection = "RefinedToRaw";
 constexpr const char* kProjectiveSection = "data";
 
+/// True for the four kinds that there are.
+bool IsKnownKind(TRPCRefinementTransformType type);
+
 /// Writes the keys that open every stored refinement.
 bool SaveRefinementKeys(TZxXIniWriter* dst, TRPCRefinementTransformType type);
 
