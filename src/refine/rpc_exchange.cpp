@@ -45,6 +45,14 @@ void VisitImage(TZxXmlTagItem* image, Item& item, const Step& step, const Enter&
   for (const auto& field : kRefinementFields) step(group, field.key, item.refinement.*field.field);
 }
 
+/// A name as it was written; when it stands on lines of its own, without the white space around it.
+std::string NameFrom(const std::string& text) {
+  const std::string name = trim(text);
+  const std::size_t start = text.find(name);
+  const std::string around = text.substr(0, start) + text.substr(start + name.size());
+  return around.find_first_of("\r\n") == std::string::npos ? text : name;
+}
+
 void ReadNumber(TZxXmlTagItem* parent, const std::string& name, double& value) {
   const TZxXmlTagItem* element = parent->items.find_tag(name);
   if (element != nullptr) ParseDouble(element->items.get_text(), &value);
@@ -71,7 +79,7 @@ void TCipherRPCImpExpDataItem::Reset() {
 bool TCipherRPCImpExpDataItem::InitializeFromXML(TZxXmlTagItem* image) {
   if (image == nullptr) return false;
   Reset();
-  if (const TZxXmlTagItem* element = image->items.find_tag(kNameTag)) name = trim(element->items.get_text());
+  if (const TZxXmlTagItem* element = image->items.find_tag(kNameTag)) name = NameFrom(element->items.get_text());
   VisitImage(image, *this, ReadNumber,
              [](TZxXmlTagItem* parent, const std::string& group) { return parent->items.find_tag(group); });
   return true;

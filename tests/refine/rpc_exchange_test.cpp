@@ -52,7 +52,7 @@ TCipherRPCImpExpDataset DatasetOf(const std::string& xml) {
 
 TEST(RPCExchange, ComesBackBitForBitThroughAFile) {
   TCipherRPCImpExpDataset dataset;
-  dataset.items = {Item("Ünïted <1> & \"two\""), Item("second")};
+  dataset.items = {Item("Ünïted <1> & \"two\""), Item(" second ")};
   dataset.items[1].rpc.heightOffset = kUnsetMark;
   dataset.items[1].refinement.Reset();
   const std::string path = (std::filesystem::temp_directory_path() / "orbmath_exchange_test.xml").string();
