@@ -3,8 +3,9 @@
 #include <cstddef>
 
 #if defined(_WIN32)
-#define WIN32_LEAN_AND_MEAN
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
 
 #include <vector>
