@@ -1,0 +1,119 @@
+// Prints the tables of docs/fitting.md: how far models fitted to random points of a known model miss it, by the plain
+// fit (EstimateRPC) and by the robust one (FitRPC).
+//
+//   fitting_table [--draws N] MODEL...
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "refine/robust_fit.h"
+#include "refine/rpc_estimation.h"
+#include "rpc/rpc_file.h"
+#include "rpc/rpc_model.h"
+
+namespace {
+
+using namespace SatCommonUtils;
+
+constexpr int kCheckPoints = 1000;
+// A fit that misses by more than this anywhere has blown up, pixels.
+constexpr double kBlownUp = 1.0;
+
+struct Case {
+  std::size_t points;
+  double noise;  // pixels
+  int draws;
+};
+
+// Points of the model's ground box, as far as the image (and half of it more to each side) shows them.
+std::vector<TRPCEstimationPoint> RandomPoints(const TRPC& model, std::size_t count, double noise,
+                                              std::mt19937_64* engine) {
+  std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+  std::normal_distribution<double> normal;
+  std::vector<TRPCEstimationPoint> points;
+  while (points.size() < count) {
+    TRPCEstimationPoint p{};
+    p.Lat = model.GetLatitudeNormalization()->Normalized2Initial(uniform(*engine));
+    p.Lon = model.GetLongitudeNormalization()->Normalized2Initial(uniform(*engine));
+    p.Height = model.GetHeightNormalization()->Normalized2Initial(uniform(*engine));
+    model.CalculateLineSample(p.Lat, p.Lon, p.Height, &p.Line, &p.Sample, nullptr, nullptr);
+    if (std::fabs(model.GetLineNormalization()->Initial2Normalized(p.Line)) > 1.5 ||
+        std::fabs(model.GetSampleNormalization()->Initial2Normalized(p.Sample)) > 1.5) {
+      continue;
+    }
+    p.Line += noise * normal(*engine);
+    p.Sample += noise * normal(*engine);
+    points.push_back(p);
+  }
+  return points;
+}
+
+struct Errors {
+  std::vector<double> rms, largest;
+  int failed = 0;
+
+  void Add(bool fitted, const TRPCData& record, const std::vector<TRPCEstimationPoint>& check) {
+    const TRPCFitResiduals residuals = fitted ? ResidualsOfRPC(record, check, false) : TRPCFitResiduals();
+    const bool finite = fitted && std::isfinite(residuals.distance.rms);
+    if (!finite) ++failed;
+    rms.push_back(finite ? residuals.distance.rms : INFINITY);
+    largest.push_back(finite ? residuals.distance.maximum : INFINITY);
+  }
+  void Print(const char* name) {
+    std::sort(rms.begin(), rms.end());
+    std::sort(largest.begin(), largest.end());
+    const auto blown = std::count_if(largest.begin(), largest.end(), [](double e) { return e > kBlownUp; });
+    std::printf(" %s %8.1e %8.1e %8.1e %5.1f %% |", name, rms[rms.size() / 2], rms.back(), largest.back(),
+                100.0 * static_cast<double>(blown) / static_cast<double>(largest.size()));
+  }
+};
+
+void PrintCase(const TRPC& model, const Case& what) {
+  Errors plain, robust;
+  for (int draw = 0; draw < what.draws; ++draw) {
+    std::mt19937_64 engine(static_cast<std::uint64_t>(draw) + 1000);
+    TRPCEstimationDataSet data;
+    data.Points = RandomPoints(model, what.points, what.noise, &engine);
+    const std::vector<TRPCEstimationPoint> check = RandomPoints(model, kCheckPoints, 0.0, &engine);
+    TRPCData record;
+    const bool plain_fitted = EstimateRPC(data, &record);
+    plain.Add(plain_fitted, record, check);
+    const bool robust_fitted = FitRPC(data, TRPCFitOptions(), &record);
+    robust.Add(robust_fitted, record, check);
+  }
+  std::printf("| %6zu | %4.1f | %5d |", what.points, what.noise, what.draws);
+  plain.Print("");
+  robust.Print("");
+  std::printf("\n");
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int draws = 200;
+  for (int i = 1; i < argc; ++i) {
+    if (std::string(argv[i]) == "--draws" && i + 1 < argc) {
+      draws = std::max(2, std::atoi(argv[++i]));
+      continue;
+    }
+    TRPCFile file;
+    TRPCFileError error;
+    if (!ReadRPCFile(argv[i], &file, &error)) {
+      std::fprintf(stderr, "%s\n", error.GetText().c_str());
+      return 1;
+    }
+    const TRPC model(file.record, nullptr);
+    std::printf("\n%s: pixels over %d independent points\n", argv[i], kCheckPoints);
+    std::printf("| points | noise | draws | plain: rms median, worst, largest, blown up | robust: the same |\n");
+    const Case cases[] = {{40, 0.0, draws},      {100, 0.0, draws},     {400, 0.0, draws},       {40, 0.1, draws / 2},
+                          {100, 0.1, draws / 2}, {400, 0.1, draws / 2}, {10000, 0.3, draws / 20}};
+    for (const Case& what : cases) PrintCase(model, what);
+  }
+  return 0;
+}
