@@ -108,7 +108,8 @@ ORBMATH_API bool FitRPC(const TRPCEstimationDataSet& data, const TRPCFitOptions&
 /// Fits the inverse of a model by `FitRPC`: latitude and longitude (in the line and sample slots) as functions of line,
 /// sample (in the latitude and longitude slots) and height. The grid lies in the image, so that the inverse holds up to
 /// its corners: (`gridSize` + 1)^3 nodes over the normalised lines, samples and heights, located on the ground with the
-/// model; nodes that cannot be located are left out.
+/// model; nodes that cannot be located are left out. Evaluate the inverse in normalised form, as that of
+/// `EstimateInvertedRPC`.
 /// \param inverted receives the record; its offsets and scales are the model's own. Untouched on failure.
 /// \param gridSize steps along each axis, 1 to 200. \param progress null, or as in the options.
 /// \param report null, or receives the story; its residuals are in degrees.

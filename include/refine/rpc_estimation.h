@@ -70,7 +70,8 @@ class TRPC;
 /// Fits the inverse of a model: latitude and longitude as functions of line, sample and height, by the first
 /// `EstimateRPC` on a grid of the model's normalised ground box, of which the nodes that fall into the normalised image
 /// count. In the inverse record the line and sample slots carry latitude and longitude, the latitude and longitude
-/// slots line and sample.
+/// slots line and sample. A model made of it is evaluated with `CalculateLineSampleNormalized`: the form with units
+/// would take whole turns, as of a longitude, off a sample.
 /// \param rpc the model to invert. \param inverted receives the offsets and scales, which stay when the fit fails, and
 ///   the coefficients. \param gridSize steps of the grid along each axis. \param progress not used.
 /// \return false, also when `gridSize` is below 1 (nothing is then touched) or fewer than 40 nodes fall into the image.

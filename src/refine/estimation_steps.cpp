@@ -18,14 +18,21 @@ struct TWorkspace {
   TDesignRows rows;
 };
 
-// Calls work(output, its workspace) for both outputs, each on a thread of its own when there are two: the sums of one
-// output are never shared out.
+// Calls work(block, output, its workspace) for every block of points and both outputs. With two threads each takes one
+// output: the sums of an output are never shared out, so that they do not depend on the threads.
 template <class Work>
-void ForBothOutputs(std::size_t point_count, const Work& work) {
+void ForBlocks(TPointSpan points, const TPointNormalization* normalization, const Work& work) {
   const auto workspaces = std::make_unique<TWorkspace[]>(2);
-  const bool threaded = point_count >= kMinPointsForThreads && ZxGetThreadsCount() > 1;
-#pragma omp parallel for num_threads(2) schedule(static, 1) if (threaded)
-  for (int i = 0; i < 2; ++i) work(i == 0 ? TOutput::Line : TOutput::Sample, &workspaces[i]);
+  const int shares = points.count >= kMinPointsForThreads && ZxGetThreadsCount() > 1 ? 2 : 1;
+#pragma omp parallel for num_threads(shares) schedule(static, 1) if (shares > 1)
+  for (int share = 0; share < shares; ++share) {
+    TWorkspace* const own = &workspaces[share];
+    for (std::size_t first = 0; first < points.count; first += TPointBlock::kSize) {
+      LoadBlock(points, first, normalization, &own->block);
+      if (share == 0) work(TOutput::Line, own);
+      if (share == shares - 1) work(TOutput::Sample, own);
+    }
+  }
 }
 
 }  // namespace
@@ -39,44 +46,35 @@ bool TEstimationPoints::Set(const TRPCEstimationDataSet& data) {
 
 std::unique_ptr<TNormalSumsPair> TEstimationPoints::SumFirstOrder() const {
   auto sums = std::make_unique<TNormalSumsPair>();
-  ForBothOutputs(points_.count, [&](TOutput output, TWorkspace* work) {
-    TNormalSums* const sum = output == TOutput::Line ? &sums->line : &sums->sample;
-    for (std::size_t first = 0; first < points_.count; first += TPointBlock::kSize) {
-      LoadBlock(points_, first, Normalization(), &work->block);
-      FormFirstOrderRows(work->block, output, &work->rows);
-      AddNormalProducts(work->rows, sum);
-    }
+  ForBlocks(points_, Normalization(), [&](TOutput output, TWorkspace* work) {
+    FormFirstOrderRows(work->block, output, &work->rows);
+    AddNormalProducts(work->rows, output == TOutput::Line ? &sums->line : &sums->sample);
   });
   return sums;
 }
 
 std::unique_ptr<TNormalSumsPair> TEstimationPoints::SumDesign(const TRationalPair& model) const {
   auto sums = std::make_unique<TNormalSumsPair>();
-  ForBothOutputs(points_.count, [&](TOutput output, TWorkspace* work) {
+  ForBlocks(points_, Normalization(), [&](TOutput output, TWorkspace* work) {
     const bool line = output == TOutput::Line;
-    for (std::size_t first = 0; first < points_.count; first += TPointBlock::kSize) {
-      LoadBlock(points_, first, Normalization(), &work->block);
-      EvaluateOutput(work->block, output, line ? model.line : model.sample, &work->values);
-      FormDesignRows(work->block, work->values, kTerms, &work->rows);
-      AddNormalProducts(work->rows, line ? &sums->line : &sums->sample);
-    }
+    EvaluateOutput(work->block, output, line ? model.line : model.sample, &work->values);
+    FormDesignRows(work->block, work->values, kTerms, &work->rows);
+    AddNormalProducts(work->rows, line ? &sums->line : &sums->sample);
   });
   return sums;
 }
 
 TRootMeanSquares TEstimationPoints::ResidualsOf(const TRationalPair& model) const {
-  TRootMeanSquares result{};
-  ForBothOutputs(points_.count, [&](TOutput output, TWorkspace* work) {
+  TRootMeanSquares squares{};
+  ForBlocks(points_, Normalization(), [&](TOutput output, TWorkspace* work) {
     const bool line = output == TOutput::Line;
-    double sum = 0.0;
-    for (std::size_t first = 0; first < points_.count; first += TPointBlock::kSize) {
-      LoadBlock(points_, first, Normalization(), &work->block);
-      EvaluateOutput(work->block, output, line ? model.line : model.sample, &work->values);
-      for (std::size_t i = 0; i < work->block.count; ++i) sum += work->values.residual[i] * work->values.residual[i];
-    }
-    (line ? result.line : result.sample) = std::sqrt(sum / static_cast<double>(points_.count));
+    EvaluateOutput(work->block, output, line ? model.line : model.sample, &work->values);
+    double sum = line ? squares.line : squares.sample;
+    for (std::size_t i = 0; i < work->block.count; ++i) sum += work->values.residual[i] * work->values.residual[i];
+    (line ? squares.line : squares.sample) = sum;
   });
-  return result;
+  const double count = static_cast<double>(points_.count);
+  return {std::sqrt(squares.line / count), std::sqrt(squares.sample / count)};
 }
 
 TRational FirstOrderRational(const double* solution) {

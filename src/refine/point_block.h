@@ -49,7 +49,7 @@ void SetNormalization(const TPointNormalization& normalization, TRPCData* rpc);
 
 /// Normalised points, one array a coordinate. P, L, H: latitude, longitude, height.
 struct TPointBlock {
-  static constexpr std::size_t kSize = 128;
+  static constexpr std::size_t kSize = 64;
   std::size_t count = 0;
   alignas(64) double P[kSize];
   alignas(64) double L[kSize];

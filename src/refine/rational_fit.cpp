@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -17,8 +18,6 @@ constexpr int kMaxRejections = 14;
 constexpr double kDenominatorWeight = 10.0;
 // A denominator below this, 1 being its value at the centre of the box, is a pole in the making.
 constexpr double kLeastDenominator = 0.02;
-// Chosen ridges do not go below this share of the largest squared singular value: the square of rounding.
-constexpr double kLeastRidge = 1e-28;
 // What a chosen ridge may fall by from one accepted step to the next, and what it rises by when a step is refused.
 constexpr double kRidgeFall = 1e-6;
 constexpr double kRidgeRise = 100.0;
@@ -72,14 +71,42 @@ class TPasses {
   TPasses(const TFitPoints& points, TOutput output, std::size_t terms)
       : points_(points), output_(output), terms_(terms), work_(std::make_unique<TWork>()) {}
 
+  // The linearised problem at given coefficients.
   TPass At(const TRational& rational) {
+    const double least_on_nodes = LeastOnNodes(rational);
+    TPass pass = Linearised([&] { EvaluateOutput(work_->block, output_, rational, &work_->values); });
+    pass.least_denominator = std::min(pass.least_denominator, least_on_nodes);
+    return pass;
+  }
+
+  // The problem of `AlgebraicFit`: that of coefficients 0 whose value is the observation.
+  TPass Algebraic() {
+    return Linearised([&] {
+      const double* const observed = output_ == TOutput::Line ? work_->block.line : work_->block.sample;
+      std::fill_n(work_->values.denominator, TPointBlock::kSize, 1.0);
+      std::copy_n(observed, TPointBlock::kSize, work_->values.value);
+      std::transform(observed, observed + TPointBlock::kSize, work_->values.residual, std::negate<double>());
+    });
+  }
+
+ private:
+  struct TWork {
+    TPointBlock block;
+    TOutputValues values;
+    TDesignRows rows;
+    TNormalSums sums;
+  };
+
+  // \param evaluate fills the values of the loaded block.
+  template <class Evaluate>
+  TPass Linearised(const Evaluate& evaluate) {
     TPass pass;
+    pass.least_denominator = std::numeric_limits<double>::infinity();
     const bool factored = points_.points.count <= kMaxFactoredPoints;
-    pass.least_denominator = LeastOnNodes(rational);
     work_->sums = TNormalSums{};
     for (std::size_t first = 0; first < points_.points.count; first += TPointBlock::kSize) {
       LoadBlock(points_.points, first, points_.normalization, &work_->block);
-      EvaluateOutput(work_->block, output_, rational, &work_->values);
+      evaluate();
       pass.least_denominator = std::min(pass.least_denominator, LeastInBlock());
       FormDesignRows(work_->block, work_->values, terms_, &work_->rows);
       if (points_.root_weights != nullptr) WeighRows(points_.root_weights + first);
@@ -94,14 +121,6 @@ class TPasses {
     pass.factor.DivideColumns(terms_, kDenominatorWeight);
     return pass;
   }
-
- private:
-  struct TWork {
-    TPointBlock block;
-    TOutputValues values;
-    TDesignRows rows;
-    TNormalSums sums;
-  };
 
   double LeastInBlock() const {
     return *std::min_element(work_->values.denominator, work_->values.denominator + work_->block.count);
@@ -207,11 +226,11 @@ class TDampedFit {
     if (task_.ridge >= 0.0) {
       ridge_ = task_.ridge * unit;
     } else {
-      ridge_ = spectrum_->ChooseRidge(distance, least_ridge_ * unit, count_);
+      ridge_ = spectrum_->ChooseRidge(distance, least_ridge_ * unit, count_, task_.score);
       bound_ = least_ridge_ > kLeastRidge && ridge_ <= least_ridge_ * unit * 1.8;
       least_ridge_ = std::max(least_ridge_ * fall_, kLeastRidge);
     }
-    if (accepted_steps_ == 1) DescribeRidge();
+    if (accepted_steps_ == 1) DescribeStart(pass);
     const double change = NextTrial();
     const double points = static_cast<double>(count_);
     const bool small =
@@ -223,7 +242,7 @@ class TDampedFit {
   // Keeps the accepted unknowns if their score is the best so far.
   void Remember(const TPass& pass) {
     const TFreedom freedom = spectrum_->FreedomAt(ridge_);
-    const double score = CrossValidationScore(residual_squares_, freedom, count_);
+    const double score = CautiousScore(residual_squares_, freedom, count_);
     if (accepted_steps_ > 0 && !(score < result_.score)) return;
     // The start counts only until there is a step: its ridge is not known.
     result_.score = accepted_steps_ > 0 ? score : std::numeric_limits<double>::infinity();
@@ -231,6 +250,13 @@ class TDampedFit {
     DescribeRidge();
     result_.rank = spectrum_->Rank();
     result_.least_denominator = pass.least_denominator;
+  }
+
+  // A fitted start may already be the best: its score is that of the ridge which would follow.
+  void DescribeStart(const TPass& pass) {
+    DescribeRidge();
+    if (task_.first_steps > 0 || pass.least_denominator < kLeastDenominator) return;
+    result_.score = CautiousScore(residual_squares_, spectrum_->FreedomAt(ridge_), count_);
   }
 
   void DescribeRidge() {
@@ -273,6 +299,16 @@ class TDampedFit {
 };
 
 }  // namespace
+
+TRational AlgebraicFit(const TFitPoints& points, TOutput output, std::size_t terms) {
+  const TPass pass = TPasses(points, output, terms).Algebraic();
+  const TRidgeSpectrum spectrum(pass.factor);
+  const TUnknowns zero = {};
+  TUnknowns unknowns;
+  spectrum.Step(zero, kLeastRidge * spectrum.LargestSquare(), unknowns);
+  for (std::size_t k = terms; k < 2 * terms - 1; ++k) unknowns[k] /= kDenominatorWeight;
+  return Unpack(unknowns, terms);
+}
 
 bool FitRational(const TFitPoints& points, const TFitTask& task, TFitResult* result) {
   return TDampedFit(points, task).Run(result);

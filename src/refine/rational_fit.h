@@ -14,6 +14,9 @@ namespace SatCommonUtils::refine {
 /// squared condition number costs less than 1e-4 pixels, and the fit takes half the time.
 constexpr std::size_t kMaxFactoredPoints = 4096;
 
+/// Chosen ridges do not go below this share of the largest squared singular value: the square of rounding.
+constexpr double kLeastRidge = 1e-28;
+
 /// What a fit works on. All coordinates end up in [-1, 1].
 struct TFitPoints {
   TPointSpan points;
@@ -32,6 +35,8 @@ struct TFitTask {
   double ridge = -1.0;
   /// A chosen ridge is at least this in the first step and goes down from there.
   double least_ridge = 1e-8;
+  /// What ridges are chosen by; results are always compared by the cautious score.
+  TScore score = &CrossValidationScore;
   /// Accepted steps before the fit may end, while the ridge is on its way down; 0 when the start is a fitted one.
   int first_steps = 3;
   /// Asked after each pass over the points with the number of passes; false ends the fit.
@@ -40,7 +45,7 @@ struct TFitTask {
 
 struct TFitResult {
   TRational rational;
-  double score = 0.0;  ///< see `CrossValidationScore`
+  double score = 0.0;  ///< see `CautiousScore`
   double ridge = 0.0;  ///< as in the task
   double freedom = 0.0;
   double least_denominator = 0.0;
@@ -48,6 +53,10 @@ struct TFitResult {
   int passes = 0;
   bool converged = false;
 };
+
+/// The solution of N - observation · D = 0 in the least-squares sense: no good fit of noisy points, since each point
+/// counts as its denominator says, but exact without noise, however far the model is from the first-order one.
+TRational AlgebraicFit(const TFitPoints& points, TOutput output, std::size_t terms);
 
 /// Gauss-Newton with a ridge towards the reference (the iteratively regularised method of Bakushinskii, 1992). In each
 /// accepted step the ridge is chosen anew; it may fall by no more than six decades, since at a first-order start nine

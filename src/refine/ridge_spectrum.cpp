@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 
 namespace SatCommonUtils::refine {
@@ -15,8 +16,15 @@ constexpr double kOrthogonal = 1e-15;
 constexpr double kRankTolerance = 1e-12;
 // Directions below this share do not take part in a step.
 constexpr double kUndetermined = 1e-15;
+// Unknowns of the first-order reference.
+constexpr std::size_t kReferenceUnknowns = 7;
 // Weight of the plain score in the robust one.
 constexpr double kPlainShare = 0.2;
+// With few redundant points r the residuals can be small by chance. A variance estimated from them is smaller than the
+// true one by r / (the 0.1 % quantile of chi square with r degrees of freedom) at worst, which is close to
+// exp(13.3 r^-0.72) from 6e5 at r = 1 to 3.4 at r = 20.
+constexpr double kChance = 13.3;
+constexpr double kChancePower = 0.72;
 // Mean squared residual of normalised values that is rounding; keeps scores of perfect fits comparable.
 constexpr double kRoundingSquare = 1e-30;
 // The grid of ridges: powers of ten relative to the largest squared singular value.
@@ -42,6 +50,13 @@ double CrossValidationScore(double residual_squares, const TFreedom& freedom, st
   const double left = (n - freedom.trace) / n;
   return (residual_squares / n + kRoundingSquare) / (left * left) *
          (kPlainShare + (1.0 - kPlainShare) * freedom.squared_trace / n);
+}
+
+double CautiousScore(double residual_squares, const TFreedom& freedom, std::size_t points) {
+  const double score = CrossValidationScore(residual_squares, freedom, points);
+  const double redundancy = std::max(static_cast<double>(points) - freedom.trace, 1.0);
+  if (redundancy >= kFewRedundant) return score;
+  return score * std::exp(kChance * (std::pow(redundancy, -kChancePower) - std::pow(kFewRedundant, -kChancePower)));
 }
 
 TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
@@ -77,6 +92,12 @@ TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
     if (singular_value_[i] == 0.0) continue;
     for (std::size_t k = 0; k < unknowns_; ++k) direction_[i][k] /= singular_value_[i];
   }
+  if (directions_ >= kReferenceUnknowns) {
+    double sorted[kMaxUnknowns];
+    std::copy_n(singular_value_, directions_, sorted);
+    std::nth_element(sorted, sorted + kReferenceUnknowns - 1, sorted + directions_, std::greater<double>());
+    least_of_reference_ = sorted[kReferenceUnknowns - 1];
+  }
 }
 
 int TRidgeSpectrum::Rank() const {
@@ -89,7 +110,7 @@ TFreedom TRidgeSpectrum::FreedomAt(double ridge) const {
   for (std::size_t i = 0; i < directions_; ++i) {
     if (singular_value_[i] <= kUndetermined * largest_) continue;
     const double square = singular_value_[i] * singular_value_[i];
-    const double share = square / (square + ridge);
+    const double share = singular_value_[i] >= least_of_reference_ ? 1.0 : square / (square + ridge);
     freedom.trace += share;
     freedom.squared_trace += share * share;
   }
@@ -100,7 +121,7 @@ double TRidgeSpectrum::Along(std::size_t direction, const double* vector) const 
   return Product(direction_[direction], vector, unknowns_);
 }
 
-double TRidgeSpectrum::ChooseRidge(const double* distance, double least, std::size_t points) const {
+double TRidgeSpectrum::ChooseRidge(const double* distance, double least, std::size_t points, TScore score_of) const {
   // The residuals that remain at full ridge: what the points say, seen from where the ridge pulls.
   double seen[kMaxUnknowns];
   for (std::size_t i = 0; i < directions_; ++i) seen[i] = target_[i] + singular_value_[i] * Along(i, distance);
@@ -117,7 +138,7 @@ double TRidgeSpectrum::ChooseRidge(const double* distance, double least, std::si
       const double residual = used / (singular_value_[i] * singular_value_[i] + used) * seen[i];
       residual_squares += residual * residual;
     }
-    const double score = CrossValidationScore(residual_squares, freedom, points);
+    const double score = score_of(residual_squares, freedom, points);
     if (score < best_score) {
       best_score = score;
       best_ridge = used;

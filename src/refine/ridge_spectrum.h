@@ -8,7 +8,8 @@
 
 namespace SatCommonUtils::refine {
 
-/// How many unknowns a ridge leaves free.
+/// How many unknowns a ridge leaves free. The reference that the ridge pulls towards has seven fitted unknowns of its
+/// own; they are counted as the seven largest singular values, free whatever the ridge is.
 struct TFreedom {
   double trace = 0.0;          ///< trace of the influence matrix: the effective number of unknowns
   double squared_trace = 0.0;  ///< trace of its square
@@ -22,6 +23,14 @@ struct TFreedom {
 /// the regularization parameter" (2006), doi:10.1088/0266-5611/22/5/021, with the weight 0.2: the plain one now and
 /// then takes a ridge that is far too small for noisy points.
 double CrossValidationScore(double residual_squares, const TFreedom& freedom, std::size_t points);
+
+/// Fewer redundant points than this, points less unknowns, can have small residuals by chance.
+constexpr double kFewRedundant = 20.0;
+
+/// The same score, worse where residuals may be small by chance: what results are compared by.
+double CautiousScore(double residual_squares, const TFreedom& freedom, std::size_t points);
+
+using TScore = double (*)(double residual_squares, const TFreedom& freedom, std::size_t points);
 
 /// The singular value decomposition of a triangular factor.
 class TRidgeSpectrum {
@@ -40,7 +49,7 @@ class TRidgeSpectrum {
 
   /// The ridge of the best score, on a grid of four a decade from 100 times `LargestSquare()` down to `least`.
   /// \param distance of the unknowns from where the ridge pulls them.
-  double ChooseRidge(const double* distance, double least, std::size_t points) const;
+  double ChooseRidge(const double* distance, double least, std::size_t points, TScore score_of) const;
 
   /// The minimiser of |residuals + design · step|² + ridge · |distance + step|², without the directions that the
   /// points do not determine at all.
@@ -53,6 +62,7 @@ class TRidgeSpectrum {
   std::size_t unknowns_;
   std::size_t directions_;
   double largest_ = 0.0;
+  double least_of_reference_ = 0.0;  ///< the seventh largest singular value
   double rest_;
   double direction_[kMaxUnknowns][TTriangularFactor::kStride];
   double singular_value_[kMaxUnknowns];

@@ -20,6 +20,8 @@ constexpr std::size_t kTermsOf[] = {4, 10, 20};
 constexpr std::size_t kLeastPoints[] = {8, 20, 40};
 // The first-order reference takes just enough of a ridge to survive points on a line: 1e-5 pixels or less.
 constexpr double kFirstOrderRidge = 1e-11;
+// A higher degree has to bring the score down to this share.
+constexpr double kWorthADegree = 0.98;
 // With many points a ridge may end this much below that of the share of them that made the start.
 constexpr double kRidgeFallOfManyPoints = 1e-3;
 // Heights (metres, or normalised) this close together are one height.
@@ -106,6 +108,7 @@ class TRobustFit {
   void SortPoints();
   bool ChooseBox();
   bool FitOutput(TOutput output, TFittedDegrees* fitted);
+  bool FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best);
   bool FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted);
   bool MakeRecord(const TRational& line, const TRational& sample, const TRPCData& given, TRPCData* result) const;
   void Describe(const TRPCData& rpc, const TFittedDegrees& line, const TFittedDegrees& sample);
@@ -185,6 +188,29 @@ bool TRobustFit::ChooseBox() {
   return true;
 }
 
+// The fit of one degree, tried in more than one way where one may fail.
+bool TRobustFit::FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best) {
+  if (!FitRational(points, task, best)) return false;
+  const auto try_again = [&] {
+    TFitResult fit;
+    if (!FitRational(points, task, &fit)) return false;
+    if (fit.score < best->score) *best = fit;
+    return true;
+  };
+  // On its way to points without noise a cautious choice of the ridge gets stuck, with noise another is bold.
+  const double redundant = static_cast<double>(points.points.count) - static_cast<double>(2 * task.terms - 1);
+  if (redundant < kFewRedundant && task.ridge < 0.0) {
+    task.score = &CautiousScore;
+    if (!try_again()) return false;
+  }
+  // A model far from the first-order one may be out of reach from there.
+  if (best->converged) return true;
+  task.start = AlgebraicFit(points, task.output, task.terms);
+  task.least_ridge = kLeastRidge;
+  task.first_steps = 0;
+  return try_again();
+}
+
 bool TRobustFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted) {
   TFitTask task = TaskFor(output);
   task.terms = kTermsOf[0];
@@ -201,8 +227,8 @@ bool TRobustFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDeg
     if (!wanted || points.points.count < kLeastPoints[degree - 1]) continue;
     task.terms = kTermsOf[degree - 1];
     TFitResult fit;
-    if (!FitRational(points, task, &fit)) return false;
-    if (options_.order == 0 && !(fit.score < fitted->best.score)) continue;
+    if (!FitOneDegree(points, task, &fit)) return false;
+    if (options_.order == 0 && !(fit.score < kWorthADegree * fitted->best.score)) continue;
     fitted->best = fit;
     fitted->terms = task.terms;
   }
