@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "tool/run_tool.h"
@@ -17,6 +18,8 @@ struct Row {
   const char* err;  ///< a part of it, "" for nothing on standard error at all
   int status;
 };
+
+inline void PrintTo(const Row& row, std::ostream* stream) { *stream << "orbmath " << row.arguments; }
 
 inline std::string RowName(const ::testing::TestParamInfo<Row>& info) { return info.param.name; }
 

@@ -43,7 +43,7 @@ class Convert : public Command {
     NoteLostParts(*model.rpc, form);
     const TRPC rounded(OntoDigitsOf(form, model.file.record, out_), nullptr);
     const TRPC written(WriteModel(rounded, model.file.extras, form, out_), nullptr);
-    const PixelDifference cost = CompareModels(*model.rpc, written);
+    const PixelDifference cost = DifferenceInImage(*model.rpc, written);
     if (cost.max != 0.0) {
       Note(out_ + ": the digits of the " + SatCommonUtils::RPCFileFormName(form) + " form move points by up to " +
            Fixed(cost.max, 9) + " px");

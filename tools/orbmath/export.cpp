@@ -17,7 +17,8 @@ class Export : public Command {
  public:
   const char* Notes() const override {
     return "The plain model gives, for programs that know nothing of refinements, what the adjusted one gives. "
-           "Its error against the adjusted model is that of the written file, digits of its form included.\n\n"
+           "Its error against the adjusted model is that of the written file, digits of its form included, over image "
+           "and heights.\n\n"
            "Example:\n"
            "  orbmath export adjusted.xml image.RPB";
   }
@@ -35,7 +36,7 @@ class Export : public Command {
     TRPC plain(OntoDigitsOf(form, PlainRecord(model), out_), nullptr);
     CopyImage(*model.rpc, &plain);
     const TRPC written(WriteModel(plain, model.file.extras, form, out_), nullptr);
-    const PixelDifference error = CompareModels(*model.rpc, written);
+    const PixelDifference error = DifferenceInImage(*model.rpc, written);
     Report report;
     report.Text("file", "written", out_);
     report.Number("max_px", "error of the file, worst", error.max, 9, "px");

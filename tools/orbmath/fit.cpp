@@ -226,7 +226,7 @@ class Fit : public Command {
       report.Text("message", "in short", story.message);
     }
     const TRPC model(written, nullptr);
-    const double cost = CompareModels(TRPC(record, nullptr), model).max;
+    const double cost = DifferenceInImage(TRPC(record, nullptr), model).max;
     report.Number("cost_px", "cost of the file's digits", cost, 9, "px");
     AddStatistics("fit", "residuals of the fitted points",
                   SatCommonUtils::ResidualsOfRPC(written, points.fit.Points, false), "px", &report);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <initializer_list>
 
+#include "rpc/ground_solution.h"
+
 namespace orbmath_tool {
 
 using SatCommonUtils::TRPC;
@@ -26,6 +28,33 @@ void Intersect(double* range, const double* other) {
 
 double Between(const double* range, int i, int count) {
   return i == count - 1 ? range[1] : range[0] + (range[1] - range[0]) * i / (count - 1);
+}
+
+/// Ground points of a grid over the image (the raster when its size is known) and the heights of a model; points that
+/// the model cannot find are left out.
+GroundPoints SeenInImage(const TRPC& model) {
+  double line[2] = {model.GetMinLine(), model.GetMaxLine()};
+  double sample[2] = {model.GetMinSample(), model.GetMaxSample()};
+  int width = 0;
+  int height = 0;
+  if (model.GetRasterDims(&width, &height)) {
+    SetRange(line, 0.0, height - 1.0);
+    SetRange(sample, 0.0, width - 1.0);
+  }
+  // The same walk as over a ground box, with line and sample in the places of latitude and longitude.
+  const GroundPoints image = MakeGrid(
+      {{line[0], line[1]}, {sample[0], sample[1]}, {model.GetMinHeight(), model.GetMaxHeight()}}, kAcross, kHeights);
+  std::vector<SatCommonUtils::TGroundSolution> solutions(image.size());
+  SatCommonUtils::SolveLatLonArray(model, image.size(), image.lat.data(), image.lon.data(), image.height.data(),
+                                   solutions.data());
+  GroundPoints points;
+  for (const SatCommonUtils::TGroundSolution& solution : solutions) {
+    if (!solution) continue;
+    points.lat.push_back(solution.lat);
+    points.lon.push_back(solution.lon);
+    points.height.push_back(solution.h);
+  }
+  return points;
 }
 
 }  // namespace
@@ -92,6 +121,11 @@ PixelDifference CompareModels(const TRPC& a, const TRPC& b) {
   const GroundBox box = CommonBox(a, b);
   const GroundPoints grid = box.IsEmpty() ? GroundPoints{} : MakeGrid(box, kAcross, kHeights);
   return PixelDifference(Project(a, grid), Project(b, grid));
+}
+
+PixelDifference DifferenceInImage(const TRPC& model, const TRPC& other) {
+  const GroundPoints points = SeenInImage(model);
+  return PixelDifference(Project(model, points), Project(other, points));
 }
 
 }  // namespace orbmath_tool
