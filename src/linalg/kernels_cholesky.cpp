@@ -118,6 +118,7 @@ bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
     bool complete = false;
     simd::Dispatch(TPanelOfFactor{a, n, {first, last}, poll, u, &complete});
     if (!complete) return false;
+    if (last == n) break;
     // The sums of the rows below take the terms of this panel.
     panel.clear();
     below.clear();
@@ -125,7 +126,7 @@ bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
     for (std::size_t i = last; i < n; ++i) below.push_back(u[i] + last);
     TProduct product{{panel.data()}, {panel.data()}, last - first, n - last, n - last};
     product.add = first != 0;
-    if (!below.empty()) MultiplyUpper(product, {}, below.data(), TWorkspace(product));
+    MultiplyUpper(product, {}, below.data(), TWorkspace(product));
   }
   return true;
 }

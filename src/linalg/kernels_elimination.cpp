@@ -16,6 +16,8 @@ namespace {
 // panel, after which all others do.
 constexpr std::size_t kPieceColumns = 16;
 constexpr std::size_t kPanelColumns = 96;
+// A system of so few columns is done in one piece.
+constexpr std::size_t kSmallSystem = 64;
 
 bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
 
@@ -131,8 +133,7 @@ bool EliminatePanel(TSystem* system, TRange panel) {
   const bool left = system->left_columns == TLeftColumns::Eliminate;
   bool goes_on = true;
   std::size_t column = panel.first;
-  // A panel that is the whole system is done in one piece.
-  const std::size_t width = system->n <= kPanelColumns ? kPanelColumns : kPieceColumns;
+  const std::size_t width = system->n <= kSmallSystem ? kSmallSystem : kPieceColumns;
   for (std::size_t first = panel.first; goes_on && first < panel.last; first += width) {
     const TRange piece{first, std::min(first + width, panel.last)};
     column = EliminatePiece(system, piece, panel.first, &goes_on);
