@@ -1,3 +1,6 @@
+#include <cmath>
+#include <string>
+
 #include "command.h"
 #include "errors.h"
 #include "ground_grid.h"
@@ -44,9 +47,12 @@ class Convert : public Command {
     const TRPC rounded(OntoDigitsOf(form, model.file.record, out_), nullptr);
     const TRPC written(WriteModel(rounded, model.file.extras, form, out_), nullptr);
     const PixelDifference cost = DifferenceInImage(*model.rpc, written);
-    if (cost.max != 0.0) {
-      Note(out_ + ": the digits of the " + SatCommonUtils::RPCFileFormName(form) + " form move points by up to " +
-           Fixed(cost.max, 9) + " px");
+    const std::string form_name = SatCommonUtils::RPCFileFormName(form);
+    if (!std::isfinite(cost.max)) {
+      Note(out_ + ": the model gives no image points, so what the digits of the " + form_name +
+           " form cost cannot be told");
+    } else if (cost.max > 0.0) {
+      Note(out_ + ": the digits of the " + form_name + " form move points by up to " + Fixed(cost.max, 9) + " px");
     }
     return kSuccess;
   }

@@ -126,6 +126,7 @@ void AddAccuracy(const TRPC& model, Report* report) {
     degrees = std::max({degrees, std::abs(back[i].lat - grid.lat[i]), std::abs(back[i].lon - grid.lon[i])});
     pixels = std::max(pixels, back[i].residual);
   }
+  if (converged == 0) degrees = pixels = std::nan("");
   report->Number("round_trip_max_deg", "ground to image to ground, worst", degrees, 13, "deg");
   report->Number("round_trip_max_px", "image to ground to image, worst", pixels, 10, "px");
   report->Count("round_trip_not_converged", "points without a ground point", grid.size() - converged);
