@@ -37,15 +37,13 @@ struct TTileKernel {
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    static_assert(TStaticShape<Width>::kVectors <= 3);
-    switch (task.vectors) {
-      case 1:
-        return Add<Width, 1>();
-      case 2:
-        return Add<Width, 2>();
-      default:
-        return Add<Width, TStaticShape<Width>::kVectors>();
+    constexpr std::size_t kVectors = TStaticShape<Width>::kVectors;
+    static_assert(kVectors == 2 || kVectors == 3);
+    if (task.vectors == 1) return Add<Width, 1>();
+    if constexpr (kVectors == 3) {
+      if (task.vectors == 2) return Add<Width, 2>();
     }
+    Add<Width, kVectors>();
   }
 
   template <int Width, std::size_t Vectors>
