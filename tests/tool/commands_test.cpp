@@ -152,17 +152,17 @@ TEST(CommandsTest, AModelThatGivesNoNumbersIsNotCalledExact) {
   Workspace();
   std::string text = ReadText("flat.RPB");
   text.replace(text.find("heightScale = 500"), 17, "heightScale = 000");
-  WriteText("nowhere.RPB", text);
-  const ToolRun info = RunToolLine("info nowhere.RPB --json");
+  WriteText("numberless.RPB", text);
+  const ToolRun info = RunToolLine("info numberless.RPB --json");
   EXPECT_EQ(info.status, 0);
   for (const char* part :
        {"\"approximation_max\":null", "\"round_trip_max_px\":null", "\"round_trip_not_converged\":2205"}) {
     EXPECT_NE(info.out.find(part), std::string::npos) << part << info.out;
   }
-  EXPECT_NE(RunToolLine("convert nowhere.RPB nowhere.txt").err.find("gives no image points"), std::string::npos);
-  EXPECT_EQ(RunToolLine("invert nowhere.RPB nowhere.xml").status, 1);
-  EXPECT_EQ(RunToolLine("project nowhere.RPB", "45 7 1\n").out, "ERROR: the result is not finite\n");
-  EXPECT_EQ(RunToolLine("locate nowhere.RPB", "1000 2000\n").out.find("ERROR: no ground point"), 0u);
+  EXPECT_NE(RunToolLine("convert numberless.RPB numberless.txt").err.find("gives no image points"), std::string::npos);
+  EXPECT_EQ(RunToolLine("invert numberless.RPB numberless.xml").status, 1);
+  EXPECT_EQ(RunToolLine("project numberless.RPB", "45 7 1\n").out, "ERROR: the result is not finite\n");
+  EXPECT_EQ(RunToolLine("locate numberless.RPB", "1000 2000\n").out.find("ERROR: no ground point"), 0u);
 }
 
 TEST(CommandsTest, CompareCountsFieldsAndPixels) {
