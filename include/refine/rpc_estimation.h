@@ -41,8 +41,8 @@ struct TRPCEstimationDataSet {
 /// points, or with noise in them, the result can miss by pixels. `FitRPC` does not have this weakness.
 ///
 /// Time grows linearly with the points. Design rows are formed and summed in small blocks, so a million points take no
-/// memory beyond the caller's 40 MB. The two outputs may be summed by two threads; the sums run in the order of the
-/// points, whatever the threads.
+/// memory beyond the caller's 40 MB. From 50,000 points on, line and sample may be summed by two threads; the sums run
+/// in the order of the points, whatever the threads.
 ///
 /// Failures (false, `*rpc` untouched): fewer than 40 points; a coordinate that is not finite; a coordinate without
 /// spread (unless normalised); a singular system in the last iteration; coefficients that are not finite. Nothing is

@@ -9,8 +9,8 @@ namespace SatCommonUtils::refine {
 
 namespace {
 
-// Below this many points a second thread costs more than it saves.
-constexpr std::size_t kMinPointsForThreads = 1000;
+// Below this many points a second thread may cost more than it saves, when other work keeps the processors busy.
+constexpr std::size_t kMinPointsForThreads = 50000;
 
 struct TWorkspace {
   TPointBlock block;

@@ -88,12 +88,15 @@ TTriangularFactor FactorOfNormalSums(const TNormalSums& sums, std::size_t unknow
   bool done[kStride] = {};
   for (; factor.rank < unknowns; ++factor.rank) {
     std::size_t pivot = unknowns;
+    double largest_left = rounding;
     for (std::size_t i = 0; i < unknowns; ++i) {
-      if (!done[i] && (pivot == unknowns || left[i][i] > left[pivot][pivot])) pivot = i;
+      if (done[i] || !(left[i][i] > largest_left)) continue;
+      pivot = i;
+      largest_left = left[i][i];
     }
-    if (!(left[pivot][pivot] > rounding)) break;
+    if (pivot == unknowns) break;
     double* const row = factor.Row(factor.rank);
-    const double root = std::sqrt(left[pivot][pivot]);
+    const double root = std::sqrt(largest_left);
     for (std::size_t j = 0; j < width; ++j) row[j] = done[j] ? 0.0 : left[pivot][j] / root;
     done[pivot] = true;
     for (std::size_t i = 0; i < width; ++i) {

@@ -101,7 +101,7 @@ TEST_P(BothEstimations, RefuseWhatCannotBeFittedAndLeaveTheRecordAlone) {
 }
 
 TEST_P(BothEstimations, DoNotDependOnTheThreads) {
-  const TRPCEstimationDataSet data = CurvedPoints(5000, 0.2);
+  const TRPCEstimationDataSet data = CurvedPoints(60000, 0.2);  // enough for both threads to be used
   TRPCData one, two;
   ZxSetThreadsCount(1);
   EXPECT_TRUE(GetParam()(data, &one));
