@@ -46,7 +46,7 @@ TEST(FilesTest, ALinkStaysAndItsFileIsReplaced) {
 TEST(FilesTest, AFailureLeavesTheOldFile) {
   Workspace();
   WriteText("old.RPB", "precious");
-  for (const char* arguments : {"convert nowhere.xml old.RPB", "fit control.txt old.RPB", "invert nowhere.xml old.RPB",
+  for (const char* arguments : {"convert nowhere.xml old.RPB", "fit nowhere.txt old.RPB", "invert nowhere.xml old.RPB",
                                 "export nowhere.xml old.RPB", "convert flat.RPB old.RPB --to nothing"}) {
     EXPECT_NE(RunToolLine(arguments).status, 0) << arguments;
     EXPECT_EQ(ReadText("old.RPB"), "precious") << arguments;
