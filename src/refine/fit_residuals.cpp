@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "refine/design_rows.h"
+#include "rpc/longitude_turns.h"
 
 namespace SatCommonUtils {
 
@@ -43,8 +44,7 @@ std::size_t PartOf(double value, double least, double largest, std::size_t parts
 }  // namespace
 
 double LongitudeNear(double center, double longitude) {
-  const double distance = longitude - center;
-  return std::fabs(distance) <= 180.0 ? longitude : longitude - 360.0 * std::round(distance / 360.0);
+  return longitude + 360.0 * rpc::LongitudeTurns(center, longitude);
 }
 
 TRPCFitResiduals ResidualsOf(const TRPCData& rpc, TPointSpan points, bool normalized) {

@@ -5,6 +5,8 @@
 #include <functional>
 #include <limits>
 
+#include "linalg/kernels.h"
+
 namespace SatCommonUtils::refine {
 
 namespace {
@@ -30,12 +32,6 @@ constexpr double kRoundingSquare = 1e-30;
 // The grid of ridges: powers of ten relative to the largest squared singular value.
 constexpr double kLargestExponent = 2.0;
 constexpr int kRidgesPerDecade = 4;
-
-double Product(const double* a, const double* b, std::size_t count) {
-  double sum = 0.0;
-  for (std::size_t i = 0; i < count; ++i) sum += a[i] * b[i];
-  return sum;
-}
 
 void Rotate(double cosine, double sine, double* a, double* b) {
   const double old = *a;
@@ -72,9 +68,9 @@ TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
       for (std::size_t j = i + 1; j < directions_; ++j) {
         double* const a = direction_[i];
         double* const b = direction_[j];
-        const double aa = Product(a, a, unknowns_);
-        const double bb = Product(b, b, unknowns_);
-        const double ab = Product(a, b, unknowns_);
+        const double aa = kernels::Dot(a, a, unknowns_);
+        const double bb = kernels::Dot(b, b, unknowns_);
+        const double ab = kernels::Dot(a, b, unknowns_);
         if (ab == 0.0 || std::fabs(ab) <= kOrthogonal * std::sqrt(aa) * std::sqrt(bb)) continue;
         rotated = true;
         const double cotangent = (bb - aa) / (2.0 * ab);
@@ -87,7 +83,7 @@ TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
     }
   }
   for (std::size_t i = 0; i < directions_; ++i) {
-    singular_value_[i] = std::sqrt(Product(direction_[i], direction_[i], unknowns_));
+    singular_value_[i] = std::sqrt(kernels::Dot(direction_[i], direction_[i], unknowns_));
     largest_ = std::max(largest_, singular_value_[i]);
     if (singular_value_[i] == 0.0) continue;
     for (std::size_t k = 0; k < unknowns_; ++k) direction_[i][k] /= singular_value_[i];
@@ -118,7 +114,7 @@ TFreedom TRidgeSpectrum::FreedomAt(double ridge) const {
 }
 
 double TRidgeSpectrum::Along(std::size_t direction, const double* vector) const {
-  return Product(direction_[direction], vector, unknowns_);
+  return kernels::Dot(direction_[direction], vector, unknowns_);
 }
 
 double TRidgeSpectrum::ChooseRidge(const double* distance, double least, std::size_t points, TScore score_of) const {

@@ -37,9 +37,11 @@ class TProgress {
   explicit TProgress(TZxProgressHandler* handler) : handler_(handler) {}
   void SetParts(int parts) { parts_ = parts; }
   void NextPart() { part_ = std::min(part_ + 1, parts_ - 1); }
-  bool AfterPass(int passes) const {
+  bool AfterPass(int passes) {
     if (handler_ == nullptr) return true;
-    return handler_->Progress((part_ + 1.0 - std::pow(2.0 / 3.0, passes)) / parts_);
+    // A part that is tried again does not go back.
+    told_ = std::max(told_, (part_ + 1.0 - std::pow(2.0 / 3.0, passes)) / parts_);
+    return handler_->Progress(told_);
   }
   bool Finish() const { return handler_ == nullptr || handler_->Progress(1.0); }
 
@@ -47,6 +49,7 @@ class TProgress {
   TZxProgressHandler* handler_;
   int parts_ = 1;
   int part_ = -1;
+  double told_ = 0.0;
 };
 
 // The points of a fit sorted into fitted ones and check points, without copies where all are fitted.

@@ -265,9 +265,14 @@ class TStopAt : public TZxProgressHandler {
 
 TEST(FitRPC, TellsItsProgressAndCanBeStopped) {
   Random random("Progress");
-  const TRPCEstimationDataSet data{RandomPoints(PushbroomRecord(), 5000, 0.1, &random), false};
   TRPCFitOptions options;
   TRPCData fitted;
+  // Few points are fitted in two ways, many with a start from some of them.
+  TStopAt few(-1);
+  options.progress = &few;
+  ASSERT_TRUE(FitRPC({RandomPoints(PushbroomRecord(), 45, 0.1, &random), false}, options, &fitted));
+  EXPECT_EQ(few.last, 1.0);
+  const TRPCEstimationDataSet data{RandomPoints(PushbroomRecord(), 5000, 0.1, &random), false};
   TStopAt never(-1);
   options.progress = &never;
   ASSERT_TRUE(FitRPC(data, options, &fitted));
