@@ -20,8 +20,11 @@ constexpr double kRankTolerance = 1e-12;
 constexpr double kUndetermined = 1e-15;
 // Unknowns of the first-order reference.
 constexpr std::size_t kReferenceUnknowns = 7;
-// Weight of the plain score in the robust one.
-constexpr double kPlainShare = 0.2;
+// Weight of the plain score in the robust one: 0.2 up to 100 points, then growing with the square root of their number
+// to 1, since with many points the plain score does not go astray, and the robust one would smooth more than noise asks
+// for.
+double PlainShare(double points) { return std::clamp(0.02 * std::sqrt(points), 0.2, 1.0); }
+
 // With few redundant points r the residuals can be small by chance. A variance estimated from them is smaller than the
 // true one by r / (the 0.1 % quantile of chi square with r degrees of freedom) at worst, which is close to
 // exp(13.3 r^-0.72) from 6e5 at r = 1 to 3.4 at r = 20.
@@ -44,8 +47,8 @@ void Rotate(double cosine, double sine, double* a, double* b) {
 double CrossValidationScore(double residual_squares, const TFreedom& freedom, std::size_t points) {
   const double n = static_cast<double>(points);
   const double left = (n - freedom.trace) / n;
-  return (residual_squares / n + kRoundingSquare) / (left * left) *
-         (kPlainShare + (1.0 - kPlainShare) * freedom.squared_trace / n);
+  const double plain = PlainShare(n);
+  return (residual_squares / n + kRoundingSquare) / (left * left) * (plain + (1.0 - plain) * freedom.squared_trace / n);
 }
 
 double CautiousScore(double residual_squares, const TFreedom& freedom, std::size_t points) {

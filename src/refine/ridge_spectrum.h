@@ -20,8 +20,8 @@ struct TFreedom {
 ///
 /// Golub, Heath and Wahba, "Generalized cross-validation as a method for choosing a good ridge parameter" (1979),
 /// doi:10.1080/00401706.1979.10489751, in the robust form of Lukas, "Robust generalized cross-validation for choosing
-/// the regularization parameter" (2006), doi:10.1088/0266-5611/22/5/021, with the weight 0.2: the plain one now and
-/// then takes a ridge that is far too small for noisy points.
+/// the regularization parameter" (2006), doi:10.1088/0266-5611/22/5/021, in which the plain one counts for more
+/// the more points there are: with few it now and then takes a ridge that is far too small for their noise.
 double CrossValidationScore(double residual_squares, const TFreedom& freedom, std::size_t points);
 
 /// Fewer redundant points than this, points less unknowns, can have small residuals by chance.

@@ -20,8 +20,8 @@ constexpr std::size_t kTermsOf[] = {4, 10, 20};
 constexpr std::size_t kLeastPoints[] = {8, 20, 40};
 // The first-order reference takes just enough of a ridge to survive points on a line: 1e-5 pixels or less.
 constexpr double kFirstOrderRidge = 1e-11;
-// A higher degree has to bring the score down to this share.
-constexpr double kWorthADegree = 0.98;
+// A higher degree has to bring the score down by this, divided by the number of points: more than chance does.
+constexpr double kWorthOfADegree = 6.0;
 // With many points a ridge may end this much below that of the share of them that made the start.
 constexpr double kRidgeFallOfManyPoints = 1e-3;
 // Heights (metres, or normalised) this close together are one height.
@@ -231,7 +231,8 @@ bool TRobustFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDeg
     task.terms = kTermsOf[degree - 1];
     TFitResult fit;
     if (!FitOneDegree(points, task, &fit)) return false;
-    if (options_.order == 0 && !(fit.score < kWorthADegree * fitted->best.score)) continue;
+    const double worth = 1.0 - kWorthOfADegree / static_cast<double>(points.points.count);
+    if (options_.order == 0 && !(fit.score < worth * fitted->best.score)) continue;
     fitted->best = fit;
     fitted->terms = task.terms;
   }
