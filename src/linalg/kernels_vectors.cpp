@@ -41,7 +41,8 @@ struct TFactorByVector {
       const double* const row = x.rows[k] + j;
 #pragma GCC unroll 8
       for (std::size_t i = 0; i < Vectors; ++i) {
-        Add(TVec(*reinterpret_cast<const TMemory*>(row + i * Width)), k, &sums[i]);
+        const TVec elements = *reinterpret_cast<const TMemory*>(row + i * Width);
+        Add(elements, k, &sums[i]);
       }
     }
 #pragma GCC unroll 8

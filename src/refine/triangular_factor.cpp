@@ -75,7 +75,7 @@ void TakeUpRows(TDesignRows* rows, TTriangularFactor* factor) {
 TTriangularFactor FactorOfNormalSums(const TNormalSums& sums, std::size_t unknowns) {
   const std::size_t width = unknowns + 1;
   constexpr std::size_t kStride = TTriangularFactor::kStride;
-  double left[kStride][kStride];  // what is still to be factored
+  double left[kStride][kStride] = {};  // what is still to be factored
   double largest = 0.0;
   for (std::size_t i = 0; i < width; ++i) {
     for (std::size_t j = 0; j < width; ++j) left[i][j] = sums.At(i, j);

@@ -67,10 +67,14 @@ struct TInvertArrays {
                                            double* lon, TGroundStatus* status, int count) const {
     using TVector = typename simd::TLanes<Width>::TVector;
     using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    // Loaded into vectors of their own first: a reference to a cast of unaligned memory may be taken for aligned.
+    const TVector lines = *reinterpret_cast<const TUnaligned*>(line);
+    const TVector samples = *reinterpret_cast<const TUnaligned*>(sample);
+    const TVector heights = *reinterpret_cast<const TUnaligned*>(h);
     TVector lineN, sampleN, hN;
-    rpc::Normalize(model, rpc::kLine, TVector(*reinterpret_cast<const TUnaligned*>(line)), lineN);
-    rpc::Normalize(model, rpc::kSample, TVector(*reinterpret_cast<const TUnaligned*>(sample)), sampleN);
-    rpc::Normalize(model, rpc::kHeight, TVector(*reinterpret_cast<const TUnaligned*>(h)), hN);
+    rpc::Normalize(model, rpc::kLine, lines, lineN);
+    rpc::Normalize(model, rpc::kSample, samples, sampleN);
+    rpc::Normalize(model, rpc::kHeight, heights, hN);
     rpc::TInversion<TVector> result;
     rpc::InvertNormalized(model, start, lineN, sampleN, hN, result);
     TVector latitude, longitude;
