@@ -141,14 +141,12 @@ struct TProjectArrays {
   [[gnu::always_inline]] void Project(const TArrays& part, std::size_t count) const {
     using TVector = typename simd::TLanes<Width>::TVector;
     using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    TVector next[3];
+    LoadNormalized<Width>(part, 0, next);
     for (std::size_t i = 0; i < count; i += Width) {
-      const TVector lat = *reinterpret_cast<const TUnaligned*>(part.lat + i);
-      const TVector lon = *reinterpret_cast<const TUnaligned*>(part.lon + i) + 0.0;  // no turn is a turn of 0 degrees
-      const TVector h = *reinterpret_cast<const TUnaligned*>(part.h + i);
-      TVector P, L, H;
-      rpc::Normalize(model, rpc::kLatitude, lat, P);
-      rpc::Normalize(model, rpc::kLongitude, lon, L);
-      rpc::Normalize(model, rpc::kHeight, h, H);
+      const TVector P = next[0], L = next[1], H = next[2];
+      // One step ahead: these divisions run beside the multiplications below, which do not wait for them.
+      LoadNormalized<Width>(part, std::min(i + Width, count - Width), next);
       rpc::TPolynomials<TVector> q;
       rpc::EvaluatePolynomials<Derivatives ? TVariables::LatLonHeight : TVariables::None>(model, P, L, H, q);
       TVector lineN, sampleN, line, sample;
@@ -159,6 +157,19 @@ struct TProjectArrays {
       *reinterpret_cast<TUnaligned*>(part.sample + i) = sample;
       if constexpr (Derivatives) StoreDerivatives<Width>(part, i, q);
     }
+  }
+
+  template <int Width>
+  [[gnu::always_inline]] void LoadNormalized(const TArrays& part, std::size_t i,
+                                             typename simd::TLanes<Width>::TVector (&normalized)[3]) const {
+    using TVector = typename simd::TLanes<Width>::TVector;
+    using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    const TVector lat = *reinterpret_cast<const TUnaligned*>(part.lat + i);
+    const TVector lon = *reinterpret_cast<const TUnaligned*>(part.lon + i) + 0.0;  // no turn is a turn of 0 degrees
+    const TVector h = *reinterpret_cast<const TUnaligned*>(part.h + i);
+    rpc::Normalize(model, rpc::kLatitude, lat, normalized[0]);
+    rpc::Normalize(model, rpc::kLongitude, lon, normalized[1]);
+    rpc::Normalize(model, rpc::kHeight, h, normalized[2]);
   }
 
   template <int Width>
