@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <type_traits>
 
 #include "frame/api.h"
 
@@ -24,6 +25,9 @@ class ORBMATH_API TSparseVector {
   /// The unit vector: element `pos` stored as 1.0.
   /// \throws std::runtime_error "TSparseVector::TSparseVector(size_t size, size_t pos)" when `pos >= size`.
   TSparseVector(std::size_t size, std::size_t pos);
+  /// As above for any integer, so that a plain literal 0 is an index and no null pointer.
+  template <class Index, class = std::enable_if_t<std::is_integral<Index>::value>>
+  TSparseVector(std::size_t size, Index pos) : TSparseVector(size, static_cast<std::size_t>(pos)) {}
   /// Stores the values that are not 0.0. \param src `size` values.
   TSparseVector(std::size_t size, const double* src);
   /// Reads the numbers of a text such as "(1;0;3)" as `TVector` does; size is their count, and those that are not 0.0

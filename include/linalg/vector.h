@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 #include "frame/api.h"
 
@@ -27,6 +28,9 @@ class ORBMATH_API TVector {
   /// The unit vector: `n` zeros with element `k` 1.0.
   /// \throws TZxMessage "@SatCommonUtils::TVector::TVector: TVector index error" when `k >= n`.
   TVector(std::size_t n, std::size_t k);
+  /// As above for any integer, so that a plain literal 0 is an index and no null pointer.
+  template <class Index, class = std::enable_if_t<std::is_integral<Index>::value>>
+  TVector(std::size_t n, Index k) : TVector(n, static_cast<std::size_t>(k)) {}
   /// \param n number of elements. \param src `n` values to copy.
   TVector(std::size_t n, const double* src);
   /// Three elements.

@@ -24,6 +24,7 @@ TEST(Vector, IsBuiltFromSizesUnitsNumbersAndText) {
   EXPECT_EQ(TVector(std::size_t{0}).GetData(), nullptr);
   EXPECT_EQ(TVector(3).GetString(), "(0;0;0)");
   EXPECT_EQ(TVector(3, std::size_t{2}).GetString(), "(0;0;1)");
+  EXPECT_EQ(TVector(3, 0).GetString(), "(1;0;0)");
   const struct {
     const char *text, *stored;
   } cases[] = {
