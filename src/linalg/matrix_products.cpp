@@ -6,6 +6,7 @@
 
 #include "linalg/kernels.h"
 #include "linalg/matrix.h"
+#include "linalg/polled_product.h"
 #include "linalg/raw_arrays.h"
 #include "linalg/row_pointers.h"
 
@@ -25,9 +26,8 @@ void MatrixMultiplication(const TMatrix& a, const TMatrix& b, TMatrix* c, int (*
   const std::vector<const double*> b_rows = RowPointers(b);
   const std::vector<double*> rows = RowPointers(&product);
   const kernels::TProduct task{{a_rows.data(), true}, {b_rows.data()}, inner, a.GetHeight(), b.GetWidth()};
-  kernels::Multiply(task, {0, a.GetHeight()}, rows.data(), kernels::TWorkspace(task));
+  kernels::MultiplyAndPoll(task, {0, a.GetHeight()}, rows.data(), kernels::TWorkspace(task), poll);
   *c = std::move(product);
-  for (std::size_t i = 0; i < c->GetHeight(); ++i) poll();
 }
 
 TMatrix operator*(const TMatrix& a, const TMatrix& b) {

@@ -8,6 +8,7 @@
 
 #include "frame/zxstd/threads.h"
 #include "linalg/kernels.h"
+#include "linalg/polled_product.h"
 #include "linalg/raw_arrays.h"
 
 namespace SatCommonUtils {
@@ -17,9 +18,6 @@ namespace {
 using kernels::TProduct;
 using kernels::TRange;
 using kernels::TWorkspace;
-
-// A thread makes so many rows before it polls for them: enough that packing the other factor again does not matter.
-constexpr std::size_t kRowsBetweenPolls = 576;
 
 // The run of `count` rows that a static schedule gives to one thread of a team.
 TRange StaticShare(std::size_t count, std::size_t thread, std::size_t threads) {
@@ -61,12 +59,7 @@ void MultiplyOnTeam(const TProduct& product, double** c, int (*poll)(void)) {
   const std::size_t team = TeamSize();
   const std::vector<TWorkspace> workspaces = Workspaces(product, team);
   OnTeam(team, [&](std::size_t thread, std::size_t threads) {
-    const TRange share = StaticShare(product.rows, thread, threads);
-    for (std::size_t first = share.first; first < share.last; first += kRowsBetweenPolls) {
-      const TRange rows{first, std::min(first + kRowsBetweenPolls, share.last)};
-      kernels::Multiply(product, rows, c, workspaces[thread]);
-      for (std::size_t i = rows.first; i < rows.last; ++i) poll();
-    }
+    kernels::MultiplyAndPoll(product, StaticShare(product.rows, thread, threads), c, workspaces[thread], poll);
   });
 }
 
