@@ -78,7 +78,8 @@ ORBMATH_API bool Cholesky(const TMatrix& A, const TVector& b, TVector& x);
 /// Least squares on raw arrays: minimises Σ w(k)·(A(k, ·)·x − l(k))².
 /// \param A m rows (observations) of n values (unknowns). \param l m observations.
 /// \param w m weights, or null for all 1.0. \param x room for n values.
-/// \param poll null, or called after each row of the normal matrix and then by the solver; non-zero cancels.
+/// \param poll null, or called once for each row of the normal matrix while that is formed, and then by the solver;
+/// non-zero cancels.
 /// \return false when the normal equations are singular or the poll cancelled.
 ORBMATH_API bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n, std::size_t m,
                                   int (*poll)(void));

@@ -1,6 +1,8 @@
 #include "linalg/linear_systems.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -57,17 +59,36 @@ void TOverdefinedLinearSystem::Solution(TVector& x) const {
   if (!Cholesky(normal, right_side, x)) Gauss(normal, right_side, x);
 }
 
-bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n, std::size_t m, int (*poll)(void)) {
+namespace {
+
+// The normal matrix of raw arrays, with one poll for each of its rows. All rows grow together, by some observations at
+// a time, so that a caller who cancels need not wait for the sums of all of them. \return false after a cancel.
+bool FormNormalMatrix(double** A, const double* w, std::size_t n, std::size_t m, int (*poll)(void), double** normal) {
+  constexpr std::size_t kFewestObservations = 4096;
+  const std::size_t run = std::max(kFewestObservations, m / std::max(n, std::size_t{1}) + 1);
   const kernels::TTerm term = w == nullptr ? kernels::TTerm::Plain : kernels::TTerm::Times;
-  const WorkMatrix normal(n, n);
-  kernels::MultiplySymmetric({{A}, {A}, m, n, n, term, w}, normal.GetRows());
-  std::vector<double> right_side(n);
-  kernels::FactorByVector({A}, term, w, {0, n}, m, l, right_side.data());
-  if (poll != nullptr) {
-    for (std::size_t i = 0; i < n; ++i) {
-      if (poll() != 0) return false;
+  for (std::size_t i = 0; i < n; ++i) std::fill_n(normal[i], n, 0.0);
+  for (std::size_t i = 0, first = 0; i < n; ++i, first += run) {
+    if (first < m) {
+      kernels::TProduct part{{A + first}, {A + first}, std::min(run, m - first), n, n, term};
+      part.weights = w == nullptr ? nullptr : w + first;
+      part.add = true;
+      kernels::MultiplyUpper(part, {}, normal, kernels::TWorkspace(part));
     }
+    if (poll != nullptr && poll() != 0) return false;
   }
+  kernels::MirrorUpper({0, n}, normal);
+  return true;
+}
+
+}  // namespace
+
+bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n, std::size_t m, int (*poll)(void)) {
+  const WorkMatrix normal(n, n);
+  if (!FormNormalMatrix(A, w, n, m, poll, normal.GetRows())) return false;
+  std::vector<double> right_side(n);
+  const kernels::TTerm term = w == nullptr ? kernels::TTerm::Plain : kernels::TTerm::Times;
+  kernels::FactorByVector({A}, term, w, {0, n}, m, l, right_side.data());
   if (Cholesky(normal.GetRows(), right_side.data(), x, n, poll)) return true;
   return kernels::Gauss(normal.GetRows(), right_side.data(), x, n, poll, kernels::TLeftColumns::Skip) != 0.0;
 }

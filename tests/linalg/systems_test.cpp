@@ -34,7 +34,7 @@ TEST(LinearSystem, SolvesWithoutTouchingItself) {
 // Three ways to the same least squares differ only in the last bits; each has the bits of its own loops.
 TEST(LeastSquares, FormsNormalEquationsAsDocumented) {
   Random random("least squares");
-  const std::size_t m = 200, n = 7;
+  const std::size_t m = 9000, n = 7;  // more than go into the normal matrix between two polls
   const Rows a = RandomRows(&random, m, n, Kind::Normal);
   std::vector<double> l = RandomVector(&random, m, Kind::Normal), w(m), x(n), plain(n), ones(m, 1.0), by_ones(n);
   for (double& weight : w) weight = random.Uniform(0.1, 2.0);
