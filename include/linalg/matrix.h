@@ -67,7 +67,7 @@ class ORBMATH_API TMatrix {
   TVector operator()(std::size_t column) const { return GetColomn(column); }
   /// The row becomes a copy of `row_values`, whose size is the width.
   void SetRow(std::size_t row, const TVector& row_values) { rows_[row] = row_values; }
-  /// Element `column` of each row takes the element of `column_values` with the row's index; the column is checked.
+  /// Element `column` of each row takes the element of `column_values` with the row's index, checked.
   void SetColomn(std::size_t column, const TVector& column_values);
   void AddToRow(std::size_t row, const TVector& other) { rows_[row] += other; }
   void SubtractFromRow(std::size_t row, const TVector& other) { rows_[row] -= other; }

@@ -61,6 +61,7 @@ TVector TMatrix::GetColomn(std::size_t column) const {
 }
 
 void TMatrix::SetColomn(std::size_t column, const TVector& column_values) {
+  if (column_values.GetSize() < height_) ThrowIndexError();
   for (std::size_t i = 0; i < height_; ++i) rows_[i][column] = column_values(i);
 }
 

@@ -41,6 +41,7 @@ TEST(Matrix, TakesWidthBeforeHeightButRowBeforeColumnInParentheses) {
   EXPECT_EQ(refused([&] { m.SetElement(3, 0, 1.0); }), text);
   EXPECT_EQ(refused([&] { m.GetColomn(3); }), text);
   EXPECT_EQ(refused([&] { m.SetColomn(3, TVector(2)); }), text);
+  EXPECT_EQ(refused([&] { m.SetColomn(0, TVector(1)); }), text);
   EXPECT_EQ(refused([&] { m.AddToDiag(TVector(3)); }), text);
 }
 
