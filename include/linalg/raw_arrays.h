@@ -15,7 +15,7 @@
 /// | products | row (element) of the result, by the thread that made it | no | ignored |
 /// | `Cholesky` | row of the factor, element of either pass | yes | false |
 /// | `CholeskyMatrixInversion` | column of the inverse | yes | ignored |
-/// | `Gauss` | column, twice around the determinant, each element of x | yes | 0.0 |
+/// | `Gauss` | column, twice around the determinant, each element of x above the last | yes | 0.0 |
 ///
 /// **Threads.** Products run as OpenMP loops over the rows of the result, shared out in equal runs over
 /// `ZxGetThreadsCount()` threads. Results do not depend on that number: every sum runs in index order. The output of
@@ -84,7 +84,8 @@ ORBMATH_API bool CholeskyMatrixInversion(const TMatrix& A, TMatrix* Ainv, int (*
 /// \return the determinant of A; 0.0 for a singular A and after a cancel, `x` is then incomplete.
 ORBMATH_API double Gauss(double** A, double* b, double* x, std::size_t n, int (*poll)(void));
 /// The same elimination on objects, in place. The size n is that of `b`.
-/// \param x at least n elements. \throws std::runtime_error when `A` or `x` is smaller (a checked access).
+/// \param x at least n elements, of which none is written when `A` is singular.
+/// \return as above. \throws std::runtime_error when `A` is smaller, or `x` is and `A` is regular (a checked access).
 ORBMATH_API double GaussTriangle(TMatrix& A, TVector& b, TVector& x);
 /// `GaussTriangle` on copies of `A` and `b`.
 ORBMATH_API double Gauss(const TMatrix& A, const TVector& b, TVector& x);

@@ -115,7 +115,8 @@ enum class TLeftColumns {
 
 /// Solves a·x = b by elimination with partial pivoting. Exchanges the row pointers in `a` and overwrites rows and `b`.
 /// \param poll null, or asked whether to stop after each column, twice around the determinant and after each element
-/// of x. \return the determinant, or 0.0 when it is zero or a poll ended the work; `x` is then incomplete.
+/// of x but the last one, which is found first.
+/// \return the determinant, or 0.0 when it is zero or a poll ended the work; `x` is then incomplete.
 double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns);
 
 }  // namespace SatCommonUtils::kernels

@@ -163,7 +163,7 @@ double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftC
   if (Stops(poll)) return 0.0;
   for (std::size_t i = n; i-- > 0;) {
     x[i] = (b[i] - Dot(a[i] + i + 1, x + i + 1, n - i - 1)) / a[i][i];
-    if (Stops(poll)) return 0.0;
+    if (i + 1 < n && Stops(poll)) return 0.0;
   }
   return determinant;
 }

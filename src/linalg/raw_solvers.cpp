@@ -24,6 +24,16 @@ void OrderRows(const double* const* rows, std::size_t n, TMatrix* matrix) {
   }
 }
 
+// Gives `solve` room for `n` unknowns. That `x` has it is checked where they are due: a singular system has none.
+template <class Solve>
+double SolveInto(TVector& x, std::size_t n, const Solve& solve) {
+  if (x.GetSize() >= n) return solve(x.GetData());
+  std::vector<double> elsewhere(n);
+  const double determinant = solve(elsewhere.data());
+  if (determinant != 0.0) ThrowIndexError();
+  return determinant;
+}
+
 }  // namespace
 
 bool Cholesky(double** A, double* b, double* x, std::size_t n, int (*poll)(void)) {
@@ -72,22 +82,24 @@ double Gauss(double** A, double* b, double* x, std::size_t n, int (*poll)(void))
 double GaussTriangle(TMatrix& A, TVector& b, TVector& x) {
   const std::size_t n = b.GetSize();
   CheckSquareBlock(A, n);
-  if (x.GetSize() < n) ThrowIndexError();
   std::vector<double*> rows = RowPointers(&A);
-  const double determinant =
-      kernels::Gauss(rows.data(), b.GetData(), x.GetData(), n, nullptr, kernels::TLeftColumns::Eliminate);
-  OrderRows(rows.data(), n, &A);
-  return determinant;
+  return SolveInto(x, n, [&](double* unknowns) {
+    const double determinant =
+        kernels::Gauss(rows.data(), b.GetData(), unknowns, n, nullptr, kernels::TLeftColumns::Eliminate);
+    OrderRows(rows.data(), n, &A);
+    return determinant;
+  });
 }
 
 double Gauss(const TMatrix& A, const TVector& b, TVector& x) {
   const std::size_t n = b.GetSize();
   CheckSquareBlock(A, n);
-  if (x.GetSize() < n) ThrowIndexError();
   const WorkMatrix work(n, n);
   for (std::size_t i = 0; i < n; ++i) std::copy_n(A[i].GetData(), n, work.GetRows()[i]);
   TVector right_side(b);
-  return kernels::Gauss(work.GetRows(), right_side.GetData(), x.GetData(), n, nullptr, kernels::TLeftColumns::Skip);
+  return SolveInto(x, n, [&](double* unknowns) {
+    return kernels::Gauss(work.GetRows(), right_side.GetData(), unknowns, n, nullptr, kernels::TLeftColumns::Skip);
+  });
 }
 
 double Cond(const TMatrix& A) { return A.Norma1() * (~A).Norma1(); }

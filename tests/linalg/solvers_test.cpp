@@ -155,17 +155,18 @@ TEST(GaussSolver, SignsTheDeterminantAndStopsAtZeroColumns) {
   EXPECT_THROW(Gauss(TMatrix(1, 2), b, x), std::runtime_error);
   x.Reset(1);
   EXPECT_THROW(Gauss(TMatrix(2), b, x), std::runtime_error);
+  EXPECT_EQ(Gauss(TMatrix(2, 2), b, x), 0.0) << "there is nothing to write";
 }
 
 TEST(GaussSolver, IsCancelledByItsPoll) {
   const Rows values = {{4, 1, 0}, {1, 4, 1}, {0, 1, 4}};
-  // Two columns, before and after the look at the determinant, three unknowns.
-  for (int at = 1; at <= 8; ++at) {
+  // Two columns, before and after the look at the determinant, two unknowns after the last one.
+  for (int at = 1; at <= 7; ++at) {
     RawMatrix a(values);
     double b[3] = {1, 2, 3}, x[3];
     ArmPoll(at);
-    EXPECT_EQ(Gauss(a.Get(), b, x, 3, CancellingPoll) == 0.0, at <= 7) << at;
-    EXPECT_EQ(asked, std::min(at, 7));
+    EXPECT_EQ(Gauss(a.Get(), b, x, 3, CancellingPoll) == 0.0, at <= 6) << at;
+    EXPECT_EQ(asked, std::min(at, 6));
   }
   RawMatrix singular(Rows{{1, 1}, {1, 1}});
   double b[2] = {1, 1}, x[2];
