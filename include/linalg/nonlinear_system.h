@@ -85,7 +85,8 @@ class ORBMATH_API TNonlinearSystem {
 
   /// Newton's method (any textbook, e.g. Dennis and Schnabel, Numerical Methods for Unconstrained Optimization and
   /// Nonlinear Equations, 5.1; doi:10.1137/1.9781611971200): each step solves J·s = J·x − f(x) for the new point s by
-  /// elimination. A singular J is not noticed; the point then stays about where it was.
+  /// elimination. A singular J is not noticed: s then is as the step before left it (zeros at first), so that the
+  /// result may be true at a point that solves nothing. The residuals tell.
   /// \param x receives the n values of the last point, whatever the result.
   /// \return true when the tolerance was reached; false at the limit of steps or when `progress` stopped.
   bool Newton(TNonlinearSystemNewtonMethodParams* params, double* x) const;

@@ -2,6 +2,8 @@
 /// \file
 /// Offset and scale: the affine map between a quantity and its normalised value.
 
+#include <type_traits>
+
 #include "frame/api.h"
 
 namespace SatCommonUtils {
@@ -15,11 +17,18 @@ class TStringTree;
 /// never 0 after a successful construction or `Reset` with numbers; only `Unchecked` and a string tree let one in.
 /// A plain value: copies are independent, const operations may run on several threads.
 class ORBMATH_API TLinearNormalization {
+  template <class Offset, class Scale>
+  using IfIntegers = std::enable_if_t<std::is_integral<Offset>::value && std::is_integral<Scale>::value>;
+
  public:
   /// The identity: offset 0, scale 1.
   TLinearNormalization() = default;
   /// As `Reset(offset, scale)`. \throws TZxMessage when it refuses.
   TLinearNormalization(const double& offset, const double& scale);
+  /// As above for whole numbers, so that a plain literal 0 is an offset and no null tree.
+  template <class Offset, class Scale, class = IfIntegers<Offset, Scale>>
+  TLinearNormalization(Offset offset, Scale scale)
+      : TLinearNormalization(static_cast<double>(offset), static_cast<double>(scale)) {}
   /// As `Reset(initial1, initial2, normalized1, normalized2)`. \throws TZxMessage when it refuses.
   TLinearNormalization(const double& initial1, const double& initial2, const double& normalized1,
                        const double& normalized2);
@@ -42,9 +51,15 @@ class ORBMATH_API TLinearNormalization {
 
   /// Stores both. \return false, with nothing changed, when `scale` equals 0; a NaN is taken.
   bool Reset(const double& offset, const double& scale) noexcept;
+  /// As above for whole numbers.
+  template <class Offset, class Scale, class = IfIntegers<Offset, Scale>>
+  bool Reset(Offset offset, Scale scale) noexcept {
+    return Reset(static_cast<double>(offset), static_cast<double>(scale));
+  }
   /// Chooses the map that sends `initial1` to `normalized1` and `initial2` to `normalized2`; so
   /// `Reset(max, min, 1, -1)` maps the range [min, max] onto [-1, 1].
-  /// \return false, with nothing changed, when the two initial or the two normalised values are equal.
+  /// \return false, with nothing changed, when the two initial or the two normalised values are equal, or the scale
+  /// underflows to 0.
   bool Reset(const double& initial1, const double& initial2, const double& normalized1,
              const double& normalized2) noexcept;
   /// Reads the offset at index 0 and the scale at index 1 under `tag`; a zero scale is taken as it stands.

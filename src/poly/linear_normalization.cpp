@@ -55,8 +55,7 @@ bool TLinearNormalization::Reset(const double& initial1, const double& initial2,
   const double d = normalized1 - normalized2;
   const double span = initial1 - initial2;
   if (d == 0.0 || span == 0.0) return false;
-  *this = Unchecked((initial2 * normalized1 - initial1 * normalized2) / d, span / d);
-  return true;
+  return Reset((initial2 * normalized1 - initial1 * normalized2) / d, span / d);
 }
 
 bool TLinearNormalization::Reset(TStringTree* src, int tag) {

@@ -26,6 +26,7 @@ std::string ThrownText(const std::function<void()>& construct) {
 TEST(LinearNormalization, TwoPointsFixTheMap) {
   TLinearNormalization n;
   EXPECT_EQ(n.Initial2Normalized(3.25), 3.25);  // the identity at first
+  EXPECT_EQ(TLinearNormalization(0, 4).Initial2Normalized(2), 0.5);
   ASSERT_TRUE(n.Reset(10, 2, 1, -1));
   EXPECT_EQ(n.GetOffset(), 6);
   EXPECT_EQ(n.GetScale(), 4);
@@ -40,6 +41,7 @@ TEST(LinearNormalization, RefusalsChangeNothing) {
   tree.Insert("scale", 3, 1, "wide");
   TLinearNormalization n(7, -3);
   EXPECT_FALSE(n.Reset(5, 0) || n.Reset(5, -0.0) || n.Reset(3, 3, 1, -1) || n.Reset(1, 2, 0, 0));
+  EXPECT_FALSE(n.Reset(1e-320, 0, 1e10, 0)) << "a scale below every number";
   EXPECT_FALSE(n.Reset(&tree, 3) || n.Reset(&tree, 4) || n.Reset(nullptr, 3));
   EXPECT_EQ(n.GetOffset(), 7);
   EXPECT_EQ(n.GetScale(), -3);
