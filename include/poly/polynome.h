@@ -42,8 +42,9 @@ class ORBMATH_API TPolynome {
   /// that does not begin with a number is skipped. A text without numbers, or with a token of 128 or more characters,
   /// gives order 0 with a coefficient of 0.
   explicit TPolynome(const std::string& text);
-  /// \param src not null; coefficient k is the double at index k under `tag`, as many as there are fields.
-  /// \throws const char* "TPolynome::TPolynome(TStringTree *src, int tag)" when one cannot be read or there is none.
+  /// \param src coefficient k is the double at index k under `tag`, as many as there are fields.
+  /// \throws const char* "TPolynome::TPolynome(TStringTree *src, int tag)" when one cannot be read or there is none, or
+  /// no tree.
   TPolynome(TStringTree* src, int tag);
   TPolynome(const TPolynome& other);
   /// The source is invalid afterwards.
@@ -120,6 +121,7 @@ class ORBMATH_API TPolynome {
   /// section where it was.
   bool InitializeFromXML(TZxXIniReader* reader, std::string key);
   /// Puts coefficient k at index k under `tag`, with `key` and k (in decimal) joined as its key.
+  /// \param dst a null tree takes nothing.
   /// \return false at the first one that cannot be inserted.
   bool WriteToTree(TStringTree* dst, int tag, std::string key) const;
 

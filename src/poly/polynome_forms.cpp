@@ -37,7 +37,7 @@ bool ReadCoefs(TZxXIniReader* reader, int order, std::vector<double>* coefs) {
 }  // namespace
 
 TPolynome::TPolynome(TStringTree* src, int tag) {
-  const std::size_t count = src->GetFieldsIndexList(tag, nullptr);
+  const std::size_t count = src == nullptr ? 0 : src->GetFieldsIndexList(tag, nullptr);
   std::vector<double> coefs(count);
   bool good = count > 0;
   for (std::size_t k = 0; good && k < count; ++k) good = src->GetDouble(tag, static_cast<int>(k), &coefs[k]);
@@ -91,6 +91,7 @@ bool TPolynome::InitializeFromXML(TZxXIniReader* reader, std::string key) {
 }
 
 bool TPolynome::WriteToTree(TStringTree* dst, int tag, std::string key) const {
+  if (dst == nullptr) return false;
   for (int k = 0; k <= order_; ++k) {
     if (!dst->InsertDouble(key + IndexKey(k), tag, k, coefs_[k])) return false;
   }

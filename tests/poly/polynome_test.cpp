@@ -60,7 +60,9 @@ TEST(Polynome, ThrownTexts) {
   EXPECT_EQ(ThrownText([] { TPolynome(-1, nullptr); }), "TPolynome::TPolynome(int, const double*)");
   EXPECT_EQ(ThrownText([] { TPolynome{TVector()}; }), "TPolynome::TPolynome(const TVector& src)");
   EXPECT_EQ(ThrownText([] { TPolynome{std::vector<double>()}; }), "TPolynome::TPolynome(const vector<double>& src)");
-  EXPECT_EQ(ThrownText([&] { TPolynome(&tree, 1); }), "TPolynome::TPolynome(TStringTree *src, int tag)");
+  for (TStringTree* const none : {&tree, static_cast<TStringTree*>(nullptr)}) {
+    EXPECT_EQ(ThrownText([&] { TPolynome(none, 1); }), "TPolynome::TPolynome(TStringTree *src, int tag)");
+  }
   EXPECT_EQ(ThrownText([&] { p.Reset(-1); }), "void TPolynome::Reset(int new_order)");
   EXPECT_EQ(p, Rising({1, 2}));
 }
