@@ -25,9 +25,10 @@ struct TModule {
   std::unique_ptr<TRegistrationToken> token;
 };
 
+// Never destroyed: a host's static objects may stop the library while they go.
 TModule& Module() {
-  static TModule module;
-  return module;
+  static TModule* const module = new TModule;
+  return *module;
 }
 
 void Start(TModule* module) {
