@@ -41,10 +41,12 @@ bool ReadList(const TZxXIniReader& src, const std::string& key, double (*list)[2
   const std::size_t line = src.GetLine(index);
   const std::string* text = src.GetText(index);
   if (text == nullptr) return Fail(error, line, key, "is a group where a list is needed");
-  double numbers[20];
-  const std::size_t count = SplitStringIntoDoubles(*text, ",", numbers, 20);
-  if (count == 0) return Fail(error, line, key, "is no list of numbers");
-  if (count != 20) return Fail(error, line, key, std::to_string(count) + " numbers where 20 are needed");
+  double numbers[21];
+  if (SplitStringIntoDoubles(*text, ",", numbers, 21) != 20) {
+    const std::size_t count = SplitStringIntoDoubles(*text, ",", nullptr, 0);
+    return Fail(error, line, key,
+                count == 0 ? "is no list of numbers" : std::to_string(count) + " numbers where 20 are needed");
+  }
   std::copy(numbers, numbers + 20, *list);
   return true;
 }

@@ -26,7 +26,7 @@ std::size_t SplitStringIntoDoubles(const std::string& text, const std::string& s
   std::vector<double> numbers;
   std::size_t count = 0;
   std::size_t tokens = 0;
-  for (std::size_t begin = 0; begin < all.size();) {
+  for (std::size_t begin = 0; begin < all.size() && (out == nullptr || count < max_count);) {
     const std::size_t end = std::min(all.find_first_of(separators, begin), all.size());
     const std::string_view token = all.substr(begin, end - begin);
     begin = end + 1;
@@ -37,7 +37,7 @@ std::size_t SplitStringIntoDoubles(const std::string& text, const std::string& s
     if (IsBlank(token)) continue;
     double value = 0.0;
     if (ParseDouble(token, &value)) {
-      if (out != nullptr && count < max_count) numbers.push_back(value);
+      if (out != nullptr) numbers.push_back(value);
       ++count;
     } else if ((flag & kZxSplitSkipNonNumbers) == 0) {
       return 0;
