@@ -84,7 +84,8 @@ int main(int argc, char** argv) {
   using namespace orbmath_tool;
   try {
     const int status = Dispatch({argv + (argc > 0 ? 1 : 0), argv + argc});
-    if (std::fflush(stdout) == 0) return status;
+    // The flush knows only of what was left in the buffer.
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
     Note("standard output cannot be written");
   } catch (const UsageError& error) {
     Note(error.what());
