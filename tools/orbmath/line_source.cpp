@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "errors.h"
 
@@ -105,9 +106,7 @@ bool LineSource::ReadBlock(CharBuffer* text) {
   }
   carry_.Append(text->view().substr(whole));
   text->TakeUpTo(text->data() + whole);
-  block_at_start_ = at_start_;
-  at_start_ = false;
-  if (block_at_start_ && text->view().substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+  if (std::exchange(at_start_, false) && text->view().substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     const std::size_t rest = text->size() - kByteOrderMark.size();
     std::memmove(text->data(), text->data() + kByteOrderMark.size(), rest);
     text->TakeUpTo(text->data() + rest);

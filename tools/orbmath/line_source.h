@@ -33,8 +33,6 @@ class LineSource {
 
   /// The file that the last block came from.
   const std::string& Name() const { return inputs_[current_].name; }
-  /// True when the last block was the first one of its file.
-  bool AtStart() const noexcept { return block_at_start_; }
   /// Bytes of the input, or 0 when it holds something other than plain files.
   std::uint64_t TotalBytes() const noexcept { return total_bytes_; }
 
@@ -49,8 +47,7 @@ class LineSource {
 
   std::vector<Input> inputs_;
   std::size_t current_ = 0;
-  bool at_start_ = true;
-  bool block_at_start_ = true;
+  bool at_start_ = true;  ///< Nothing of the current file has been handed out.
   bool finished_ = false;
   CharBuffer carry_;  ///< The front of a line whose end has not been read.
   std::uint64_t total_bytes_ = 0;

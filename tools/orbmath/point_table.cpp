@@ -122,31 +122,32 @@ std::vector<std::string> NamesOf(std::string_view line) {
   return names;
 }
 
-/// The first line of `text` that is neither blank nor a comment, and what comes behind it.
+/// The first line of `text`, whole lines, that is neither blank nor a comment, and what comes behind it.
 struct FirstLine {
   explicit FirstLine(std::string_view text) {
     std::size_t begin = 0;
-    while (begin < text.size()) {
+    while (begin < text.size() && !found) {
       const std::size_t end = text.find('\n', begin);
       line = text.substr(begin, end - begin);
       ++number;
       begin = end + 1;
-      if (!SplitFields(line, 1).empty()) break;
+      found = !SplitFields(line, 1).empty();
     }
     rest = text.substr(begin);
   }
 
   std::string_view line;
   std::string_view rest;
-  std::size_t number = 0;
+  std::size_t number = 0;  ///< Counted from the front of the text, from 1.
+  bool found = false;
 };
 
 /// The columns that the first line of a file names.
-ColumnMap MapOfHeader(const std::string& file, const FirstLine& header, const std::vector<TableColumn>& wanted) {
-  ColumnMap map(wanted, NamesOf(header.line));
+/// \param place the line, for messages.
+ColumnMap MapOfHeader(const std::string& place, std::string_view header, const std::vector<TableColumn>& wanted) {
+  ColumnMap map(wanted, NamesOf(header));
   if (map.Missing().empty()) return map;
-  throw Failure(file + ":" + std::to_string(header.number) + ": these names have no column '" + map.Missing() +
-                "'; name the columns with --columns");
+  throw Failure(place + ": these names have no column '" + map.Missing() + "'; name the columns with --columns");
 }
 
 /// True when a line has fields and none of them is a number.
@@ -173,13 +174,17 @@ PointTable::PointTable(const std::string& file, const std::vector<TableColumn>& 
   PointBlock block;
   Refusals refused;
   std::size_t line = 1;
+  bool before_points = true;  // names may still come; comments alone may fill a block
   while (source.Next(&text)) {
     std::string_view points = text.view();
-    const FirstLine first(points);
-    if (source.AtStart() && IsHeader(first.line)) {
-      if (named.empty()) map = MapOfHeader(name_, first, wanted);
-      points = first.rest;
-      line += first.number;
+    if (before_points) {
+      const FirstLine first(points);
+      before_points = !first.found;
+      if (IsHeader(first.line)) {
+        if (named.empty()) map = MapOfHeader(name_ + ":" + std::to_string(line + first.number - 1), first.line, wanted);
+        points = first.rest;
+        line += first.number;
+      }
     }
     ParseLines(points, map.Layout(), &block);
     for (const Refusal& refusal : block.refused) refused.push_back({line + refusal.index, refusal.reason});
