@@ -94,9 +94,12 @@ class BlockRing {
 StreamResult BlockRing::Run(LineSource* source) {
   std::vector<std::thread> threads;
   threads.reserve(static_cast<std::size_t>(workers_) + 1);
-  for (int i = 0; i < workers_; ++i) threads.emplace_back([this] { Guard([this] { Work(); }); });
-  threads.emplace_back([this, source] { Guard([this, source] { Write(source->TotalBytes()); }); });
-  Guard([this, source] { Read(source); });
+  // Guarded as well: the system may refuse a thread, and those that run have to end first.
+  Guard([this, source, &threads] {
+    for (int i = 0; i < workers_; ++i) threads.emplace_back([this] { Guard([this] { Work(); }); });
+    threads.emplace_back([this, source] { Guard([this, source] { Write(source->TotalBytes()); }); });
+    Read(source);
+  });
   for (std::thread& thread : threads) thread.join();
   if (error_) std::rethrow_exception(error_);
   return result_;
