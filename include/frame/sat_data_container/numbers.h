@@ -23,10 +23,10 @@ enum TZxSplitFlag : int {
 /// Reads a list of numbers. Tokens stand between characters of `separators`; blanks around a token do not count, empty
 /// tokens are passed over, each other one has to be a number as a whole (see `ParseDouble`).
 /// \param out receives the numbers; may be null to count all of them. Untouched when the list is malformed.
-/// \param max_count capacity of `out` in numbers. What stands behind the number that fills it is not looked at: a
-/// caller who wants neither more nor less gives room for one more. \param flag one of `TZxSplitFlag`. \param progress
-/// may be null; asked now and then on long lists, a stop makes the list malformed. \return the count of numbers in
-/// `out` (in the text when `out` is null); 0 when the list is malformed.
+/// \param max_count capacity of `out` in numbers. What stands behind the number that fills it is not looked at.
+/// \param flag one of `TZxSplitFlag`.
+/// \param progress may be null; asked now and then on long lists, a stop makes the list malformed.
+/// \return the count of numbers in `out` (in the text when `out` is null); 0 when the list is malformed.
 ORBMATH_API std::size_t SplitStringIntoDoubles(const std::string& text, const std::string& separators, double* out,
                                                std::size_t max_count, int flag = kZxSplitStrict,
                                                TZxProgressHandler* progress = nullptr);
