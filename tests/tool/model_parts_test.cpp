@@ -83,8 +83,10 @@ TEST(ModelPartsTest, TiesOfAnAdjustedModelReplaceItsRefinement) {
   EXPECT_EQ(RunToolLine("project third.xml --precision 3", "45 7 500\n").out, "1010.000 2020.000\n");
 }
 
-TEST(ModelPartsTest, AdjustedModelsIntersectWithPlainOnes) {
+TEST(ModelPartsTest, AdjustedModelsIntersectWithPlainOnesAndHaveAnInverse) {
   ASSERT_EQ(RunToolLine("refine flat.RPB - left.xml --ties --type shift", "500 500 502 497\n").status, 0);
+  ASSERT_EQ(RunToolLine("invert left.xml inverse.xml --grid 5").status, 0);
+  EXPECT_EQ(RunToolLine("project inverse.xml --precision 6", "502 3097 750\n").out, "45.050000 7.100000\n");
   EXPECT_EQ(RunToolLine("intersect left.xml right.RPB --precision 3", "502 3097 500 2900\n").out,
             "45.050 7.100 750.000 0.000\n");
   EXPECT_EQ(RunToolLine("compare left.xml flat.RPB --json").out.find("\"fields_different\":0,"), 1u);

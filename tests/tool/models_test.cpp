@@ -138,6 +138,10 @@ TEST(InvertTest, TheInverseHoldsBetweenTheNodesOfItsFit) {
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(NumberOf(run.out, "points"), 216);
     EXPECT_LT(NumberOf(run.out, "max_px"), 1e-3) << out;
+    // More than half a turn of "longitude" away from the middle.
+    const std::string found = RunToolLine("project --precision 6 " + out, "812 1300 400\n").out;
+    EXPECT_EQ(RunToolLine("locate --precision 6 cubic.xml", "812 1300 400\n").out,
+              found.substr(0, found.size() - 1) + " 400.000000\n");
   }
 }
 

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "command.h"
+#include "errors.h"
 #include "frame/zxstd/number_text.h"
 #include "ground_grid.h"
 #include "json.h"
@@ -95,8 +96,10 @@ class Compare : public Command {
     const Model b = ReadModel(b_);
     Report report;
     AddFields(CompareFields(a.file.record, b.file.record), &report);
-    const bool common = !CommonBox(*a.rpc, *b.rpc).IsEmpty();
-    const PixelDifference difference = CompareModels(*a.rpc, *b.rpc);
+    const bool inverse = IsInverse(a) || IsInverse(b);
+    if (inverse) Note("an inverse model gives no image points, only the records are compared");
+    const bool common = !inverse && !CommonBox(*a.rpc, *b.rpc).IsEmpty();
+    const PixelDifference difference = common ? CompareModels(*a.rpc, *b.rpc) : PixelDifference({}, {});
     report.Text("common_ground", "common ground box", common ? "yes" : "no");
     report.Number("max_px", "largest difference", difference.max, kPixelReportDigits, "px");
     report.Number("rms_px", "rms difference", difference.rms, kPixelReportDigits, "px");

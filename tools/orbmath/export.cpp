@@ -2,14 +2,11 @@
 #include "errors.h"
 #include "ground_grid.h"
 #include "model.h"
-#include "refine/adjusted_rpc.h"
 #include "report.h"
 
 namespace orbmath_tool {
 
-using SatCommonUtils::TAdjustedRPC;
 using SatCommonUtils::TRPC;
-using SatCommonUtils::TRPCData;
 
 namespace {
 
@@ -32,7 +29,8 @@ class Export : public Command {
 
   int Run() override {
     const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
-    const Model model = ReadModel(model_);
+    const Model model = ReadGroundModel(model_);
+    if (AsRefined(model) == nullptr) Note(model_ + ": holds no refinement, its record is written as it is");
     TRPC plain(OntoDigitsOf(form, PlainRecord(model), out_), nullptr);
     CopyImage(*model.rpc, &plain);
     const TRPC written(WriteModel(plain, model.file.extras, form, out_), nullptr);
@@ -46,20 +44,6 @@ class Export : public Command {
   }
 
  private:
-  /// The record with the refinement in it.
-  TRPCData PlainRecord(const Model& model) const {
-    const auto* adjusted = dynamic_cast<const TAdjustedRPC*>(model.rpc.get());
-    if (adjusted == nullptr || !adjusted->IsAdjusted()) {
-      Note(model_ + ": holds no refinement, its record is written as it is");
-      return model.file.record;
-    }
-    TRPCData record;
-    if (!adjusted->ExportRefined(&record)) {
-      throw Failure(model_ + ": no plain model comes within 0.01 px of this refinement");
-    }
-    return record;
-  }
-
   std::string model_;
   std::string out_;
   OutputForm form_;

@@ -81,13 +81,13 @@ void AddExtents(const TRPC& model, double shift, Report* report) {
 }
 
 /// The kind of the refinement and its parameters.
-void AddRefinement(const TRPC& model, Report* report) {
-  const auto* adjusted = dynamic_cast<const SatCommonUtils::TAdjustedRPC*>(&model);
-  if (adjusted == nullptr || !adjusted->IsAdjusted()) {
+void AddRefinement(const Model& model, Report* report) {
+  const SatCommonUtils::TAdjustedRPC* const refined = AsRefined(model);
+  if (refined == nullptr) {
     report->Text("refinement", "refinement", "none");
     return;
   }
-  const auto data = adjusted->GetRPCRefinementData();
+  const auto data = refined->GetRPCRefinementData();
   report->Text("refinement", "refinement", SatCommonUtils::GetRPCRefinementTransformTypeName(data->type));
   std::vector<double> values;
   data->GetParametersValues(&values);
@@ -153,8 +153,12 @@ class Info : public Command {
     AddFile(model, &report);
     AddOffsetsAndScales(model.file.record, shift, &report);
     AddExtents(*model.rpc, shift, &report);
-    AddRefinement(*model.rpc, &report);
-    AddAccuracy(*model.rpc, &report);
+    AddRefinement(model, &report);
+    if (IsInverse(model)) {
+      report.Text("inverse", "inverse", "line and sample stand in the places of latitude and longitude");
+    } else {
+      AddAccuracy(*model.rpc, &report);
+    }
     report.Print(json_);
     return 0;
   }

@@ -128,7 +128,7 @@ class Intersect : public Command {
     if (intersection_.height_variance.value_or(1.0) <= 0.0) throw UsageError("--height-variance must be above 0");
     if (intersection_.sigma.value_or(1.0) <= 0.0) throw UsageError("--sigma must be above 0");
     std::vector<Model> models;
-    for (const std::string& name : names_) models.push_back(ReadModel(name));
+    for (const std::string& name : names_) models.push_back(ReadGroundModel(name));
     IntersectTask task(models, intersection_, origin_.Shift(), options_);
     const int status = options_.Run(&task);
     task.Marks().Report();

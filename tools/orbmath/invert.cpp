@@ -82,7 +82,8 @@ class Invert : public Command {
     return "The inverse model gives latitude and longitude as ratios of cubic polynomials in line, sample and "
            "height. In its file the two pairs have changed places: the values called line and sample are "
            "latitude and longitude, those called latitude and longitude are line and sample. Its error is "
-           "measured in the middles of the cells of the grid that it was fitted on, which the fit has not seen.\n\n"
+           "measured in the middles of the cells of the grid that it was fitted on, which the fit has not seen. A "
+           "refinement goes into the inverse. 'orbmath project OUT' takes 'line sample height' to 'lat lon'.\n\n"
            "Example:\n"
            "  orbmath invert image.RPB inverse.xml --grid 20";
   }
@@ -97,12 +98,12 @@ class Invert : public Command {
 
   int Run() override {
     const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
-    const Model model = ReadModel(model_);
+    const Model model = ReadGroundModel(model_);
     const int grid = grid_.value_or(kDefaultGrid);
     WorkProgress progress("fitting");
     TRPCData record;
     SatCommonUtils::TRPCFitReport story;
-    if (!SatCommonUtils::FitInvertedRPC(*model.rpc, &record, grid, &progress, &story)) {
+    if (!SatCommonUtils::FitInvertedRPC(TRPC(PlainRecord(model), nullptr), &record, grid, &progress, &story)) {
       throw Failure(model_ + ": no inverse can be fitted: " + story.message);
     }
     const TRPC fitted(OntoDigitsOf(form, record, out_), nullptr);

@@ -92,7 +92,7 @@ class Locate : public Command {
   }
 
   int Run() override {
-    const Model model = ReadModel(model_);
+    const Model model = ReadGroundModel(model_);
     LocateTask task(model, height_, status_, origin_.Shift(), options_);
     const int status = options_.Run(&task);
     task.Marks().Report();

@@ -1,5 +1,7 @@
 #include "model.h"
 
+#include <cmath>
+
 #include "errors.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/stream.h"
@@ -65,6 +67,32 @@ Model ReadModel(const std::string& name) {
     throw Failure(name + ": the model in this file is damaged: its record can be read, what stands beside it cannot");
   }
   return model;
+}
+
+Model ReadGroundModel(const std::string& name) {
+  Model model = ReadModel(name);
+  if (IsInverse(model)) throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
+  return model;
+}
+
+bool IsInverse(const Model& model) {
+  const TRPCData& record = model.file.record;
+  return std::abs(record.latOffset) > 90.0 || std::abs(record.longScale) > 180.0;
+}
+
+const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model) {
+  const auto* adjusted = dynamic_cast<const SatCommonUtils::TAdjustedRPC*>(model.rpc.get());
+  return adjusted != nullptr && adjusted->IsAdjusted() ? adjusted : nullptr;
+}
+
+TRPCData PlainRecord(const Model& model) {
+  const SatCommonUtils::TAdjustedRPC* const refined = AsRefined(model);
+  if (refined == nullptr) return model.file.record;
+  TRPCData record;
+  if (!refined->ExportRefined(&record)) {
+    throw Failure(model.name + ": no plain model comes within 0.01 px of this refinement");
+  }
+  return record;
 }
 
 void OutputForm::Declare(CommandLine& line) {

@@ -9,6 +9,10 @@
 #include "rpc/rpc_file.h"
 #include "rpc/rpc_model.h"
 
+namespace SatCommonUtils {
+class TAdjustedRPC;
+}  // namespace SatCommonUtils
+
 namespace orbmath_tool {
 
 /// A model file that has been read, and the model in it.
@@ -21,6 +25,18 @@ struct Model {
 
 /// Reads a model file of any form. \throws Failure naming file, line and key of what is wrong.
 Model ReadModel(const std::string& name);
+/// The same. \throws Failure for an inverse model too, which does not map the ground into an image.
+Model ReadGroundModel(const std::string& name);
+
+/// True for a model as `orbmath invert` writes it: line and sample stand in the places of latitude and longitude, which
+/// is seen from their size.
+bool IsInverse(const Model& model);
+
+/// The model when it carries a refinement, or null.
+const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model);
+
+/// The record of a model with its refinement in it. \throws Failure when no record comes close to the refined model.
+SatCommonUtils::TRPCData PlainRecord(const Model& model);
 
 /// The form of a file to be written: what `--to` says, or else the suffix of its name.
 class OutputForm {

@@ -1,6 +1,8 @@
 #include "command.h"
+#include "errors.h"
 #include "model.h"
 #include "point_options.h"
+#include "poly/linear_normalization.h"
 
 namespace orbmath_tool {
 
@@ -9,6 +11,40 @@ namespace {
 /// The six derivatives, in the order of their columns.
 constexpr const char* kDerivatives[] = {"dline_dlat",   "dline_dlon",   "dline_dheight",
                                         "dsample_dlat", "dsample_dlon", "dsample_dheight"};
+
+/// An inverse model: line, sample and height in, latitude and longitude out.
+///
+/// The model would take whole turns off the sample, which stands in the place of the longitude. So the record that is
+/// evaluated has normalised samples there.
+class InverseTask : public PointTask {
+ public:
+  InverseTask(const Model& model, double shift, const PointOptions& options)
+      : sample_(model.file.record.longOffset, model.file.record.longScale), shift_(shift) {
+    SatCommonUtils::TRPCData record = model.file.record;
+    record.longOffset = 0.0;
+    record.longScale = 1.0;
+    rpc_ = SatCommonUtils::make_var_a<SatCommonUtils::TRPC>(record, nullptr);
+    layout_.columns = {{"line"}, {"sample"}, {"height"}};
+    columns_ = {{"lat", options.Digits(kDegreeDigits)}, {"lon", options.Digits(kDegreeDigits)}};
+  }
+
+  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<OutputColumn>& Columns() const override { return columns_; }
+
+  void Compute(PointBlock* block) const override {
+    for (double& line : block->in[0]) line -= shift_;
+    for (double& sample : block->in[1]) sample = sample_.Initial2Normalized(sample - shift_);
+    rpc_->CalculateLineSampleArray(block->count, block->in[0].data(), block->in[1].data(), block->in[2].data(),
+                                   block->out[0].data(), block->out[1].data(), nullptr, nullptr);
+  }
+
+ private:
+  SatCommonUtils::TLinearNormalization sample_;
+  SatCommonUtils::var_a<SatCommonUtils::TRPC*> rpc_;
+  const double shift_;
+  LineLayout layout_;
+  std::vector<OutputColumn> columns_;
+};
 
 class ProjectTask : public PointTask {
  public:
@@ -50,7 +86,8 @@ class Project : public Command {
   const char* Notes() const override {
     return "Each line 'lat lon height' (degrees, degrees, metres above the ellipsoid) becomes 'line sample' "
            "(pixels). With --derivatives six more columns follow: of the line, then of the sample, by latitude "
-           "and longitude (pixels per degree) and by height (pixels per metre).\n\n"
+           "and longitude (pixels per degree) and by height (pixels per metre). With an inverse model, as 'orbmath "
+           "invert' writes it, each line 'line sample height' becomes 'lat lon'.\n\n"
            "Example:\n"
            "  echo '43.55 1.49 200' | orbmath project image.RPB";
   }
@@ -65,6 +102,11 @@ class Project : public Command {
 
   int Run() override {
     const Model model = ReadModel(model_);
+    if (IsInverse(model)) {
+      if (derivatives_) throw UsageError("--derivatives does not go with an inverse model");
+      InverseTask task(model, origin_.Shift(), options_);
+      return options_.Run(&task);
+    }
     ProjectTask task(model, derivatives_, origin_.Shift(), options_);
     return options_.Run(&task);
   }

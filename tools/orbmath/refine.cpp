@@ -111,7 +111,7 @@ class Refine : public Command {
     if (suffix && *suffix != SatCommonUtils::TRPCFileForm::XML) {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
     }
-    const Model model = ReadModel(model_);
+    const Model model = ReadGroundModel(model_);
     const PointTable table(points_, ColumnsOf(ties_), columns_);
     RefuseBadSigma(table, ties_ ? 4 : 5);
     const double shift = origin_.Shift();
