@@ -18,17 +18,27 @@ int StatusOf(const SatCommonUtils::TGroundSolution& solution);
 /// Why there is no ground point, for an error line.
 std::string WhyLost(const SatCommonUtils::TGroundSolution& solution);
 
+/// True when a latitude and a longitude, degrees, can be those of a ground point; the longitude in any of three turns.
+bool IsGround(double lat, double lon);
+/// Why they cannot, for an error line.
+std::string WhyNoGround(double lat, double lon);
+/// The number of the word that fits a ground point: whether it lies outside of the model's ground box and heights.
+int StatusOf(const SatCommonUtils::TRPC& model, double lat, double lon, double height);
+
 /// Counts marked points, for the note in the end.
 class MarkCounter {
  public:
   /// Counts the points of `block` that have a result, by their marks.
   void Add(const PointBlock& block);
-  /// Says on standard error how many points were marked, if any.
+  /// Says on standard error how many found ground points were marked, if any.
   void Report() const;
+  /// Says on standard error how many given ground points were marked, if any.
+  void ReportGiven() const;
 
  private:
   std::size_t image_ = 0;
   std::size_t height_ = 0;
+  std::size_t ground_ = 0;
 };
 
 }  // namespace orbmath_tool

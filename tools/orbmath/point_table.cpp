@@ -6,6 +6,7 @@
 
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
+#include "ground_marks.h"
 #include "line_source.h"
 #include "point_block.h"
 
@@ -212,13 +213,7 @@ void RefuseBadGround(const PointTable& table, std::size_t lat, std::size_t lon) 
   table.Refuse([&](std::size_t row) -> std::string {
     const double latitude = table.Values(lat)[row];
     const double longitude = table.Values(lon)[row];
-    if (std::abs(latitude) > 90.0) {
-      return "latitude " + SatCommonUtils::FormatDouble(latitude) + " is not between -90 and 90";
-    }
-    if (std::abs(longitude) > 540.0) {
-      return "longitude " + SatCommonUtils::FormatDouble(longitude) + " is not between -540 and 540";
-    }
-    return "";
+    return IsGround(latitude, longitude) ? "" : WhyNoGround(latitude, longitude);
   });
 }
 

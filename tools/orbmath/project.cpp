@@ -1,5 +1,6 @@
 #include "command.h"
 #include "errors.h"
+#include "ground_marks.h"
 #include "model.h"
 #include "point_options.h"
 #include "poly/linear_normalization.h"
@@ -71,7 +72,18 @@ class ProjectTask : public PointTask {
     for (int i = 0; i < 2; ++i) {
       for (double& pixels : block->out[i]) pixels += shift_;
     }
+    block->marks.resize(block->count);
+    for (std::size_t i = 0; i < block->count; ++i) {
+      const double lat = block->in[0][i];
+      const double lon = block->in[1][i];
+      if (!IsGround(lat, lon)) block->Fail(i, WhyNoGround(lat, lon));
+      block->marks[i] = StatusOf(*model_.rpc, lat, lon, block->in[2][i]);
+    }
   }
+
+  void Observe(const PointBlock& block) override { marks_.Add(block); }
+
+  const MarkCounter& Marks() const { return marks_; }
 
  private:
   const Model& model_;
@@ -79,6 +91,7 @@ class ProjectTask : public PointTask {
   const double shift_;
   LineLayout layout_;
   std::vector<OutputColumn> columns_;
+  MarkCounter marks_;
 };
 
 class Project : public Command {
@@ -108,7 +121,9 @@ class Project : public Command {
       return options_.Run(&task);
     }
     ProjectTask task(model, derivatives_, origin_.Shift(), options_);
-    return options_.Run(&task);
+    const int status = options_.Run(&task);
+    task.Marks().ReportGiven();
+    return status;
   }
 
  private:
