@@ -44,7 +44,7 @@ struct ORBMATH_API TPlaneVectors {
 
   /// The normal divided by its length.
   /// \param out three elements already; shorter ones throw `std::runtime_error`.
-  /// \return false, `*out` untouched, when the length is not above 0 or `n` has not three elements.
+  /// \return false, `*out` untouched, when the length is not above 0 or `n` has fewer than three elements.
   bool GetUnityPlaneNormal(TVector* out) const;
   /// Another point of the plane.
   /// \param distance how far from `p`, in the unit of `p`; the direction is a fixed one in the plane, its opposite for

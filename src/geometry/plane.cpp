@@ -86,7 +86,7 @@ TPlaneVectors::operator bool() const { return IsNormalAndPoint(n, p); }
 
 bool TPlaneVectors::GetUnityPlaneNormal(TVector* out) const {
   const double length = n.Norma();
-  if (n.GetSize() != 3 || !(length > 0.0)) return false;
+  if (n.GetSize() < 3 || !(length > 0.0)) return false;
   for (std::size_t i = 0; i < 3; ++i) (*out)[i] = n(i) / length;
   return true;
 }
