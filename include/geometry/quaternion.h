@@ -16,13 +16,17 @@ namespace SatCommonUtils {
 /// by that square, so only a unit quaternion keeps its length and gives an orthonormal matrix; divide by the square
 /// root of `Norma` to get a unit quaternion from another one. A plain value: const operations are safe from several
 /// threads.
-class ORBMATH_API TQuaternion {
- public:
+struct ORBMATH_API TQuaternion {
+  double w = 0.0;  ///< Scalar part.
+  double x = 0.0;  ///< Vector part.
+  double y = 0.0;  ///< Vector part.
+  double z = 0.0;  ///< Vector part.
+
   /// (0, 0, 0, 0).
   TQuaternion() = default;
-  TQuaternion(const double& w, const double& x, const double& y, const double& z);
+  TQuaternion(const double& scalar, const double& i, const double& j, const double& k);
   /// \param v vector part; at least three elements, not checked.
-  TQuaternion(const double& w, const TVector& v);
+  TQuaternion(const double& scalar, const TVector& v);
   /// \param src four values in the order w, x, y, z.
   explicit TQuaternion(const double* src);
   TQuaternion(const TQuaternion&) = default;
@@ -50,11 +54,11 @@ class ORBMATH_API TQuaternion {
   /// True when any component is non-zero or NaN.
   explicit operator bool() const;
   /// Component 0 is w, 1 to 3 are x, y, z; the index is not checked.
-  double& operator[](int index) { return components_[index]; }
+  double& operator[](int index) { return index == 0 ? w : index == 1 ? x : index == 2 ? y : z; }
   /// As above.
-  double operator()(int index) const { return components_[index]; }
+  double operator()(int index) const { return index == 0 ? w : index == 1 ? x : index == 2 ? y : z; }
   /// The scalar part w.
-  double scal() const { return components_[0]; }
+  double scal() const { return w; }
   /// The vector part (x, y, z).
   TVector vect() const;
 
@@ -81,9 +85,6 @@ class ORBMATH_API TQuaternion {
   void DebugOutput(const char* name) const;
   /// As above.
   void DebugOutput(const std::string& name) const;
-
- private:
-  double components_[4] = {0.0, 0.0, 0.0, 0.0};
 };
 
 /// Component by component.

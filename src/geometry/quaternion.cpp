@@ -2,7 +2,6 @@
 
 #include "geometry/quaternion.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "frame/zxstd/debug_output.h"
@@ -10,61 +9,65 @@
 #include "geometry/matrix3.h"
 
 namespace SatCommonUtils {
+namespace {
 
-TQuaternion::TQuaternion(const double& w, const double& x, const double& y, const double& z)
-    : components_{w, x, y, z} {}
+TMatrix Rotation(const TQuaternion& q) {
+  const auto [w, x, y, z] = q;
+  return MakeMatrix3({{{1.0 - 2.0 * y * y - 2.0 * z * z, 2.0 * x * y - 2.0 * w * z, 2.0 * w * y + 2.0 * x * z},
+                       {2.0 * w * z + 2.0 * x * y, 1.0 - 2.0 * x * x - 2.0 * z * z, 2.0 * y * z - 2.0 * w * x},
+                       {2.0 * x * z - 2.0 * w * y, 2.0 * w * x + 2.0 * y * z, 1.0 - 2.0 * x * x - 2.0 * y * y}}});
+}
 
-TQuaternion::TQuaternion(const double& w, const TVector& v) : components_{w, v(0), v(1), v(2)} {}
+TMatrix TransposedRotation(const TQuaternion& q) {
+  const auto [w, x, y, z] = q;
+  return MakeMatrix3({{{w * w + x * x - y * y - z * z, 2.0 * x * y + 2.0 * w * z, 2.0 * x * z - 2.0 * w * y},
+                       {2.0 * x * y - 2.0 * w * z, w * w - x * x + y * y - z * z, 2.0 * y * z + 2.0 * w * x},
+                       {2.0 * x * z + 2.0 * w * y, 2.0 * y * z - 2.0 * w * x, w * w - x * x - y * y + z * z}}});
+}
 
-TQuaternion::TQuaternion(const double* src) : components_{src[0], src[1], src[2], src[3]} {}
+}  // namespace
+
+TQuaternion::TQuaternion(const double& scalar, const double& i, const double& j, const double& k)
+    : w(scalar), x(i), y(j), z(k) {}
+
+TQuaternion::TQuaternion(const double& scalar, const TVector& v) : TQuaternion(scalar, v(0), v(1), v(2)) {}
+
+TQuaternion::TQuaternion(const double* src) : TQuaternion(src[0], src[1], src[2], src[3]) {}
 
 TQuaternion& TQuaternion::operator=(const double& s) { return *this = TQuaternion(s, 0.0, 0.0, 0.0); }
 
 TQuaternion& TQuaternion::operator=(const TVector& v) { return *this = TQuaternion(0.0, v); }
 
-TQuaternion TQuaternion::operator!() const {
-  return {components_[0], -components_[1], -components_[2], -components_[3]};
-}
+TQuaternion TQuaternion::operator!() const { return {w, -x, -y, -z}; }
 
 TQuaternion TQuaternion::operator~() const {
   const double n = Norma();
   return n == 0.0 ? TQuaternion() : !*this / n;
 }
 
-TQuaternion TQuaternion::operator-() const {
-  return {-components_[0], -components_[1], -components_[2], -components_[3]};
-}
+TQuaternion TQuaternion::operator-() const { return {-w, -x, -y, -z}; }
 
 TQuaternion& TQuaternion::operator+=(const TQuaternion& other) {
-  for (int i = 0; i < 4; ++i) components_[i] += other.components_[i];
-  return *this;
+  return *this = TQuaternion(w + other.w, x + other.x, y + other.y, z + other.z);
 }
 
 TQuaternion& TQuaternion::operator-=(const TQuaternion& other) {
-  for (int i = 0; i < 4; ++i) components_[i] -= other.components_[i];
-  return *this;
+  return *this = TQuaternion(w - other.w, x - other.x, y - other.y, z - other.z);
 }
 
 TQuaternion& TQuaternion::operator*=(double factor) {
-  for (double& c : components_) c *= factor;
-  return *this;
+  return *this = TQuaternion(w * factor, x * factor, y * factor, z * factor);
 }
 
 TQuaternion& TQuaternion::operator/=(double divisor) {
-  for (double& c : components_) c /= divisor;
-  return *this;
+  return *this = TQuaternion(w / divisor, x / divisor, y / divisor, z / divisor);
 }
 
-TQuaternion::operator bool() const {
-  return std::any_of(components_, components_ + 4, [](double c) { return !(c == 0.0); });
-}
+TQuaternion::operator bool() const { return w != 0.0 || x != 0.0 || y != 0.0 || z != 0.0; }
 
-TVector TQuaternion::vect() const { return {components_[1], components_[2], components_[3]}; }
+TVector TQuaternion::vect() const { return {x, y, z}; }
 
-double TQuaternion::Norma() const {
-  return components_[0] * components_[0] + components_[1] * components_[1] + components_[2] * components_[2] +
-         components_[3] * components_[3];
-}
+double TQuaternion::Norma() const { return w * w + x * x + y * y + z * z; }
 
 TQuaternion& TQuaternion::Normalize() {
   const double n = Norma();
@@ -74,36 +77,20 @@ TQuaternion& TQuaternion::Normalize() {
 
 TQuaternion TQuaternion::GetNormalized() const { return TQuaternion(*this).Normalize(); }
 
-TMatrix TQuaternion::R() const {
-  const TQuaternion q = *this / Norma();
-  const double w = q(0), x = q(1), y = q(2), z = q(3);
-  return MakeMatrix3({{{1.0 - 2.0 * y * y - 2.0 * z * z, 2.0 * x * y - 2.0 * w * z, 2.0 * w * y + 2.0 * x * z},
-                       {2.0 * w * z + 2.0 * x * y, 1.0 - 2.0 * x * x - 2.0 * z * z, 2.0 * y * z - 2.0 * w * x},
-                       {2.0 * x * z - 2.0 * w * y, 2.0 * w * x + 2.0 * y * z, 1.0 - 2.0 * x * x - 2.0 * y * y}}});
-}
+TMatrix TQuaternion::R() const { return Rotation(*this / Norma()); }
 
-TMatrix TQuaternion::AltR() const {
-  const TQuaternion q = *this / Norma();
-  const double w = q(0), x = q(1), y = q(2), z = q(3);
-  return MakeMatrix3({{{w * w + x * x - y * y - z * z, 2.0 * x * y + 2.0 * w * z, 2.0 * x * z - 2.0 * w * y},
-                       {2.0 * x * y - 2.0 * w * z, w * w - x * x + y * y - z * z, 2.0 * y * z + 2.0 * w * x},
-                       {2.0 * x * z + 2.0 * w * y, 2.0 * y * z - 2.0 * w * x, w * w - x * x - y * y + z * z}}});
-}
+TMatrix TQuaternion::AltR() const { return TransposedRotation(*this / Norma()); }
 
 TMatrix TQuaternion::cnesR() const {
   const TQuaternion q = *this / Norma();
-  const double w = q(0), x = q(1), y = q(2), z = q(3);
-  TMatrix m = R();
-  m.SetElement(0, 0, 2.0 * (w * w + x * x) - 1.0);
-  m.SetElement(1, 1, 2.0 * (w * w + y * y) - 1.0);
-  m.SetElement(2, 2, 2.0 * (w * w + z * z) - 1.0);
+  TMatrix m = Rotation(q);
+  m.SetElement(0, 0, 2.0 * (q.w * q.w + q.x * q.x) - 1.0);
+  m.SetElement(1, 1, 2.0 * (q.w * q.w + q.y * q.y) - 1.0);
+  m.SetElement(2, 2, 2.0 * (q.w * q.w + q.z * q.z) - 1.0);
   return m;
 }
 
-std::string TQuaternion::Output() const {
-  return Zentarix::ssprintf("(%9.4f;%9.4f;%9.4f;%9.4f)", components_[0], components_[1], components_[2],
-                            components_[3]);
-}
+std::string TQuaternion::Output() const { return Zentarix::ssprintf("(%9.4f;%9.4f;%9.4f;%9.4f)", w, x, y, z); }
 
 void TQuaternion::DebugOutput() const { ZxPrintDbgMsg(Output() + "\n"); }
 
@@ -122,12 +109,12 @@ TQuaternion operator*(double factor, TQuaternion q) { return q *= factor; }
 TQuaternion operator/(TQuaternion q, double divisor) { return q /= divisor; }
 
 TQuaternion operator*(const TQuaternion& p, const TQuaternion& q) {
-  return {p(0) * q(0) - p(1) * q(1) - p(2) * q(2) - p(3) * q(3), p(0) * q(1) + p(1) * q(0) + p(2) * q(3) - p(3) * q(2),
-          p(0) * q(2) - p(1) * q(3) + p(2) * q(0) + p(3) * q(1), p(0) * q(3) + p(1) * q(2) - p(2) * q(1) + p(3) * q(0)};
+  return {p.w * q.w - p.x * q.x - p.y * q.y - p.z * q.z, p.w * q.x + p.x * q.w + p.y * q.z - p.z * q.y,
+          p.w * q.y - p.x * q.z + p.y * q.w + p.z * q.x, p.w * q.z + p.x * q.y - p.y * q.x + p.z * q.w};
 }
 
 bool operator==(const TQuaternion& p, const TQuaternion& q) {
-  return p(0) == q(0) && p(1) == q(1) && p(2) == q(2) && p(3) == q(3);
+  return p.w == q.w && p.x == q.x && p.y == q.y && p.z == q.z;
 }
 
 bool operator!=(const TQuaternion& p, const TQuaternion& q) { return !(p == q); }
