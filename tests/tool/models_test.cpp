@@ -53,9 +53,15 @@ std::string Plain(const std::string& lat, const std::string& lon, const std::str
   return lat + " " + lon + " " + height + " " + line + " " + sample + "\n";
 }
 
+/// As `Plain`, longitudes in another turn for the points of some heights.
+std::string Turned(const std::string& lat, const std::string& lon, const std::string& height, const std::string& line,
+                   const std::string& sample) {
+  return Plain(lat, height < "3" ? lon : std::to_string(std::stod(lon) + 360.0), height, line, sample);
+}
+
 TEST(FitTest, FindsTheModelThatMadeThePoints) {
   Workspace();
-  WriteText("points.txt", Correspondences("cubic.xml", GroundGrid(), Plain));
+  WriteText("points.txt", Correspondences("cubic.xml", GroundGrid(), Turned));
   for (const std::string arguments :
        {"fit points.txt fit.RPB", "fit points.txt fit.txt --check 5", "fit points.txt fit.xml --method plain",
         "fit points.txt fit.xml --order 3 --ridge 0"}) {

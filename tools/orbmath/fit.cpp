@@ -41,11 +41,14 @@ struct FitPoints {
   std::vector<std::size_t> check_rows;
 };
 
+/// Longitudes come in the turn of the first one: points on both sides of the antimeridian lie side by side.
 /// \param shift where line and sample count from. \param check_every each such point is kept for checking, 0 for none.
 FitPoints SplitPoints(const PointTable& table, double shift, std::size_t check_every) {
   FitPoints points;
   for (std::size_t row = 0; row < table.size(); ++row) {
-    const TRPCEstimationPoint point{table.Values(kColumnLat)[row], table.Values(kColumnLon)[row],
+    const double lon = table.Values(kColumnLon)[row];
+    const double turns = std::round((lon - table.Values(kColumnLon)[0]) / 360.0);
+    const TRPCEstimationPoint point{table.Values(kColumnLat)[row], lon - 360.0 * turns,
                                     table.Values(kColumnHeight)[row], table.Values(kColumnLine)[row] - shift,
                                     table.Values(kColumnSample)[row] - shift};
     if (check_every > 0 && row % check_every == check_every - 1) {
