@@ -5,6 +5,7 @@
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
 #include "ground_grid.h"
+#include "inverse_model.h"
 #include "json.h"
 #include "model.h"
 #include "number.h"
@@ -96,7 +97,7 @@ class Compare : public Command {
     const Model b = ReadModel(b_);
     Report report;
     AddFields(CompareFields(a.file.record, b.file.record), &report);
-    const bool inverse = IsInverse(a) || IsInverse(b);
+    const bool inverse = IsInverse(a.file.record) || IsInverse(b.file.record);
     if (inverse) Note("an inverse model gives no image points, only the records are compared");
     const bool common = !inverse && !CommonBox(*a.rpc, *b.rpc).IsEmpty();
     const PixelDifference difference = common ? CompareModels(*a.rpc, *b.rpc) : PixelDifference({}, {});

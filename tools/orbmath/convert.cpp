@@ -4,6 +4,7 @@
 #include "command.h"
 #include "errors.h"
 #include "ground_grid.h"
+#include "inverse_model.h"
 #include "model.h"
 #include "number.h"
 #include "output_file.h"
@@ -46,7 +47,7 @@ class Convert : public Command {
     NoteLostParts(*model.rpc, form);
     const TRPC rounded(OntoDigitsOf(form, model.file.record, out_), nullptr);
     const TRPC written(WriteModel(rounded, model.file.extras, form, out_), nullptr);
-    if (IsInverse(model)) {
+    if (IsInverse(model.file.record)) {
       Note(out_ + ": of an inverse model, what the digits of its form cost is not measured");
       return kSuccess;
     }

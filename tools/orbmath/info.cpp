@@ -6,6 +6,7 @@
 #include "command.h"
 #include "frame/zxstd/number_text.h"
 #include "ground_grid.h"
+#include "inverse_model.h"
 #include "json.h"
 #include "model.h"
 #include "point_options.h"
@@ -154,7 +155,7 @@ class Info : public Command {
     AddOffsetsAndScales(model.file.record, shift, &report);
     AddExtents(*model.rpc, shift, &report);
     AddRefinement(model, &report);
-    if (IsInverse(model)) {
+    if (IsInverse(model.file.record)) {
       report.Text("inverse", "inverse", "line and sample stand in the places of latitude and longitude");
     } else {
       AddAccuracy(*model.rpc, &report);

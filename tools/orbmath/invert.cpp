@@ -5,6 +5,7 @@
 
 #include "command.h"
 #include "errors.h"
+#include "inverse_model.h"
 #include "model.h"
 #include "progress_line.h"
 #include "refine/robust_fit.h"
@@ -28,23 +29,8 @@ struct InverseError {
   std::size_t points = 0;
 };
 
-/// Evaluates an inverse record: latitude and longitude of an image point.
-///
-/// The record's slots of latitude and longitude hold line and sample, and the other way round, so the whole turns of
-/// longitude that `CalculateLineSample` takes off must not touch them: evaluation is in normalised coordinates.
-void EvaluateInverse(const TRPC& inverse, double line, double sample, double height, double* lat, double* lon) {
-  double lat_n = 0.0;
-  double lon_n = 0.0;
-  inverse.CalculateLineSampleNormalized(inverse.GetLatitudeNormalization()->Initial2Normalized(line),
-                                        inverse.GetLongitudeNormalization()->Initial2Normalized(sample),
-                                        inverse.GetHeightNormalization()->Initial2Normalized(height), &lat_n, &lon_n,
-                                        nullptr, nullptr);
-  *lat = inverse.GetLineNormalization()->Normalized2Initial(lat_n);
-  *lon = inverse.GetSampleNormalization()->Normalized2Initial(lon_n);
-}
-
 /// The middles of the cells of the grid that the fit was made on.
-InverseError Judge(const TRPC& model, const TRPC& inverse, int grid) {
+InverseError Judge(const TRPC& model, const InverseModel& inverse, int grid) {
   const auto middle = [grid](const SatCommonUtils::TLinearNormalization& axis, int i) {
     return axis.Normalized2Initial(-1.0 + (2.0 * i + 1.0) / grid);
   };
@@ -60,7 +46,7 @@ InverseError Judge(const TRPC& model, const TRPC& inverse, int grid) {
         if (!truth) continue;
         double lat = 0.0;
         double lon = 0.0;
-        EvaluateInverse(inverse, line, sample, height, &lat, &lon);
+        inverse.Evaluate(1, &line, &sample, &height, &lat, &lon);
         double back_line = 0.0;
         double back_sample = 0.0;
         model.CalculateLineSample(lat, lon, height, &back_line, &back_sample, nullptr, nullptr);
@@ -107,7 +93,7 @@ class Invert : public Command {
       throw Failure(model_ + ": no inverse can be fitted: " + story.message);
     }
     const TRPC fitted(OntoDigitsOf(form, record, out_), nullptr);
-    const TRPC inverse(WriteModel(fitted, {}, form, out_), nullptr);
+    const InverseModel inverse(WriteModel(fitted, {}, form, out_));
     const InverseError error = Judge(*model.rpc, inverse, grid);
     Report report;
     report.Text("file", "written", out_);

@@ -1,12 +1,11 @@
 #include "model.h"
 
-#include <cmath>
-
 #include "errors.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/stream.h"
 #include "frame/zxstd/xini_reader.h"
 #include "frame/zxstd/xini_writer.h"
+#include "inverse_model.h"
 #include "output_file.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/robust_fit.h"
@@ -71,13 +70,8 @@ Model ReadModel(const std::string& name) {
 
 Model ReadGroundModel(const std::string& name) {
   Model model = ReadModel(name);
-  if (IsInverse(model)) throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
+  if (IsInverse(model.file.record)) throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
   return model;
-}
-
-bool IsInverse(const Model& model) {
-  const TRPCData& record = model.file.record;
-  return std::abs(record.latOffset) > 90.0 || std::abs(record.longScale) > 180.0;
 }
 
 const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model) {

@@ -28,10 +28,6 @@ Model ReadModel(const std::string& name);
 /// The same. \throws Failure for an inverse model too, which does not map the ground into an image.
 Model ReadGroundModel(const std::string& name);
 
-/// True for a model as `orbmath invert` writes it: line and sample stand in the places of latitude and longitude, which
-/// is seen from their size.
-bool IsInverse(const Model& model);
-
 /// The model when it carries a refinement, or null.
 const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model);
 

@@ -1,9 +1,9 @@
 #include "command.h"
 #include "errors.h"
 #include "ground_marks.h"
+#include "inverse_model.h"
 #include "model.h"
 #include "point_options.h"
-#include "poly/linear_normalization.h"
 
 namespace orbmath_tool {
 
@@ -13,18 +13,11 @@ namespace {
 constexpr const char* kDerivatives[] = {"dline_dlat",   "dline_dlon",   "dline_dheight",
                                         "dsample_dlat", "dsample_dlon", "dsample_dheight"};
 
-/// An inverse model: line, sample and height in, latitude and longitude out.
-///
-/// The model would take whole turns off the sample, which stands in the place of the longitude. So the record that is
-/// evaluated has normalised samples there.
+/// With an inverse model: line, sample and height in, latitude and longitude out.
 class InverseTask : public PointTask {
  public:
   InverseTask(const Model& model, double shift, const PointOptions& options)
-      : sample_(model.file.record.longOffset, model.file.record.longScale), shift_(shift) {
-    SatCommonUtils::TRPCData record = model.file.record;
-    record.longOffset = 0.0;
-    record.longScale = 1.0;
-    rpc_ = SatCommonUtils::make_var_a<SatCommonUtils::TRPC>(record, nullptr);
+      : inverse_(model.file.record), shift_(shift) {
     layout_.columns = {{"line"}, {"sample"}, {"height"}};
     columns_ = {{"lat", options.Digits(kDegreeDigits)}, {"lon", options.Digits(kDegreeDigits)}};
   }
@@ -33,15 +26,15 @@ class InverseTask : public PointTask {
   const std::vector<OutputColumn>& Columns() const override { return columns_; }
 
   void Compute(PointBlock* block) const override {
-    for (double& line : block->in[0]) line -= shift_;
-    for (double& sample : block->in[1]) sample = sample_.Initial2Normalized(sample - shift_);
-    rpc_->CalculateLineSampleArray(block->count, block->in[0].data(), block->in[1].data(), block->in[2].data(),
-                                   block->out[0].data(), block->out[1].data(), nullptr, nullptr);
+    for (int i = 0; i < 2; ++i) {
+      for (double& pixels : block->in[i]) pixels -= shift_;
+    }
+    inverse_.Evaluate(block->count, block->in[0].data(), block->in[1].data(), block->in[2].data(), block->out[0].data(),
+                      block->out[1].data());
   }
 
  private:
-  SatCommonUtils::TLinearNormalization sample_;
-  SatCommonUtils::var_a<SatCommonUtils::TRPC*> rpc_;
+  const InverseModel inverse_;
   const double shift_;
   LineLayout layout_;
   std::vector<OutputColumn> columns_;
@@ -115,7 +108,7 @@ class Project : public Command {
 
   int Run() override {
     const Model model = ReadModel(model_);
-    if (IsInverse(model)) {
+    if (IsInverse(model.file.record)) {
       if (derivatives_) throw UsageError("--derivatives does not go with an inverse model");
       InverseTask task(model, origin_.Shift(), options_);
       return options_.Run(&task);
