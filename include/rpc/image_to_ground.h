@@ -9,7 +9,8 @@
 /// Each iterative function starts from its `...Approximately` counterpart and takes at most 10 Gauss-Newton steps
 /// through the models' virtual `CalculateLineSample`. It applies a step first and stops when every component of it is
 /// below 1e-10. It returns true also when that never happened: `SolveLatLonH` and `SolveLatLon` tell. False: fewer
-/// than two items or no start (outputs untouched), or a singular normal matrix (outputs hold the last estimate).
+/// than two items, an item without a model or no start (outputs untouched), or a singular normal matrix (outputs hold
+/// the last estimate).
 
 #include <cstddef>
 #include <vector>
@@ -32,7 +33,8 @@ ORBMATH_API bool CalculateLatLonH(const std::vector<TRPCCoordsDataItem>& items, 
 
 /// \name Starts
 /// Least squares over the linear equations that the models' first-order approximations give; models without one are
-/// passed over. False, outputs untouched, when fewer than two equations are left.
+/// passed over. False, outputs untouched, for an item without a model, and when fewer equations are left than two or
+/// than there are unknowns.
 /// \{
 ORBMATH_API bool CalculateLatLonApproximately(const std::vector<TRPCCoordsDataItem>& items, const double& h,
                                               double* lat, double* lon);

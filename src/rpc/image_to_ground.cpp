@@ -75,7 +75,9 @@ template <THeight Height, class HeightOf>
 std::size_t IntersectArrays(const TImageArrays& points, const HeightOf& heightOf, double* lat, double* lon, double* h,
                             TGroundStatus* status) {
   double* const ground[3] = {lat, lon, h};
-  for (std::size_t image = 0; image < points.images; ++image) points.models[image]->EnsureApproximation();
+  for (std::size_t image = 0; image < points.images; ++image) {
+    if (points.models[image] != nullptr) points.models[image]->EnsureApproximation();
+  }
   std::atomic<std::size_t> converged{0};
   rpc::ForEachBlock(points.count, [&](std::size_t first, std::size_t last) {
     converged += IntersectRange<Height>(points, heightOf, first, last, ground, status);

@@ -50,11 +50,15 @@ void AddApproximateImage(const TRPC& model, double turns, double line, double sa
 }
 
 /// Start of one point over images 0 .. `images` - 1; `measured(image)` gives the model and the measured line and
-/// sample. \return false, `*ground` untouched, when the equations are fewer than two or than the unknowns.
+/// sample. \return false, `*ground` untouched, when an image has no model, or when the equations are fewer than two or
+/// than the unknowns.
 template <THeight Height, class Measured>
 bool ApproximateIntersection(std::size_t images, const Measured& measured, const THeightInput& height,
                              double (*ground)[kUnknowns<Height>]) {
   constexpr int N = kUnknowns<Height>;
+  for (std::size_t image = 0; image < images; ++image) {
+    if (measured(image).model == nullptr) return false;
+  }
   TNormalEquations<N, double> equations;
   int count = 0;
   const double reference = images == 0 ? 0.0 : measured(0).model->GetCenterLongitude();

@@ -16,11 +16,9 @@ void StartPoint(std::size_t images, const Measured& measured, const THeightInput
   block->status[i] = {};
   block->ground[2][i] = height.value;
   double ground[kUnknowns<Height>];
-  bool complete = true;
-  for (std::size_t image = 0; image < images; ++image) complete = complete && measured(image).model != nullptr;
   if (images < 2) {
     block->status[i].state = TGroundState::TooFewImages;
-  } else if (!complete || !ApproximateIntersection<Height>(images, measured, height, &ground)) {
+  } else if (!ApproximateIntersection<Height>(images, measured, height, &ground)) {
     block->status[i].state = TGroundState::NoStart;
   } else {
     for (int c = 0; c < kUnknowns<Height>; ++c) block->ground[c][i] = ground[c];

@@ -81,7 +81,7 @@ TEST(ImageToGround, AnObservedHeightCountsByItsVariance) {
   EXPECT_NEAR(h, kPoint[2], kMetres);  // free
 }
 
-/// The weighted rows of one Gauss-Newton step at a point, solved by the general solver.
+/// One more Gauss-Newton step at the point, its weighted rows solved by the general solver, moves nothing.
 TEST(ImageToGround, ItsPointMinimisesTheResiduals) {
   Items items = ItemsOf({&kLeft, &kNadir, &kRight}, kPoint);
   items[0].line += 0.7;
@@ -177,7 +177,14 @@ TEST(ImageToGround, WithoutTwoImagesNothingIsWritten) {
   double lat = kPoison;
   double lon = kPoison;
   EXPECT_TRUE(CalculateLatLonApproximately(one, 310.0, &lat, &lon)) << "one image gives two equations";
-  EXPECT_FALSE(CalculateLatLonApproximately({}, 310.0, &lat, &lon));
+  double h = kPoison;
+  for (const Items& items : {Items(), Items(2)}) {
+    lat = lon = kPoison;
+    EXPECT_FALSE(CalculateLatLonApproximately(items, 310.0, &lat, &lon));
+    EXPECT_FALSE(CalculateLatLonHApproximately(items, &lat, &lon, &h));
+    EXPECT_FALSE(CalculateLatLonHApproximatelyH(items, 310.0, 1.0, &lat, &lon, &h));
+    EXPECT_TRUE(lat == kPoison && lon == kPoison && h == kPoison);
+  }
 }
 
 TEST(ImageToGround, ModelsWithoutAnApproximationArePassedOverInTheStart) {
