@@ -70,9 +70,8 @@ class ORBMATH_API TRPC {
 
   /// Image to ground at a known height: Gauss-Newton in normalised coordinates, see `CalculateLatLonNormalized`.
   /// \param line, sample image point, pixels. \param h height, metres.
-  /// \param lat, lon receive the ground point, degrees, the longitude in the turn of the model. Without an
-  /// approximation
-  ///   they receive the model's latitude and longitude offsets.
+  /// \param lat, lon receive the ground point, degrees, the longitude in the turn of the model; without an
+  ///   approximation the model's latitude and longitude offsets.
   /// \return false when there is no approximation or a normal matrix was singular (the outputs then hold the last
   ///   estimate). True does not mean converged; `SolveLatLon` tells.
   virtual bool CalculateLatLon(const double& line, const double& sample, const double& h, double* lat,
@@ -89,8 +88,7 @@ class ORBMATH_API TRPC {
 
   /// `CalculateLineSample` of `count` points, bit for bit, on up to `ZxGetThreadsCount()` threads. Allocates nothing.
   /// \param lat, lon, h `count` values each, units as above. \param line, sample room for `count` values each; an
-  /// output
-  ///   may be the same buffer as an input, but must not overlap one in part.
+  ///   output may be the same buffer as an input, but must not overlap one in part.
   /// \param dLine null, or three arrays of `count`: derivatives by latitude, longitude, height.
   /// \param dSample null, or the same three of the sample.
   virtual void CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h,

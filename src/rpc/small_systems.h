@@ -127,7 +127,7 @@ template <class T>
   const T factor = q0 / p0;
   const T r1 = q1 - factor * p1;
   const T rb = qb - factor * pb;
-  const T product = p0 * r1;  // but for its sign the determinant; 0.0, too, when the pivot is
+  const T product = p0 == 0.0 ? zero : T(p0 * r1);  // but for its sign the determinant; without a pivot r1 is no number
   const T second = rb / r1;
   const T first = (pb - p1 * second) / p0;
   x[0] = product == 0.0 ? zero : first;

@@ -190,19 +190,26 @@ TEST(RPCInversion, AStepWithinTheLimitIsNotApplied) {
 }
 
 TEST(RPCInversion, ASingularMatrixKeepsTheLastEstimate) {
-  TRPCData record = CameraRecord(1.4);
-  for (int k = 0; k < 20; ++k) record.sampNumCoef[k] = 0.0;  // the sample says nothing
-  const TRPC model(record, nullptr);
-  double lat = kPoison;
-  double lon = kPoison;
-  EXPECT_FALSE(model.CalculateLatLon(7000.0, 6000.0, 240.0, &lat, &lon));
-  EXPECT_NE(lat, kPoison);
-  TGroundStatus status;
-  const double point[] = {7000.0, 6000.0, 240.0};
-  double lat1, lon1;
-  EXPECT_EQ(model.CalculateLatLonArray(1, &point[0], &point[1], &point[2], &lat1, &lon1, &status), 0u);
-  EXPECT_EQ(status.state, TGroundState::Singular);
-  EXPECT_TRUE(SameBits(lat, lat1));
+  TRPCData no_sample = CameraRecord(1.4);
+  for (double& c : no_sample.sampNumCoef) c = 0.0;
+  TRPCData nothing = no_sample;  // its approximation gives the start equations without any coefficient
+  for (double& c : nothing.lineNumCoef) c = 0.0;
+  nothing.lineOffset = nothing.sampOffset = 0.0;
+  for (const TRPCData& record : {no_sample, nothing}) {
+    const TRPC model(record, nullptr);
+    double start_lat, start_lon;
+    model.CalculateLatLonApproximately(7000.0, 6000.0, 240.0, &start_lat, &start_lon);
+    double lat, lon;
+    EXPECT_FALSE(model.CalculateLatLon(7000.0, 6000.0, 240.0, &lat, &lon));
+    EXPECT_NEAR(lat, start_lat, 1e-12);
+    EXPECT_NEAR(lon, start_lon, 1e-12);
+    TGroundStatus status;
+    const double point[] = {7000.0, 6000.0, 240.0};
+    double lat1, lon1;
+    EXPECT_EQ(model.CalculateLatLonArray(1, &point[0], &point[1], &point[2], &lat1, &lon1, &status), 0u);
+    EXPECT_EQ(status.state, TGroundState::Singular);
+    EXPECT_TRUE(SameBits(lat, lat1));
+  }
 }
 
 TEST(RPCInversion, LongitudesComeInTheTurnOfTheModel) {
