@@ -1,5 +1,8 @@
 // Ground to image: one point, and arrays of points.
 
+#include <algorithm>
+#include <cstdint>
+
 #include "linalg/simd.h"
 #include "rpc/blocks.h"
 #include "rpc/longitude_turns.h"
@@ -56,6 +59,9 @@ struct TArrays {
   double* dSample[3];
 };
 
+/// Points whose longitudes are looked at together: a few pages of each array.
+constexpr std::size_t kRun = 512;
+
 /// Ground to image of a range of points, a vector of points at a time.
 template <bool Derivatives>
 struct TProjectArrays {
@@ -66,14 +72,14 @@ struct TProjectArrays {
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    for (std::size_t start = first; start < last; start += rpc::kLaneBlock) {
-      const std::size_t count = std::min(rpc::kLaneBlock, last - start);
-      const TArrays part = Part(start);
+    for (std::size_t start = first; start < last; start += kRun) {
+      const TArrays run = Part(start);
+      const std::size_t count = std::min(kRun, last - start);
       // Buffers stand in where vectors would pass the end or a longitude has to be turned first.
-      if (count % Width != 0 || AnyTurn<Width>(part.lon, count)) {
-        Buffered<Width>(part, count);
-      } else {
-        Project<Width>(part, count);
+      const std::size_t whole = AnyTurn(run.lon, count) ? 0 : count - count % Width;
+      if (whole > 0) Project<Width>(run, whole);
+      for (std::size_t i = whole; i < count; i += rpc::kLaneBlock) {
+        Buffered<Width>(Part(start + i), std::min(rpc::kLaneBlock, count - i));
       }
     }
   }
@@ -91,20 +97,14 @@ struct TProjectArrays {
     return part;
   }
 
-  template <int Width>
+  /// Written for lanes of one width, numbers and flags alike, which compilers turn into vectors.
   [[gnu::always_inline]] bool AnyTurn(const double* lon, std::size_t count) const {
-    using TVector = typename simd::TLanes<Width>::TVector;
-    using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
     const double center = model.offset[rpc::kLongitude];
-    TVector set;
-    rpc::Fill(1.0, set);
-    TVector turned = {};
-    for (std::size_t i = 0; i < count; i += Width) {
-      const TVector x = *reinterpret_cast<const TUnaligned*>(lon + i);
-      turned = x + 180.0 < center ? set : turned;
-      turned = x > center + 180.0 ? set : turned;
+    std::int64_t any = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      any |= static_cast<std::int64_t>(lon[i] + 180.0 < center) | static_cast<std::int64_t>(lon[i] > center + 180.0);
     }
-    return rpc::AnySet(turned);
+    return any != 0;
   }
 
   template <int Width>
