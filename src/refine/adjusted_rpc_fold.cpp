@@ -13,7 +13,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstring>
 #include <iterator>
 #include <vector>
 
@@ -50,11 +49,8 @@ TCubic CubicOf(const double (&coefficients)[kTermCount]) {
 
 /// The twenty terms in their order.
 TCubic TermsAt(double p, double l, double h) {
-  rpc::TMonomials<double> monomials;
-  static_assert(sizeof(monomials) == (kTermCount - 1) * sizeof(double), "the terms stand in their order, without gaps");
-  rpc::FormMonomials(p, l, h, monomials);
-  TCubic terms = {1.0};
-  std::memcpy(terms.data() + 1, &monomials, sizeof monomials);
+  TCubic terms;
+  rpc::FormTerms(p, l, h, terms.data());
   return terms;
 }
 

@@ -1,7 +1,6 @@
 #include "refine/design_rows.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "linalg/simd.h"
 #include "rpc/polynomial_kernel.h"
@@ -24,11 +23,11 @@ struct TEvaluate {
   [[gnu::always_inline]] void Run() const {
     using TVector = typename simd::TLanes<Width>::TVector;
     for (std::size_t i = 0; i < TPointBlock::kSize; i += Width) {
-      rpc::TMonomials<TVector> monomials;
-      rpc::FormMonomials(At<TVector>(block.P + i), At<TVector>(block.L + i), At<TVector>(block.H + i), monomials);
+      TVector terms[rpc::kTermCount];
+      rpc::FormTerms(At<TVector>(block.P + i), At<TVector>(block.L + i), At<TVector>(block.H + i), terms);
       TVector numerator, denominator;
-      rpc::PolynomialValue(rational.numerator, monomials, numerator);
-      rpc::PolynomialValue(rational.denominator, monomials, denominator);
+      rpc::PolynomialValue(rational.numerator, terms, numerator);
+      rpc::PolynomialValue(rational.denominator, terms, denominator);
       At<TVector>(out->denominator + i) = denominator;
       At<TVector>(out->value + i) = numerator / denominator;
       At<TVector>(out->residual + i) = At<TVector>(out->value + i) - At<TVector>(observations + i);
@@ -45,15 +44,6 @@ struct TEvaluate {
   }
 };
 
-// The terms of one point in record order, which is that of the monomials behind the constant.
-[[gnu::always_inline]] inline void WriteTerms(double P, double L, double H, double* terms) {
-  rpc::TMonomials<double> monomials;
-  rpc::FormMonomials(P, L, H, monomials);
-  static_assert(sizeof monomials == (kTerms - 1) * sizeof(double), "the monomials are an array of doubles");
-  terms[0] = 1.0;
-  std::memcpy(terms + 1, &monomials, sizeof monomials);
-}
-
 template <std::size_t Terms>
 struct TFormRows {
   const TPointBlock& block;
@@ -66,7 +56,8 @@ struct TFormRows {
     constexpr std::size_t kUnknowns = 2 * Terms - 1;
     constexpr std::size_t kStride = (kUnknowns + 8) / 8 * 8;
     alignas(64) double terms[TPointBlock::kSize * kTerms];
-    for (std::size_t i = 0; i < block.count; ++i) WriteTerms(block.P[i], block.L[i], block.H[i], terms + i * kTerms);
+    for (std::size_t i = 0; i < block.count; ++i)
+      rpc::FormTerms(block.P[i], block.L[i], block.H[i], terms + i * kTerms);
     for (std::size_t i = 0; i < block.count; ++i) {
       double* const row = rows->values + i * kStride;
       for (std::size_t j = 0; j < Terms; ++j) row[j] = terms[i * kTerms + j] / values.denominator[i];

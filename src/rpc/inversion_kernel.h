@@ -34,60 +34,154 @@ template <class T>
   lon = x[1];
 }
 
-/// What the iteration gives. Flags: `failed`, a normal matrix was singular; `active`, ten steps did not converge.
+/// The iteration of one image point or a vector of them, in normalised coordinates.
 template <class T>
 struct TInversion {
-  T latN, lonN;
-  T evaluations;
-  T active, failed;
+  T lineN, sampleN, hN;   ///< given
+  T latN, lonN;           ///< the point, step by step
+  int steps;              ///< taken by any lane
+  TFlags<T> evaluations;  ///< a count
+  TFlags<T> active;       ///< has not converged; still set behind the last step: never did
+  TFlags<T> failed;       ///< a normal matrix was singular
 };
 
-/// One normal-equation step from (latN, lonN) towards the given line and sample.
+/// The point from which the given line, sample and height are iterated.
 template <class T>
-[[gnu::always_inline]] inline void InversionStep(const TEvaluationView& model, const T& lineN, const T& sampleN,
-                                                 const T& latN, const T& lonN, const T& hN, T (&step)[2],
-                                                 T& lowestPivot) {
-  TPolynomials<T> q;
-  EvaluatePolynomials<TVariables::LatLon>(model, latN, lonN, hN, q);
-  T line, sample;
-  Quotients(q.value, line, sample);
-  T lineRow[2], sampleRow[2];
-  QuotientDerivatives(q.value, q.byVariable[0], lineRow[0], sampleRow[0]);
-  QuotientDerivatives(q.value, q.byVariable[1], lineRow[1], sampleRow[1]);
-  TNormalEquations<2, T> equations;
-  equations.Add(sampleRow, T(sampleN - sample));
-  equations.Add(lineRow, T(lineN - line));
-  SolveCholesky(equations, step, lowestPivot);
+[[gnu::always_inline]] inline void StartInversion(const TEvaluationView& model, const TApproximationView& start,
+                                                  TInversion<T>& inversion) {
+  T line, sample, h, lat, lon;
+  Denormalize(model, kLine, inversion.lineN, line);
+  Denormalize(model, kSample, inversion.sampleN, sample);
+  Denormalize(model, kHeight, inversion.hN, h);
+  ApproximateInverse(start, line, sample, h, lat, lon);
+  Normalize(model, kLatitude, lat, inversion.latN);
+  Normalize(model, kLongitude, lon, inversion.lonN);
+  inversion.steps = 0;
+  inversion.evaluations = TFlags<T>{};
+  inversion.failed = TFlags<T>{};
+  inversion.active = ~TFlags<T>{};
 }
 
-/// Normalised image point at a normalised height to normalised ground.
 template <class T>
-[[gnu::always_inline]] inline void InvertNormalized(const TEvaluationView& model, const TApproximationView& start,
-                                                    const T& lineN, const T& sampleN, const T& hN,
-                                                    TInversion<T>& result) {
-  T line, sample, h, lat, lon;
-  Denormalize(model, kLine, lineN, line);
-  Denormalize(model, kSample, sampleN, sample);
-  Denormalize(model, kHeight, hN, h);
-  ApproximateInverse(start, line, sample, h, lat, lon);
-  Normalize(model, kLatitude, lat, result.latN);
-  Normalize(model, kLongitude, lon, result.lonN);
-  result.evaluations = T{};
-  result.failed = T{};
-  Fill(1.0, result.active);
-  for (int i = 0; i < kLargestSteps; ++i) {
-    T step[2];
-    T lowestPivot;
-    InversionStep(model, lineN, sampleN, result.latN, result.lonN, hN, step, lowestPivot);
-    const T square = step[0] * step[0] + step[1] * step[1];
-    result.evaluations = result.evaluations + result.active;
-    result.failed = lowestPivot <= kSmallestPivot ? T(result.failed + result.active) : result.failed;
-    result.active = lowestPivot <= kSmallestPivot ? T{} : result.active;
-    result.active = square <= kSmallestStepSquared ? T{} : result.active;
-    if (!AnySet(result.active)) break;
-    result.latN = result.active != 0.0 ? T(result.latN + step[0]) : result.latN;
-    result.lonN = result.active != 0.0 ? T(result.lonN + step[1]) : result.lonN;
+[[gnu::always_inline]] inline bool HasSteps(const TInversion<T>& inversion) {
+  return inversion.steps < kLargestSteps && AnySet(inversion.active);
+}
+
+/// A step on its way.
+template <class T>
+struct TInversionStep {
+  T factors[kFactorCount];
+  typename TSums<T>::TSum sum;  ///< of the terms so far
+  TFour<T> value, by[2];        ///< of the polynomials: values, derivatives by latitude and longitude
+  T lineRow[2], sampleRow[2];   ///< derivatives of line and sample by the same
+  T line, sample;               ///< residuals
+  T u00, u01, u11;              ///< normal matrix and its Cholesky factor, as for `SolveCholesky`
+  T y0, y1;
+  T step1;
+  T lowestPivot;
+};
+
+// A step evaluates the polynomials, forms the normal equations with the first row of their Cholesky factor, and solves
+// them: three functions in four quarters each. One point takes them one after the other. Of arrays, three vectors are
+// under way at once, and each function's quarters alternate with those of the others: the divisions and roots of two
+// vectors, each waiting for the one before, are spread among the sums of a third. Left together, they would run alone:
+// a processor looks some 200 vector operations ahead, and a solution takes longer than those.
+
+template <int Quarter, class T>
+[[gnu::always_inline]] inline void EvaluateQuarter(const TEvaluationView& model, const TInversion<T>& inversion,
+                                                   TInversionStep<T>& step) {
+  const typename TSums<T>::TRows coefficients{model.terms};
+  T* const f = step.factors;
+  if constexpr (Quarter == 0) {
+    FormTerms(inversion.latN, inversion.lonN, inversion.hN, f);
+    FormTermDerivatives(f);
+    step.sum = coefficients[0] + coefficients[1] * f[1];
+    AddTerms(coefficients, f, 2, kTermCount / 2, step.sum);
   }
+  if constexpr (Quarter == 1) {
+    AddTerms(coefficients, f, kTermCount / 2, kTermCount, step.sum);
+    TakeApart(step.sum, step.value);
+  }
+  if constexpr (Quarter == 2) DerivePolynomials(model, kDerivatives[0], f, step.by[0]);
+  if constexpr (Quarter == 3) DerivePolynomials(model, kDerivatives[1], f, step.by[1]);
+}
+
+template <int Quarter, class T>
+[[gnu::always_inline]] inline void FormQuarter(const TInversion<T>& inversion, TInversionStep<T>& step) {
+  const TFour<T>& value = step.value;
+  const TFour<T>* const by = step.by;
+  if constexpr (Quarter == 0) {
+    T line, sample;
+    Quotients(value, line, sample);
+    step.line = inversion.lineN - line;
+    step.sample = inversion.sampleN - sample;
+    QuotientDerivative(value.lineNum, value.lineDen, by[0].lineNum, by[0].lineDen, step.lineRow[0]);
+  }
+  if constexpr (Quarter == 1) {
+    QuotientDerivative(value.lineNum, value.lineDen, by[1].lineNum, by[1].lineDen, step.lineRow[1]);
+    QuotientDerivative(value.sampNum, value.sampDen, by[0].sampNum, by[0].sampDen, step.sampleRow[0]);
+    QuotientDerivative(value.sampNum, value.sampDen, by[1].sampNum, by[1].sampDen, step.sampleRow[1]);
+  }
+  if constexpr (Quarter == 2) {
+    TNormalEquations<2, T> equations;
+    equations.Add(step.sampleRow, step.sample);
+    equations.Add(step.lineRow, step.line);
+    const T one = T{} + 1.0;
+    const T& pivot = equations.matrix[0][0];
+    step.lowestPivot = pivot < one ? pivot : one;
+    Sqrt(pivot, step.u00);
+    step.u01 = equations.matrix[0][1];
+    step.u11 = equations.matrix[1][1];
+    step.y0 = equations.right[0];
+    step.y1 = equations.right[1];
+  }
+  if constexpr (Quarter == 3) {
+    const T zero = {};
+    step.u01 = step.u01 / step.u00;
+    step.y0 = step.y0 / step.u00;
+    step.u11 = step.u11 - (zero + step.u01 * step.u01);
+    step.lowestPivot = step.u11 < step.lowestPivot ? step.u11 : step.lowestPivot;
+    step.y1 = step.y1 - (zero + step.u01 * step.y0);
+  }
+}
+
+/// The last quarter applies the step to the lanes that are active.
+template <int Quarter, class T>
+[[gnu::always_inline]] inline void SolveQuarter(TInversionStep<T>& step, TInversion<T>& inversion) {
+  if constexpr (Quarter == 0) Sqrt(T(step.u11), step.u11);
+  if constexpr (Quarter == 1) step.y1 = step.y1 / step.u11;
+  if constexpr (Quarter == 2) step.step1 = step.y1 / step.u11;
+  if constexpr (Quarter == 3) {
+    const T zero = {};
+    const T& step1 = step.step1;
+    const T step0 = (step.y0 - (zero + step.u01 * step1)) / step.u00;
+    TFlags<T> singular, small;
+    FlagNotAbove(step.lowestPivot, kSmallestPivot, singular);
+    FlagWithin(T(step0 * step0 + step1 * step1), kSmallestStepSquared, small);
+    ++inversion.steps;
+    inversion.evaluations = inversion.evaluations - inversion.active;  // a flag that is set is -1
+    inversion.failed = inversion.failed | (inversion.active & singular);
+    inversion.active = inversion.active & ~(singular | small);
+    AssignWhere(inversion.active, T(inversion.latN + step0), inversion.latN);
+    AssignWhere(inversion.active, T(inversion.lonN + step1), inversion.lonN);
+  }
+}
+
+/// One step of one point: the same functions one after the other.
+inline void TakeStep(const TEvaluationView& model, TInversion<double>& inversion) {
+  TInversionStep<double> step;
+  EvaluateQuarter<0>(model, inversion, step);
+  EvaluateQuarter<1>(model, inversion, step);
+  EvaluateQuarter<2>(model, inversion, step);
+  EvaluateQuarter<3>(model, inversion, step);
+  FormQuarter<0>(inversion, step);
+  FormQuarter<1>(inversion, step);
+  FormQuarter<2>(inversion, step);
+  FormQuarter<3>(inversion, step);
+  SolveQuarter<0>(step, inversion);
+  SolveQuarter<1>(step, inversion);
+  SolveQuarter<2>(step, inversion);
+  SolveQuarter<3>(step, inversion);
 }
 
 }  // namespace SatCommonUtils::rpc

@@ -1,134 +1,114 @@
 #pragma once
-// The cubic polynomials of an RPC model: monomials, values and derivatives, written once for one point and for many.
+// The cubic polynomials of an RPC model: terms, values and derivatives, written once for one point and for many.
 //
-// `T` is a double or a vector of doubles with one point in each lane; the coefficients are then doubles. For one point
-// `T` is a double and the four polynomials fill the lanes of a vector of four: then the coefficients and sums are
-// vectors. Whatever the types are, each polynomial's sum takes the same products in the same order (index order of the
-// terms), so its bits are the same. The terms are written out because compilers do not vectorise across points through
-// a loop over an array of twenty. Arguments go by reference: vectors wider than the base instruction set have no
-// calling convention.
+// `T` is a double or a vector of doubles with one point in each lane. `coefficients[k]` times a `T` gives the `Sum`, of
+// one polynomial or of several side by side. Whatever the types are, each polynomial's sum takes the same products in
+// the same order (index order of the terms), so its bits are the same.
+//
+// Arguments go by reference: vectors wider than the base instruction set have no calling convention.
+
+#include <cstddef>
 
 namespace SatCommonUtils::rpc {
 
-/// The 20 terms but the constant, in RPC00B order (`TRPCData`), of normalised latitude P, longitude L and height H.
+/// The 20 terms in RPC00B order (`TRPCData`) of normalised latitude P, longitude L and height H, and behind them the
+/// derivatives of terms that are no term themselves (`kLP2` is twice LP, `kLL3` three times LL).
+// clang-format off
+enum TFactor : unsigned char {
+  kOne, kL, kP, kH, kLP, kLH, kPH, kLL, kPP, kHH, kPLH, kLLL, kLPP, kLHH, kLLP, kPPP, kPHH, kLLH, kPPH, kHHH,
+  kTermCount,
+  kL2 = kTermCount, kP2, kH2, kLP2, kLH2, kPH2, kLL3, kPP3, kHH3,
+  kFactorCount
+};
+// clang-format on
+
 template <class T>
-struct TMonomials {
-  T L, P, H, LP, LH, PH, LL, PP, HH, PLH, LLL, LPP, LHH, LLP, PPP, PHH, LLH, PPH, HHH;
+[[gnu::always_inline]] inline void FormTerms(const T& P, const T& L, const T& H, T* f) {
+  f[kOne] = T{} + 1.0;
+  f[kL] = L;
+  f[kP] = P;
+  f[kH] = H;
+  const T LP = L * P, LL = L * L, PP = P * P, HH = H * H;
+  f[kLP] = LP;
+  f[kLH] = L * H;
+  f[kPH] = P * H;
+  f[kLL] = LL;
+  f[kPP] = PP;
+  f[kHH] = HH;
+  f[kPLH] = LP * H;
+  f[kLLL] = LL * L;
+  f[kLPP] = L * PP;
+  f[kLHH] = L * HH;
+  f[kLLP] = LL * P;
+  f[kPPP] = PP * P;
+  f[kPHH] = P * HH;
+  f[kLLH] = LL * H;
+  f[kPPH] = PP * H;
+  f[kHHH] = HH * H;
+}
+
+/// The factors behind the terms. Doubling by addition is exact.
+template <class T>
+[[gnu::always_inline]] inline void FormTermDerivatives(T* f) {
+  f[kL2] = f[kL] + f[kL];
+  f[kP2] = f[kP] + f[kP];
+  f[kH2] = f[kH] + f[kH];
+  f[kLP2] = f[kLP] + f[kLP];
+  f[kLH2] = f[kLH] + f[kLH];
+  f[kPH2] = f[kPH] + f[kPH];
+  f[kLL3] = 3.0 * f[kLL];
+  f[kPP3] = 3.0 * f[kPP];
+  f[kHH3] = 3.0 * f[kHH];
+}
+
+/// Adds coefficients[k] · term k, k = `first` .. `last` - 1. Written out for one point. For vectors a loop: written out,
+/// fetching the long instructions would take more time than the arithmetic.
+template <class Coefficients, class T, class Sum>
+[[gnu::always_inline]] inline void AddTerms(const Coefficients& coefficients, const T* f, int first, int last,
+                                            Sum& sum) {
+  if constexpr (sizeof(T) == sizeof(double)) {
+#pragma GCC unroll 20
+    for (int k = first; k < last; ++k) sum = sum + coefficients[k] * f[k];
+  } else {
+    for (int k = first; k < last; ++k) sum = sum + coefficients[k] * f[k];
+  }
+}
+
+/// Σ coefficients[k] · term k, k = 0..19.
+template <class Coefficients, class T, class Sum>
+[[gnu::always_inline]] inline void PolynomialValue(const Coefficients& coefficients, const T* f, Sum& value) {
+  Sum sum = coefficients[0] + coefficients[1] * f[1];
+  AddTerms(coefficients, f, 2, kTermCount, sum);
+  value = sum;
+}
+
+/// One product of a derivative.
+struct TDerivativeTerm {
+  unsigned char coefficient;
+  TFactor factor;
 };
 
-template <class T>
-[[gnu::always_inline]] inline void FormMonomials(const T& P, const T& L, const T& H, TMonomials<T>& m) {
-  m.L = L;
-  m.P = P;
-  m.H = H;
-  m.LP = L * P;
-  m.LH = L * H;
-  m.PH = P * H;
-  m.LL = L * L;
-  m.PP = P * P;
-  m.HH = H * H;
-  m.PLH = m.LP * H;
-  m.LLL = m.LL * L;
-  m.LPP = L * m.PP;
-  m.LHH = L * m.HH;
-  m.LLP = m.LL * P;
-  m.PPP = m.PP * P;
-  m.PHH = P * m.HH;
-  m.LLH = m.LL * H;
-  m.PPH = m.PP * H;
-  m.HHH = m.HH * H;
-}
-
-/// Σ c[k] · term k, k = 0..19.
-template <class Coefficients, class T, class Sum>
-[[gnu::always_inline]] inline void PolynomialValue(const Coefficients& c, const TMonomials<T>& m, Sum& value) {
-  Sum s = c[0] + c[1] * m.L;
-  s = s + c[2] * m.P;
-  s = s + c[3] * m.H;
-  s = s + c[4] * m.LP;
-  s = s + c[5] * m.LH;
-  s = s + c[6] * m.PH;
-  s = s + c[7] * m.LL;
-  s = s + c[8] * m.PP;
-  s = s + c[9] * m.HH;
-  s = s + c[10] * m.PLH;
-  s = s + c[11] * m.LLL;
-  s = s + c[12] * m.LPP;
-  s = s + c[13] * m.LHH;
-  s = s + c[14] * m.LLP;
-  s = s + c[15] * m.PPP;
-  s = s + c[16] * m.PHH;
-  s = s + c[17] * m.LLH;
-  s = s + c[18] * m.PPH;
-  s = s + c[19] * m.HHH;
-  value = s;
-}
-
-/// Derivatives of the terms that are no term themselves. Doubling by addition is exact.
-template <class T>
-struct TTermDerivatives {
-  T L2, P2, H2, LP2, LH2, PH2, LL3, PP3, HH3;
+/// A derivative of the polynomial but its first element, which is a coefficient alone, in index order.
+struct TDerivative {
+  unsigned char first;
+  TDerivativeTerm terms[9];
 };
 
-template <class T>
-[[gnu::always_inline]] inline void FormTermDerivatives(const TMonomials<T>& m, TTermDerivatives<T>& d) {
-  d.L2 = m.L + m.L;
-  d.P2 = m.P + m.P;
-  d.H2 = m.H + m.H;
-  d.LP2 = m.LP + m.LP;
-  d.LH2 = m.LH + m.LH;
-  d.PH2 = m.PH + m.PH;
-  d.LL3 = 3.0 * m.LL;
-  d.PP3 = 3.0 * m.PP;
-  d.HH3 = 3.0 * m.HH;
-}
+/// By latitude, longitude, height.
+constexpr TDerivative kDerivatives[3] = {
+    {2, {{4, kL}, {6, kH}, {8, kP2}, {10, kLH}, {12, kLP2}, {14, kLL}, {15, kPP3}, {16, kHH}, {18, kPH2}}},
+    {1, {{4, kP}, {5, kH}, {7, kL2}, {10, kPH}, {11, kLL3}, {12, kPP}, {13, kHH}, {14, kLP2}, {17, kLH2}}},
+    {3, {{5, kL}, {6, kP}, {9, kH2}, {10, kLP}, {13, kLH2}, {16, kPH2}, {17, kLL}, {18, kPP}, {19, kHH3}}}};
 
-/// ∂/∂P: Σ c[k] · ∂(term k)/∂P in index order.
+/// Σ c[k] · ∂(term k)/∂(variable) in index order; `f` holds the terms and their derivatives.
 template <class Coefficients, class T, class Sum>
-[[gnu::always_inline]] inline void DerivativeByLatitude(const Coefficients& c, const TMonomials<T>& m,
-                                                        const TTermDerivatives<T>& d, Sum& value) {
-  Sum s = c[2] + c[4] * m.L;
-  s = s + c[6] * m.H;
-  s = s + c[8] * d.P2;
-  s = s + c[10] * m.LH;
-  s = s + c[12] * d.LP2;
-  s = s + c[14] * m.LL;
-  s = s + c[15] * d.PP3;
-  s = s + c[16] * m.HH;
-  s = s + c[18] * d.PH2;
-  value = s;
-}
-
-/// ∂/∂L.
-template <class Coefficients, class T, class Sum>
-[[gnu::always_inline]] inline void DerivativeByLongitude(const Coefficients& c, const TMonomials<T>& m,
-                                                         const TTermDerivatives<T>& d, Sum& value) {
-  Sum s = c[1] + c[4] * m.P;
-  s = s + c[5] * m.H;
-  s = s + c[7] * d.L2;
-  s = s + c[10] * m.PH;
-  s = s + c[11] * d.LL3;
-  s = s + c[12] * m.PP;
-  s = s + c[13] * m.HH;
-  s = s + c[14] * d.LP2;
-  s = s + c[17] * d.LH2;
-  value = s;
-}
-
-/// ∂/∂H.
-template <class Coefficients, class T, class Sum>
-[[gnu::always_inline]] inline void DerivativeByHeight(const Coefficients& c, const TMonomials<T>& m,
-                                                      const TTermDerivatives<T>& d, Sum& value) {
-  Sum s = c[3] + c[5] * m.L;
-  s = s + c[6] * m.P;
-  s = s + c[9] * d.H2;
-  s = s + c[10] * m.LP;
-  s = s + c[13] * d.LH2;
-  s = s + c[16] * d.PH2;
-  s = s + c[17] * m.LL;
-  s = s + c[18] * m.PP;
-  s = s + c[19] * d.HH3;
-  value = s;
+[[gnu::always_inline]] inline void PolynomialDerivative(const Coefficients& coefficients, const TDerivative& derivative,
+                                                        const T* f, Sum& value) {
+  const TDerivativeTerm* const terms = derivative.terms;
+  Sum sum = coefficients[derivative.first] + coefficients[terms[0].coefficient] * f[terms[0].factor];
+#pragma GCC unroll 9
+  for (int i = 1; i < 9; ++i) sum = sum + coefficients[terms[i].coefficient] * f[terms[i].factor];
+  value = sum;
 }
 
 }  // namespace SatCommonUtils::rpc

@@ -9,7 +9,7 @@
 
 namespace SatCommonUtils::rpc {
 
-/// The numbers of a model in the forms that the evaluation reads. Polynomials are in the order numerator of line,
+/// The numbers of a model as the evaluation reads them. The four polynomials are in the order numerator of line,
 /// denominator of line, numerator of sample, denominator of sample; offset and scale in the order `TCoordinate`.
 struct TEvaluationView {
   const double* const* polynomials;  ///< four arrays of 20
@@ -32,13 +32,43 @@ struct TFourLanes {
   [[gnu::always_inline]] friend TFourLanes operator*(const TFourLanes& a, double b) { return {a.line * b, a.samp * b}; }
 };
 
-/// The coefficients by term: element k holds the four of term k.
-struct TTermRows {
+/// The coefficients by term: element k holds the four of term k, in lanes.
+struct TLaneRows {
   const double* terms;
   [[gnu::always_inline]] TFourLanes operator[](int k) const {
     const auto* const pairs = reinterpret_cast<const simd::TLanes<2>::TUnaligned*>(terms + std::ptrdiff_t{4} * k);
     return {pairs[0], pairs[1]};
   }
+};
+
+/// Values of the four polynomials, or of a derivative of them.
+template <class T>
+struct TFour {
+  T lineNum, lineDen, sampNum, sampDen;
+};
+
+template <class T>
+[[gnu::always_inline]] inline TFour<T> operator+(const TFour<T>& a, const TFour<T>& b) {
+  return {a.lineNum + b.lineNum, a.lineDen + b.lineDen, a.sampNum + b.sampNum, a.sampDen + b.sampDen};
+}
+
+/// The coefficients by term: element k holds the four of term k, for vectors of points.
+struct TTermRows {
+  struct TRow {
+    const double* c;
+
+    template <class T>
+    [[gnu::always_inline]] friend TFour<T> operator*(const TRow& row, const T& x) {
+      return {row.c[0] * x, row.c[1] * x, row.c[2] * x, row.c[3] * x};
+    }
+    template <class T>
+    [[gnu::always_inline]] friend TFour<T> operator+(const TRow& row, const TFour<T>& x) {
+      return {row.c[0] + x.lineNum, row.c[1] + x.lineDen, row.c[2] + x.sampNum, row.c[3] + x.sampDen};
+    }
+  };
+
+  const double* terms;
+  [[gnu::always_inline]] TRow operator[](int k) const { return {terms + std::ptrdiff_t{4} * k}; }
 };
 
 template <class T>
@@ -51,14 +81,34 @@ template <class T>
   x = model.scale[which] * y + model.offset[which];
 }
 
-/// Values of the four polynomials, or of a derivative of them.
+/// What the four polynomials are summed with and in: vectors of points side by side, or one point in lanes.
 template <class T>
-struct TFour {
-  T lineNum, lineDen, sampNum, sampDen;
+struct TSums {
+  using TRows = TTermRows;
+  using TSum = TFour<T>;
+};
+template <>
+struct TSums<double> {
+  using TRows = TLaneRows;
+  using TSum = TFourLanes;
 };
 
-/// Which derivatives an evaluation forms.
-enum class TVariables { None, LatLon, LatLonHeight };
+template <class T>
+[[gnu::always_inline]] inline void TakeApart(const TFour<T>& sum, TFour<T>& four) {
+  four = sum;
+}
+[[gnu::always_inline]] inline void TakeApart(const TFourLanes& sum, TFour<double>& four) {
+  four = {sum.line[0], sum.line[1], sum.samp[0], sum.samp[1]};
+}
+
+/// Derivatives of the four polynomials, `f` being the terms and their derivatives.
+template <class T>
+[[gnu::always_inline]] inline void DerivePolynomials(const TEvaluationView& model, const TDerivative& derivative,
+                                                     const T* f, TFour<T>& result) {
+  typename TSums<T>::TSum sum;
+  PolynomialDerivative(typename TSums<T>::TRows{model.terms}, derivative, f, sum);
+  TakeApart(sum, result);
+}
 
 /// Values and derivatives of the four polynomials at one point or a vector of points.
 template <class T>
@@ -67,50 +117,17 @@ struct TPolynomials {
   TFour<T> byVariable[3];  ///< by latitude, longitude, height; those that were asked for
 };
 
-/// Calls `sum(coefficients, result)` for each polynomial of a vector of points.
-template <class T, class Function>
-[[gnu::always_inline]] inline void ForEachPolynomial(const TEvaluationView& model, TFour<T>& result,
-                                                     const Function& sum) {
-  sum(model.polynomials[0], result.lineNum);
-  sum(model.polynomials[1], result.lineDen);
-  sum(model.polynomials[2], result.sampNum);
-  sum(model.polynomials[3], result.sampDen);
-}
-
-/// For one point: the four polynomials at once.
-template <class Function>
-[[gnu::always_inline]] inline void ForEachPolynomial(const TEvaluationView& model, TFour<double>& result,
-                                                     const Function& sum) {
-  TFourLanes four;
-  sum(TTermRows{model.terms}, four);
-  result = {four.line[0], four.line[1], four.samp[0], four.samp[1]};
-}
-
-template <TVariables Variables, class T>
+template <bool Derivatives, class T>
 [[gnu::always_inline]] inline void EvaluatePolynomials(const TEvaluationView& model, const T& P, const T& L, const T& H,
                                                        TPolynomials<T>& result) {
-  TMonomials<T> m;
-  FormMonomials(P, L, H, m);
-  ForEachPolynomial(
-      model,
-      result.value, [&m](const auto& c, auto& sum) __attribute__((always_inline)) { PolynomialValue(c, m, sum); });
-  if constexpr (Variables != TVariables::None) {
-    TTermDerivatives<T> d;
-    FormTermDerivatives(m, d);
-    ForEachPolynomial(
-        model, result.byVariable[0], [&](const auto& c, auto& sum) __attribute__((always_inline)) {
-          DerivativeByLatitude(c, m, d, sum);
-        });
-    ForEachPolynomial(
-        model, result.byVariable[1], [&](const auto& c, auto& sum) __attribute__((always_inline)) {
-          DerivativeByLongitude(c, m, d, sum);
-        });
-    if constexpr (Variables == TVariables::LatLonHeight) {
-      ForEachPolynomial(
-          model, result.byVariable[2], [&](const auto& c, auto& sum) __attribute__((always_inline)) {
-            DerivativeByHeight(c, m, d, sum);
-          });
-    }
+  T f[kFactorCount];
+  FormTerms(P, L, H, f);
+  typename TSums<T>::TSum sum;
+  PolynomialValue(typename TSums<T>::TRows{model.terms}, f, sum);
+  TakeApart(sum, result.value);
+  if constexpr (Derivatives) {
+    FormTermDerivatives(f);
+    for (int i = 0; i < 3; ++i) DerivePolynomials(model, kDerivatives[i], f, result.byVariable[i]);
   }
 }
 
@@ -121,12 +138,19 @@ template <class T>
   sampleN = value.sampNum / value.sampDen;
 }
 
+/// Derivative of numerator / denominator, `dNum` and `dDen` being those of the two.
+template <class T>
+[[gnu::always_inline]] inline void QuotientDerivative(const T& num, const T& den, const T& dNum, const T& dDen,
+                                                      T& derivative) {
+  derivative = (dNum * den - num * dDen) / (den * den);
+}
+
 /// Derivatives of normalised line and sample by one variable, `dx` being those of the polynomials.
 template <class T>
 [[gnu::always_inline]] inline void QuotientDerivatives(const TFour<T>& value, const TFour<T>& dx, T& dLineN,
                                                        T& dSampleN) {
-  dLineN = (dx.lineNum * value.lineDen - value.lineNum * dx.lineDen) / (value.lineDen * value.lineDen);
-  dSampleN = (dx.sampNum * value.sampDen - value.sampNum * dx.sampDen) / (value.sampDen * value.sampDen);
+  QuotientDerivative(value.lineNum, value.lineDen, dx.lineNum, dx.lineDen, dLineN);
+  QuotientDerivative(value.sampNum, value.sampDen, dx.sampNum, dx.sampDen, dSampleN);
 }
 
 }  // namespace SatCommonUtils::rpc

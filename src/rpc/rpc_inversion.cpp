@@ -28,6 +28,9 @@ struct TArrays {
   TGroundStatus* status;
 };
 
+/// Points that are iterated together: a multiple of every vector width.
+constexpr std::size_t kBlock = 128;
+
 /// Image to ground of a range of points, a vector of points at a time.
 struct TInvertArrays {
   TEvaluationView model;
@@ -40,55 +43,111 @@ struct TInvertArrays {
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     *converged = 0;
-    std::size_t i = first;
-    for (; i + Width <= last; i += Width) {
-      *converged += Group<Width>(arrays.line + i, arrays.sample + i, arrays.h + i, arrays.lat + i, arrays.lon + i,
-                                 arrays.status == nullptr ? nullptr : arrays.status + i, Width);
+    for (std::size_t i = first; i < last; i += kBlock) {
+      const std::size_t count = std::min(kBlock, last - i);
+      TGroundStatus status[kBlock];
+      if (count % Width == 0) {
+        const TArrays& a = arrays;
+        Invert<Width>({a.line + i, a.sample + i, a.h + i, a.lat + i, a.lon + i, status}, count);
+      } else {
+        Buffered<Width>(i, count, status);
+      }
+      for (std::size_t k = 0; k < count; ++k) {
+        *converged += status[k].state == TGroundState::Converged ? 1 : 0;
+        if (arrays.status != nullptr) arrays.status[i + k] = status[k];
+      }
     }
-    if (i == last) return;
-    double in[3][Width];
-    double out[2][Width];
-    for (int lane = 0; lane < Width; ++lane) {
-      const std::size_t source = std::min(i + lane, last - 1);
-      in[0][lane] = arrays.line[source];
-      in[1][lane] = arrays.sample[source];
-      in[2][lane] = arrays.h[source];
-    }
-    *converged += Group<Width>(in[0], in[1], in[2], out[0], out[1],
-                               arrays.status == nullptr ? nullptr : arrays.status + i, static_cast<int>(last - i));
-    std::copy(out[0], out[0] + (last - i), arrays.lat + i);
-    std::copy(out[1], out[1] + (last - i), arrays.lon + i);
   }
 
  private:
-  /// One vector of points, of which the first `count` get a status. \return how many of those converged.
+  /// Points from `begin` on that are no whole number of vectors; the last point stands in for those that are missing.
   template <int Width>
-  [[gnu::always_inline]] std::size_t Group(const double* line, const double* sample, const double* h, double* lat,
-                                           double* lon, TGroundStatus* status, int count) const {
+  [[gnu::always_inline]] void Buffered(std::size_t begin, std::size_t count, TGroundStatus* status) const {
+    double in[3][kBlock];
+    double out[2][kBlock];
+    const std::size_t padded = (count + Width - 1) / Width * Width;
+    for (std::size_t i = 0; i < padded; ++i) {
+      const std::size_t source = begin + std::min(i, count - 1);
+      in[0][i] = arrays.line[source];
+      in[1][i] = arrays.sample[source];
+      in[2][i] = arrays.h[source];
+    }
+    Invert<Width>({in[0], in[1], in[2], out[0], out[1], status}, padded);
+    std::copy(out[0], out[0] + count, arrays.lat + begin);
+    std::copy(out[1], out[1] + count, arrays.lon + begin);
+  }
+
+  /// At most a block of points, a multiple of the width.
+  template <int Width>
+  [[gnu::always_inline]] void Invert(const TArrays& part, std::size_t count) const {
     using TVector = typename simd::TLanes<Width>::TVector;
+    rpc::TInversion<TVector> inversions[kBlock / Width];
+    for (std::size_t i = 0; i < count; i += Width) Start<Width>(part, i, inversions[i / Width]);
+    Iterate<Width>(inversions, count / Width);
+    for (std::size_t i = 0; i < count; i += Width) Finish<Width>(inversions[i / Width], part, i);
+  }
+
+  /// Takes the vectors through their steps, three under way at a time; one that is not done is queued again.
+  template <int Width, class TInversion>
+  [[gnu::always_inline]] void Iterate(TInversion* inversions, std::size_t count) const {
+    TInversion* queue[kBlock / Width * rpc::kLargestSteps];
+    for (std::size_t k = 0; k < count; ++k) queue[k] = inversions + k;
+    std::size_t front = 0;
+    std::size_t back = count;
+    rpc::TInversionStep<typename simd::TLanes<Width>::TVector> steps[3];
+    TInversion* formed = nullptr;
+    TInversion* solved = nullptr;
+    std::size_t turn = 0;
+    do {
+      TInversion* const evaluated = front < back ? queue[front++] : nullptr;
+      rpc::TInversionStep<typename simd::TLanes<Width>::TVector>* const step[3] = {steps + turn, steps + (turn + 2) % 3,
+                                                                                   steps + (turn + 1) % 3};
+      TakeQuarter<0>(evaluated, formed, solved, step);
+      TakeQuarter<1>(evaluated, formed, solved, step);
+      TakeQuarter<2>(evaluated, formed, solved, step);
+      TakeQuarter<3>(evaluated, formed, solved, step);
+      if (solved != nullptr && rpc::HasSteps(*solved)) queue[back++] = solved;
+      solved = formed;
+      formed = evaluated;
+      turn = (turn + 1) % 3;
+    } while (front < back || formed != nullptr || solved != nullptr);
+  }
+
+  template <int Quarter, class TInversion, class TStep>
+  [[gnu::always_inline]] void TakeQuarter(TInversion* evaluated, TInversion* formed, TInversion* solved,
+                                          TStep* const (&step)[3]) const {
+    if (evaluated != nullptr) rpc::EvaluateQuarter<Quarter>(model, *evaluated, *step[0]);
+    if (formed != nullptr) rpc::FormQuarter<Quarter>(*formed, *step[1]);
+    if (solved != nullptr) rpc::SolveQuarter<Quarter>(*step[2], *solved);
+  }
+
+  template <int Width>
+  [[gnu::always_inline]] void Start(const TArrays& part, std::size_t i,
+                                    rpc::TInversion<typename simd::TLanes<Width>::TVector>& inversion) const {
     using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
     // Loaded into vectors of their own first: a reference to a cast of unaligned memory may be taken for aligned.
-    const TVector lines = *reinterpret_cast<const TUnaligned*>(line);
-    const TVector samples = *reinterpret_cast<const TUnaligned*>(sample);
-    const TVector heights = *reinterpret_cast<const TUnaligned*>(h);
-    TVector lineN, sampleN, hN;
-    rpc::Normalize(model, rpc::kLine, lines, lineN);
-    rpc::Normalize(model, rpc::kSample, samples, sampleN);
-    rpc::Normalize(model, rpc::kHeight, heights, hN);
-    rpc::TInversion<TVector> result;
-    rpc::InvertNormalized(model, start, lineN, sampleN, hN, result);
-    TVector latitude, longitude;
-    rpc::Denormalize(model, rpc::kLatitude, result.latN, latitude);
-    rpc::Denormalize(model, rpc::kLongitude, result.lonN, longitude);
-    *reinterpret_cast<TUnaligned*>(lat) = latitude;
-    *reinterpret_cast<TUnaligned*>(lon) = longitude;
-    std::size_t good = 0;
-    for (int lane = 0; lane < count; ++lane) {
-      const TGroundState state = StateOf(result.failed[lane] != 0, result.active[lane] != 0);
-      good += state == TGroundState::Converged ? 1 : 0;
-      if (status != nullptr) status[lane] = {state, static_cast<std::int32_t>(result.evaluations[lane])};
+    const typename simd::TLanes<Width>::TVector line = *reinterpret_cast<const TUnaligned*>(part.line + i);
+    const typename simd::TLanes<Width>::TVector sample = *reinterpret_cast<const TUnaligned*>(part.sample + i);
+    const typename simd::TLanes<Width>::TVector h = *reinterpret_cast<const TUnaligned*>(part.h + i);
+    rpc::Normalize(model, rpc::kLine, line, inversion.lineN);
+    rpc::Normalize(model, rpc::kSample, sample, inversion.sampleN);
+    rpc::Normalize(model, rpc::kHeight, h, inversion.hN);
+    rpc::StartInversion(model, start, inversion);
+  }
+
+  template <int Width>
+  [[gnu::always_inline]] void Finish(const rpc::TInversion<typename simd::TLanes<Width>::TVector>& inversion,
+                                     const TArrays& part, std::size_t i) const {
+    using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    typename simd::TLanes<Width>::TVector lat, lon;
+    rpc::Denormalize(model, rpc::kLatitude, inversion.latN, lat);
+    rpc::Denormalize(model, rpc::kLongitude, inversion.lonN, lon);
+    *reinterpret_cast<TUnaligned*>(part.lat + i) = lat;
+    *reinterpret_cast<TUnaligned*>(part.lon + i) = lon;
+    for (int lane = 0; lane < Width; ++lane) {
+      part.status[i + lane] = {StateOf(inversion.failed[lane] != 0, inversion.active[lane] != 0),
+                               static_cast<std::int32_t>(inversion.evaluations[lane])};
     }
-    return good;
   }
 };
 
@@ -105,11 +164,16 @@ bool TRPC::CalculateLatLonNormalized(const double& lineN, const double& sampleN,
                                      double* lonN) const {
   if (!EnsureApproximation()) return false;
   const TApproximation& f = approximation_;
-  rpc::TInversion<double> result;
-  rpc::InvertNormalized(View(), {f.lineNum, f.lineDenom, f.sampleNum, f.sampleDenom}, lineN, sampleN, hN, result);
-  *latN = result.latN;
-  *lonN = result.lonN;
-  return result.failed == 0.0;
+  const TEvaluationView model = View();
+  rpc::TInversion<double> inversion;
+  inversion.lineN = lineN;
+  inversion.sampleN = sampleN;
+  inversion.hN = hN;
+  rpc::StartInversion(model, {f.lineNum, f.lineDenom, f.sampleNum, f.sampleDenom}, inversion);
+  while (rpc::HasSteps(inversion)) rpc::TakeStep(model, inversion);
+  *latN = inversion.latN;
+  *lonN = inversion.lonN;
+  return inversion.failed == 0;
 }
 
 bool TRPC::CalculateLatLon(const double& line, const double& sample, const double& h, double* lat, double* lon) const {

@@ -15,7 +15,6 @@ namespace SatCommonUtils {
 namespace {
 
 using rpc::TEvaluationView;
-using rpc::TVariables;
 
 /// Derivatives of normalised line and sample by P, L, H; null outputs stay out.
 void WriteDerivatives(const rpc::TPolynomials<double>& q, double* dLineN, double* dSampleN) {
@@ -32,9 +31,9 @@ void ProjectNormalized(const TEvaluationView& model, double P, double L, double 
                        double* dLineN, double* dSampleN) {
   rpc::TPolynomials<double> q;
   if (dLineN == nullptr && dSampleN == nullptr) {
-    rpc::EvaluatePolynomials<TVariables::None>(model, P, L, H, q);
+    rpc::EvaluatePolynomials<false>(model, P, L, H, q);
   } else {
-    rpc::EvaluatePolynomials<TVariables::LatLonHeight>(model, P, L, H, q);
+    rpc::EvaluatePolynomials<true>(model, P, L, H, q);
     WriteDerivatives(q, dLineN, dSampleN);
   }
   rpc::Quotients(q.value, *lineN, *sampleN);
@@ -148,7 +147,7 @@ struct TProjectArrays {
       // One step ahead: these divisions run beside the multiplications below, which do not wait for them.
       LoadNormalized<Width>(part, std::min(i + Width, count - Width), next);
       rpc::TPolynomials<TVector> q;
-      rpc::EvaluatePolynomials<Derivatives ? TVariables::LatLonHeight : TVariables::None>(model, P, L, H, q);
+      rpc::EvaluatePolynomials<Derivatives>(model, P, L, H, q);
       TVector lineN, sampleN, line, sample;
       rpc::Quotients(q.value, lineN, sampleN);
       rpc::Denormalize(model, rpc::kLine, lineN, line);

@@ -2,38 +2,13 @@
 // Systems of two and three unknowns without memory from the heap, for one point (`T` is double) or a vector of points
 // (`T` is a vector of doubles). They take the same operations in the same order as `Cholesky`, `Gauss` and
 // `TOverdefinedLinearSystem`, so that their bits are the same.
-//
-// A flag of each lane is a `T` of 1.0 (set) or 0.0: compilers keep such flags in vectors where they take the result of
-// a vector comparison to pieces.
 
 #include <algorithm>
-#include <cmath>
 
 #include "linalg/kernels.h"
+#include "rpc/lanes.h"
 
 namespace SatCommonUtils::rpc {
-
-[[gnu::always_inline]] inline bool AnySet(const double& flags) { return flags != 0.0; }
-
-template <class T>
-[[gnu::always_inline]] inline bool AnySet(const T& flags) {
-  double sum = 0.0;
-  for (unsigned lane = 0; lane < sizeof(T) / sizeof(double); ++lane) sum += flags[lane];
-  return sum != 0.0;
-}
-
-/// The same number in every lane.
-template <class T>
-[[gnu::always_inline]] inline void Fill(double value, T& lanes) {
-  lanes = T{} + value;
-}
-
-[[gnu::always_inline]] inline void Sqrt(const double& x, double& root) { root = std::sqrt(x); }
-
-template <class T>
-[[gnu::always_inline]] inline void Sqrt(const T& x, T& root) {
-  for (unsigned lane = 0; lane < sizeof(T) / sizeof(double); ++lane) root[lane] = std::sqrt(x[lane]);
-}
 
 /// Normal equations of N unknowns; the upper triangle of the matrix is used.
 template <int N, class T>
@@ -63,8 +38,7 @@ constexpr double kSmallestPivot = 1e-20;
 /// not); where it is at most `kSmallestPivot` the solution has failed and `x` means nothing.
 template <int N, class T>
 [[gnu::always_inline]] inline void SolveCholesky(const TNormalEquations<N, T>& equations, T (&x)[N], T& lowestPivot) {
-  T lowest;
-  Fill(1.0, lowest);
+  T lowest = T{} + 1.0;
   T u[N][N];
   for (int i = 0; i < N; ++i) {
     for (int j = i; j < N; ++j) {
