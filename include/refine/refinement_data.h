@@ -169,8 +169,8 @@ ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCR
 /// As above, empty instead of throwing.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyN(const TRPCRefinementDataBase& src);
 /// A new record read from the current section. The kind is that of the key "RPCRefinementType", but affine in a section
-/// without the key "Ver": documents of the older form knew no other. \throws TZxMessage when the kind is unknown or a
-/// parameter is missing.
+/// without the key "Ver": documents of the older form knew no other. \throws TZxMessage when the kind is unknown, a
+/// parameter is missing or `src` is null.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataFromXMLE(TZxXIniReader* src);
 /// As above, empty instead of throwing.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataFromXMLN(TZxXIniReader* src);

@@ -74,6 +74,7 @@ var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyN(const TRPCRefinementDat
 
 var_a<TRPCRefinementDataBase*> CreateRefinementDataFromXMLE(TZxXIniReader* src) {
   return CreateOrThrow("var_a<TRPCRefinementDataBase*> CreateFromXMLE(TZxXIniReader* XML_reader)", [src] {
+    if (src == nullptr) return var_a<TRPCRefinementDataBase*>();
     var_a<TRPCRefinementDataBase*> record = CreateRefinementDataE(ReadRefinementType(src));
     if (!record->InitializeFromXML(src, ReadRefinementVersion(src))) record.reset();
     return record;

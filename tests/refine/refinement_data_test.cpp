@@ -137,6 +137,7 @@ TEST(RefinementDataXml, MissingKeysAndUnknownKindsFail) {
     EXPECT_FALSE(CreateRefinementDataFromXMLN(reader.get())) << row.key;
     EXPECT_NE(reader->FindF("Ver"), TZxXIniReader::npos) << "the reader is where it was";
   }
+  EXPECT_EQ(MessageOf([] { CreateRefinementDataFromXMLE(nullptr); }), text);
   TRPCRefinementDataAffine affine = orbmath_test::Affine();
   EXPECT_FALSE(affine.InitializeFromXML(ReaderOf(XmlOf(orbmath_test::Shift(1, 2))).get(), 1));
   EXPECT_FALSE(affine) << "what is missing is unset";
