@@ -22,13 +22,20 @@ using TPoint = rpc::TMeasuredPoint<THeight::Known>;
 constexpr double kLargestMiss = 1e-5;
 /// A root that misses by more than this is worth another step, pixels.
 constexpr double kWorthAStep = 1e-7;
-/// A root this far out, in normalised units, may not be the one that is meant.
+/// A root this far out, in normalised units, may not be the one that is meant, unless the image point is as far out.
 constexpr double kFarOutside = 1.5;
 
-/// Largest of the absolute normalised latitude and longitude.
-double Remoteness(const TRPC& model, double lat, double lon) {
-  return std::fmax(std::fabs(model.GetLatitudeNormalization()->Initial2Normalized(lat)),
-                   std::fabs(model.GetLongitudeNormalization()->Initial2Normalized(lon)));
+/// Larger of two absolute normalised coordinates.
+double Remoteness(const TLinearNormalization& first, double x, const TLinearNormalization& second, double y) {
+  return std::fmax(std::fabs(first.Initial2Normalized(x)), std::fabs(second.Initial2Normalized(y)));
+}
+
+bool IsFarOutside(const TRPCCoordsDataItem& item, double lat, double lon) {
+  const TRPC& model = *item.model;
+  const double ground = Remoteness(*model.GetLatitudeNormalization(), lat, *model.GetLongitudeNormalization(), lon);
+  const double image =
+      Remoteness(*model.GetLineNormalization(), item.line, *model.GetSampleNormalization(), item.sample);
+  return !(ground <= kFarOutside * std::fmax(1.0, image));
 }
 
 double Miss(const TRPCCoordsDataItem& item, double lat, double lon, double h) {
@@ -79,7 +86,7 @@ bool TryFrom(const TRPCCoordsDataItem& item, const TStart& start, TGroundMethod 
   best->status.iterations += evaluations;
   const double miss = Miss(item, ground[0], ground[1], best->h);
   const bool root = miss <= kLargestMiss;
-  const bool inside = root && Remoteness(*item.model, ground[0], ground[1]) <= kFarOutside;
+  const bool inside = root && !IsFarOutside(item, ground[0], ground[1]);
   if (inside || !(IsRoot(*best) || best->residual <= miss)) {
     best->lat = ground[0];
     best->lon = ground[1];
@@ -124,7 +131,7 @@ void Complete(const TRPC& model, double line, double sample, TGroundSolution* so
   const bool root = IsRoot(*solution);
   if (solution->status.state == TGroundState::Converged && !root) solution->status.state = TGroundState::NotConverged;
   if (solution->status.state != TGroundState::NoApproximation &&
-      (!root || Remoteness(model, solution->lat, solution->lon) > kFarOutside)) {
+      (!root || IsFarOutside(item, solution->lat, solution->lon))) {
     Retry(item, solution);
   } else if (root && solution->residual > kWorthAStep) {
     Polish(item, solution);
