@@ -79,6 +79,9 @@ class ORBMATH_API T7ParamsTransform {
   explicit T7ParamsTransform(TZxXIniReader* src);
   /// Loads the child section `Key`. \throws TZxMessage when that fails.
   T7ParamsTransform(TZxXIniReader* src, std::string Key);
+  /// Moves copy too, so that an object always has its matrices.
+  T7ParamsTransform(const T7ParamsTransform&) = default;
+  T7ParamsTransform& operator=(const T7ParamsTransform&) = default;
 
   /// \return false, the object unchanged, unless dm > -1.
   bool Initialize(const T7Params& params);
@@ -95,9 +98,10 @@ class ORBMATH_API T7ParamsTransform {
   void DirectTransform(const double& x, const double& y, const double& z, double* X, double* Y, double* Z) const;
   /// X = (1/m)·R'·X' - (1/m)·R'·T, R' being the transpose of R.
   void InverseTransform(const double& x, const double& y, const double& z, double* X, double* Y, double* Z) const;
-  /// `DirectTransform` of a vector of 3 elements; `dst` may be `src`, and is resized to 3.
+  /// `DirectTransform` of the first 3 elements of a vector. \param dst becomes 3 elements; may be `src`.
+  /// \throws std::runtime_error "double& TVector::operator[] (size_t index)", `dst` untouched, when `src` has fewer.
   void DirectTransformVector(const TVector& src, TVector* dst) const;
-  /// `InverseTransform` of a vector of 3 elements; `dst` may be `src`, and is resized to 3.
+  /// `InverseTransform` of a vector; as above.
   void InverseTransformVector(const TVector& src, TVector* dst) const;
 
   /// The parameters it was built from.

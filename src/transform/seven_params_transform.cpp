@@ -4,6 +4,7 @@
 #include "frame/zxstd/keyed_fields.h"
 #include "frame/zxstd/message.h"
 #include "geometry/rotation.h"
+#include "linalg/checked_access.h"
 #include "transform/seven_params.h"
 
 namespace SatCommonUtils {
@@ -14,6 +15,11 @@ void Rotate(const TMatrix& matrix, const TVector& in, TVector* out) {
   for (std::size_t row = 0; row < 3; ++row) {
     (*out)[row] = matrix(row, 0) * in(0) + matrix(row, 1) * in(1) + matrix(row, 2) * in(2);
   }
+}
+
+/// Refuses a vector without three elements, as checked accesses do.
+void CheckSize(const TVector& vector) {
+  if (vector.GetSize() < 3) ThrowIndexError();
 }
 
 void Similarity(double scale, const TMatrix& rotation, const TVector& shift, const TVector& in, TVector* rotated,
@@ -67,7 +73,6 @@ bool T7ParamsTransform::Initialize(const T7Params& params) {
   inverse_scale_ = 1.0 / scale_;
   inverse_rotation_ = !rotation_;
   inverse_translation_ = (inverse_rotation_ * translation_) * -inverse_scale_;
-  work_in_ = work_rotated_ = work_out_ = TVector(3);  // also of an object that has been moved from
   return true;
 }
 
@@ -101,11 +106,13 @@ void T7ParamsTransform::InverseTransform(const double& x, const double& y, const
 }
 
 void T7ParamsTransform::DirectTransformVector(const TVector& src, TVector* dst) const {
+  CheckSize(src);
   Similarity(scale_, rotation_, translation_, src, &work_rotated_, &work_out_);
   *dst = work_out_;
 }
 
 void T7ParamsTransform::InverseTransformVector(const TVector& src, TVector* dst) const {
+  CheckSize(src);
   Similarity(inverse_scale_, inverse_rotation_, inverse_translation_, src, &work_rotated_, &work_out_);
   *dst = work_out_;
 }

@@ -148,8 +148,12 @@ TEST(SevenParamsTransform, BothDirectionsAndMatrices) {
   EXPECT_TRUE(moved.IsIdenticTransform());
   T7ParamsTransform source = turn;
   moved = std::move(source);
-  moved.DirectTransform(1, 0, 5, &x, &y, &z);
-  EXPECT_NEAR(y, 22, kRounding);
+  for (const T7ParamsTransform* same : {&moved, &source}) {  // moves copy
+    same->DirectTransform(1, 0, 5, &x, &y, &z);
+    EXPECT_NEAR(y, 22, kRounding);
+  }
+  EXPECT_THROW(turn.DirectTransformVector(TVector(2), &v), std::runtime_error);
+  EXPECT_THROW(turn.InverseTransformVector(TVector(), &v), std::runtime_error);
 }
 
 TEST(SevenParamsTransform, RefusesScalesThatAreNotPositive) {
