@@ -70,6 +70,9 @@ class ORBMATH_API TRPCRefinementNone : public TRPCRefinementBase {
   TRPCRefinementNone();
   explicit TRPCRefinementNone(const TRPCRefinementDataNone& data);
 
+  /// Takes nothing, as there is nothing to take. \return true.
+  bool Setup(const TRPCRefinementDataNone& data);
+
   void RawToRefined(const double& line, const double& sample, double* refLine, double* refSample, double* dByLine,
                     double* dBySample) const override;
   void RefinedToRaw(const double& line, const double& sample, double* rawLine, double* rawSample, double* dByLine,
@@ -127,7 +130,8 @@ class ORBMATH_API TRPCRefinementAffine : public TRPCRefinementBase {
   void RefinedToRaw(const double& line, const double& sample, double* rawLine, double* rawSample, double* dByLine,
                     double* dBySample) const override;
   var_a<TRPCRefinementDataBase*> GetRefinementData() const override;
-  /// The inverse map is taken as it is stored; it is computed when it is not there or cannot be read.
+  /// The inverse map is taken as it is stored, without a test against the direct one; it is computed when it is not
+  /// there, incomplete or not finite, and only then the direct map must have one.
   bool InitializeFromXML(TZxXIniReader* src, std::uint64_t version) override;
   bool SaveToXML(TZxXIniWriter* dst) const override;
   bool IsUnity() const override;
@@ -187,7 +191,7 @@ ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementCopyE(const TRPCRefinemen
 /// As above, empty instead of throwing.
 ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementCopyN(const TRPCRefinementBase& src);
 /// A new transform read from the current section, which holds a transform or a bare record; the kind is found as by
-/// `CreateRefinementDataFromXMLE`. \throws TZxMessage when it holds no usable one.
+/// `CreateRefinementDataFromXMLE`. \throws TZxMessage when it holds none, or a record that has no inverse.
 ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementFromXMLE(TZxXIniReader* from_xml);
 /// As above, empty instead of throwing.
 ORBMATH_API var_a<TRPCRefinementBase*> CreateRefinementFromXMLN(TZxXIniReader* from_xml);

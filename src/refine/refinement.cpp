@@ -78,7 +78,9 @@ void TRPCRefinementBase::RefinedToRawArray(std::size_t count, const double* line
 
 TRPCRefinementNone::TRPCRefinementNone() : TRPCRefinementBase(TRPCRefinementTransformType::None) {}
 
-TRPCRefinementNone::TRPCRefinementNone(const TRPCRefinementDataNone& /*data*/) : TRPCRefinementNone() {}
+TRPCRefinementNone::TRPCRefinementNone(const TRPCRefinementDataNone& data) : TRPCRefinementNone() { Setup(data); }
+
+bool TRPCRefinementNone::Setup(const TRPCRefinementDataNone& /*data*/) { return true; }
 
 void TRPCRefinementNone::RawToRefined(const double& line, const double& sample, double* refLine, double* refSample,
                                       double* dByLine, double* dBySample) const {
@@ -168,7 +170,8 @@ var_a<TRPCRefinementBase*> CreateRefinementCopyN(const TRPCRefinementBase& src) 
 
 var_a<TRPCRefinementBase*> CreateRefinementFromXMLE(TZxXIniReader* from_xml) {
   return CreateOrThrow("var_a<TRPCRefinementBase*> CreateRefinementFromXMLE(TZxXIniReader* from_xml)", [from_xml] {
-    var_a<TRPCRefinementBase*> refinement = CreateRefinementE(ReadRefinementType(from_xml));
+    var_a<TRPCRefinementBase*> refinement = CreateRefinementE(*CreateRefinementDataFromXMLE(from_xml));
+    // What a transform has stored beside its record, too.
     if (!refinement->InitializeFromXML(from_xml, ReadRefinementVersion(from_xml))) refinement.reset();
     return refinement;
   });

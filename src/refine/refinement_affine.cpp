@@ -122,12 +122,13 @@ var_a<TRPCRefinementDataBase*> TRPCRefinementAffine::GetRefinementData() const {
 
 bool TRPCRefinementAffine::InitializeFromXML(TZxXIniReader* src, std::uint64_t version) {
   Reset();
-  TRPCRefinementDataAffine data, stored_inverse;
-  if (!data.InitializeFromXML(src, version) || !Setup(data)) return false;
-  const bool is_stored = ReadSection(src, kRefinedToRawSection, [&] {
-    return stored_inverse.InitializeFromXML(src, version) && IsUsable(stored_inverse);
-  });
-  if (is_stored) SetRefinedToRaw(stored_inverse);
+  TRPCRefinementDataAffine data, inverse;
+  if (!data.InitializeFromXML(src, version) || !IsUsable(data)) return false;
+  const bool is_stored = ReadSection(src, kRefinedToRawSection,
+                                     [&] { return inverse.InitializeFromXML(src, version) && IsUsable(inverse); });
+  if (!is_stored) return Setup(data);
+  SetRawToRefined(data);
+  SetRefinedToRaw(inverse);
   return true;
 }
 

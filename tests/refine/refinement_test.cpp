@@ -164,11 +164,12 @@ TEST(RefinementAffine, InvalidOnesAreNotCopied) {
 TEST(RefinementAffine, TheStoredInverseCountsWhenItCanBeRead) {
   TRPCRefinementDataAffine other = orbmath_test::Affine();
   other.LineBias = 77.0;
-  const auto with_second = [](const TRPCRefinementDataAffine& second, const char* name) {
+  TRPCRefinementDataAffine direct = orbmath_test::Affine();
+  const auto with_second = [&direct](const TRPCRefinementDataAffine& second, const char* name) {
     return SavedXml([&](TZxXIniWriter* writer) {
       for (const bool first : {true, false}) {
         TZxXIniWriterSection section(writer, first ? "RawToRefined" : name);
-        (first ? orbmath_test::Affine() : second).SaveToXML(writer);
+        (first ? direct : second).SaveToXML(writer);
       }
     });
   };
@@ -178,6 +179,13 @@ TEST(RefinementAffine, TheStoredInverseCountsWhenItCanBeRead) {
   const double computed = Raw(*CreateRefinementE(orbmath_test::Affine()), 0, 0).line;
   EXPECT_EQ(raw_line(with_second(other, "RefinedToRaw")), 77.0);
   EXPECT_EQ(raw_line(with_second(other, "SomethingElse")), computed);
+  direct.LineDrift = direct.LineTilt = 0.0;
+  TRPCRefinementAffine transform;
+  EXPECT_TRUE(transform.InitializeFromXML(ReaderOf(with_second(other, "RefinedToRaw")).get(), 1));
+  EXPECT_EQ(Raw(transform, 0, 0).line, 77.0) << "no inverse had to be computed";
+  EXPECT_FALSE(transform.InitializeFromXML(ReaderOf(with_second(other, "SomethingElse")).get(), 1));
+  EXPECT_FALSE(CreateRefinementFromXMLN(ReaderOf(with_second(other, "RefinedToRaw")).get())) << "no usable record";
+  direct = orbmath_test::Affine();
   other.SampleTilt = NAN;
   EXPECT_EQ(raw_line(with_second(other, "RefinedToRaw")), computed);
   other.Reset();
