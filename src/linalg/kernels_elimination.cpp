@@ -16,24 +16,13 @@ namespace {
 // panel, after which all others do.
 constexpr std::size_t kPieceColumns = 16;
 constexpr std::size_t kPanelColumns = 96;
-// A system of so few columns is done in one piece.
+// A system of so few columns is done in one piece, and one of so few in narrower panels: less of it is in their
+// corners.
 constexpr std::size_t kSmallSystem = 64;
+constexpr std::size_t kMiddleSystem = 400;
+constexpr std::size_t kNarrowPanelColumns = 48;
 
 bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
-
-// The row at or below `column` with the largest element of that column, the uppermost of equals.
-std::size_t PivotRow(TConstRows a, std::size_t column, std::size_t n) {
-  std::size_t pivot = column;
-  double largest = std::fabs(a[column][column]);
-  for (std::size_t row = column + 1; row < n; ++row) {
-    const double magnitude = std::fabs(a[row][column]);
-    if (magnitude > largest) {
-      largest = magnitude;
-      pivot = row;
-    }
-  }
-  return pivot;
-}
 
 // The state of an elimination.
 struct TSystem {
@@ -46,16 +35,37 @@ struct TSystem {
   double sign;
 };
 
-// Subtracts an upper row, times the row's factor, from every row below it, in the columns of the piece.
+// The largest element of a column so far.
+struct TPivot {
+  std::size_t row;
+  double magnitude;
+
+  void Consider(std::size_t candidate, double element) {
+    if (std::fabs(element) > magnitude) *this = {candidate, std::fabs(element)};
+  }
+};
+
+// The element at or below `column` with the largest magnitude in that column, the uppermost of equals.
+TPivot FindPivot(TConstRows a, std::size_t column, std::size_t n) {
+  TPivot pivot{column, std::fabs(a[column][column])};
+  for (std::size_t row = column + 1; row < n; ++row) pivot.Consider(row, a[row][column]);
+  return pivot;
+}
+
+// Subtracts an upper row, times the row's factor, from every row below it, in the columns of the piece, and looks for
+// the pivot of the next column meanwhile, if the piece has one.
 struct TSubtractFromRows {
   const TSystem& system;
   TRange piece;
   std::size_t column;
   std::size_t factor_place;
+  TPivot* next;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     const double* const upper = system.a[column];
+    const bool looks = column + 1 < piece.last;
+    TPivot pivot{column + 1, 0.0};
     // Where nobody looks at them, columns left of the pivot and beyond the last may change: whole vectors are taken.
     const TRange columns = system.left_columns == TLeftColumns::Skip
                                ? TRange{(column + 1) / 8 * 8, WorkMatrix::Padded(piece.last)}
@@ -66,7 +76,14 @@ struct TSubtractFromRows {
       system.factors[row][factor_place] = factor;
       AddRow<Width, TTerm::Subtracted>(factor, upper, columns, lower);
       system.b[row] -= factor * system.b[column];
+      if (!looks) continue;
+      if (row == column + 1) {
+        pivot.magnitude = std::fabs(lower[column + 1]);
+      } else {
+        pivot.Consider(row, lower[column + 1]);
+      }
     }
+    *next = pivot;
   }
 };
 
@@ -80,9 +97,14 @@ struct TSubtractTogether {
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    for (std::size_t row = upper.first + 1; row < last_row; ++row) {
-      CombineRows<Width, TTerm::Subtracted>(system.factors[row] + factor_place, system.a + upper.first,
-                                            std::min(row, upper.last) - upper.first, columns, system.a[row]);
+    // The piece of the upper rows that a strip of columns needs stays in the first cache while the lower rows go by.
+    constexpr std::size_t kStrip = kStripVectors * Width;
+    for (std::size_t j = columns.first; j < columns.last; j += kStrip) {
+      const TRange strip{j, std::min(j + kStrip, columns.last)};
+      for (std::size_t row = upper.first + 1; row < last_row; ++row) {
+        CombineRows<Width, TTerm::Subtracted>(system.factors[row] + factor_place, system.a + upper.first,
+                                              std::min(row, upper.last) - upper.first, strip, system.a[row]);
+      }
     }
   }
 };
@@ -108,19 +130,20 @@ void EliminateOutside(const TSystem& system, TRange panel, TRange columns) {
 // which is before the end of the piece when a column has no pivot or the poll stops; `*goes_on` is false then.
 std::size_t EliminatePiece(TSystem* system, TRange piece, std::size_t panel_first, bool* goes_on) {
   std::size_t column = piece.first;
+  if (column + 1 >= system->n) return column;
+  TPivot pivot = FindPivot(system->a, column, system->n);
   while (*goes_on && column < piece.last && column + 1 < system->n) {
-    const std::size_t pivot = PivotRow(system->a, column, system->n);
-    if (system->a[pivot][column] == 0.0) {
+    if (system->a[pivot.row][column] == 0.0) {
       *goes_on = false;
       break;
     }
-    if (pivot != column) {
-      std::swap(system->a[pivot], system->a[column]);
-      std::swap(system->b[pivot], system->b[column]);
-      std::swap(system->factors[pivot], system->factors[column]);
+    if (pivot.row != column) {
+      std::swap(system->a[pivot.row], system->a[column]);
+      std::swap(system->b[pivot.row], system->b[column]);
+      std::swap(system->factors[pivot.row], system->factors[column]);
       system->sign = -system->sign;
     }
-    simd::Dispatch(TSubtractFromRows{*system, piece, column, column - panel_first});
+    simd::Dispatch(TSubtractFromRows{*system, piece, column, column - panel_first, &pivot});
     ++column;
     *goes_on = !Stops(system->poll);
   }
@@ -151,10 +174,11 @@ bool EliminatePanel(TSystem* system, TRange panel) {
 }  // namespace
 
 double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns) {
-  const WorkMatrix factors(n, std::min(n, kPanelColumns));
+  const std::size_t panel = n <= kSmallSystem || n > kMiddleSystem ? kPanelColumns : kNarrowPanelColumns;
+  const WorkMatrix factors(n, std::min(n, panel));
   TSystem system{a, b, n, poll, left_columns, factors.GetRows(), 1.0};
-  for (std::size_t first = 0; first < n; first += kPanelColumns) {
-    if (!EliminatePanel(&system, {first, std::min(first + kPanelColumns, n)})) return 0.0;
+  for (std::size_t first = 0; first < n; first += panel) {
+    if (!EliminatePanel(&system, {first, std::min(first + panel, n)})) return 0.0;
   }
   double determinant = system.sign;
   for (std::size_t i = 0; i < n; ++i) determinant *= a[i][i];

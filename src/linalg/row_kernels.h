@@ -8,6 +8,9 @@
 
 namespace SatCommonUtils::kernels {
 
+/// The most vectors of a row that are combined at a time.
+constexpr std::size_t kStripVectors = 6;
+
 /// `Vectors` vectors of a row at a time: their sums stay in registers while the other rows go by.
 template <int Width, std::size_t Vectors, TTerm Term>
 [[gnu::always_inline]] inline void CombineStrip(const double* factors, TConstRows rows, std::size_t count,
@@ -38,10 +41,9 @@ template <int Width, std::size_t Vectors, TTerm Term>
 template <int Width, TTerm Term>
 [[gnu::always_inline]] inline void CombineRows(const double* factors, TConstRows rows, std::size_t count,
                                                TRange columns, double* to) {
-  constexpr std::size_t kStrip = 6;
   std::size_t j = columns.first;
-  for (; j + kStrip * Width <= columns.last; j += kStrip * Width) {
-    CombineStrip<Width, kStrip, Term>(factors, rows, count, j, to);
+  for (; j + kStripVectors * Width <= columns.last; j += kStripVectors * Width) {
+    CombineStrip<Width, kStripVectors, Term>(factors, rows, count, j, to);
   }
   const std::size_t left = (columns.last - j) / Width;
   switch (left) {

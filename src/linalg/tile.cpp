@@ -12,6 +12,9 @@ namespace {
 constexpr std::size_t kRowsAhead = 12;
 constexpr std::size_t kCacheLine = 8;
 
+// How far a tile asks for its factors ahead, in terms: a panel may be longer than the first cache.
+constexpr std::size_t kTermsAhead = 8;
+
 // The tile of sums, one row of factors and their product fill the registers: 32 of them at width 8, otherwise 16.
 template <int Width>
 struct TStaticShape {
@@ -66,6 +69,8 @@ struct TTileKernel {
     const double* y = task.y;
     for (std::size_t k = 0; k < task.inner; ++k, x += kPanel, y += kPanel) {
       if (ahead != nullptr) __builtin_prefetch(ahead[k] + ahead_place, 0, 2);
+      for (std::size_t v = 0; v < Vectors; ++v) __builtin_prefetch(y + kTermsAhead * kPanel + v * Width);
+      __builtin_prefetch(x + kTermsAhead * kPanel);
       TVec row[Vectors];
 #pragma GCC unroll 4
       for (std::size_t v = 0; v < Vectors; ++v) row[v] = *reinterpret_cast<const TVec*>(y + v * Width);
@@ -130,13 +135,21 @@ struct TPackRows {
   }
 };
 
-// Columns are the rows of the stored matrix.
+// Columns are the rows of the stored matrix. They are read a cache line of each at a time, so that the part of the
+// panel that is written stays near.
 void PackTransposed(const TFactor& factor, TRange inner, TRange columns, std::size_t panel_width, double* panel) {
   const std::size_t count = columns.last - columns.first;
-  for (std::size_t i = 0; i < panel_width; ++i) {
-    double* to = panel + i;
-    const double* const from = i < count ? factor.rows[columns.first + i] : nullptr;
-    for (std::size_t k = inner.first; k < inner.last; ++k, to += panel_width) *to = from == nullptr ? 0.0 : from[k];
+  const double* from[kWidestPanel];
+  for (std::size_t i = 0; i < count; ++i) from[i] = factor.rows[columns.first + i];
+  for (std::size_t k = inner.first; k < inner.last; k += kCacheLine) {
+    const std::size_t last = std::min(k + kCacheLine, inner.last);
+    double* const to = panel + (k - inner.first) * panel_width;
+    for (std::size_t i = 0; i < count; ++i) {
+      for (std::size_t l = k; l < last; ++l) to[(l - k) * panel_width + i] = from[i][l];
+    }
+    for (std::size_t i = count; i < panel_width; ++i) {
+      for (std::size_t l = k; l < last; ++l) to[(l - k) * panel_width + i] = 0.0;
+    }
   }
 }
 
