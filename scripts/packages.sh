@@ -17,4 +17,4 @@ need_packages() {
 # What every build of the library and its tool needs.
 export BUILD_PACKAGES=(g++ cmake ninja-build libpugixml-dev libcli11-dev)
 # What the tests need on top.
-export TEST_PACKAGES=(libgtest-dev pkgconf)
+export TEST_PACKAGES=(libgtest-dev locales pkgconf)

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cmath>
 #include <type_traits>
 
 #include "frame/zxstd/message.h"
 #include "support/bits.h"
+#include "support/comma_locale.h"
 #include "support/debug_capture.h"
 #include "support/xml.h"
 
@@ -56,15 +56,14 @@ TEST(Vector, IsBuiltFromSizesUnitsNumbersAndText) {
 }
 
 TEST(Vector, TextBringsEveryDoubleBackWhateverTheLocale) {
-  const char* const comma = std::setlocale(LC_ALL, "de_DE.UTF-8");
+  const orbmath_test::CommaLocale locale;  // where one is installed
   const std::vector<double> special = SpecialDoubles();
   const TVector vector(special.size(), special.data());
   const TVector back(vector.GetString());
   ASSERT_EQ(back.GetSize(), special.size());
   EXPECT_TRUE(SameBits(back.GetData(), special.data(), special.size()));
-  EXPECT_EQ(Of({0.1, -12345.67891}).Output(), "(   0.1000;-12345.6789)") << (comma == nullptr ? "C" : comma);
+  EXPECT_EQ(Of({0.1, -12345.67891}).Output(), "(   0.1000;-12345.6789)");
   EXPECT_EQ(Of({0.1}).GetString(), "(0.10000000000000000555)");
-  std::setlocale(LC_ALL, "C");
 }
 
 TEST(Vector, ChecksOnlyItsSquareBrackets) {
