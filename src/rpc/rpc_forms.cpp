@@ -1,5 +1,7 @@
 #include "rpc/rpc_forms.h"
 
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "frame/zxstd/message.h"
@@ -18,7 +20,9 @@ bool ReadContent(TZxStream* src, std::string* content, TRPCFileError* error) {
 
 bool ReadContent(const std::string& path, std::string* content, TRPCFileError* error) {
   TZxFileStream file;
-  if (!file.Open(TZxPath(path), TZxOpenMode::Read)) return Fail(error, 0, "", "cannot be opened");
+  if (!file.Open(TZxPath(path), TZxOpenMode::Read)) {
+    return Fail(error, 0, "", "cannot be opened: " + std::generic_category().message(errno));
+  }
   return ReadContent(&file, content, error);
 }
 

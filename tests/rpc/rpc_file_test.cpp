@@ -157,7 +157,7 @@ TEST(RPCFile, SaysWhatIsWrongAndWhere) {
   TRPCFile file;
   TRPCFileError error;
   EXPECT_FALSE(ReadRPCFile("/no/such/file.RPB", &file, &error));
-  EXPECT_EQ(error.GetText(), "/no/such/file.RPB: cannot be opened");
+  EXPECT_EQ(error.GetText(), "/no/such/file.RPB: cannot be opened: No such file or directory");
 }
 
 TEST(RPCFile, NoTruncatedFileIsComplete) {

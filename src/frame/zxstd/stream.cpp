@@ -1,6 +1,7 @@
 #include "frame/zxstd/stream.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -30,11 +31,17 @@ bool TZxFileStream::Open(const TZxPath& path, TZxOpenMode mode, TZxShareMode /*s
   Close();
   failed_ = false;
   // The system would take a NUL for the end of the name, and so open another file.
-  if (path.GetText().find('\0') != std::string::npos) return false;
+  if (path.GetText().find('\0') != std::string::npos) {
+    errno = EINVAL;
+    return false;
+  }
   const std::filesystem::path system_path = std::filesystem::u8path(path.GetText());
   // fopen takes a directory for reading on POSIX systems and fails only at the first read.
   std::error_code ignored;
-  if (std::filesystem::is_directory(system_path, ignored)) return false;
+  if (std::filesystem::is_directory(system_path, ignored)) {
+    errno = EISDIR;
+    return false;
+  }
   const char* const mode_text = mode == TZxOpenMode::Read ? "rb" : mode == TZxOpenMode::Write ? "wb" : "ab";
   file_ = OpenFile(system_path, mode_text);
   return file_ != nullptr;
