@@ -58,11 +58,12 @@ struct TGroundIntersection : TGroundSolution {
 ///
 /// Runs the model's own `CalculateLatLon`. That stops at a step of 1e-10 normalised units, some 1e-6 pixels in a large
 /// image; when more than 1e-7 pixels are left, one more step follows. When it does not converge, its result does not
-/// project back within 1e-5 pixels, or lies more than half the model's extent outside of it, damped steps
-/// (Levenberg-Marquardt) through the virtual projection follow: from the plain iteration's result, from the model's
-/// centre, then from the best points of grids that shrink towards the centre. Of what they find, the first root within
-/// the model's ground range is taken; without one, the plain result stays. Converged means: projects back within 1e-5
-/// pixels. \param line, sample pixels. \param h metres.
+/// project back within 1e-5 pixels or is suspiciously far out, damped steps (Levenberg-Marquardt) through the virtual
+/// projection follow: from the plain iteration's result, from the model's centre, then from the best points of grids
+/// that shrink towards the centre. Of what they find, the first root that is not far out is taken; without one, the
+/// plain result stays. Converged means: projects back within 1e-5 pixels. Far out is a point whose larger absolute
+/// normalised ground coordinate is above 1.5 and above 1.5 times that of the image point.
+/// \param line, sample pixels. \param h metres.
 ORBMATH_API TGroundSolution SolveLatLon(const TRPC& model, double line, double sample, double h);
 
 /// `SolveLatLon` of `count` points, the same bits, on up to `ZxGetThreadsCount()` threads.

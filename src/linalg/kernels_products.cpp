@@ -7,7 +7,8 @@ namespace SatCommonUtils::kernels {
 
 namespace {
 
-// Terms of the sums that are packed at a time: a panel of them fits the first cache.
+// Terms of the sums that are packed at a time: the more, the seldomer a tile's sums go to memory and come back. A panel
+// of so many is twice the first cache; tiles ask for it ahead.
 constexpr std::size_t kInnerBlock = 512;
 // Rows that are packed at a time: a block of them fits the second cache. A multiple of every panel.
 constexpr std::size_t kRowBlock = 192;
@@ -115,7 +116,7 @@ struct TBlockedProduct {
     return x_panels;
   }
 
-  // The tiles of some rows over the columns of one panel of y, which stays in the first cache meanwhile.
+  // The tiles of some rows over the columns of one panel of y, which stays near meanwhile.
   void Panel(TRange inner, TRange rows, TRange columns, const double* x, const double* y) {
     const std::size_t terms = inner.last - inner.first;
     for (std::size_t row = rows.first; row < rows.last; row += shape.rows) {

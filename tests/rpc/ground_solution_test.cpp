@@ -60,11 +60,12 @@ TEST(GroundSolution, SaysWhatLiesOutside) {
   for (const Case& c :
        {Case{43.60, 1.40, 240.0, false, false, false, false}, Case{43.60, 1.40, 900.0, false, true, false, false},
         Case{43.66, 1.40, 240.0, false, false, false, true}, Case{43.68, 1.40, 240.0, true, false, true, true},
-        Case{43.60, 1.50, 240.0, true, false, true, true}}) {
+        Case{43.60, 1.50, 240.0, true, false, true, true}, Case{43.60, 1.75, 240.0, true, false, true, true}}) {
     const TRPCCoordsDataItem item = Measured(model, c.lat, c.lon, c.h);
     const TGroundSolution solution = SolveLatLon(model, item.line, item.sample, c.h);
     EXPECT_TRUE(solution);
     EXPECT_NEAR(solution.lat, c.lat, 1e-10);
+    EXPECT_LE(solution.status.iterations, 11) << "searched for another point than the image point calls for";
     EXPECT_EQ(solution.outsideImage, c.image) << item.line << " " << item.sample;
     EXPECT_EQ(solution.outsideHeight, c.height);
     EXPECT_EQ(solution.outsideGround, c.ground) << c.lat << " " << c.lon;
