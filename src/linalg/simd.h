@@ -7,6 +7,7 @@
 // Every width must give the same bits: IEEE arithmetic without contraction does, as long as no sum is reordered.
 
 #include <cstddef>
+#include <cstring>
 
 namespace SatCommonUtils::simd {
 
@@ -17,13 +18,20 @@ enum class TLevel { Base, Avx2, Avx512 };
 /// "avx512") when the processor has it. Read once.
 TLevel Level();
 
-/// A vector of `Width` doubles: `TVector` in registers, `TUnaligned` for memory at any address.
+/// A vector of `Width` doubles: `TVector` in registers, `TUnaligned` for memory at any address. Never let `auto` deduce
+/// a `TUnaligned` or a pointer to one: GCC drops the alignment and emits loads that fault; `Load` is safe.
 template <int Width>
 struct TLanes {
   // Typedefs: GCC drops the attributes of an alias declaration that depends on a template argument.
   typedef double TVector __attribute__((vector_size(Width * sizeof(double))));
   typedef double TUnaligned __attribute__((vector_size(Width * sizeof(double)), aligned(sizeof(double)), may_alias));
 };
+
+/// Reads a vector from memory at any address.
+template <class TVector>
+[[gnu::always_inline]] inline void Load(const double* from, TVector& vector) {
+  std::memcpy(&vector, from, sizeof vector);
+}
 
 #if defined(__x86_64__) || defined(__i386__)
 

@@ -36,8 +36,11 @@ struct TFourLanes {
 struct TLaneRows {
   const double* terms;
   [[gnu::always_inline]] TFourLanes operator[](int k) const {
-    const auto* const pairs = reinterpret_cast<const simd::TLanes<2>::TUnaligned*>(terms + std::ptrdiff_t{4} * k);
-    return {pairs[0], pairs[1]};
+    // A model may stand at any address that holds a double.
+    TFourLanes row;
+    simd::Load(terms + std::ptrdiff_t{4} * k, row.line);
+    simd::Load(terms + std::ptrdiff_t{4} * k + 2, row.samp);
+    return row;
   }
 };
 
