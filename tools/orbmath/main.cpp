@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "command.h"
+#include "commands/command.h"
 #include "errors.h"
 
 namespace orbmath_tool {

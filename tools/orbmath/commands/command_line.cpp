@@ -1,0 +1,201 @@
+#include "commands/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <sstream>
+
+#include "errors.h"
+#include "frame/zxstd/number_text.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+/// Joins words as "a|b|c".
+std::string Alternatives(const std::vector<std::string>& words) {
+  std::string joined;
+  for (const std::string& word : words) joined += (joined.empty() ? "" : "|") + word;
+  return joined;
+}
+
+/// The parser's texts may run over lines; the tool promises one.
+std::string OneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  while (!text.empty() && text.back() == ' ') text.pop_back();
+  return text;
+}
+
+/// The parser says "--height: 1 required H missing" or "--height: At Most 1 required but received 2".
+std::string MismatchText(const std::string& text) {
+  const std::size_t colon = text.find(": ");
+  if (colon == std::string::npos) return OneLine(text);
+  if (text.find("At Most") != std::string::npos) return text.substr(0, colon) + " may be given once only";
+  if (text.find("missing") != std::string::npos) return text.substr(0, colon) + " needs a value behind it";
+  return OneLine(text);
+}
+
+/// Appends `text` to `out` as lines that begin at column `indent` and end before column `width`. The text so far ends
+/// at column `at`.
+void Wrap(const std::string& text, std::size_t at, std::size_t indent, std::size_t width, std::string* out) {
+  if (at > 0 && at + 1 > indent) {
+    *out += "\n";
+    at = 0;
+  }
+  *out += std::string(indent - at, ' ');
+  at = indent;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (at > indent && at + 1 + word.size() > width) {
+      *out += "\n" + std::string(indent, ' ');
+      at = indent;
+    }
+    *out += (at > indent ? " " : "") + word;
+    at += word.size() + (at > indent ? 1 : 0);
+  }
+  *out += "\n";
+}
+
+/// Usage line, arguments and options wrapped to a page, notes.
+class HelpLayout : public CLI::Formatter {
+ public:
+  HelpLayout() { label("Positionals", "Arguments"); }
+
+  std::string make_usage(const CLI::App* app, std::string name) const override {
+    std::string usage = "\nUsage: " + name;
+    for (const CLI::Option* argument : app->get_options([](const CLI::Option* o) { return o->get_positional(); })) {
+      const bool many = argument->get_expected_max() > 1;
+      const std::string shown = argument->get_name(true, false) + (many ? "..." : "");
+      usage += argument->get_required() ? " " + shown : " [" + shown + "]";
+    }
+    return usage + " [options]\n";
+  }
+
+  std::string make_option(const CLI::Option* option, bool is_positional) const override {
+    std::string shown = "  " + option->get_name(is_positional, !is_positional);
+    if (option->get_type_size() > 0 && !option->get_type_name().empty()) shown += " " + option->get_type_name();
+    const std::size_t at = shown.size();
+    Wrap(option->get_description(), at, kIndent, kWidth, &shown);
+    return shown;
+  }
+
+  /// Paragraphs are wrapped, lines that begin with a blank are examples.
+  std::string make_footer(const CLI::App* app) const override {
+    std::string shown;
+    std::istringstream lines(app->get_footer());
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty() || line.front() == ' ') {
+        shown += line + "\n";
+      } else {
+        Wrap(line, 0, 0, kWidth, &shown);
+      }
+    }
+    return shown;
+  }
+
+ private:
+  static constexpr std::size_t kIndent = 22;
+  static constexpr std::size_t kWidth = 110;
+};
+
+}  // namespace
+
+struct CommandLine::Parser {
+  explicit Parser(const std::string& summary) : app(summary) {}
+
+  CLI::Option* Add(const std::string& name, const std::string& value_name, std::function<void(const std::string&)> take,
+                   const std::string& help) {
+    return app.add_option_function<std::string>(name, take, help)->type_name(value_name);
+  }
+
+  CLI::App app;
+};
+
+CommandLine::CommandLine(const std::string& name, const std::string& summary, const std::string& notes)
+    : parser_(new Parser(summary)) {
+  parser_->app.name(name);
+  parser_->app.footer(notes);
+  parser_->app.formatter(std::make_shared<HelpLayout>());
+  parser_->app.set_help_flag("-h,--help", "print this help and stop");
+}
+
+CommandLine::~CommandLine() = default;
+
+void CommandLine::Argument(const std::string& name, std::string* target, const std::string& help) {
+  parser_->app.add_option(name, *target, help)->required()->type_name("");
+}
+
+void CommandLine::Arguments(const std::string& name, std::vector<std::string>* target, int least,
+                            const std::string& help) {
+  CLI::Option* option = parser_->app.add_option(name, *target, help)->type_name("");
+  if (least > 0) option->required()->expected(least, CLI::detail::expected_max_vector_size);
+}
+
+void CommandLine::Flag(const std::string& name, bool* target, const std::string& help) {
+  parser_->app.add_flag(name, *target, help);
+}
+
+void CommandLine::Text(const std::string& name, const std::string& value_name, std::string* target,
+                       const std::string& help) {
+  parser_->app.add_option(name, *target, help)->type_name(value_name);
+}
+
+void CommandLine::Texts(const std::string& name, const std::string& value_name, std::vector<std::string>* target,
+                        const std::string& help) {
+  parser_->app.add_option(name, *target, help)->type_name(value_name)->expected(1)->take_all();
+}
+
+void CommandLine::Number(const std::string& name, const std::string& value_name, std::optional<double>* target,
+                         const std::string& help) {
+  const auto take = [name, target](const std::string& text) {
+    double value = 0.0;
+    if (!SatCommonUtils::ParseDouble(text, &value) || !std::isfinite(value)) {
+      throw CLI::ValidationError(name, "'" + text + "' is not a number (digits with a decimal point)");
+    }
+    *target = value;
+  };
+  parser_->Add(name, value_name, take, help);
+}
+
+void CommandLine::Count(const std::string& name, const std::string& value_name, int least, int most,
+                        std::optional<int>* target, const std::string& help) {
+  const auto take = [name, target, least, most](const std::string& text) {
+    int value = 0;
+    if (!SatCommonUtils::ParseInt(text, &value) || value < least || value > most) {
+      throw CLI::ValidationError(
+          name, "'" + text + "' is not a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    *target = value;
+  };
+  parser_->Add(name, value_name, take, help);
+}
+
+void CommandLine::Choice(const std::string& name, const std::vector<std::string>& words, int* target,
+                         const std::string& help) {
+  const auto take = [name, words, target](const std::string& text) {
+    const auto found = std::find(words.begin(), words.end(), text);
+    if (found == words.end()) throw CLI::ValidationError(name, "'" + text + "' is none of " + Alternatives(words));
+    *target = static_cast<int>(found - words.begin());
+  };
+  parser_->Add(name, Alternatives(words), take, help);
+}
+
+bool CommandLine::Parse(const std::vector<std::string>& arguments) {
+  // The parser takes its arguments from the back.
+  try {
+    parser_->app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::CallForHelp&) {
+    const std::string help = parser_->app.help();
+    std::fwrite(help.data(), 1, help.size(), stdout);
+    return false;
+  } catch (const CLI::ArgumentMismatch& error) {
+    throw UsageError(MismatchText(error.what()));
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(OneLine(error.what()));
+  }
+  return true;
+}
+
+}  // namespace orbmath_tool

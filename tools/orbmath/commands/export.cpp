@@ -1,0 +1,57 @@
+#include "commands/command.h"
+#include "errors.h"
+#include "models/ground_grid.h"
+#include "models/model.h"
+#include "report/report.h"
+
+namespace orbmath_tool {
+
+using SatCommonUtils::TRPC;
+
+namespace {
+
+class Export : public Command {
+ public:
+  const char* Notes() const override {
+    return "The plain model gives, for programs that know nothing of refinements, what the adjusted one gives. "
+           "Its error against the adjusted model is that of the written file, digits of its form included, over image "
+           "and heights.\n\n"
+           "Example:\n"
+           "  orbmath export adjusted.xml image.RPB";
+  }
+
+  void Declare(CommandLine& line) override {
+    line.Argument("ADJUSTED", &model_, "adjusted model file");
+    line.Argument("OUT", &out_, "file to be written, '-' for standard output");
+    form_.Declare(line);
+    line.Flag("--json", &json_, "report as one JSON object");
+  }
+
+  int Run() override {
+    const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
+    const Model model = ReadGroundModel(model_);
+    if (AsRefined(model) == nullptr) Note(model_ + ": holds no refinement, its record is written as it is");
+    TRPC plain(OntoDigitsOf(form, PlainRecord(model), out_), nullptr);
+    CopyImage(*model.rpc, &plain);
+    const TRPC written(WriteModel(plain, model.file.extras, form, out_), nullptr);
+    const PixelDifference error = DifferenceInImage(*model.rpc, written);
+    Report report;
+    report.Text("file", "written", out_);
+    report.Number("max_px", "error of the file, worst", error.max, 9, "px");
+    report.Number("rms_px", "error of the file, rms", error.rms, 9, "px");
+    report.Print(json_, out_ == "-");
+    return kSuccess;
+  }
+
+ private:
+  std::string model_;
+  std::string out_;
+  OutputForm form_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeExport() { return std::make_unique<Export>(); }
+
+}  // namespace orbmath_tool

@@ -1,0 +1,265 @@
+#include <cmath>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/command.h"
+#include "errors.h"
+#include "models/ground_grid.h"
+#include "models/model.h"
+#include "points/point_options.h"
+#include "points/point_table.h"
+#include "refine/robust_fit.h"
+#include "refine/rpc_estimation.h"
+#include "report/fixed_digits.h"
+#include "report/progress_line.h"
+#include "report/report.h"
+#include "report/residual_report.h"
+#include "rpc/rpc_fields.h"
+
+namespace orbmath_tool {
+
+using SatCommonUtils::TRPC;
+using SatCommonUtils::TRPCData;
+using SatCommonUtils::TRPCEstimationDataSet;
+using SatCommonUtils::TRPCEstimationPoint;
+using SatCommonUtils::TRPCFileForm;
+
+namespace {
+
+/// The columns of the table, by their numbers.
+enum Column : std::size_t { kColumnLat, kColumnLon, kColumnHeight, kColumnLine, kColumnSample, kColumnSigma };
+
+constexpr std::size_t kWorstPoints = 5;
+
+/// The points of a table, those of the fit apart from those that check it.
+struct FitPoints {
+  TRPCEstimationDataSet fit;
+  std::vector<double> weights;
+  std::vector<std::size_t> fit_rows;
+  std::vector<TRPCEstimationPoint> check;
+  std::vector<std::size_t> check_rows;
+};
+
+/// Longitudes come in the turn of the first one: points on both sides of the antimeridian lie side by side.
+/// \param shift where line and sample count from. \param check_every each such point is kept for checking, 0 for none.
+FitPoints SplitPoints(const PointTable& table, double shift, std::size_t check_every) {
+  FitPoints points;
+  for (std::size_t row = 0; row < table.size(); ++row) {
+    const double lon = table.Values(kColumnLon)[row];
+    const double turns = std::round((lon - table.Values(kColumnLon)[0]) / 360.0);
+    const TRPCEstimationPoint point{table.Values(kColumnLat)[row], lon - 360.0 * turns,
+                                    table.Values(kColumnHeight)[row], table.Values(kColumnLine)[row] - shift,
+                                    table.Values(kColumnSample)[row] - shift};
+    if (check_every > 0 && row % check_every == check_every - 1) {
+      points.check.push_back(point);
+      points.check_rows.push_back(row);
+      continue;
+    }
+    const double sigma = table.Values(kColumnSigma)[row];
+    points.fit.Points.push_back(point);
+    points.weights.push_back(1.0 / (sigma * sigma));
+    points.fit_rows.push_back(row);
+  }
+  return points;
+}
+
+void CopyScalars(const TRPCData& from, TRPCData* to) {
+  for (const SatCommonUtils::TRPCScalarField& field : SatCommonUtils::RPCScalarFields()) {
+    to->*field.value = from.*field.value;
+  }
+}
+
+/// The points in the units of the record's offsets and scales, in the turn of its longitude.
+TRPCEstimationDataSet Normalized(const TRPCEstimationDataSet& data, const TRPCData& record) {
+  TRPCEstimationDataSet normalized;
+  normalized.IsNormalized = true;
+  normalized.Points.reserve(data.Points.size());
+  for (const TRPCEstimationPoint& point : data.Points) {
+    normalized.Points.push_back(
+        {(point.Lat - record.latOffset) / record.latScale, (point.Lon - record.longOffset) / record.longScale,
+         (point.Height - record.heightOffset) / record.heightScale, (point.Line - record.lineOffset) / record.lineScale,
+         (point.Sample - record.sampOffset) / record.sampScale});
+  }
+  return normalized;
+}
+
+void AppendResiduals(const TRPC& model, const std::vector<TRPCEstimationPoint>& points,
+                     const std::vector<std::size_t>& rows, const char* set, std::vector<PointResidual>* residuals) {
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    const TRPCEstimationPoint& point = points[i];
+    double line = 0.0;
+    double sample = 0.0;
+    model.CalculateLineSample(point.Lat, point.Lon, point.Height, &line, &sample, nullptr, nullptr);
+    residuals->push_back({rows[i], point.Line - line, point.Sample - sample, set});
+  }
+}
+
+/// Robust or plain, onto the offsets and scales that the form of the file can hold.
+class Fitter {
+ public:
+  Fitter(const PointTable& table, const FitPoints& points, TRPCFileForm form, std::string out)
+      : table_(table), points_(points), form_(form), out_(std::move(out)) {}
+
+  /// \throws Failure with the sentence of the fit's report.
+  TRPCData FitRobust(SatCommonUtils::TRPCFitOptions options) {
+    TRPCData record;
+    options.weights = points_.weights;
+    if (Rounds()) {
+      // A quick model of first order chooses the offsets and scales.
+      SatCommonUtils::TRPCFitOptions first = options;
+      first.order = 1;
+      first.progress = nullptr;
+      RunRobust(first, &record);
+      RoundScalars(&record);
+      options.keepNormalization = true;
+    }
+    RunRobust(options, &record);
+    return record;
+  }
+
+  TRPCData FitPlain() {
+    TRPCData record;
+    RunPlain(points_.fit, &record);
+    if (Rounds()) {
+      RoundScalars(&record);
+      RunPlain(Normalized(points_.fit, record), &record);
+    }
+    return record;
+  }
+
+  /// The story of the last robust fit; "not run" after a plain one.
+  const SatCommonUtils::TRPCFitReport& Story() const { return story_; }
+
+ private:
+  bool Rounds() const { return form_ == TRPCFileForm::RPB || form_ == TRPCFileForm::Text; }
+
+  void RoundScalars(TRPCData* record) const { CopyScalars(AsWritten(*record, form_, out_), record); }
+
+  void RunRobust(const SatCommonUtils::TRPCFitOptions& options, TRPCData* record) {
+    if (!SatCommonUtils::FitRPC(points_.fit, options, record, &story_)) {
+      throw Failure(table_.Name() + ": no model can be fitted: " + story_.message);
+    }
+  }
+
+  void RunPlain(const TRPCEstimationDataSet& data, TRPCData* record) const {
+    if (!SatCommonUtils::EstimateRPC(data, record)) {
+      throw Failure(
+          "no model can be fitted: the plain method needs 40 points or more that spread in all five "
+          "coordinates and do not make its equations singular; --method robust does with less");
+    }
+  }
+
+  const PointTable& table_;
+  const FitPoints& points_;
+  const TRPCFileForm form_;
+  const std::string out_;
+  SatCommonUtils::TRPCFitReport story_;
+};
+
+void AddOutput(const std::string& key, const SatCommonUtils::TRPCFitOutputReport& output, Report* report) {
+  report->Text(key, key,
+               "order " + std::to_string(output.order) + ", rank " + std::to_string(output.rank) + " of " +
+                   std::to_string(output.unknowns) + ", effective unknowns " + Fixed(output.freedom, 1) + ", " +
+                   std::to_string(output.iterations) + " iterations" + (output.converged ? "" : ", not converged"));
+}
+
+class Fit : public Command {
+ public:
+  const char* Notes() const override {
+    return "Each line of POINTS is 'lat lon height line sample [sigma]' (degrees, degrees, metres above the "
+           "ellipsoid, pixels; sigma is the standard deviation of the point, pixels). The robust method holds "
+           "with few and with noisy points; the plain one is the undamped fit of all 78 coefficients, for which "
+           "sigma does not count. RPB and text files hold rounded offsets and scales: the fit is made onto the "
+           "rounded ones, and the residuals are those of the written file.\n\n"
+           "Example:\n"
+           "  orbmath fit points.csv image.RPB --columns id,lon,lat,height,sample,line --check 5";
+  }
+
+  void Declare(CommandLine& line) override {
+    line.Argument("POINTS", &points_, "file of points, '-' for standard input");
+    line.Argument("OUT", &out_, "model file to be written, '-' for standard output");
+    form_.Declare(line);
+    PointTable::DeclareColumns(line, &columns_);
+    origin_.Declare(line);
+    line.Choice("--method", {"robust", "plain"}, &method_, "how to fit (default: robust)");
+    line.Count("--order", "N", 1, 3, &order_, "degree of the polynomials (default: the best for each of the two)");
+    line.Number("--ridge", "R", &ridge_, "ridge of the robust method, 0 or above (default: the best)");
+    line.Count("--check", "N", 2, 1000000, &check_, "keep each N-th point out of the fit and check the model with it");
+    line.Text("--residuals", "FILE", &residuals_, "write the residuals, one line a point");
+    line.Flag("--json", &json_, "report as one JSON object");
+  }
+
+  int Run() override {
+    if (method_ == 1 && (order_ || ridge_)) throw UsageError("--order and --ridge belong to --method robust");
+    if (ridge_.value_or(0.0) < 0.0) throw UsageError("--ridge must be 0 or above");
+    const TRPCFileForm form = form_.Of(out_);
+    const PointTable table(
+        points_, {columns::kLat, columns::kLon, columns::kHeight, columns::kLine, columns::kSample, columns::kSigma},
+        columns_);
+    RefuseBadGround(table, kColumnLat, kColumnLon);
+    RefuseBadSigma(table, kColumnSigma);
+    const FitPoints points = SplitPoints(table, origin_.Shift(), static_cast<std::size_t>(check_.value_or(0)));
+    Fitter fitter(table, points, form, out_);
+    const TRPCData record = method_ == 0 ? FitRobust(&fitter) : fitter.FitPlain();
+    const TRPCData written = WriteModel(TRPC(record, nullptr), {}, form, out_);
+    PrintReport(table, points, fitter.Story(), record, written);
+    return kSuccess;
+  }
+
+ private:
+  TRPCData FitRobust(Fitter* fitter) const {
+    WorkProgress progress("fitting");
+    SatCommonUtils::TRPCFitOptions options;
+    options.order = order_.value_or(0);
+    options.ridge = ridge_.value_or(-1.0);
+    options.progress = &progress;
+    return fitter->FitRobust(options);
+  }
+
+  void PrintReport(const PointTable& table, const FitPoints& points, const SatCommonUtils::TRPCFitReport& story,
+                   const TRPCData& record, const TRPCData& written) const {
+    Report report;
+    report.Text("file", "written", out_);
+    report.Text("method", "method", method_ == 0 ? "robust" : "plain");
+    if (method_ == 0) {
+      AddOutput("line", story.line, &report);
+      AddOutput("sample", story.sample, &report);
+      report.Number("coverage", "coverage of the box", 100.0 * story.coverage, 0, "%");
+      report.Text("message", "in short", story.message);
+    }
+    const TRPC model(written, nullptr);
+    const double cost = DifferenceInImage(TRPC(record, nullptr), model).max;
+    report.Number("cost_px", "cost of the file's digits", cost, 9, "px");
+    AddStatistics("fit", "residuals of the fitted points",
+                  SatCommonUtils::ResidualsOfRPC(written, points.fit.Points, false), "px", &report);
+    if (!points.check.empty()) {
+      AddStatistics("check", "residuals of the check points",
+                    SatCommonUtils::ResidualsOfRPC(written, points.check, false), "px", &report);
+    }
+    std::vector<PointResidual> residuals;
+    AppendResiduals(model, points.fit.Points, points.fit_rows, "fit", &residuals);
+    AppendResiduals(model, points.check, points.check_rows, "check", &residuals);
+    AddWorst(table, residuals, kWorstPoints, &report);
+    if (!residuals_.empty()) WriteResiduals(residuals_, table, residuals);
+    report.Print(json_, out_ == "-" || residuals_ == "-");
+  }
+
+  std::string points_;
+  std::string out_;
+  OutputForm form_;
+  std::string columns_;
+  PixelOrigin origin_;
+  int method_ = 0;
+  std::optional<int> order_;
+  std::optional<double> ridge_;
+  std::optional<int> check_;
+  std::string residuals_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeFit() { return std::make_unique<Fit>(); }
+
+}  // namespace orbmath_tool

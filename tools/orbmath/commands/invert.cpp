@@ -1,0 +1,120 @@
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "commands/command.h"
+#include "errors.h"
+#include "models/inverse_model.h"
+#include "models/model.h"
+#include "refine/robust_fit.h"
+#include "report/progress_line.h"
+#include "report/report.h"
+#include "rpc/ground_solution.h"
+
+namespace orbmath_tool {
+
+using SatCommonUtils::TRPC;
+using SatCommonUtils::TRPCData;
+
+namespace {
+
+constexpr int kDefaultGrid = 20;
+
+/// How far an inverse model misses, over image points that its fit has not seen.
+struct InverseError {
+  double max_degrees = 0.0;
+  double rms_pixels = 0.0;
+  double max_pixels = 0.0;
+  std::size_t points = 0;
+};
+
+/// The middles of the cells of the grid that the fit was made on.
+InverseError Judge(const TRPC& model, const InverseModel& inverse, int grid) {
+  const auto middle = [grid](const SatCommonUtils::TLinearNormalization& axis, int i) {
+    return axis.Normalized2Initial(-1.0 + (2.0 * i + 1.0) / grid);
+  };
+  InverseError error;
+  double squares = 0.0;
+  for (int i = 0; i < grid; ++i) {
+    for (int j = 0; j < grid; ++j) {
+      for (int k = 0; k < grid; ++k) {
+        const double line = middle(*model.GetLineNormalization(), i);
+        const double sample = middle(*model.GetSampleNormalization(), j);
+        const double height = middle(*model.GetHeightNormalization(), k);
+        const SatCommonUtils::TGroundSolution truth = SatCommonUtils::SolveLatLon(model, line, sample, height);
+        if (!truth) continue;
+        double lat = 0.0;
+        double lon = 0.0;
+        inverse.Evaluate(1, &line, &sample, &height, &lat, &lon);
+        double back_line = 0.0;
+        double back_sample = 0.0;
+        model.CalculateLineSample(lat, lon, height, &back_line, &back_sample, nullptr, nullptr);
+        const double pixels = std::hypot(back_line - line, back_sample - sample);
+        error.max_degrees = std::max({error.max_degrees, std::abs(lat - truth.lat), std::abs(lon - truth.lon)});
+        error.max_pixels = std::max(error.max_pixels, pixels);
+        squares += pixels * pixels;
+        ++error.points;
+      }
+    }
+  }
+  error.rms_pixels = std::sqrt(squares / static_cast<double>(error.points));
+  return error;
+}
+
+class Invert : public Command {
+ public:
+  const char* Notes() const override {
+    return "The inverse model gives latitude and longitude as ratios of cubic polynomials in line, sample and "
+           "height. In its file the two pairs have changed places: the values called line and sample are "
+           "latitude and longitude, those called latitude and longitude are line and sample. Its error is "
+           "measured in the middles of the cells of the grid that it was fitted on, which the fit has not seen. A "
+           "refinement goes into the inverse. 'orbmath project OUT' takes 'line sample height' to 'lat lon'.\n\n"
+           "Example:\n"
+           "  orbmath invert image.RPB inverse.xml --grid 20";
+  }
+
+  void Declare(CommandLine& line) override {
+    line.Argument("MODEL", &model_, "model file of any form");
+    line.Argument("OUT", &out_, "file to be written, '-' for standard output");
+    form_.Declare(line);
+    line.Count("--grid", "N", 3, 200, &grid_, "cells of the grid along each of line, sample and height (default 20)");
+    line.Flag("--json", &json_, "report as one JSON object");
+  }
+
+  int Run() override {
+    const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
+    const Model model = ReadGroundModel(model_);
+    const int grid = grid_.value_or(kDefaultGrid);
+    WorkProgress progress("fitting");
+    TRPCData record;
+    SatCommonUtils::TRPCFitReport story;
+    if (!SatCommonUtils::FitInvertedRPC(TRPC(PlainRecord(model), nullptr), &record, grid, &progress, &story)) {
+      throw Failure(model_ + ": no inverse can be fitted: " + story.message);
+    }
+    const TRPC fitted(OntoDigitsOf(form, record, out_), nullptr);
+    const InverseModel inverse(WriteModel(fitted, {}, form, out_));
+    const InverseError error = Judge(*model.rpc, inverse, grid);
+    Report report;
+    report.Text("file", "written", out_);
+    report.Count("points", "points of the independent grid", error.points);
+    report.Number("rms_px", "error of the file, rms", error.rms_pixels, 9, "px");
+    report.Number("max_px", "error of the file, worst", error.max_pixels, 9, "px");
+    report.Number("max_deg", "error of the file, worst", error.max_degrees, 13, "deg");
+    report.Print(json_, out_ == "-");
+    return kSuccess;
+  }
+
+ private:
+  std::string model_;
+  std::string out_;
+  OutputForm form_;
+  std::optional<int> grid_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeInvert() { return std::make_unique<Invert>(); }
+
+}  // namespace orbmath_tool

@@ -1,0 +1,114 @@
+#include <optional>
+#include <vector>
+
+#include "commands/command.h"
+#include "errors.h"
+#include "frame/zxstd/number_text.h"
+#include "models/model.h"
+#include "points/ground_marks.h"
+#include "points/point_options.h"
+#include "rpc/ground_solution.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+class LocateTask : public PointTask {
+ public:
+  LocateTask(const Model& model, std::optional<double> height, bool status, double shift, const PointOptions& options)
+      : model_(model), shift_(shift), says_height_(!height), height_(height.value_or(model.rpc->GetAverageHeight())) {
+    layout_.columns = {{"line"}, {"sample"}, {"height", height_}};
+    columns_ = {{"lat", options.Digits(kDegreeDigits)},
+                {"lon", options.Digits(kDegreeDigits)},
+                {"height", options.Digits(kMetreDigits)}};
+    if (status) {
+      columns_.push_back({"residual", options.Digits(kPixelDigits)});
+      columns_.push_back({"status", 0, StatusWords()});
+    }
+  }
+
+  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<OutputColumn>& Columns() const override { return columns_; }
+
+  void Compute(LineBlock* block) const override {
+    for (int i = 0; i < 2; ++i) {
+      for (double& pixels : block->in[i]) pixels -= shift_;
+    }
+    std::vector<SatCommonUtils::TGroundSolution> solutions(block->count);
+    SatCommonUtils::SolveLatLonArray(*model_.rpc, block->count, block->in[0].data(), block->in[1].data(),
+                                     block->in[2].data(), solutions.data());
+    block->marks.resize(block->count);
+    for (std::size_t i = 0; i < block->count; ++i) {
+      const SatCommonUtils::TGroundSolution& solution = solutions[i];
+      if (!solution) block->Fail(i, WhyLost(solution));
+      block->marks[i] = StatusOf(solution);
+      const double values[] = {solution.lat, solution.lon, solution.h, solution.residual,
+                               static_cast<double>(block->marks[i])};
+      for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
+    }
+  }
+
+  void Observe(const LineBlock& block) override {
+    marks_.Add(block);
+    if (!says_height_ || block.filled == 0) return;
+    says_height_ = false;
+    Note("height " + SatCommonUtils::FormatDouble(height_) +
+         " m, the model's height offset, for points that give none");
+  }
+
+  const MarkCounter& Marks() const { return marks_; }
+
+ private:
+  const Model& model_;
+  const double shift_;
+  bool says_height_;
+  const double height_;
+  LineLayout layout_;
+  std::vector<OutputColumn> columns_;
+  MarkCounter marks_;
+};
+
+class Locate : public Command {
+ public:
+  const char* Notes() const override {
+    return "Each line 'line sample [height]' (pixels, metres above the ellipsoid) becomes 'lat lon height' "
+           "(degrees, degrees, metres). A point without a height gets that of --height, or else the model's "
+           "height offset, which is said on standard error. A point without a solution is an error line that "
+           "says why; one outside the image or the height range is computed, counted on standard error and named "
+           "in the status column. With --status two more columns follow: how far the result projects from the "
+           "given image point (pixels), and 'ok' or 'outside-' with what the point lies outside of: image, "
+           "height, ground, margin, joined by '+'.\n\n"
+           "Example:\n"
+           "  echo '1000 2000' | orbmath locate image.RPB --height -5";
+  }
+
+  void Declare(CommandLine& line) override {
+    line.Argument("MODEL", &model_, "model file of any form");
+    options_.DeclareFiles(line);
+    line.Number("--height", "H", &height_, "height of points that give none, metres above the ellipsoid");
+    line.Flag("--status", &status_, "add residual and status");
+    origin_.Declare(line);
+    options_.DeclareOutput(line);
+  }
+
+  int Run() override {
+    const Model model = ReadGroundModel(model_);
+    LocateTask task(model, height_, status_, origin_.Shift(), options_);
+    const int status = options_.Run(&task);
+    task.Marks().Report();
+    return status;
+  }
+
+ private:
+  std::string model_;
+  std::optional<double> height_;
+  bool status_ = false;
+  PixelOrigin origin_;
+  PointOptions options_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeLocate() { return std::make_unique<Locate>(); }
+
+}  // namespace orbmath_tool

@@ -1,0 +1,178 @@
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "commands/command.h"
+#include "errors.h"
+#include "models/model.h"
+#include "points/point_options.h"
+#include "points/point_table.h"
+#include "refine/adjusted_rpc.h"
+#include "refine/refinement_fit.h"
+#include "report/fixed_digits.h"
+#include "report/json.h"
+#include "report/output_file.h"
+#include "report/report.h"
+
+namespace orbmath_tool {
+
+using SatCommonUtils::TAdjustedRPC;
+using SatCommonUtils::TRefinementFit;
+using SatCommonUtils::TRefinementResidual;
+using SatCommonUtils::TRefinementTie;
+using SatCommonUtils::TRPCRefinementTransformType;
+
+namespace {
+
+constexpr int kDigits = 4;
+
+std::vector<TableColumn> ColumnsOf(bool ties) {
+  if (ties) {
+    return {columns::kLine, columns::kSample, columns::kMeasuredLine, columns::kMeasuredSample, columns::kSigma};
+  }
+  return {columns::kLat, columns::kLon, columns::kHeight, columns::kLine, columns::kSample, columns::kSigma};
+}
+
+/// The rows of a table of image ties as ties of the raw model.
+std::vector<TRefinementTie> ImageTies(const Model& model, const PointTable& table, double shift) {
+  std::vector<TRefinementTie> ties;
+  for (std::size_t row = 0; row < table.size(); ++row) {
+    ties.push_back({table.Values(0)[row] - shift, table.Values(1)[row] - shift, table.Values(2)[row] - shift,
+                    table.Values(3)[row] - shift, table.Values(4)[row]});
+  }
+  const auto* adjusted = dynamic_cast<const TAdjustedRPC*>(model.rpc.get());
+  return adjusted == nullptr ? ties : SatCommonUtils::RawTies(*adjusted, ties);
+}
+
+/// The rows of a table of ground control as ties of the raw model.
+std::vector<TRefinementTie> GroundTies(const Model& model, const PointTable& table, double shift) {
+  RefuseBadGround(table, 0, 1);
+  std::vector<SatCommonUtils::TGroundControlPoint> points;
+  for (std::size_t row = 0; row < table.size(); ++row) {
+    points.push_back({table.Values(0)[row], table.Values(1)[row], table.Values(2)[row], table.Values(3)[row] - shift,
+                      table.Values(4)[row] - shift, table.Values(5)[row]});
+  }
+  return SatCommonUtils::TiesOfGroundControl(*model.rpc, points);
+}
+
+/// Every point with its residuals, and the bad ones by name.
+void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& points, Report* report) {
+  report->Heading("residuals, measured minus computed, px");
+  std::string lines = PadLeft("line", 34) + PadLeft("sample", 12) + PadLeft("line", 14) + PadLeft("sample", 12) +
+                      PadLeft("standardized", 14) + "\n";
+  std::string json;
+  std::string bad;
+  for (std::size_t row = 0; row < points.size(); ++row) {
+    const TRefinementResidual& point = points[row];
+    if (point.isBad) bad += (bad.empty() ? "" : ", ") + table.Place(row);
+    lines += PadRight(table.Place(row), 22) + PadLeft(Fixed(point.lineBefore, kDigits), 12) +
+             PadLeft(Fixed(point.sampleBefore, kDigits), 12) + PadLeft(Fixed(point.lineAfter, kDigits), 14) +
+             PadLeft(Fixed(point.sampleAfter, kDigits), 12) + PadLeft(Fixed(point.standardized, 1), 14) +
+             (point.isBad ? "  BAD" : "") + "\n";
+    json +=
+        std::string(json.empty() ? "" : ",") + "{\"input_line\":" + std::to_string(table.Line(row)) +
+        ",\"line_before\":" + JsonNumber(point.lineBefore) + ",\"sample_before\":" + JsonNumber(point.sampleBefore) +
+        ",\"line_after\":" + JsonNumber(point.lineAfter) + ",\"sample_after\":" + JsonNumber(point.sampleAfter) +
+        ",\"standardized\":" + JsonNumber(point.standardized) + ",\"bad\":" + (point.isBad ? "true" : "false") + "}";
+  }
+  report->Lines(std::string(22, ' ') + PadLeft("before", 24) + PadLeft("after", 26) + "\n" + lines + "\n");
+  report->Json("points", "[" + json + "]");
+  report->Text("bad", "bad points", bad.empty() ? "none" : bad);
+}
+
+class Refine : public Command {
+ public:
+  const char* Notes() const override {
+    return "Each line of POINTS is 'lat lon height line sample [sigma]' (ground control: degrees, degrees, "
+           "metres, pixels) or, with --ties, 'line sample measured_line measured_sample [sigma]' (pixels: where "
+           "the model puts a point and where it was measured). sigma is the standard deviation of the "
+           "measurement, 1 pixel when it is not given. A shift needs 1 point, an affine correction 3, a "
+           "projective one 4; two more let a bad point be found. 'auto' takes the kind that number and spread of "
+           "the points bear. Bad points are named and left out. A refinement that the model already has is "
+           "replaced. OUT is an XML file; 'orbmath export' makes a plain model of it.\n\n"
+           "Example:\n"
+           "  orbmath refine image.RPB control.txt adjusted.xml --type shift";
+  }
+
+  void Declare(CommandLine& line) override {
+    line.Argument("MODEL", &model_, "model file of any form");
+    line.Argument("POINTS", &points_, "file of points, '-' for standard input");
+    line.Argument("OUT", &out_, "adjusted model to be written as XML, '-' for standard output");
+    line.Choice("--type", {"auto", "shift", "affine", "projective"}, &type_, "kind of correction (default: auto)");
+    line.Flag("--ties", &ties_, "the points are image ties");
+    line.Flag("--keep-all", &keep_all_, "name bad points, but keep them in the fit");
+    PointTable::DeclareColumns(line, &columns_);
+    origin_.Declare(line);
+    line.Flag("--json", &json_, "report as one JSON object");
+  }
+
+  int Run() override {
+    const auto suffix = SatCommonUtils::RPCFileFormOfName(out_);
+    if (suffix && *suffix != SatCommonUtils::TRPCFileForm::XML) {
+      throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
+    }
+    const Model model = ReadGroundModel(model_);
+    const PointTable table(points_, ColumnsOf(ties_), columns_);
+    RefuseBadSigma(table, ties_ ? 4 : 5);
+    const double shift = origin_.Shift();
+    const std::vector<TRefinementTie> ties = ties_ ? ImageTies(model, table, shift) : GroundTies(model, table, shift);
+    TRefinementFit fit;
+    if (!SatCommonUtils::FitRefinement(ties, FitOptions(model), &fit)) {
+      throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
+    }
+    TAdjustedRPC adjusted(&model.file.record, fit.data.get());
+    CopyImage(*model.rpc, &adjusted);
+    WriteFile(out_, FormatModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, out_));
+    PrintReport(table, fit);
+    return kSuccess;
+  }
+
+ private:
+  SatCommonUtils::TRefinementFitOptions FitOptions(const Model& model) const {
+    constexpr TRPCRefinementTransformType kTypes[] = {
+        TRPCRefinementTransformType::Affine,  // not used: the kind is chosen
+        TRPCRefinementTransformType::Shift, TRPCRefinementTransformType::Affine,
+        TRPCRefinementTransformType::Projective};
+    SatCommonUtils::TRefinementFitOptions options;
+    options.automatic = type_ == 0;
+    options.type = kTypes[type_];
+    options.keepAll = keep_all_;
+    int width = 0;
+    int height = 0;
+    if (model.rpc->GetRasterDims(&width, &height)) {
+      options.lines = height;
+      options.samples = width;
+    }
+    return options;
+  }
+
+  void PrintReport(const PointTable& table, const TRefinementFit& fit) const {
+    Report report;
+    report.Text("file", "written", out_);
+    report.Text("type", "kind", SatCommonUtils::GetRPCRefinementTransformTypeName(fit.type));
+    report.Count("points_used", "points used", fit.used);
+    report.Count("points_given", "points given", table.size());
+    report.Number("rms_before_px", "rms before", fit.rmsBefore, kDigits, "px");
+    report.Number("rms_after_px", "rms after", fit.rmsAfter, kDigits, "px");
+    report.Number("sigma_factor", "true sigma / given sigma", fit.sigmaFactor, kDigits, "");
+    report.Text("message", "in short", fit.message);
+    AddPoints(table, fit.points, &report);
+    report.Print(json_, out_ == "-");
+  }
+
+  std::string model_;
+  std::string points_;
+  std::string out_;
+  int type_ = 0;
+  bool ties_ = false;
+  bool keep_all_ = false;
+  std::string columns_;
+  PixelOrigin origin_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeRefine() { return std::make_unique<Refine>(); }
+
+}  // namespace orbmath_tool

@@ -1,0 +1,147 @@
+#include "models/model.h"
+
+#include "errors.h"
+#include "frame/zxstd/message.h"
+#include "frame/zxstd/stream.h"
+#include "frame/zxstd/xini_reader.h"
+#include "frame/zxstd/xini_writer.h"
+#include "models/inverse_model.h"
+#include "refine/adjusted_rpc.h"
+#include "refine/robust_fit.h"
+#include "report/output_file.h"
+#include "rpc/rpc_fields.h"
+
+namespace orbmath_tool {
+
+using SatCommonUtils::TRPC;
+using SatCommonUtils::TRPCData;
+using SatCommonUtils::TRPCFileForm;
+
+namespace {
+
+SatCommonUtils::var_a<TRPC*> BuildModel(const SatCommonUtils::TRPCFile& file) {
+  if (file.form != TRPCFileForm::XML && file.form != TRPCFileForm::AdjustedXML) {
+    return SatCommonUtils::make_var_a<TRPC>(file.record, nullptr);
+  }
+  SatCommonUtils::TZxStringStream stream(file.xml);
+  SatCommonUtils::TZxXIniStreamReader reader(&stream);
+  if (file.form == TRPCFileForm::XML) return SatCommonUtils::make_var_a<TRPC>(&reader);
+  return SatCommonUtils::make_var_a<SatCommonUtils::TAdjustedRPC>(&reader);
+}
+
+/// The model and what stands beside it as one XML document.
+std::string FormatXml(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, const std::string& name) {
+  SatCommonUtils::TZxStringStream stream;
+  SatCommonUtils::TZxXIniStreamWriter writer(&stream);
+  const bool saved = model.SaveToXML(&writer) && extras.SaveToXML(&writer);
+  if (!writer.Close() || !saved) throw Failure(name + ": the model cannot be written as XML");
+  return stream.GetString();
+}
+
+TRPCData ParseRecord(const std::string& content, const std::string& name) {
+  SatCommonUtils::TZxStringStream stream(content);
+  SatCommonUtils::TRPCFile file;
+  SatCommonUtils::TRPCFileError error;
+  if (!SatCommonUtils::ReadRPCStream(&stream, name, &file, &error)) throw Failure(error.GetText());
+  return file.record;
+}
+
+bool SameScalars(const TRPCData& a, const TRPCData& b) {
+  for (const SatCommonUtils::TRPCScalarField& field : SatCommonUtils::RPCScalarFields()) {
+    if (a.*field.value != b.*field.value) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+Model ReadModel(const std::string& name) {
+  Model model;
+  model.name = name;
+  SatCommonUtils::TRPCFileError error;
+  if (!SatCommonUtils::ReadRPCFile(name, &model.file, &error)) throw Failure(error.GetText());
+  try {
+    model.rpc = BuildModel(model.file);
+  } catch (const SatCommonUtils::TZxMessage&) {
+    throw Failure(name + ": the model in this file is damaged: its record can be read, what stands beside it cannot");
+  }
+  return model;
+}
+
+Model ReadGroundModel(const std::string& name) {
+  Model model = ReadModel(name);
+  if (IsInverse(model.file.record)) throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
+  return model;
+}
+
+const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model) {
+  const auto* adjusted = dynamic_cast<const SatCommonUtils::TAdjustedRPC*>(model.rpc.get());
+  return adjusted != nullptr && adjusted->IsAdjusted() ? adjusted : nullptr;
+}
+
+TRPCData PlainRecord(const Model& model) {
+  const SatCommonUtils::TAdjustedRPC* const refined = AsRefined(model);
+  if (refined == nullptr) return model.file.record;
+  TRPCData record;
+  if (!refined->ExportRefined(&record)) {
+    throw Failure(model.name + ": no plain model comes within 0.01 px of this refinement");
+  }
+  return record;
+}
+
+void OutputForm::Declare(CommandLine& line) {
+  line.Choice("--to", {"rpb", "text", "xml"}, &choice_, "form of the written file (default: by the suffix of OUT)");
+}
+
+TRPCFileForm OutputForm::Of(const std::string& name) const {
+  constexpr TRPCFileForm kForms[] = {TRPCFileForm::RPB, TRPCFileForm::Text, TRPCFileForm::XML};
+  if (choice_ >= 0) return kForms[choice_];
+  const std::optional<TRPCFileForm> form = SatCommonUtils::RPCFileFormOfName(name);
+  if (!form) throw UsageError("the name '" + name + "' does not tell the form, add --to rpb|text|xml");
+  return *form;
+}
+
+std::string FormatModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
+                        const std::string& name) {
+  if (form == TRPCFileForm::XML) return FormatXml(model, extras, name);
+  TRPCData record;
+  model.GetRPCData(&record);
+  SatCommonUtils::TZxStringStream stream;
+  SatCommonUtils::TRPCFileError error;
+  if (!SatCommonUtils::WriteRPCStream(&stream, name, form, record, extras, SatCommonUtils::TRPCTextErrors::Append,
+                                      &error)) {
+    throw Failure(error.GetText());
+  }
+  return stream.GetString();
+}
+
+TRPCData AsWritten(const TRPCData& record, TRPCFileForm form, const std::string& name) {
+  return ParseRecord(FormatModel(TRPC(record, nullptr), {}, form, name), name);
+}
+
+TRPCData OntoDigitsOf(TRPCFileForm form, const TRPCData& record, const std::string& name) {
+  TRPCData moved = AsWritten(record, form, name);
+  if (SameScalars(moved, record)) return record;
+  if (!SatCommonUtils::RenormalizeRPC(record, &moved)) {
+    throw Failure(name + ": the offsets and scales of this model need more digits than a file of the form " +
+                  SatCommonUtils::RPCFileFormName(form) + " has; write XML instead");
+  }
+  return moved;
+}
+
+TRPCData WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
+                    const std::string& name) {
+  const std::string content = FormatModel(model, extras, form, name);
+  WriteFile(name, content);
+  return ParseRecord(content, name);
+}
+
+void CopyImage(const TRPC& from, TRPC* to) {
+  SatCommonUtils::TPolygon margin;
+  int width = 0;
+  int height = 0;
+  if (from.GetMargin(&margin)) to->SetMargin(margin);
+  if (from.GetRasterDims(&width, &height)) to->SetRasterDims(width, height);
+}
+
+}  // namespace orbmath_tool

@@ -1,0 +1,70 @@
+#pragma once
+/// \file
+/// The model files that the commands take.
+
+#include <string>
+
+#include "commands/command_line.h"
+#include "frame/zxstd/var_a.h"
+#include "rpc/rpc_file.h"
+#include "rpc/rpc_model.h"
+
+namespace SatCommonUtils {
+class TAdjustedRPC;
+}  // namespace SatCommonUtils
+
+namespace orbmath_tool {
+
+/// A model file that has been read, and the model in it.
+struct Model {
+  std::string name;  ///< As on the command line.
+  SatCommonUtils::TRPCFile file;
+  SatCommonUtils::var_a<SatCommonUtils::TRPC*>
+      rpc;  ///< Never empty; a `TAdjustedRPC` when the file is an adjusted one.
+};
+
+/// Reads a model file of any form. \throws Failure naming file, line and key of what is wrong.
+Model ReadModel(const std::string& name);
+/// The same. \throws Failure for an inverse model too, which does not map the ground into an image.
+Model ReadGroundModel(const std::string& name);
+
+/// The model when it carries a refinement, or null.
+const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model);
+
+/// The record of a model with its refinement in it. \throws Failure when no record comes close to the refined model.
+SatCommonUtils::TRPCData PlainRecord(const Model& model);
+
+/// The form of a file to be written: what `--to` says, or else the suffix of its name.
+class OutputForm {
+ public:
+  void Declare(CommandLine& line);
+  /// \throws UsageError when neither tells.
+  SatCommonUtils::TRPCFileForm Of(const std::string& name) const;
+
+ private:
+  int choice_ = -1;
+};
+
+/// The text of a model file. XML holds the whole model, the other forms its record alone.
+/// \param name stands for the file in messages. \throws Failure when the form cannot hold what the model says.
+std::string FormatModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
+                        SatCommonUtils::TRPCFileForm form, const std::string& name);
+
+/// The record as a file of this form holds it, with the digits that the form keeps.
+/// \throws Failure as `FormatModel`.
+SatCommonUtils::TRPCData AsWritten(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFileForm form,
+                                   const std::string& name);
+
+/// The same model with offsets and scales that a file of this form can hold, so that only the digits of its
+/// coefficients cost something. \throws Failure when the form has too few digits for this model.
+SatCommonUtils::TRPCData OntoDigitsOf(SatCommonUtils::TRPCFileForm form, const SatCommonUtils::TRPCData& record,
+                                      const std::string& name);
+
+/// Writes a model file by `FormatModel` and reads it back. \return the record that the file holds. \throws Failure
+SatCommonUtils::TRPCData WriteModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
+                                    SatCommonUtils::TRPCFileForm form, const std::string& name);
+
+/// Gives `to` the margin and the raster size of `from`, as far as there are any.
+void CopyImage(const SatCommonUtils::TRPC& from, SatCommonUtils::TRPC* to);
+
+}  // namespace orbmath_tool

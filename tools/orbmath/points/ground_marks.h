@@ -1,0 +1,44 @@
+#pragma once
+/// \file
+/// How commands that compute ground points mark those outside of what a model was made for, and refuse lost ones.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "points/line_block.h"
+#include "rpc/ground_solution.h"
+
+namespace orbmath_tool {
+
+/// The words of a status column: "ok", or "outside-" and what the point lies outside of, e.g. "outside-image+height".
+const std::vector<std::string>& StatusWords();
+/// The number of the word that fits a solution.
+int StatusOf(const SatCommonUtils::TGroundSolution& solution);
+/// Why there is no ground point, for an error line.
+std::string WhyLost(const SatCommonUtils::TGroundSolution& solution);
+
+/// True when a latitude and a longitude, degrees, can be those of a ground point; the longitude in any of three turns.
+bool IsGround(double lat, double lon);
+/// Why they cannot, for an error line.
+std::string WhyNoGround(double lat, double lon);
+/// The number of the word that fits a ground point: whether it lies outside of the model's ground box and heights.
+int StatusOf(const SatCommonUtils::TRPC& model, double lat, double lon, double height);
+
+/// Counts marked points, for the note in the end.
+class MarkCounter {
+ public:
+  /// Counts the points of `block` that have a result, by their marks.
+  void Add(const LineBlock& block);
+  /// Says on standard error how many found ground points were marked, if any.
+  void Report() const;
+  /// Says on standard error how many given ground points were marked, if any.
+  void ReportGiven() const;
+
+ private:
+  std::size_t image_ = 0;
+  std::size_t height_ = 0;
+  std::size_t ground_ = 0;
+};
+
+}  // namespace orbmath_tool

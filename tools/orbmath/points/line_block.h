@@ -1,0 +1,80 @@
+#pragma once
+/// \file
+/// Points as columns of numbers, and the way from text lines to them and back.
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "points/char_buffer.h"
+
+namespace orbmath_tool {
+
+/// One field of a line of points.
+struct InputColumn {
+  std::string name;
+  /// Stands in when the line ends before this field. Columns with a fallback are the last ones.
+  std::optional<double> fallback{};
+  /// The field may hold anything and is passed over.
+  bool ignored = false;
+};
+
+/// The fields that a line of points consists of.
+struct LineLayout {
+  std::vector<InputColumn> columns;
+  bool more_allowed = false;  ///< Fields behind the named ones are passed over instead of being an error.
+};
+
+/// One field of a line of results.
+struct OutputColumn {
+  std::string name;
+  int digits = 0;                    ///< Digits after the point.
+  std::vector<std::string> words{};  ///< When not empty, the value is the number of a word.
+};
+
+/// Something wrong with one line or one point.
+struct Refusal {
+  std::size_t index;
+  std::string reason;
+};
+
+/// One line of the input.
+struct PointLine {
+  enum class Kind : unsigned char { PassThrough, Point, Refused };
+  Kind kind;
+  /// The whole line when it passes through (comment or blank), else the comment behind the fields with its '#'.
+  std::string_view text;
+};
+
+/// A block of points: what its lines say, the columns read from them and the columns computed from those.
+struct LineBlock {
+  std::size_t first_line = 1;  ///< Number of the first line in the input, from 1.
+  std::size_t count = 0;       ///< Points.
+  std::size_t filled = 0;      ///< Points for which a fallback stood in.
+  std::vector<PointLine> lines;
+  std::vector<Refusal> refused;         ///< Lines that are no points, by position in `lines`, ascending.
+  std::vector<std::vector<double>> in;  ///< [column][point]
+  std::vector<std::vector<double>> out;
+  std::vector<int> marks;       ///< What a command wants to remember of each point; the driver does not look at it.
+  std::vector<Refusal> failed;  ///< Points that could not be computed, by number, ascending.
+
+  /// Notes that point `index` has no result. Calls come in ascending order.
+  void Fail(std::size_t index, std::string reason) { failed.push_back({index, std::move(reason)}); }
+};
+
+/// Reads `text`, whole lines that must outlive the block, into lines, refusals and input columns of `block`; forgets
+/// what it held. Fields stand between blanks, tabs or commas; '#' starts a comment; a carriage return ends a line too.
+void ParseLines(std::string_view text, const LineLayout& layout, LineBlock* block);
+
+/// The first fields of a line as texts, at most `most`; what stands behind '#' is no field.
+std::vector<std::string_view> SplitFields(std::string_view line, std::size_t most);
+
+/// Appends one line of output for each line of `block`: passed through, computed, or "ERROR: " and the reason.
+/// \return how many of them are errors.
+std::size_t PrintLines(const LineBlock& block, const std::vector<OutputColumn>& columns, CharBuffer* out);
+/// The same as one JSON object a point; comments and blank lines give nothing.
+std::size_t PrintJson(const LineBlock& block, const std::vector<OutputColumn>& columns, CharBuffer* out);
+
+}  // namespace orbmath_tool

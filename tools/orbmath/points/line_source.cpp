@@ -1,0 +1,125 @@
+#include "points/line_source.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "errors.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+/// Large enough that handing a block from thread to thread costs nothing beside its points, small enough for the cache.
+constexpr std::size_t kBlockBytes = 64 * 1024;
+static_assert(kBlockBytes > 2 * kLongestLine, "a block must hold a longest line and the reading behind it");
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+bool HasMore(int descriptor) {
+  pollfd state{descriptor, POLLIN, 0};
+  return poll(&state, 1, 0) > 0;
+}
+
+/// Moves what stands in `[begin, end)` from the first line feed on to the front. \return the new end.
+const char* DropLineRest(char* begin, const char* end) {
+  const auto count = static_cast<std::size_t>(end - begin);
+  const auto* feed = static_cast<const char*>(std::memchr(begin, '\n', count));
+  if (feed == nullptr) return begin;
+  std::memmove(begin, feed, static_cast<std::size_t>(end - feed));
+  return begin + (end - feed);
+}
+
+}  // namespace
+
+LineSource::LineSource(const std::vector<std::string>& names) {
+  bool all_plain = true;
+  for (const std::string& name : names.empty() ? std::vector<std::string>{"-"} : names) {
+    const bool standard = name == "-";
+    const int descriptor = standard ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) throw Failure(name + ": " + std::strerror(errno));
+    inputs_.push_back({standard ? "standard input" : name, descriptor});
+    struct stat status {};
+    all_plain = all_plain && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (all_plain) total_bytes_ += static_cast<std::uint64_t>(status.st_size);
+  }
+  if (!all_plain) total_bytes_ = 0;
+}
+
+LineSource::~LineSource() {
+  for (const Input& input : inputs_) {
+    if (input.descriptor != STDIN_FILENO) close(input.descriptor);
+  }
+}
+
+bool LineSource::Next(CharBuffer* text) {
+  while (true) {
+    if (finished_) {
+      if (current_ + 1 >= inputs_.size()) return false;
+      ++current_;
+      finished_ = false;
+      at_start_ = true;
+    }
+    if (ReadBlock(text)) return true;
+  }
+}
+
+bool LineSource::ReadBlock(CharBuffer* text) {
+  text->clear();
+  text->Append(carry_.view());
+  carry_.clear();
+  std::size_t whole = 0;  // bytes of the whole lines in the text
+  bool dropping = false;  // the reading stands in the part of a line behind its first kLongestLine bytes
+  while (whole == 0 || (text->size() < kBlockBytes && HasMore(inputs_[current_].descriptor))) {
+    if (whole == 0 && text->size() > kLongestLine) {
+      text->TakeUpTo(text->data() + kLongestLine);
+      dropping = true;
+    }
+    const std::size_t wanted = kBlockBytes - text->size();
+    char* const to = text->Room(wanted + 1);  // one more for a line feed that is missing at the end
+    const std::size_t count = ReadSome(to, wanted);
+    if (count == 0) {
+      finished_ = true;
+      if (text->size() == 0) return false;
+      if (text->view().back() != '\n') {
+        *to = '\n';
+        text->TakeUpTo(to + 1);
+      }
+      whole = text->size();
+      break;
+    }
+    const char* end = to + count;
+    if (dropping) {
+      end = DropLineRest(to, end);
+      dropping = end == to;
+    }
+    text->TakeUpTo(end);
+    const std::size_t behind = text->view().rfind('\n') + 1;  // 0 when there is none
+    whole = std::max(whole, behind);
+  }
+  carry_.Append(text->view().substr(whole));
+  text->TakeUpTo(text->data() + whole);
+  if (std::exchange(at_start_, false) && text->view().substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+    const std::size_t rest = text->size() - kByteOrderMark.size();
+    std::memmove(text->data(), text->data() + kByteOrderMark.size(), rest);
+    text->TakeUpTo(text->data() + rest);
+  }
+  return true;
+}
+
+std::size_t LineSource::ReadSome(char* to, std::size_t count) {
+  while (true) {
+    const ssize_t got = read(inputs_[current_].descriptor, to, count);
+    if (got >= 0) return static_cast<std::size_t>(got);
+    if (errno != EINTR) throw Failure(inputs_[current_].name + ": " + std::strerror(errno));
+  }
+}
+
+}  // namespace orbmath_tool

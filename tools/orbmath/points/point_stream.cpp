@@ -1,0 +1,191 @@
+#include "points/point_stream.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+#include "errors.h"
+#include "frame/zxstd/threads.h"
+#include "points/line_source.h"
+#include "report/fixed_digits.h"
+#include "report/progress_line.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+void WriteAll(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t taken = write(STDOUT_FILENO, text.data(), text.size());
+    if (taken < 0 && errno == EINTR) continue;
+    if (taken < 0) throw Failure(std::string("standard output: ") + std::strerror(errno));
+    text.remove_prefix(static_cast<std::size_t>(taken));
+  }
+}
+
+/// A ring of blocks that reader, workers and writer pass on to each other. Each block is owned by exactly one of them;
+/// the three counters say by whom, and they alone are behind the lock.
+class BlockRing {
+ public:
+  BlockRing(const StreamOptions& options, PointTask* task, int workers)
+      : options_(options), task_(task), slots_(static_cast<std::size_t>(2 * workers + 2)), workers_(workers) {}
+
+  StreamResult Run(LineSource* source);
+
+ private:
+  struct Slot {
+    CharBuffer text;
+    CharBuffer output;
+    LineBlock block;
+    std::size_t errors = 0;
+    bool done = false;
+  };
+
+  void Read(LineSource* source);
+  void Work();
+  void Write(std::uint64_t total_bytes);
+  void Compute(Slot* slot) const;
+  std::string ProgressText(std::uint64_t bytes, std::uint64_t total_bytes) const;
+
+  /// Runs one of the three parts; the first exception stops all of them and is kept for the caller.
+  template <class Part>
+  void Guard(Part part) {
+    try {
+      part();
+    } catch (...) {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (!error_) error_ = std::current_exception();
+      stopped_ = true;
+      changed_.notify_all();
+    }
+  }
+
+  /// Waits until `ready` or a stop. \return false when there is nothing left to do.
+  template <class Ready>
+  bool Await(std::unique_lock<std::mutex>* lock, Ready ready) {
+    changed_.wait(*lock, [&] { return stopped_ || ready(); });
+    return !stopped_;
+  }
+
+  Slot& At(std::size_t number) { return slots_[number % slots_.size()]; }
+
+  const StreamOptions& options_;
+  PointTask* const task_;
+  std::vector<Slot> slots_;
+  const int workers_;
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::size_t read_ = 0;     // blocks handed on by the reader
+  std::size_t taken_ = 0;    // blocks taken up by workers
+  std::size_t written_ = 0;  // blocks given back by the writer
+  bool input_ended_ = false;
+  bool stopped_ = false;
+  std::exception_ptr error_;
+  StreamResult result_;
+};
+
+StreamResult BlockRing::Run(LineSource* source) {
+  std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(workers_) + 1);
+  // Guarded as well: the system may refuse a thread, and those that run have to end first.
+  Guard([this, source, &threads] {
+    for (int i = 0; i < workers_; ++i) threads.emplace_back([this] { Guard([this] { Work(); }); });
+    threads.emplace_back([this, source] { Guard([this, source] { Write(source->TotalBytes()); }); });
+    Read(source);
+  });
+  for (std::thread& thread : threads) thread.join();
+  if (error_) std::rethrow_exception(error_);
+  return result_;
+}
+
+void BlockRing::Read(LineSource* source) {
+  std::size_t line = 1;
+  while (true) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (!Await(&lock, [this] { return read_ < written_ + slots_.size(); })) return;
+    Slot& slot = At(read_);
+    lock.unlock();
+    const bool more = source->Next(&slot.text);
+    if (more) {
+      slot.block.first_line = line;
+      line += static_cast<std::size_t>(std::count(slot.text.view().begin(), slot.text.view().end(), '\n'));
+    }
+    lock.lock();
+    more ? ++read_ : input_ended_ = true;
+    changed_.notify_all();
+    if (!more) return;
+  }
+}
+
+void BlockRing::Work() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  while (Await(&lock, [this] { return taken_ < read_ || input_ended_; })) {
+    if (taken_ == read_) return;
+    Slot& slot = At(taken_++);
+    lock.unlock();
+    Compute(&slot);
+    lock.lock();
+    slot.done = true;
+    changed_.notify_all();
+  }
+}
+
+void BlockRing::Compute(Slot* slot) const {
+  LineBlock& block = slot->block;
+  ParseLines(slot->text.view(), task_->Layout(), &block);
+  const std::vector<OutputColumn>& columns = task_->Columns();
+  block.out.resize(columns.size());
+  for (std::vector<double>& column : block.out) column.resize(block.count);
+  if (block.count > 0) task_->Compute(&block);
+  slot->output.clear();
+  slot->errors = options_.json ? PrintJson(block, columns, &slot->output) : PrintLines(block, columns, &slot->output);
+}
+
+std::string BlockRing::ProgressText(std::uint64_t bytes, std::uint64_t total_bytes) const {
+  std::string points = std::to_string(result_.points) + " points";
+  if (total_bytes == 0) return points;
+  return points + ", " + Fixed(100.0 * static_cast<double>(bytes) / static_cast<double>(total_bytes), 0) + " %";
+}
+
+void BlockRing::Write(std::uint64_t total_bytes) {
+  ProgressLine progress;
+  std::uint64_t bytes = 0;
+  std::unique_lock<std::mutex> lock(mutex_);
+  while (
+      Await(&lock, [this] { return (written_ < read_ && At(written_).done) || (input_ended_ && written_ == read_); })) {
+    if (written_ == read_) return;
+    Slot& slot = At(written_);
+    lock.unlock();
+    task_->Observe(slot.block);
+    WriteAll(slot.output.view());
+    result_.points += slot.block.count;
+    result_.errors += slot.errors;
+    bytes += slot.text.size();
+    if (progress.IsDue()) progress.Show(ProgressText(bytes, total_bytes));
+    slot.done = false;
+    lock.lock();
+    ++written_;
+    changed_.notify_all();
+  }
+}
+
+}  // namespace
+
+StreamResult RunPointStream(const StreamOptions& options, PointTask* task) {
+  LineSource source(options.inputs);
+  // The threads are taken up by whole blocks; the library must not start more inside each of them.
+  const int workers = SatCommonUtils::ZxGetThreadsCount();
+  SatCommonUtils::ZxSetThreadsCount(1);
+  const StreamResult result = BlockRing(options, task, workers).Run(&source);
+  SatCommonUtils::ZxSetThreadsCount(workers);
+  return result;
+}
+
+}  // namespace orbmath_tool

@@ -1,0 +1,89 @@
+#include "report/fixed_digits.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+
+namespace orbmath_tool {
+
+namespace {
+
+/// Powers of ten that a double holds exactly, as many as the quick way has a use for.
+constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr int kQuickDigits = 15;
+/// Below it a double has two bits or more behind the point.
+constexpr double kQuickLimit = 2251799813685248.0;  // 2^51
+
+/// The part of a * b that its rounding to `product` has lost, exactly.
+/// Source: T. J. Dekker, "A floating-point technique for extending the available precision", 1971,
+/// doi:10.1007/BF01397083.
+double LostInProduct(double a, double b, double product) {
+  constexpr double kSplit = 134217729.0;  // 2^27 + 1
+  const double a_scaled = kSplit * a;
+  const double b_scaled = kSplit * b;
+  const double a_high = a_scaled - (a_scaled - a);
+  const double b_high = b_scaled - (b_scaled - b);
+  const double a_low = a - a_high;
+  const double b_low = b - b_high;
+  return ((a_high * b_high - product) + a_high * b_low + a_low * b_high) + a_low * b_low;
+}
+
+/// `magnitude` times ten to the `digits`, rounded correctly to a whole number, a tie to the even one.
+///
+/// What the rounding of the product lost is at most half a unit in its last place, while a part behind the point that
+/// is not one half is at least a whole unit away from it: only at one half does the lost part decide.
+std::uint64_t ScaledWhole(double magnitude, int digits, double product) {
+  const double floor = std::floor(product);
+  const double behind = product - floor;
+  const auto whole = static_cast<std::uint64_t>(floor);
+  if (behind != 0.5) return whole + (behind > 0.5 ? 1 : 0);
+  const double lost = LostInProduct(magnitude, kPowers[digits], product);
+  const bool up = lost > 0.0 || (lost == 0.0 && whole % 2 == 1);
+  return whole + (up ? 1 : 0);
+}
+
+char* PrintQuickly(std::uint64_t whole, bool negative, int digits, char* to) {
+  if (negative && whole != 0) *to++ = '-';
+  const auto power = static_cast<std::uint64_t>(kPowers[digits]);
+  to = std::to_chars(to, to + kNumberBytes, whole / power).ptr;
+  if (digits == 0) return to;
+  // A one in front keeps the zeros; the point takes its place.
+  char* const point = to;
+  to = std::to_chars(to, to + kNumberBytes, power + whole % power).ptr;
+  *point = '.';
+  return to;
+}
+
+}  // namespace
+
+char* PrintFixed(double value, int digits, char* to) {
+  const double magnitude = std::abs(value);
+  if (digits <= kQuickDigits) {
+    const double product = magnitude * kPowers[digits];
+    if (product < kQuickLimit) return PrintQuickly(ScaledWhole(magnitude, digits, product), value < 0.0, digits, to);
+  }
+  char* end = std::to_chars(to, to + kNumberBytes, value, std::chars_format::fixed, digits).ptr;
+  // A small negative value that rounds to nothing would print as "-0.000".
+  if (*to == '-' && to[1] == '0' && std::all_of(to + 1, end, [](char c) { return c == '0' || c == '.'; })) {
+    std::copy(to + 1, end, to);
+    --end;
+  }
+  return end;
+}
+
+std::string Fixed(double value, int digits) {
+  char text[kNumberBytes];
+  return std::string(text, PrintFixed(value, digits, text));
+}
+
+std::string PadRight(std::string text, std::size_t width) {
+  text.resize(std::max(width, text.size() + 1), ' ');
+  return text;
+}
+
+std::string PadLeft(const std::string& text, std::size_t width) {
+  return std::string(std::max(width, text.size() + 1) - text.size(), ' ') + text;
+}
+
+}  // namespace orbmath_tool

@@ -1,0 +1,71 @@
+#include "report/residual_report.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "report/fixed_digits.h"
+#include "report/json.h"
+#include "report/output_file.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+constexpr int kDigits = 6;
+constexpr std::size_t kWidth = 14;
+
+std::string StatisticsLine(const char* label, const SatCommonUtils::TRPCFitStatistics& statistics) {
+  std::string line = PadRight(label, 10);
+  for (const double value : {statistics.rms, statistics.percentile95, statistics.maximum}) {
+    line += PadLeft(Fixed(value, kDigits), kWidth);
+  }
+  return line + "\n";
+}
+
+std::string StatisticsJson(const SatCommonUtils::TRPCFitStatistics& statistics) {
+  return "{\"rms\":" + JsonNumber(statistics.rms) + ",\"percentile_95\":" + JsonNumber(statistics.percentile95) +
+         ",\"max\":" + JsonNumber(statistics.maximum) + "}";
+}
+
+}  // namespace
+
+double PointResidual::Distance() const { return std::hypot(line, sample); }
+
+void AddStatistics(const std::string& key, const std::string& title, const SatCommonUtils::TRPCFitResiduals& residuals,
+                   const std::string& unit, Report* report) {
+  report->Heading(title + ", " + std::to_string(residuals.count) + " points, " + unit);
+  report->Lines(std::string(10, ' ') + PadLeft("rms", kWidth) + PadLeft("95 %", kWidth) + PadLeft("max", kWidth) +
+                "\n" + StatisticsLine("line", residuals.line) + StatisticsLine("sample", residuals.sample) +
+                StatisticsLine("distance", residuals.distance));
+  report->Json(key, "{\"count\":" + std::to_string(residuals.count) + ",\"line\":" + StatisticsJson(residuals.line) +
+                        ",\"sample\":" + StatisticsJson(residuals.sample) +
+                        ",\"distance\":" + StatisticsJson(residuals.distance) + "}");
+}
+
+void AddWorst(const PointTable& table, const std::vector<PointResidual>& residuals, std::size_t count, Report* report) {
+  std::vector<PointResidual> worst(std::min(count, residuals.size()));
+  const auto further = [](const PointResidual& a, const PointResidual& b) { return a.Distance() > b.Distance(); };
+  std::partial_sort_copy(residuals.begin(), residuals.end(), worst.begin(), worst.end(), further);
+  report->Heading("worst points, measured minus computed, px");
+  std::string json;
+  for (const PointResidual& residual : worst) {
+    report->Lines(PadRight(table.Place(residual.row), 22) +
+                  PadLeft("line " + Fixed(residual.line, kDigits), kWidth + 6) +
+                  PadLeft("sample " + Fixed(residual.sample, kDigits), kWidth + 8) + "  " + residual.set + "\n");
+    json += std::string(json.empty() ? "" : ",") + "{\"input_line\":" + std::to_string(table.Line(residual.row)) +
+            ",\"line\":" + JsonNumber(residual.line) + ",\"sample\":" + JsonNumber(residual.sample) +
+            ",\"set\":" + JsonString(residual.set) + "}";
+  }
+  report->Json("worst", "[" + json + "]");
+}
+
+void WriteResiduals(const std::string& path, const PointTable& table, const std::vector<PointResidual>& residuals) {
+  std::string text = "# input_line residual_line residual_sample distance set (measured minus computed, pixels)\n";
+  for (const PointResidual& residual : residuals) {
+    text += std::to_string(table.Line(residual.row)) + " " + Fixed(residual.line, kDigits) + " " +
+            Fixed(residual.sample, kDigits) + " " + Fixed(residual.Distance(), kDigits) + " " + residual.set + "\n";
+  }
+  WriteFile(path, text);
+}
+
+}  // namespace orbmath_tool
