@@ -18,12 +18,18 @@ done < <(git ls-files 'include/*.h')
 git grep -n -E '#include [<"](pugixml|CLI/|omp\.h|gtest|Eigen|immintrin)' -- include && complain "a public header includes a third-party header"
 git grep -n 'using namespace' -- include && complain "using namespace in a public header"
 
+# Public headers find each other from where they stand, so that no folder of a host gets in between.
+while IFS=: read -r header include; do
+  include=${include#*\"}
+  [ -f "$(dirname "$header")/${include%%\"*}" ] || complain "$header includes \"${include%%\"*}\", which is no path from its own folder"
+done < <(git grep -E '^#include "' -- 'include/*.h')
+
 # Includes point downwards only.
 rooms=(frame/zxstd frame/sat_data_container linalg poly geometry transform rpc refine)
 for i in "${!rooms[@]}"; do
   for j in "${!rooms[@]}"; do
     [ "$j" -gt "$i" ] || continue
-    git grep -n "#include \"${rooms[$j]}/" -- "include/${rooms[$i]}" "src/${rooms[$i]}" && complain "${rooms[$i]} includes upwards"
+    git grep -n -E "#include \"(\.\./)*${rooms[$j]}/" -- "include/${rooms[$i]}" "src/${rooms[$i]}" && complain "${rooms[$i]} includes upwards"
   done
 done
 

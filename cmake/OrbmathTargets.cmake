@@ -17,3 +17,23 @@ function(orbmath_compile_options target)
     -ffp-contract=off -fno-math-errno
     $<$<BOOL:${ORBMATH_WERROR}>:-Werror>)
 endfunction()
+
+# orbmath_public_headers(target folder): how a host of the target finds its public headers, in the build tree and installed.
+# <orbmath/rpc/rpc_model.h> is the plain way; in the build tree it is a forwarding header. <orbmath.h> and
+# <rpc/rpc_model.h> are found too, but after everything else, so that a folder of ours never hides one of the host's.
+function(orbmath_public_headers target folder)
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
+  foreach(header ${headers})
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/include/orbmath/${header} CONTENT "#include \"${folder}/${header}\"\n")
+  endforeach()
+  set(installed ${CMAKE_INSTALL_INCLUDEDIR}/orbmath)
+  target_include_directories(${target} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  if(MSVC)
+    target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${folder}> $<INSTALL_INTERFACE:${installed}>)
+  else()
+    target_compile_options(${target} INTERFACE
+      "$<BUILD_INTERFACE:SHELL:-idirafter \"${folder}\">"
+      "$<INSTALL_INTERFACE:SHELL:-idirafter \"$<INSTALL_PREFIX>/${installed}\">")
+  endif()
+endfunction()

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "frame/api.h"
+#include "api.h"
 
 namespace SatCommonUtils {
 

@@ -17,11 +17,11 @@
 
 #include <string>
 
-#include "frame/api.h"
-#include "geometry/quaternion.h"
-#include "linalg/matrix.h"
-#include "linalg/vector.h"
-#include "poly/polynome.h"
+#include "../frame/api.h"
+#include "../linalg/matrix.h"
+#include "../linalg/vector.h"
+#include "../poly/polynome.h"
+#include "quaternion.h"
 
 namespace SatCommonUtils {
 

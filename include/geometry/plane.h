@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "frame/api.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "../linalg/vector.h"
 
 namespace SatCommonUtils {
 

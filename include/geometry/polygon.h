@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/stream.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "frame/zxstd/xy.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/stream.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
+#include "../frame/zxstd/xy.h"
 
 namespace SatCommonUtils {
 

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "frame/api.h"
-#include "geometry/polygon.h"
+#include "../frame/api.h"
+#include "polygon.h"
 
 namespace SatCommonUtils {
 

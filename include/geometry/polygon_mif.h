@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/stream.h"
-#include "geometry/polygon.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/stream.h"
+#include "polygon.h"
 
 namespace SatCommonUtils {
 

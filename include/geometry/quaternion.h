@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "frame/api.h"
-#include "linalg/matrix.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "../linalg/matrix.h"
+#include "../linalg/vector.h"
 
 namespace SatCommonUtils {
 

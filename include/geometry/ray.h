@@ -6,8 +6,8 @@
 /// whose results go to pointers wants them non-null unless it says otherwise. Everything here is safe from any thread.
 /// Sources: elementary, but for the geodetic latitude, see there.
 
-#include "frame/api.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "../linalg/vector.h"
 
 namespace SatCommonUtils {
 

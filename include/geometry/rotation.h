@@ -7,8 +7,8 @@
 /// \throws std::runtime_error "double& TVector::operator[] (size_t index)" from those functions for a smaller matrix.
 /// They are safe from any thread. Source: elementary.
 
-#include "frame/api.h"
-#include "linalg/matrix.h"
+#include "../frame/api.h"
+#include "../linalg/matrix.h"
 
 namespace SatCommonUtils {
 

@@ -8,9 +8,9 @@
 
 #include <cstddef>
 
-#include "frame/api.h"
-#include "linalg/matrix.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "matrix.h"
+#include "vector.h"
 
 namespace SatCommonUtils {
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "frame/api.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "vector.h"
 
 namespace SatCommonUtils {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/api.h"
+#include "../frame/api.h"
 
 namespace SatCommonUtils {
 

@@ -5,9 +5,9 @@
 /// A design matrix has one row an observation (m of them) and one column an unknown (n). Sums over the observations
 /// run in index order. The outputs may be among the inputs.
 
-#include "frame/api.h"
-#include "linalg/matrix.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "matrix.h"
+#include "vector.h"
 
 namespace SatCommonUtils {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <type_traits>
 
-#include "frame/api.h"
+#include "../frame/api.h"
 
 namespace SatCommonUtils {
 

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
-#include "frame/api.h"
-#include "poly/polynome.h"
+#include "../frame/api.h"
+#include "polynome.h"
 
 namespace SatCommonUtils {
 

@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-#include "frame/api.h"
+#include "../frame/api.h"
 
 namespace SatCommonUtils {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "../linalg/vector.h"
 
 namespace SatCommonUtils {
 

@@ -4,14 +4,14 @@
 
 #include <cstddef>
 
-#include "frame/api.h"
-#include "frame/zxstd/var_a.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "refine/refinement.h"
-#include "refine/refinement_data.h"
-#include "rpc/rpc_data.h"
-#include "rpc/rpc_model.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/var_a.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
+#include "../rpc/rpc_data.h"
+#include "../rpc/rpc_model.h"
+#include "refinement.h"
+#include "refinement_data.h"
 
 namespace SatCommonUtils {
 

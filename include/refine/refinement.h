@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/api.h"
-#include "frame/zxstd/projective_transform.h"
-#include "frame/zxstd/var_a.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "refine/refinement_data.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/projective_transform.h"
+#include "../frame/zxstd/var_a.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
+#include "refinement_data.h"
 
 namespace SatCommonUtils {
 

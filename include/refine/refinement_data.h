@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/matr3x3.h"
-#include "frame/zxstd/var_a.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/matr3x3.h"
+#include "../frame/zxstd/var_a.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
 
 namespace SatCommonUtils {
 

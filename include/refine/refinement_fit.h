@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/var_a.h"
-#include "refine/adjusted_rpc.h"
-#include "refine/refinement_data.h"
-#include "rpc/rpc_model.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/var_a.h"
+#include "../rpc/rpc_model.h"
+#include "adjusted_rpc.h"
+#include "refinement_data.h"
 
 namespace SatCommonUtils {
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/progress.h"
-#include "refine/rpc_estimation.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/progress.h"
+#include "../rpc/rpc_data.h"
+#include "rpc_estimation.h"
 
 namespace SatCommonUtils {
 

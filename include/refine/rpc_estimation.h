@@ -5,9 +5,9 @@
 
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/progress.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/progress.h"
+#include "../rpc/rpc_data.h"
 
 namespace SatCommonUtils {
 

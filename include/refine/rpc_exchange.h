@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/stream.h"
-#include "frame/zxstd/xml_tree.h"
-#include "refine/refinement_data.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/stream.h"
+#include "../frame/zxstd/xml_tree.h"
+#include "../rpc/rpc_data.h"
+#include "refinement_data.h"
 
 namespace SatCommonUtils {
 

@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <vector>
 
-#include "frame/api.h"
-#include "rpc/ground_state.h"
-#include "rpc/rpc_data.h"
-#include "rpc/rpc_model.h"
+#include "../frame/api.h"
+#include "ground_state.h"
+#include "rpc_data.h"
+#include "rpc_model.h"
 
 namespace SatCommonUtils {
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "frame/api.h"
+#include "../frame/api.h"
 
 namespace SatCommonUtils {
 

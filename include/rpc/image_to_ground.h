@@ -15,9 +15,9 @@
 #include <cstddef>
 #include <vector>
 
-#include "frame/api.h"
-#include "rpc/ground_state.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "ground_state.h"
+#include "rpc_data.h"
 
 namespace SatCommonUtils {
 

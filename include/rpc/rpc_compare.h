@@ -2,8 +2,8 @@
 /// \file
 /// Comparison of two RPC records number by number, for diagnostics.
 
-#include "frame/api.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "rpc_data.h"
 
 namespace SatCommonUtils {
 

@@ -4,11 +4,11 @@
 
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/stream.h"
-#include "frame/zxstd/unset_mark.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/stream.h"
+#include "../frame/zxstd/unset_mark.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
 
 namespace SatCommonUtils {
 

@@ -6,8 +6,8 @@
 
 #include <array>
 
-#include "frame/api.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "rpc_data.h"
 
 namespace SatCommonUtils {
 

@@ -10,11 +10,11 @@
 #include <optional>
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/stream.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/stream.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
+#include "rpc_data.h"
 
 namespace SatCommonUtils {
 

@@ -6,14 +6,14 @@
 #include <cstddef>
 #include <memory>
 
-#include "frame/api.h"
-#include "frame/zxstd/var_a.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "geometry/polygon.h"
-#include "poly/linear_normalization.h"
-#include "rpc/ground_state.h"
-#include "rpc/rpc_data.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/var_a.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
+#include "../geometry/polygon.h"
+#include "../poly/linear_normalization.h"
+#include "ground_state.h"
+#include "rpc_data.h"
 
 namespace SatCommonUtils {
 

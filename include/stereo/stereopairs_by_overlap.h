@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/var_a.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/var_a.h"
 
 namespace SatCommonUtils {
 class TZxXIniReader;

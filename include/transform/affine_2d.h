@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/transform_2d.h"
-#include "frame/zxstd/var_a.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "transform/tie_point.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/transform_2d.h"
+#include "../frame/zxstd/var_a.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
+#include "tie_point.h"
 
 namespace SatCommonUtils {
 

@@ -2,9 +2,9 @@
 /// \file
 /// The first-order rational model: line and sample as ratios of linear polynomials of the ground coordinates.
 
-#include "frame/api.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
 
 namespace SatCommonUtils {
 

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "linalg/matrix.h"
-#include "linalg/vector.h"
+#include "../frame/api.h"
+#include "../frame/zxstd/xini_reader.h"
+#include "../frame/zxstd/xini_writer.h"
+#include "../linalg/matrix.h"
+#include "../linalg/vector.h"
 
 namespace SatCommonUtils {
 

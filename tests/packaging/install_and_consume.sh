@@ -14,13 +14,21 @@ prefix=$work/moved
 
 cmake -G Ninja -S "$consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
 cmake --build "$work/by_cmake" >/dev/null
-"$work/by_cmake/consumer"
+"$work/by_cmake/consumer_AFTER"
+"$work/by_cmake/consumer_BEFORE"
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name orbmath.pc)")
 export PKG_CONFIG_PATH
+strict=(-std=c++17 -O2 -march=native -Wall -Wextra -Wpedantic -Werror)
 # shellcheck disable=SC2046 # the flags are words
-"$CXX" -std=c++17 -O2 -march=native -Wall -Wextra -Wpedantic -Werror "$consumer"/*.cpp -o "$work/by_pkg_config" \
-  $("$PKG_CONFIG" --cflags --libs orbmath)
+"$CXX" "${strict[@]}" $("$PKG_CONFIG" --cflags orbmath) -I "$consumer/own" "$consumer"/*.cpp -o "$work/by_pkg_config" \
+  $("$PKG_CONFIG" --libs orbmath)
 LD_LIBRARY_PATH=$("$PKG_CONFIG" --variable=libdir orbmath) "$work/by_pkg_config"
+
+# Hosts that name the folder of the headers themselves: it alone, also behind headers of their own.
+headers=$(dirname "$(find "$prefix" -name orbmath.h)")
+printf '#include <orbmath.h>\n#include <rpc/rpc_model.h>\n' >"$work/plain.cpp"
+"$CXX" "${strict[@]}" -fsyntax-only -I "$headers" "$work/plain.cpp"
+"$CXX" "${strict[@]}" -fsyntax-only -I "$consumer/own" -I "$headers" "$work/plain.cpp"
 
 if [ -x "$prefix/bin/orbmath" ]; then "$prefix/bin/orbmath" --version; fi

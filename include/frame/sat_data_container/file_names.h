@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/number_text.h"
-#include "frame/zxstd/progress.h"
+#include "../api.h"
+#include "../zxstd/number_text.h"
+#include "../zxstd/progress.h"
 
 namespace SatCommonUtils {
 

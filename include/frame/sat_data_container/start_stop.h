@@ -2,7 +2,7 @@
 /// \file
 /// Start and stop of the data container. It holds nothing that must be set up, so the users are counted, no more.
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
+#include "../api.h"
+#include "xini_reader.h"
+#include "xini_writer.h"
 
 namespace SatCommonUtils {
 

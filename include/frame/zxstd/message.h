@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

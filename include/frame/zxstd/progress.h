@@ -2,7 +2,7 @@
 /// \file
 /// The progress handler that long operations report to.
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

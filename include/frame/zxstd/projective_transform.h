@@ -2,8 +2,8 @@
 /// \file
 /// The projective map of the plane given by a 3 by 3 matrix.
 
-#include "frame/api.h"
-#include "frame/zxstd/transform_2d.h"
+#include "../api.h"
+#include "transform_2d.h"
 
 namespace SatCommonUtils {
 

@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/path.h"
+#include "../api.h"
+#include "path.h"
 
 namespace SatCommonUtils {
 

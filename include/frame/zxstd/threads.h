@@ -2,7 +2,7 @@
 /// \file
 /// How many threads parallel loops may use.
 
-#include "frame/api.h"
+#include "../api.h"
 
 namespace SatCommonUtils {
 

@@ -6,12 +6,12 @@
 #include <functional>
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/matr3x3.h"
-#include "frame/zxstd/var_a.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "frame/zxstd/xy.h"
+#include "../api.h"
+#include "matr3x3.h"
+#include "var_a.h"
+#include "xini_reader.h"
+#include "xini_writer.h"
+#include "xy.h"
 
 namespace SatCommonUtils {
 

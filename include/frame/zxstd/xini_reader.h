@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/message.h"
-#include "frame/zxstd/progress.h"
-#include "frame/zxstd/stream.h"
+#include "../api.h"
+#include "message.h"
+#include "progress.h"
+#include "stream.h"
 
 namespace SatCommonUtils {
 

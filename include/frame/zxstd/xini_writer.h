@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <string>
 
-#include "frame/api.h"
-#include "frame/zxstd/stream.h"
+#include "../api.h"
+#include "stream.h"
 
 namespace SatCommonUtils {
 

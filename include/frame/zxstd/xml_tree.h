@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "frame/api.h"
-#include "frame/zxstd/message.h"
-#include "frame/zxstd/progress.h"
-#include "frame/zxstd/stream.h"
-#include "frame/zxstd/var_a.h"
+#include "../api.h"
+#include "message.h"
+#include "progress.h"
+#include "stream.h"
+#include "var_a.h"
 
 namespace SatCommonUtils {
 
