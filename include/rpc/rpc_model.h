@@ -14,12 +14,9 @@
 #include "../poly/linear_normalization.h"
 #include "ground_state.h"
 #include "rpc_data.h"
+#include "rpc_prepared.h"
 
 namespace SatCommonUtils {
-
-namespace rpc {
-struct TEvaluationView;
-}  // namespace rpc
 
 /// A rational polynomial camera model (RPC00B): ground (latitude, longitude in degrees, height in metres above the
 /// ellipsoid) to image (line, sample in pixels) as ratios of cubic polynomials in normalised coordinates.
@@ -41,10 +38,12 @@ struct TEvaluationView;
 /// doi:10.14358/PERS.69.1.59.
 class ORBMATH_API TRPC {
  public:
-  /// Builds the model of `data`; the record's own validity is not tested.
-  /// \param margin validity polygon, copied when it is not null and valid. Raster dimensions start unknown.
+  /// Builds the model of `data`, without a margin; the record's own validity is not tested. Raster dimensions start
+  /// unknown.
+  explicit TRPC(const TRPCData& data);
+  /// The same with a margin. \param margin validity polygon, copied when it is not null and valid.
   TRPC(const TRPCData& data, const TPolygon* margin);
-  /// As above. \param data must not be null.
+  /// The same of a record that is pointed to. \param data must not be null.
   TRPC(const TRPCData* data, const TPolygon* margin);
   /// Reads the model XML. \throws TZxMessage "TRPC::TRPC(TZxXIniReader *src)" when it cannot be read.
   explicit TRPC(TZxXIniReader* src);
@@ -79,11 +78,12 @@ class ORBMATH_API TRPC {
 
   /// Reads record, margin, raster dimensions and approximation from the current section. A missing or malformed
   /// record fails the read and leaves the model untouched; margin or approximation that are there but malformed fail it
-  /// too, the model then holds the record without them. The reader stays in its section. \return success.
+  /// too, the model then holds the record without them. Memory that runs out leaves the model untouched. The reader
+  /// stays in its section; a null one fails. \return success.
   virtual bool InitializeFromXML(TZxXIniReader* src);
 
   /// Writes what `InitializeFromXML` reads; margin, raster dimensions and approximation only when they are there.
-  /// \return false when something could not be written.
+  /// \return false when something could not be written, or `dst` is null.
   virtual bool SaveToXML(TZxXIniWriter* dst) const;
 
   /// `CalculateLineSample` of `count` points, bit for bit, on up to `ZxGetThreadsCount()` threads. Allocates nothing.
@@ -150,6 +150,8 @@ class ORBMATH_API TRPC {
   void SetMargin(const TPolygon& margin);
   /// \return false, `*out` untouched, when the model has no valid margin.
   bool GetMargin(TPolygon* out) const;
+  /// The margin without a copy: null when the model has no valid one; belongs to the model, until it changes.
+  const TPolygon* FindMargin() const;
 
   /// Size of the image in pixels. \return false, nothing changed, unless both are at least 1.
   bool SetRasterDims(int width, int height);
@@ -177,7 +179,10 @@ class ORBMATH_API TRPC {
   double GetMinHeight() const;
   /// \}
 
-  /// \name Normalisations
+  /// The normalisations of the five axes; NaN in an empty model. Valid until the model's record changes.
+  const TRPCNormalization& GetNormalization() const noexcept { return prepared_.normalization; }
+
+  /// \name Normalisations one by one
   /// Owned by the model, valid until its record changes; null in an empty model.
   /// \{
   const TLinearNormalization* GetLineNormalization() const noexcept { return line_.get(); }
@@ -214,7 +219,7 @@ class ORBMATH_API TRPC {
                                     double* lonN) const;
 
  private:
-  static constexpr std::size_t kTerms = 20;
+  static constexpr std::size_t kTerms = kRPCTermCount;
 
   /// Groups of four: coefficient of latitude, of longitude, of height, constant term.
   struct TApproximation {
@@ -224,10 +229,16 @@ class ORBMATH_API TRPC {
     double sampleDenom[4];
   };
 
-  void CopyFrom(const TRPC& other);
-  void PrepareEvaluation();
-  rpc::TEvaluationView View() const noexcept;
-  bool ReadApproximation(TZxXIniReader* src);
+  /// The five owned normalisations.
+  struct TOwnedAxes {
+    std::unique_ptr<TLinearNormalization> line, sample, latitude, longitude, height;
+  };
+  /// Makes all of them, or throws. None when there is no record.
+  static TOwnedAxes MakeAxes(const TRPCNormalization& normalization);
+  void Install(const TRPCData& data, TOwnedAxes axes) noexcept;
+  void Clear() noexcept;
+
+  static bool ReadApproximation(TZxXIniReader* src, TApproximation* read);
   bool WriteApproximation(TZxXIniWriter* dst) const;
 
   double lineNumCoef_[kTerms];
@@ -246,14 +257,7 @@ class ORBMATH_API TRPC {
   mutable TApproximation approximation_;
   mutable std::atomic<bool> hasApproximation_{false};
   mutable var_a<TRPC*> inverted_;
-  /// What the evaluation reads: the coefficients by term, so that the four polynomials of one point fill one vector,
-  /// and offset and scale of line, sample, latitude, longitude and height, in this order.
-  struct TEvaluation {
-    double terms[kTerms][4];
-    double offset[5];
-    double scale[5];
-  };
-  TEvaluation evaluation_;
+  TRPCPrepared prepared_;  ///< the record as evaluations read it; changes with the members above
 };
 
 }  // namespace SatCommonUtils

@@ -47,15 +47,15 @@ struct TInversion {
 
 /// The point from which the given line, sample and height are iterated.
 template <class T>
-[[gnu::always_inline]] inline void StartInversion(const TEvaluationView& model, const TApproximationView& start,
+[[gnu::always_inline]] inline void StartInversion(const TRPCPrepared& model, const TApproximationView& start,
                                                   TInversion<T>& inversion) {
   T line, sample, h, lat, lon;
-  Denormalize(model, kLine, inversion.lineN, line);
-  Denormalize(model, kSample, inversion.sampleN, sample);
-  Denormalize(model, kHeight, inversion.hN, h);
+  Denormalize(model.normalization.line, inversion.lineN, line);
+  Denormalize(model.normalization.sample, inversion.sampleN, sample);
+  Denormalize(model.normalization.height, inversion.hN, h);
   ApproximateInverse(start, line, sample, h, lat, lon);
-  Normalize(model, kLatitude, lat, inversion.latN);
-  Normalize(model, kLongitude, lon, inversion.lonN);
+  Normalize(model.normalization.latitude, lat, inversion.latN);
+  Normalize(model.normalization.longitude, lon, inversion.lonN);
   inversion.steps = 0;
   inversion.evaluations = TFlags<T>{};
   inversion.failed = TFlags<T>{};
@@ -88,9 +88,9 @@ struct TInversionStep {
 // a processor looks some 200 vector operations ahead, and a solution takes longer than those.
 
 template <int Quarter, class T>
-[[gnu::always_inline]] inline void EvaluateQuarter(const TEvaluationView& model, const TInversion<T>& inversion,
+[[gnu::always_inline]] inline void EvaluateQuarter(const TRPCPrepared& model, const TInversion<T>& inversion,
                                                    TInversionStep<T>& step) {
-  const typename TSums<T>::TRows coefficients{model.terms};
+  const typename TSums<T>::TRows coefficients{model.terms[0]};
   T* const f = step.factors;
   if constexpr (Quarter == 0) {
     FormTerms(inversion.latN, inversion.lonN, inversion.hN, f);
@@ -168,7 +168,7 @@ template <int Quarter, class T>
 }
 
 /// One step of one point: the same functions one after the other.
-inline void TakeStep(const TEvaluationView& model, TInversion<double>& inversion) {
+inline void TakeStep(const TRPCPrepared& model, TInversion<double>& inversion) {
   TInversionStep<double> step;
   EvaluateQuarter<0>(model, inversion, step);
   EvaluateQuarter<1>(model, inversion, step);

@@ -13,4 +13,7 @@ inline double LongitudeTurns(double center, double lon) {
   return 0.0;
 }
 
+/// `lon` moved by that number of turns.
+inline double LongitudeInTurn(double center, double lon) { return lon + 360.0 * LongitudeTurns(center, lon); }
+
 }  // namespace SatCommonUtils::rpc

@@ -6,19 +6,9 @@
 
 #include "linalg/simd.h"
 #include "rpc/polynomial_kernel.h"
+#include "rpc/rpc_prepared.h"
 
 namespace SatCommonUtils::rpc {
-
-/// The numbers of a model as the evaluation reads them. The four polynomials are in the order numerator of line,
-/// denominator of line, numerator of sample, denominator of sample; offset and scale in the order `TCoordinate`.
-struct TEvaluationView {
-  const double* const* polynomials;  ///< four arrays of 20
-  const double* terms;               ///< 20 x 4: the four coefficients of each term side by side
-  const double* offset;
-  const double* scale;
-};
-
-enum TCoordinate { kLine, kSample, kLatitude, kLongitude, kHeight };
 
 /// Four numbers side by side, one of each polynomial, as two vectors of the base instruction set: compilers make poor
 /// code of vectors wider than the machine's.
@@ -74,14 +64,16 @@ struct TTermRows {
   [[gnu::always_inline]] TRow operator[](int k) const { return {terms + std::ptrdiff_t{4} * k}; }
 };
 
+// The maps of `TLinearNormalization`, bit for bit, of one number or a vector of them.
+
 template <class T>
-[[gnu::always_inline]] inline void Normalize(const TEvaluationView& model, TCoordinate which, const T& x, T& y) {
-  y = (x - model.offset[which]) / model.scale[which];
+[[gnu::always_inline]] inline void Normalize(const TLinearNormalization& axis, const T& x, T& y) {
+  y = (x - axis.GetOffset()) / axis.GetScale();
 }
 
 template <class T>
-[[gnu::always_inline]] inline void Denormalize(const TEvaluationView& model, TCoordinate which, const T& y, T& x) {
-  x = model.scale[which] * y + model.offset[which];
+[[gnu::always_inline]] inline void Denormalize(const TLinearNormalization& axis, const T& y, T& x) {
+  x = axis.GetScale() * y + axis.GetOffset();
 }
 
 /// What the four polynomials are summed with and in: vectors of points side by side, or one point in lanes.
@@ -106,10 +98,10 @@ template <class T>
 
 /// Derivatives of the four polynomials, `f` being the terms and their derivatives.
 template <class T>
-[[gnu::always_inline]] inline void DerivePolynomials(const TEvaluationView& model, const TDerivative& derivative,
+[[gnu::always_inline]] inline void DerivePolynomials(const TRPCPrepared& model, const TDerivative& derivative,
                                                      const T* f, TFour<T>& result) {
   typename TSums<T>::TSum sum;
-  PolynomialDerivative(typename TSums<T>::TRows{model.terms}, derivative, f, sum);
+  PolynomialDerivative(typename TSums<T>::TRows{model.terms[0]}, derivative, f, sum);
   TakeApart(sum, result);
 }
 
@@ -121,12 +113,12 @@ struct TPolynomials {
 };
 
 template <bool Derivatives, class T>
-[[gnu::always_inline]] inline void EvaluatePolynomials(const TEvaluationView& model, const T& P, const T& L, const T& H,
+[[gnu::always_inline]] inline void EvaluatePolynomials(const TRPCPrepared& model, const T& P, const T& L, const T& H,
                                                        TPolynomials<T>& result) {
   T f[kFactorCount];
   FormTerms(P, L, H, f);
   typename TSums<T>::TSum sum;
-  PolynomialValue(typename TSums<T>::TRows{model.terms}, f, sum);
+  PolynomialValue(typename TSums<T>::TRows{model.terms[0]}, f, sum);
   TakeApart(sum, result.value);
   if constexpr (Derivatives) {
     FormTermDerivatives(f);

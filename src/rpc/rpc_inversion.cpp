@@ -12,7 +12,6 @@ namespace SatCommonUtils {
 namespace {
 
 using rpc::TApproximationView;
-using rpc::TEvaluationView;
 
 TGroundState StateOf(bool failed, bool active) {
   if (failed) return TGroundState::Singular;
@@ -33,7 +32,7 @@ constexpr std::size_t kBlock = 128;
 
 /// Image to ground of a range of points, a vector of points at a time.
 struct TInvertArrays {
-  TEvaluationView model;
+  const TRPCPrepared& model;
   TApproximationView start;
   TArrays arrays;
   std::size_t first;
@@ -129,9 +128,9 @@ struct TInvertArrays {
     const typename simd::TLanes<Width>::TVector line = *reinterpret_cast<const TUnaligned*>(part.line + i);
     const typename simd::TLanes<Width>::TVector sample = *reinterpret_cast<const TUnaligned*>(part.sample + i);
     const typename simd::TLanes<Width>::TVector h = *reinterpret_cast<const TUnaligned*>(part.h + i);
-    rpc::Normalize(model, rpc::kLine, line, inversion.lineN);
-    rpc::Normalize(model, rpc::kSample, sample, inversion.sampleN);
-    rpc::Normalize(model, rpc::kHeight, h, inversion.hN);
+    rpc::Normalize(model.normalization.line, line, inversion.lineN);
+    rpc::Normalize(model.normalization.sample, sample, inversion.sampleN);
+    rpc::Normalize(model.normalization.height, h, inversion.hN);
     rpc::StartInversion(model, start, inversion);
   }
 
@@ -140,8 +139,8 @@ struct TInvertArrays {
                                      const TArrays& part, std::size_t i) const {
     using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
     typename simd::TLanes<Width>::TVector lat, lon;
-    rpc::Denormalize(model, rpc::kLatitude, inversion.latN, lat);
-    rpc::Denormalize(model, rpc::kLongitude, inversion.lonN, lon);
+    rpc::Denormalize(model.normalization.latitude, inversion.latN, lat);
+    rpc::Denormalize(model.normalization.longitude, inversion.lonN, lon);
     *reinterpret_cast<TUnaligned*>(part.lat + i) = lat;
     *reinterpret_cast<TUnaligned*>(part.lon + i) = lon;
     for (int lane = 0; lane < Width; ++lane) {
@@ -164,7 +163,7 @@ bool TRPC::CalculateLatLonNormalized(const double& lineN, const double& sampleN,
                                      double* lonN) const {
   if (!EnsureApproximation()) return false;
   const TApproximation& f = approximation_;
-  const TEvaluationView model = View();
+  const TRPCPrepared& model = prepared_;
   rpc::TInversion<double> inversion;
   inversion.lineN = lineN;
   inversion.sampleN = sampleN;
@@ -177,16 +176,16 @@ bool TRPC::CalculateLatLonNormalized(const double& lineN, const double& sampleN,
 }
 
 bool TRPC::CalculateLatLon(const double& line, const double& sample, const double& h, double* lat, double* lon) const {
-  const TEvaluationView model = View();
+  const TRPCPrepared& model = prepared_;
   double lineN, sampleN, hN;
-  rpc::Normalize(model, rpc::kLine, line, lineN);
-  rpc::Normalize(model, rpc::kSample, sample, sampleN);
-  rpc::Normalize(model, rpc::kHeight, h, hN);
+  rpc::Normalize(model.normalization.line, line, lineN);
+  rpc::Normalize(model.normalization.sample, sample, sampleN);
+  rpc::Normalize(model.normalization.height, h, hN);
   double latN = 0.0;
   double lonN = 0.0;
   const bool good = CalculateLatLonNormalized(lineN, sampleN, hN, &latN, &lonN);
-  rpc::Denormalize(model, rpc::kLatitude, latN, *lat);
-  rpc::Denormalize(model, rpc::kLongitude, lonN, *lon);
+  rpc::Denormalize(model.normalization.latitude, latN, *lat);
+  rpc::Denormalize(model.normalization.longitude, lonN, *lon);
   return good;
 }
 
@@ -205,7 +204,7 @@ std::size_t TRPC::CalculateLatLonArray(std::size_t count, const double* line, co
   rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
     std::size_t part = 0;
     simd::Dispatch(
-        TInvertArrays{View(), {f.lineNum, f.lineDenom, f.sampleNum, f.sampleDenom}, arrays, first, last, &part});
+        TInvertArrays{prepared_, {f.lineNum, f.lineDenom, f.sampleNum, f.sampleDenom}, arrays, first, last, &part});
     converged += part;
   });
   return converged;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "frame/zxstd/message.h"
 
@@ -13,19 +14,13 @@ constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 
 using TOwned = std::unique_ptr<TLinearNormalization>;
 
-TOwned MakeNormalization(double offset, double scale) {
-  return std::make_unique<TLinearNormalization>(TLinearNormalization::Unchecked(offset, scale));
-}
-
-TOwned Clone(const TOwned& source) { return source ? std::make_unique<TLinearNormalization>(*source) : nullptr; }
-
-double Denormalized(const TOwned& normalization, double value) {
-  return normalization ? normalization->Normalized2Initial(value) : kNoNumber;
-}
+TOwned Own(const TLinearNormalization& axis) { return std::make_unique<TLinearNormalization>(axis); }
 
 }  // namespace
 
-TRPC::TRPC() { Reset(); }  // NOLINT(cppcoreguidelines-pro-type-member-init): all set by the call
+TRPC::TRPC() { Clear(); }  // NOLINT(cppcoreguidelines-pro-type-member-init): all set by the call
+
+TRPC::TRPC(const TRPCData& data) : TRPC(data, nullptr) {}
 
 TRPC::TRPC(const TRPCData& data, const TPolygon* margin) : TRPC() {
   SetRPCData(data);
@@ -38,12 +33,7 @@ TRPC::TRPC(TZxXIniReader* src) : TRPC() {
   if (!TRPC::InitializeFromXML(src)) throw TZxMessage("TRPC::TRPC(TZxXIniReader *src)");
 }
 
-TRPC::TRPC(const TRPC& other) : TRPC() { CopyFrom(other); }
-
-TRPC& TRPC::operator=(const TRPC& other) {
-  if (this != &other) CopyFrom(other);
-  return *this;
-}
+TRPC::TRPC(const TRPC& other) : TRPC() { *this = other; }  // NOLINT(*-init-variables): as in the default constructor
 
 TRPC::~TRPC() = default;
 
@@ -56,7 +46,9 @@ var_a<TRPC*> TRPC::CreateVCopy() const {
   return copy;
 }
 
-void TRPC::Reset() {
+void TRPC::Reset() { Clear(); }
+
+void TRPC::Clear() noexcept {
   for (TOwned* const normalization : {&line_, &sample_, &latitude_, &longitude_, &height_}) normalization->reset();
   margin_.Clear();
   rasterWidth_ = 0;
@@ -69,22 +61,34 @@ void TRPC::Reset() {
   for (double* const numbers : {lineNumCoef_, lineDenCoef_, sampNumCoef_, sampDenCoef_}) {
     std::fill_n(numbers, kTerms, kNoNumber);
   }
-  PrepareEvaluation();
+  coefficients_[0] = lineNumCoef_;
+  coefficients_[1] = lineDenCoef_;
+  coefficients_[2] = sampNumCoef_;
+  coefficients_[3] = sampDenCoef_;
+  prepared_ = TRPCPrepared();
 }
 
-void TRPC::SetRPCData(const TRPCData& data) {
-  Reset();
-  line_ = MakeNormalization(data.lineOffset, data.lineScale);
-  sample_ = MakeNormalization(data.sampOffset, data.sampScale);
-  latitude_ = MakeNormalization(data.latOffset, data.latScale);
-  longitude_ = MakeNormalization(data.longOffset, data.longScale);
-  height_ = MakeNormalization(data.heightOffset, data.heightScale);
+TRPC::TOwnedAxes TRPC::MakeAxes(const TRPCNormalization& normalization) {
+  return {Own(normalization.line), Own(normalization.sample), Own(normalization.latitude), Own(normalization.longitude),
+          Own(normalization.height)};
+}
+
+void TRPC::Install(const TRPCData& data, TOwnedAxes axes) noexcept {
+  Clear();
+  line_ = std::move(axes.line);
+  sample_ = std::move(axes.sample);
+  latitude_ = std::move(axes.latitude);
+  longitude_ = std::move(axes.longitude);
+  height_ = std::move(axes.height);
   std::copy_n(data.lineNumCoef, kTerms, lineNumCoef_);
   std::copy_n(data.lineDenCoef, kTerms, lineDenCoef_);
   std::copy_n(data.sampNumCoef, kTerms, sampNumCoef_);
   std::copy_n(data.sampDenCoef, kTerms, sampDenCoef_);
-  PrepareEvaluation();
+  prepared_ = TRPCPrepared(data);
 }
+
+// What needs memory comes first: when there is none, the model is still what it was.
+void TRPC::SetRPCData(const TRPCData& data) { Install(data, MakeAxes(TRPCNormalization(data))); }
 
 void TRPC::GetRPCData(TRPCData* out) const {
   out->Invalidate();
@@ -93,52 +97,27 @@ void TRPC::GetRPCData(TRPCData* out) const {
   std::copy_n(lineDenCoef_, kTerms, out->lineDenCoef);
   std::copy_n(sampNumCoef_, kTerms, out->sampNumCoef);
   std::copy_n(sampDenCoef_, kTerms, out->sampDenCoef);
-  out->lineOffset = line_->GetOffset();
-  out->lineScale = line_->GetScale();
-  out->sampOffset = sample_->GetOffset();
-  out->sampScale = sample_->GetScale();
-  out->latOffset = latitude_->GetOffset();
-  out->latScale = latitude_->GetScale();
-  out->longOffset = longitude_->GetOffset();
-  out->longScale = longitude_->GetScale();
-  out->heightOffset = height_->GetOffset();
-  out->heightScale = height_->GetScale();
+  prepared_.normalization.CopyTo(out);
 }
 
-void TRPC::CopyFrom(const TRPC& other) {
-  line_ = Clone(other.line_);
-  sample_ = Clone(other.sample_);
-  latitude_ = Clone(other.latitude_);
-  longitude_ = Clone(other.longitude_);
-  height_ = Clone(other.height_);
-  std::copy_n(other.lineNumCoef_, kTerms, lineNumCoef_);
-  std::copy_n(other.lineDenCoef_, kTerms, lineDenCoef_);
-  std::copy_n(other.sampNumCoef_, kTerms, sampNumCoef_);
-  std::copy_n(other.sampDenCoef_, kTerms, sampDenCoef_);
-  margin_ = other.margin_;
+TRPC& TRPC::operator=(const TRPC& other) {
+  if (this == &other) return *this;
+  TPolygon margin = other.margin_;
+  if (other.line_) {
+    TRPCData data;
+    other.GetRPCData(&data);
+    SetRPCData(data);
+  } else {
+    Clear();
+  }
+  margin_ = std::move(margin);
   rasterWidth_ = other.rasterWidth_;
   rasterHeight_ = other.rasterHeight_;
   const bool built = other.hasApproximation_;  // asked first: another thread may be building it
   if (built) approximation_ = other.approximation_;
   hasApproximation_ = built;
   inverted_.reset();
-  PrepareEvaluation();
-}
-
-void TRPC::PrepareEvaluation() {
-  coefficients_[0] = lineNumCoef_;
-  coefficients_[1] = lineDenCoef_;
-  coefficients_[2] = sampNumCoef_;
-  coefficients_[3] = sampDenCoef_;
-  for (std::size_t k = 0; k < kTerms; ++k) {
-    for (std::size_t p = 0; p < 4; ++p) evaluation_.terms[k][p] = coefficients_[p][k];
-  }
-  const TLinearNormalization* const owned[] = {line_.get(), sample_.get(), latitude_.get(), longitude_.get(),
-                                               height_.get()};
-  for (std::size_t i = 0; i < 5; ++i) {
-    evaluation_.offset[i] = owned[i] == nullptr ? kNoNumber : owned[i]->GetOffset();
-    evaluation_.scale[i] = owned[i] == nullptr ? kNoNumber : owned[i]->GetScale();
-  }
+  return *this;
 }
 
 void TRPC::SetMargin(const TPolygon& margin) { margin_ = margin; }
@@ -148,6 +127,8 @@ bool TRPC::GetMargin(TPolygon* out) const {
   *out = margin_;
   return true;
 }
+
+const TPolygon* TRPC::FindMargin() const { return margin_ ? &margin_ : nullptr; }
 
 bool TRPC::SetRasterDims(int width, int height) {
   if (width < 1 || height < 1) return false;
@@ -165,20 +146,20 @@ bool TRPC::GetRasterDims(int* width, int* height) const {
   return true;
 }
 
-double TRPC::GetCenterLine() const { return Denormalized(line_, 0.0); }
-double TRPC::GetCenterSample() const { return Denormalized(sample_, 0.0); }
-double TRPC::GetCenterLatitude() const { return Denormalized(latitude_, 0.0); }
-double TRPC::GetCenterLongitude() const { return Denormalized(longitude_, 0.0); }
-double TRPC::GetAverageHeight() const { return Denormalized(height_, 0.0); }
-double TRPC::GetMaxLine() const { return Denormalized(line_, 1.0); }
-double TRPC::GetMaxSample() const { return Denormalized(sample_, 1.0); }
-double TRPC::GetMaxLatitude() const { return Denormalized(latitude_, 1.0); }
-double TRPC::GetMaxLongitude() const { return Denormalized(longitude_, 1.0); }
-double TRPC::GetMaxHeight() const { return Denormalized(height_, 1.0); }
-double TRPC::GetMinLine() const { return Denormalized(line_, -1.0); }
-double TRPC::GetMinSample() const { return Denormalized(sample_, -1.0); }
-double TRPC::GetMinLatitude() const { return Denormalized(latitude_, -1.0); }
-double TRPC::GetMinLongitude() const { return Denormalized(longitude_, -1.0); }
-double TRPC::GetMinHeight() const { return Denormalized(height_, -1.0); }
+double TRPC::GetCenterLine() const { return prepared_.normalization.line.Normalized2Initial(0.0); }
+double TRPC::GetCenterSample() const { return prepared_.normalization.sample.Normalized2Initial(0.0); }
+double TRPC::GetCenterLatitude() const { return prepared_.normalization.latitude.Normalized2Initial(0.0); }
+double TRPC::GetCenterLongitude() const { return prepared_.normalization.longitude.Normalized2Initial(0.0); }
+double TRPC::GetAverageHeight() const { return prepared_.normalization.height.Normalized2Initial(0.0); }
+double TRPC::GetMaxLine() const { return prepared_.normalization.line.Normalized2Initial(1.0); }
+double TRPC::GetMaxSample() const { return prepared_.normalization.sample.Normalized2Initial(1.0); }
+double TRPC::GetMaxLatitude() const { return prepared_.normalization.latitude.Normalized2Initial(1.0); }
+double TRPC::GetMaxLongitude() const { return prepared_.normalization.longitude.Normalized2Initial(1.0); }
+double TRPC::GetMaxHeight() const { return prepared_.normalization.height.Normalized2Initial(1.0); }
+double TRPC::GetMinLine() const { return prepared_.normalization.line.Normalized2Initial(-1.0); }
+double TRPC::GetMinSample() const { return prepared_.normalization.sample.Normalized2Initial(-1.0); }
+double TRPC::GetMinLatitude() const { return prepared_.normalization.latitude.Normalized2Initial(-1.0); }
+double TRPC::GetMinLongitude() const { return prepared_.normalization.longitude.Normalized2Initial(-1.0); }
+double TRPC::GetMinHeight() const { return prepared_.normalization.height.Normalized2Initial(-1.0); }
 
 }  // namespace SatCommonUtils

@@ -1,6 +1,7 @@
 // The XML form of a model: the record, and beside it margin, raster dimensions and approximation where there are any.
 
 #include <string>
+#include <utility>
 
 #include "frame/zxstd/keyed_fields.h"
 #include "frame/zxstd/message.h"
@@ -26,10 +27,9 @@ bool VisitApproximation(Number* const (&groups)[4], const Visit& visit) {
 
 }  // namespace
 
-bool TRPC::ReadApproximation(TZxXIniReader* src) {
-  TApproximation read;
+bool TRPC::ReadApproximation(TZxXIniReader* src, TApproximation* read) {
   try {
-    VisitApproximation<double>({read.lineNum, read.lineDenom, read.sampleNum, read.sampleDenom},
+    VisitApproximation<double>({read->lineNum, read->lineDenom, read->sampleNum, read->sampleDenom},
                                [src](const std::string& key, double& value) {
                                  value = src->ReadKeyE<double>(key);
                                  return true;
@@ -37,8 +37,6 @@ bool TRPC::ReadApproximation(TZxXIniReader* src) {
   } catch (const TZxMessage&) {
     return false;
   }
-  approximation_ = read;
-  hasApproximation_ = true;
   return true;
 }
 
@@ -49,18 +47,35 @@ bool TRPC::WriteApproximation(TZxXIniWriter* dst) const {
       [dst](const std::string& key, double value) { return dst->WriteS<double>(key, value); });
 }
 
+// All is read before anything is replaced.
 bool TRPC::InitializeFromXML(TZxXIniReader* src) {
   TRPCData data;
-  if (!data.InitializeFromXML(src)) return false;
+  if (src == nullptr || !data.InitializeFromXML(src)) return false;
+  TPolygon margin;
+  bool good = true;
+  if (const TZxXIniSection section(src, "Margin"); section) good = margin.InitializeFromXML(src);
+  int width = 0;
+  int height = 0;
+  TApproximation approximation;
+  bool approximated = false;
+  if (good) {
+    width = src->ReadKey<int>("RasterWidth", 0);
+    height = src->ReadKey<int>("RasterHeight", 0);
+    if (const TZxXIniSection section(src, "Approximation"); section) {
+      good = approximated = ReadApproximation(src, &approximation);
+    }
+  }
   SetRPCData(data);
-  if (TZxXIniSection section(src, "Margin"); section && !margin_.InitializeFromXML(src)) return false;
-  rasterWidth_ = src->ReadKey<int>("RasterWidth", 0);
-  rasterHeight_ = src->ReadKey<int>("RasterHeight", 0);
-  if (const TZxXIniSection section(src, "Approximation"); section) return ReadApproximation(src);
-  return true;
+  margin_ = std::move(margin);
+  rasterWidth_ = width;
+  rasterHeight_ = height;
+  if (approximated) approximation_ = approximation;
+  hasApproximation_ = approximated;
+  return good;
 }
 
 bool TRPC::SaveToXML(TZxXIniWriter* dst) const {
+  if (dst == nullptr) return false;
   TRPCData data;
   GetRPCData(&data);
   if (!data.SaveToXML(dst)) return false;

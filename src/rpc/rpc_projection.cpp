@@ -14,8 +14,6 @@ namespace SatCommonUtils {
 
 namespace {
 
-using rpc::TEvaluationView;
-
 /// Derivatives of normalised line and sample by P, L, H; null outputs stay out.
 void WriteDerivatives(const rpc::TPolynomials<double>& q, double* dLineN, double* dSampleN) {
   for (int variable = 0; variable < 3; ++variable) {
@@ -27,7 +25,7 @@ void WriteDerivatives(const rpc::TPolynomials<double>& q, double* dLineN, double
   }
 }
 
-void ProjectNormalized(const TEvaluationView& model, double P, double L, double H, double* lineN, double* sampleN,
+void ProjectNormalized(const TRPCPrepared& model, double P, double L, double H, double* lineN, double* sampleN,
                        double* dLineN, double* dSampleN) {
   rpc::TPolynomials<double> q;
   if (dLineN == nullptr && dSampleN == nullptr) {
@@ -40,11 +38,11 @@ void ProjectNormalized(const TEvaluationView& model, double P, double L, double 
 }
 
 /// From derivatives of normalised by normalised coordinates to pixels per degree and per metre.
-void ScaleDerivatives(const double* scale, double imageScale, double* derivatives) {
+void ScaleDerivatives(const TRPCNormalization& axes, const TLinearNormalization& image, double* derivatives) {
   if (derivatives == nullptr) return;
-  for (int variable = 0; variable < 3; ++variable) {
-    derivatives[variable] = derivatives[variable] * imageScale / scale[rpc::kLatitude + variable];
-  }
+  derivatives[0] = derivatives[0] * image.GetScale() / axes.latitude.GetScale();
+  derivatives[1] = derivatives[1] * image.GetScale() / axes.longitude.GetScale();
+  derivatives[2] = derivatives[2] * image.GetScale() / axes.height.GetScale();
 }
 
 /// The arrays of one call, or of a part of it.
@@ -64,7 +62,7 @@ constexpr std::size_t kRun = 512;
 /// Ground to image of a range of points, a vector of points at a time.
 template <bool Derivatives>
 struct TProjectArrays {
-  TEvaluationView model;
+  const TRPCPrepared& model;
   TArrays arrays;
   std::size_t first;
   std::size_t last;
@@ -98,7 +96,7 @@ struct TProjectArrays {
 
   /// Written for lanes of one width, numbers and flags alike, which compilers turn into vectors.
   [[gnu::always_inline]] bool AnyTurn(const double* lon, std::size_t count) const {
-    const double center = model.offset[rpc::kLongitude];
+    const double center = model.normalization.longitude.GetOffset();
     std::int64_t any = 0;
     for (std::size_t i = 0; i < count; ++i) {
       any |= static_cast<std::int64_t>(lon[i] + 180.0 < center) | static_cast<std::int64_t>(lon[i] > center + 180.0);
@@ -110,12 +108,12 @@ struct TProjectArrays {
   [[gnu::always_inline]] void Buffered(const TArrays& part, std::size_t count) const {
     double in[3][rpc::kLaneBlock];
     double out[8][rpc::kLaneBlock];
-    const double center = model.offset[rpc::kLongitude];
+    const double center = model.normalization.longitude.GetOffset();
     const std::size_t padded = (count + Width - 1) / Width * Width;
     for (std::size_t i = 0; i < padded; ++i) {
       const std::size_t source = std::min(i, count - 1);
       in[0][i] = part.lat[source];
-      in[1][i] = part.lon[source] + 360.0 * rpc::LongitudeTurns(center, part.lon[source]);
+      in[1][i] = rpc::LongitudeInTurn(center, part.lon[source]);
       in[2][i] = part.h[source];
     }
     Project<Width>({in[0], in[1], in[2], out[0], out[1], {out[2], out[3], out[4]}, {out[5], out[6], out[7]}}, padded);
@@ -150,8 +148,8 @@ struct TProjectArrays {
       rpc::EvaluatePolynomials<Derivatives>(model, P, L, H, q);
       TVector lineN, sampleN, line, sample;
       rpc::Quotients(q.value, lineN, sampleN);
-      rpc::Denormalize(model, rpc::kLine, lineN, line);
-      rpc::Denormalize(model, rpc::kSample, sampleN, sample);
+      rpc::Denormalize(model.normalization.line, lineN, line);
+      rpc::Denormalize(model.normalization.sample, sampleN, sample);
       *reinterpret_cast<TUnaligned*>(part.line + i) = line;
       *reinterpret_cast<TUnaligned*>(part.sample + i) = sample;
       if constexpr (Derivatives) StoreDerivatives<Width>(part, i, q);
@@ -166,24 +164,26 @@ struct TProjectArrays {
     const TVector lat = *reinterpret_cast<const TUnaligned*>(part.lat + i);
     const TVector lon = *reinterpret_cast<const TUnaligned*>(part.lon + i) + 0.0;  // no turn is a turn of 0 degrees
     const TVector h = *reinterpret_cast<const TUnaligned*>(part.h + i);
-    rpc::Normalize(model, rpc::kLatitude, lat, normalized[0]);
-    rpc::Normalize(model, rpc::kLongitude, lon, normalized[1]);
-    rpc::Normalize(model, rpc::kHeight, h, normalized[2]);
+    rpc::Normalize(model.normalization.latitude, lat, normalized[0]);
+    rpc::Normalize(model.normalization.longitude, lon, normalized[1]);
+    rpc::Normalize(model.normalization.height, h, normalized[2]);
   }
 
   template <int Width>
   [[gnu::always_inline]] void StoreDerivatives(
       const TArrays& part, std::size_t i, const rpc::TPolynomials<typename simd::TLanes<Width>::TVector>& q) const {
     using TUnaligned = typename simd::TLanes<Width>::TUnaligned;
+    const TRPCNormalization& axes = model.normalization;
+    const double scales[3] = {axes.latitude.GetScale(), axes.longitude.GetScale(), axes.height.GetScale()};
     for (int variable = 0; variable < 3; ++variable) {
       typename simd::TLanes<Width>::TVector dLine, dSample;
       rpc::QuotientDerivatives(q.value, q.byVariable[variable], dLine, dSample);
-      const double scale = model.scale[rpc::kLatitude + variable];
+      const double scale = scales[variable];
       if (part.dLine[variable] != nullptr) {
-        *reinterpret_cast<TUnaligned*>(part.dLine[variable] + i) = dLine * model.scale[rpc::kLine] / scale;
+        *reinterpret_cast<TUnaligned*>(part.dLine[variable] + i) = dLine * axes.line.GetScale() / scale;
       }
       if (part.dSample[variable] != nullptr) {
-        *reinterpret_cast<TUnaligned*>(part.dSample[variable] + i) = dSample * model.scale[rpc::kSample] / scale;
+        *reinterpret_cast<TUnaligned*>(part.dSample[variable] + i) = dSample * axes.sample.GetScale() / scale;
       }
     }
   }
@@ -191,33 +191,29 @@ struct TProjectArrays {
 
 }  // namespace
 
-TEvaluationView TRPC::View() const noexcept {
-  return {coefficients_, evaluation_.terms[0], evaluation_.offset, evaluation_.scale};
-}
-
 void TRPC::CalculateLineSampleNormalized(const double& P, const double& L, const double& H, double* lineN,
                                          double* sampleN, double* dLineN, double* dSampleN) const {
-  ProjectNormalized(View(), P, L, H, lineN, sampleN, dLineN, dSampleN);
+  ProjectNormalized(prepared_, P, L, H, lineN, sampleN, dLineN, dSampleN);
 }
 
 void TRPC::CalculateLineSample(const double& lat, const double& lon, const double& h, double* line, double* sample,
                                double* dLine, double* dSample) const {
-  const TEvaluationView model = View();
-  const double turned = lon + 360.0 * rpc::LongitudeTurns(model.offset[rpc::kLongitude], lon);
+  const TRPCNormalization& axes = prepared_.normalization;
+  const double turned = rpc::LongitudeInTurn(axes.longitude.GetOffset(), lon);
   double P, L, H, lineN, sampleN;
-  rpc::Normalize(model, rpc::kLatitude, lat, P);
-  rpc::Normalize(model, rpc::kLongitude, turned, L);
-  rpc::Normalize(model, rpc::kHeight, h, H);
-  ProjectNormalized(model, P, L, H, &lineN, &sampleN, dLine, dSample);
-  rpc::Denormalize(model, rpc::kLine, lineN, *line);
-  rpc::Denormalize(model, rpc::kSample, sampleN, *sample);
-  ScaleDerivatives(model.scale, model.scale[rpc::kLine], dLine);
-  ScaleDerivatives(model.scale, model.scale[rpc::kSample], dSample);
+  rpc::Normalize(axes.latitude, lat, P);
+  rpc::Normalize(axes.longitude, turned, L);
+  rpc::Normalize(axes.height, h, H);
+  ProjectNormalized(prepared_, P, L, H, &lineN, &sampleN, dLine, dSample);
+  rpc::Denormalize(axes.line, lineN, *line);
+  rpc::Denormalize(axes.sample, sampleN, *sample);
+  ScaleDerivatives(axes, axes.line, dLine);
+  ScaleDerivatives(axes, axes.sample, dSample);
 }
 
 void TRPC::CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h,
                                     double* line, double* sample, double* const* dLine, double* const* dSample) const {
-  const TEvaluationView model = View();
+  const TRPCPrepared& model = prepared_;
   TArrays arrays = {lat, lon, h, line, sample, {}, {}};
   if (dLine != nullptr) std::copy_n(dLine, 3, arrays.dLine);
   if (dSample != nullptr) std::copy_n(dSample, 3, arrays.dSample);

@@ -13,30 +13,36 @@ namespace SatCommonUtils {
 
 namespace {
 
+/// An axis of the ground, and which term is the first-order one of it.
+struct TGroundAxis {
+  TLinearNormalization TRPCNormalization::*axis;
+  int term;
+};
+constexpr TGroundAxis kGroundAxes[] = {
+    {&TRPCNormalization::latitude, 2}, {&TRPCNormalization::longitude, 1}, {&TRPCNormalization::height, 3}};
+
 /// Adds an image's two equations from the constant and first-order terms of its functions. The unknowns are the
 /// normalised coordinates of the reference model, which keeps the equations well scaled.
-void AddFirstOrder(const rpc::TEvaluationView& model, const rpc::TEvaluationView& reference, double line, double sample,
+void AddFirstOrder(const TRPCPrepared& model, const TRPCPrepared& reference, const TImagePoint& point,
                    rpc::TNormalEquations<3, double>* equations) {
-  double lineN, sampleN;
-  rpc::Normalize(model, rpc::kLine, line, lineN);
-  rpc::Normalize(model, rpc::kSample, sample, sampleN);
-  const double measured[] = {sampleN, lineN};
-  const int numerators[] = {2, 0};
-  // Terms 1, 2, 3 are longitude, latitude, height.
-  const rpc::TCoordinate coordinates[] = {rpc::kLatitude, rpc::kLongitude, rpc::kHeight};
-  const int terms[] = {2, 1, 3};
-  const double turn = 360.0 * rpc::LongitudeTurns(reference.offset[rpc::kLongitude], model.offset[rpc::kLongitude]);
+  const TNormalizedImagePoint normalized = model.normalization.Normalize(point);
+  const double measured[] = {normalized.sample, normalized.line};
+  const int numerators[] = {2, 0};  // in a row of terms; the denominator stands behind it
+  const double turn = 360.0 * rpc::LongitudeTurns(reference.normalization.longitude.GetOffset(),
+                                                  model.normalization.longitude.GetOffset());
   for (int i = 0; i < 2; ++i) {
-    const double* const numerator = model.polynomials[numerators[i]];
-    const double* const denominator = model.polynomials[numerators[i] + 1];
+    const auto coefficient = [&](int term) {
+      return model.terms[term][numerators[i]] - measured[i] * model.terms[term][numerators[i] + 1];
+    };
     double row[3];
-    double constant = numerator[0] - measured[i] * denominator[0];
+    double constant = coefficient(0);
     for (int c = 0; c < 3; ++c) {
-      const rpc::TCoordinate which = coordinates[c];
-      const double coefficient = numerator[terms[c]] - measured[i] * denominator[terms[c]];
-      const double offset = model.offset[which] + (which == rpc::kLongitude ? turn : 0.0);
-      row[c] = coefficient * reference.scale[which] / model.scale[which];
-      constant += coefficient * (reference.offset[which] - offset) / model.scale[which];
+      const TLinearNormalization& own = model.normalization.*kGroundAxes[c].axis;
+      const TLinearNormalization& common = reference.normalization.*kGroundAxes[c].axis;
+      const bool longitude = kGroundAxes[c].axis == &TRPCNormalization::longitude;
+      const double offset = own.GetOffset() + (longitude ? turn : 0.0);
+      row[c] = coefficient(kGroundAxes[c].term) * common.GetScale() / own.GetScale();
+      constant += coefficient(kGroundAxes[c].term) * (common.GetOffset() - offset) / own.GetScale();
     }
     equations->Add(row, -constant);
   }
@@ -53,15 +59,15 @@ void TRPC::CalculateLatLonH(const TRPC& a, const double& lineA, const double& sa
 void TRPC::CalculateLatLonHApproximately(const TRPC& a, const double& lineA, const double& sampleA, const TRPC& b,
                                          const double& lineB, const double& sampleB, double* lat, double* lon,
                                          double* h) {
-  const rpc::TEvaluationView reference = a.View();
+  const TRPCPrepared& reference = a.prepared_;
   rpc::TNormalEquations<3, double> equations;
-  AddFirstOrder(reference, reference, lineA, sampleA, &equations);
-  AddFirstOrder(b.View(), reference, lineB, sampleB, &equations);
+  AddFirstOrder(reference, reference, {lineA, sampleA}, &equations);
+  AddFirstOrder(b.prepared_, reference, {lineB, sampleB}, &equations);
   double normalized[3];
   rpc::SolveLeastSquares(equations, normalized);
-  rpc::Denormalize(reference, rpc::kLatitude, normalized[0], *lat);
-  rpc::Denormalize(reference, rpc::kLongitude, normalized[1], *lon);
-  rpc::Denormalize(reference, rpc::kHeight, normalized[2], *h);
+  rpc::Denormalize(reference.normalization.latitude, normalized[0], *lat);
+  rpc::Denormalize(reference.normalization.longitude, normalized[1], *lon);
+  rpc::Denormalize(reference.normalization.height, normalized[2], *h);
 }
 
 }  // namespace SatCommonUtils

@@ -5,6 +5,8 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/intersection_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_alternative_search.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_approximation.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/rpc_axes.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/rpc_boxes.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_compare.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_data.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_fields.cpp
@@ -13,9 +15,11 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/rpc_inversion.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_model.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_model_xml.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/rpc_prepared.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_rpb_form.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_text_form.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/rpc_terms.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_two_images.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_xml_form.cpp
   ${CMAKE_CURRENT_LIST_DIR}/solution_flags.cpp
