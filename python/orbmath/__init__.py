@@ -7,7 +7,6 @@ pixel centres, unless its maker says otherwise.
 
 from importlib.metadata import PackageNotFoundError, version
 
-from ._core import get_threads, set_threads
 from .comparison import Comparison, compare
 from .fitting import FitReport, fit
 from .footprint import Footprint
@@ -15,6 +14,7 @@ from .intersection import Intersection, intersect
 from .model import Location, Model
 from .refining import RefineReport, refine
 from .states import State
+from .threads import get_threads, set_threads
 
 try:
     __version__ = version("orbmath")
