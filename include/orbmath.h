@@ -13,6 +13,7 @@
 #include "frame/zxstd/matr3x3.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"
+#include "frame/zxstd/output_file.h"
 #include "frame/zxstd/path.h"
 #include "frame/zxstd/progress.h"
 #include "frame/zxstd/projective_transform.h"

@@ -51,7 +51,8 @@ class ORBMATH_API TCipherRPCImpExpDataset {
   bool InitializeFromXML(const std::string& path);
   /// Replaces the list by the "image" children of `root`. \return false, the list untouched, when `root` is null.
   bool InitializeFromXML(TZxXmlTagItem* root);
-  /// Writes the document to the file at `path` (UTF-8), in UTF-8. \return false when it could not be written.
+  /// Writes the document to the file at `path` (UTF-8), in UTF-8, whole or not at all (`TZxOutputFile`). \return false,
+  /// a file that was there before unchanged, when it could not be written.
   bool SaveToXML(const std::string& path) const;
   /// Writes the document to a stream. \return false when the stream is null or does not take everything, or a name
   /// holds bytes that XML cannot.

@@ -4,6 +4,7 @@
 
 #include "frame/zxstd/keyed_fields.h"
 #include "frame/zxstd/number_text.h"
+#include "frame/zxstd/output_file.h"
 #include "frame/zxstd/path.h"
 #include "frame/zxstd/text.h"
 #include "frame/zxstd/unset_mark.h"
@@ -138,10 +139,8 @@ bool TCipherRPCImpExpDataset::InitializeFromXML(TZxXmlTagItem* root) {
 }
 
 bool TCipherRPCImpExpDataset::SaveToXML(const std::string& path) const {
-  TZxFileStream file;
-  if (!file.Open(TZxPath(path), TZxOpenMode::Write)) return false;
-  const bool written = SaveToXML(&file);
-  return file.Close() && written;
+  TZxOutputFile file;
+  return file.Open(TZxPath(path)) && SaveToXML(&file) && file.Commit();
 }
 
 bool TCipherRPCImpExpDataset::SaveToXML(TZxStream* stream) const {

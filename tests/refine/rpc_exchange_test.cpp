@@ -172,3 +172,15 @@ TEST(RPCExchange, WhatIsNoDocumentLeavesTheListAlone) {
   TZxStringStream stream;
   EXPECT_FALSE(dataset.SaveToXML(&stream));
 }
+
+TEST(RPCExchange, ASaveThatFailsLeavesTheOldFile) {
+  const std::string path = (std::filesystem::temp_directory_path() / "orbmath_exchange_old.xml").string();
+  TCipherRPCImpExpDataset dataset;
+  dataset.items = {Item("kept")};
+  ASSERT_TRUE(dataset.SaveToXML(path));
+  dataset.items[0].name = "bad\x01name";
+  EXPECT_FALSE(dataset.SaveToXML(path));
+  EXPECT_TRUE(dataset.InitializeFromXML(path));
+  std::filesystem::remove(path);
+  ExpectSame(dataset.items[0], Item("kept"));
+}

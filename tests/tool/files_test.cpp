@@ -1,6 +1,7 @@
 // Files in and out: what is written comes whole or not at all, and what is read may be anything.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -33,16 +34,6 @@ TEST(FilesTest, ANewFileHasTheUsualPermissionsAndAnOldOneKeepsItsOwn) {
   EXPECT_EQ(FilesInWorkspace(), files) << "the new file beside the old one is left over";
 }
 
-TEST(FilesTest, ALinkStaysAndItsFileIsReplaced) {
-  Workspace();
-  WriteText("target.xml", "old");
-  fs::remove(Workspace() + "/link.xml");
-  fs::create_symlink("target.xml", Workspace() + "/link.xml");
-  EXPECT_EQ(RunToolLine("convert flat.RPB link.xml").status, 0);
-  EXPECT_TRUE(fs::is_symlink(Workspace() + "/link.xml"));
-  EXPECT_GT(ReadText("target.xml").size(), 1000u);
-}
-
 TEST(FilesTest, AFailureLeavesTheOldFile) {
   Workspace();
   WriteText("old.RPB", "precious");
@@ -51,6 +42,43 @@ TEST(FilesTest, AFailureLeavesTheOldFile) {
     EXPECT_NE(RunToolLine(arguments).status, 0) << arguments;
     EXPECT_EQ(ReadText("old.RPB"), "precious") << arguments;
   }
+}
+
+TEST(FilesTest, TwoFilesOfACommandComeTogetherOrNotAtAll) {
+  std::string points;
+  for (int i = 0; i < 60; ++i) {
+    const int lat = i % 8;
+    const int lon = (i / 8) % 8;
+    points += "45.0" + std::to_string(lat) + " 7.0" + std::to_string(lon) + " " + std::to_string(100 * (i % 7)) + " " +
+              std::to_string(1000 - 100 * lat) + " " + std::to_string(2000 + 100 * lon) + "\n";
+  }
+  Workspace();
+  WriteText("kept.RPB", "precious");
+  const std::size_t files = FilesInWorkspace();
+  for (const char* residuals : {"nowhere/r.txt", "/dev/full"}) {
+    const ToolRun run = RunTool({"fit", "-", "kept.RPB", "--residuals", residuals}, points);
+    EXPECT_EQ(run.status, 1) << residuals;
+    EXPECT_NE(run.err.find(residuals + std::string(": cannot be written: ")), std::string::npos) << run.err;
+    EXPECT_EQ(ReadText("kept.RPB"), "precious") << residuals;
+  }
+  EXPECT_EQ(FilesInWorkspace(), files);
+  EXPECT_EQ(RunTool({"fit", "-", "kept.RPB", "--residuals", "r.txt"}, points).status, 0);
+  EXPECT_NE(ReadText("kept.RPB"), "precious");
+  EXPECT_NE(ReadText("r.txt"), "");
+}
+
+TEST(FilesTest, ARefusedThreadIsCalledThat) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer needs more address space than this test leaves";
+#endif
+  struct rlimit before {};
+  getrlimit(RLIMIT_AS, &before);
+  const struct rlimit tight = {rlim_t{400} << 20, before.rlim_max};
+  setrlimit(RLIMIT_AS, &tight);
+  const ToolRun run = RunToolLine("project flat.RPB --threads 1000", "45 7 500\n");
+  setrlimit(RLIMIT_AS, &before);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("orbmath: the system refuses a thread ("), std::string::npos) << run.err;
 }
 
 TEST(FilesTest, AFullDiskIsAFailure) {

@@ -3,6 +3,9 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/matr3x3.cpp
   ${CMAKE_CURRENT_LIST_DIR}/message.cpp
   ${CMAKE_CURRENT_LIST_DIR}/number_text.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/output_file.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/output_target.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/output_target_windows.cpp
   ${CMAKE_CURRENT_LIST_DIR}/path.cpp
   ${CMAKE_CURRENT_LIST_DIR}/progress.cpp
   ${CMAKE_CURRENT_LIST_DIR}/projective_transform.cpp

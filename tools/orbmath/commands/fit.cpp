@@ -200,10 +200,15 @@ class Fit : public Command {
     RefuseBadGround(table, kColumnLat, kColumnLon);
     RefuseBadSigma(table, kColumnSigma);
     const FitPoints points = SplitPoints(table, origin_.Shift(), static_cast<std::size_t>(check_.value_or(0)));
+    OutputFile out(out_);
+    std::optional<OutputFile> residuals;
+    if (!residuals_.empty()) residuals.emplace(residuals_);
     Fitter fitter(table, points, form, out_);
     const TRPCData record = method_ == 0 ? FitRobust(&fitter) : fitter.FitPlain();
-    const TRPCData written = WriteModel(TRPC(record, nullptr), {}, form, out_);
-    PrintReport(table, points, fitter.Story(), record, written);
+    const TRPCData written = WriteModel(TRPC(record, nullptr), {}, form, &out);
+    const Report report = MakeReport(table, points, fitter.Story(), record, written, residuals ? &*residuals : nullptr);
+    OutputFile::Commit({&out, residuals ? &*residuals : nullptr});
+    report.Print(json_, out_ == "-" || residuals_ == "-");
     return kSuccess;
   }
 
@@ -217,8 +222,9 @@ class Fit : public Command {
     return fitter->FitRobust(options);
   }
 
-  void PrintReport(const PointTable& table, const FitPoints& points, const SatCommonUtils::TRPCFitReport& story,
-                   const TRPCData& record, const TRPCData& written) const {
+  /// \param residual_file may be null.
+  Report MakeReport(const PointTable& table, const FitPoints& points, const SatCommonUtils::TRPCFitReport& story,
+                    const TRPCData& record, const TRPCData& written, OutputFile* residual_file) const {
     Report report;
     report.Text("file", "written", out_);
     report.Text("method", "method", method_ == 0 ? "robust" : "plain");
@@ -241,8 +247,8 @@ class Fit : public Command {
     AppendResiduals(model, points.fit.Points, points.fit_rows, "fit", &residuals);
     AppendResiduals(model, points.check, points.check_rows, "check", &residuals);
     AddWorst(table, residuals, kWorstPoints, &report);
-    if (!residuals_.empty()) WriteResiduals(residuals_, table, residuals);
-    report.Print(json_, out_ == "-" || residuals_ == "-");
+    if (residual_file != nullptr) WriteResiduals(table, residuals, residual_file);
+    return report;
   }
 
   std::string points_;

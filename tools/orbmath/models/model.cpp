@@ -8,7 +8,6 @@
 #include "models/inverse_model.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/robust_fit.h"
-#include "report/output_file.h"
 #include "rpc/rpc_fields.h"
 
 namespace orbmath_tool {
@@ -131,9 +130,17 @@ TRPCData OntoDigitsOf(TRPCFileForm form, const TRPCData& record, const std::stri
 
 TRPCData WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
                     const std::string& name) {
-  const std::string content = FormatModel(model, extras, form, name);
-  WriteFile(name, content);
-  return ParseRecord(content, name);
+  OutputFile file(name);
+  const TRPCData written = WriteModel(model, extras, form, &file);
+  OutputFile::Commit({&file});
+  return written;
+}
+
+TRPCData WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
+                    OutputFile* file) {
+  const std::string content = FormatModel(model, extras, form, file->Path());
+  file->Write(content);
+  return ParseRecord(content, file->Path());
 }
 
 void CopyImage(const TRPC& from, TRPC* to) {

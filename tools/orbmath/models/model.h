@@ -6,6 +6,7 @@
 
 #include "commands/command_line.h"
 #include "frame/zxstd/var_a.h"
+#include "report/output_file.h"
 #include "rpc/rpc_file.h"
 #include "rpc/rpc_model.h"
 
@@ -63,6 +64,10 @@ SatCommonUtils::TRPCData OntoDigitsOf(SatCommonUtils::TRPCFileForm form, const S
 /// Writes a model file by `FormatModel` and reads it back. \return the record that the file holds. \throws Failure
 SatCommonUtils::TRPCData WriteModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
                                     SatCommonUtils::TRPCFileForm form, const std::string& name);
+
+/// As `WriteModel` into a file that the caller commits.
+SatCommonUtils::TRPCData WriteModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
+                                    SatCommonUtils::TRPCFileForm form, OutputFile* file);
 
 /// Gives `to` the margin and the raster size of `from`, as far as there are any.
 void CopyImage(const SatCommonUtils::TRPC& from, SatCommonUtils::TRPC* to);

@@ -1,33 +1,22 @@
 #include "points/point_stream.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <condition_variable>
-#include <cstring>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "errors.h"
 #include "frame/zxstd/threads.h"
 #include "points/line_source.h"
 #include "report/fixed_digits.h"
+#include "report/output_file.h"
 #include "report/progress_line.h"
 
 namespace orbmath_tool {
 
 namespace {
-
-void WriteAll(std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t taken = write(STDOUT_FILENO, text.data(), text.size());
-    if (taken < 0 && errno == EINTR) continue;
-    if (taken < 0) throw Failure(std::string("standard output: ") + std::strerror(errno));
-    text.remove_prefix(static_cast<std::size_t>(taken));
-  }
-}
 
 /// A ring of blocks that reader, workers and writer pass on to each other. Each block is owned by exactly one of them;
 /// the three counters say by whom, and they alone are behind the lock.
@@ -94,10 +83,17 @@ class BlockRing {
 StreamResult BlockRing::Run(LineSource* source) {
   std::vector<std::thread> threads;
   threads.reserve(static_cast<std::size_t>(workers_) + 1);
-  // Guarded as well: the system may refuse a thread, and those that run have to end first.
-  Guard([this, source, &threads] {
-    for (int i = 0; i < workers_; ++i) threads.emplace_back([this] { Guard([this] { Work(); }); });
-    threads.emplace_back([this, source] { Guard([this, source] { Write(source->TotalBytes()); }); });
+  const auto start = [&threads](auto part) {
+    try {
+      threads.emplace_back(part);
+    } catch (const std::system_error& error) {
+      throw Failure("the system refuses a thread (" + error.code().message() + "), '--threads 1' takes the fewest");
+    }
+  };
+  // Guarded as well: when the system refuses a thread, those that run have to end first.
+  Guard([this, source, &start] {
+    for (int i = 0; i < workers_; ++i) start([this] { Guard([this] { Work(); }); });
+    start([this, source] { Guard([this, source] { Write(source->TotalBytes()); }); });
     Read(source);
   });
   for (std::thread& thread : threads) thread.join();
@@ -164,7 +160,7 @@ void BlockRing::Write(std::uint64_t total_bytes) {
     Slot& slot = At(written_);
     lock.unlock();
     task_->Observe(slot.block);
-    WriteAll(slot.output.view());
+    WriteToStandardOutput(slot.output.view());
     result_.points += slot.block.count;
     result_.errors += slot.errors;
     bytes += slot.text.size();

@@ -1,14 +1,43 @@
 #pragma once
 /// \file
-/// Writing files so that a reader never meets half of one.
+/// The files that a command writes, whole or not at all.
 
 #include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/zxstd/output_file.h"
 
 namespace orbmath_tool {
 
-/// Writes `content` as the file `path` ("-" is standard output). A regular file is written beside the old one and
-/// then takes its place, with the old one's permissions; on failure the old one is still there.
-/// \throws Failure naming the file and what the system says.
+/// One file to be written, "-" for standard output. A command that writes several opens each before its work and
+/// commits them together, so that a name that cannot be written costs no work and leaves nothing half done.
+class OutputFile {
+ public:
+  /// Begins the file. \throws Failure naming the file and what is in the way.
+  explicit OutputFile(std::string path);
+
+  const std::string& Path() const { return path_; }
+  bool IsStandardOutput() const { return path_ == "-"; }
+  /// Appends to what the file will hold. \throws Failure
+  void Write(std::string_view text);
+
+  /// Puts each file in its place, or none of them; null ones do not count. Standard output comes last.
+  /// \throws Failure
+  static void Commit(const std::vector<OutputFile*>& files);
+
+ private:
+  [[noreturn]] void Refuse(const std::string& reason) const;
+
+  std::string path_;
+  SatCommonUtils::TZxOutputFile file_;
+  std::string standard_output_;
+};
+
+/// Writes `content` as the file `path` ("-" is standard output). \throws Failure
 void WriteFile(const std::string& path, const std::string& content);
+
+/// Writes `text` to standard output past the standard library's buffer. \throws Failure
+void WriteToStandardOutput(std::string_view text);
 
 }  // namespace orbmath_tool

@@ -5,7 +5,6 @@
 
 #include "report/fixed_digits.h"
 #include "report/json.h"
-#include "report/output_file.h"
 
 namespace orbmath_tool {
 
@@ -59,13 +58,13 @@ void AddWorst(const PointTable& table, const std::vector<PointResidual>& residua
   report->Json("worst", "[" + json + "]");
 }
 
-void WriteResiduals(const std::string& path, const PointTable& table, const std::vector<PointResidual>& residuals) {
+void WriteResiduals(const PointTable& table, const std::vector<PointResidual>& residuals, OutputFile* file) {
   std::string text = "# input_line residual_line residual_sample distance set (measured minus computed, pixels)\n";
   for (const PointResidual& residual : residuals) {
     text += std::to_string(table.Line(residual.row)) + " " + Fixed(residual.line, kDigits) + " " +
             Fixed(residual.sample, kDigits) + " " + Fixed(residual.Distance(), kDigits) + " " + residual.set + "\n";
   }
-  WriteFile(path, text);
+  file->Write(text);
 }
 
 }  // namespace orbmath_tool

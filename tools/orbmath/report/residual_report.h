@@ -8,6 +8,7 @@
 
 #include "points/point_table.h"
 #include "refine/robust_fit.h"
+#include "report/output_file.h"
 #include "report/report.h"
 
 namespace orbmath_tool {
@@ -31,6 +32,6 @@ void AddStatistics(const std::string& key, const std::string& title, const SatCo
 void AddWorst(const PointTable& table, const std::vector<PointResidual>& residuals, std::size_t count, Report* report);
 
 /// Writes one line a point: number of its line in the table's file, residuals, distance, set. \throws Failure
-void WriteResiduals(const std::string& path, const PointTable& table, const std::vector<PointResidual>& residuals);
+void WriteResiduals(const PointTable& table, const std::vector<PointResidual>& residuals, OutputFile* file);
 
 }  // namespace orbmath_tool
