@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/packages.sh
 
-need_packages "${BUILD_PACKAGES[@]}"
+need_packages "${BUILD_PACKAGES[@]}" "${RASTER_PACKAGES[@]}"
 cmake --preset demo >/dev/null
 cmake --build --preset demo >/dev/null
 

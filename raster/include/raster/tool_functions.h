@@ -1,0 +1,26 @@
+#pragma once
+/// \file
+/// What a program takes from OrbmathRaster when it loads the library at run time, only when a file needs it.
+///
+/// A start without it costs no GDAL. Program and library have to be of one build: `version` says so.
+
+#include <string>
+
+#include "raster/api.h"
+#include "rpc/rpc_file.h"
+
+namespace SatCommonUtils {
+
+/// The functions of the library by pointer; each as in the header that declares it.
+struct RasterFunctions {
+  const char* version;  ///< version of Orbmath that the library was built with
+  bool (*readImageModel)(const std::string&, const TRPCFileOptions&, TRPCFile*, TRPCFileError*);
+  bool (*writeImageModel)(const std::string&, const TRPCData&, const TRPCFileExtras&, TRPCFileError*);
+};
+
+/// Name of the one symbol to look up, whose type is `const RasterFunctions* (*)()`.
+constexpr const char* kRasterFunctionsSymbol = "OrbmathRasterFunctions";
+
+}  // namespace SatCommonUtils
+
+extern "C" ORBMATH_RASTER_API const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions();

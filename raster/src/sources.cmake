@@ -1,0 +1,5 @@
+target_sources(OrbmathRaster PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/gdal_session.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/image_model.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/tool_functions.cpp
+)

@@ -1,0 +1,11 @@
+// The table of functions for programs that load the library at run time.
+
+#include "raster/tool_functions.h"
+
+#include "raster/image_model.h"
+
+const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions() {
+  static constexpr SatCommonUtils::RasterFunctions kFunctions = {ORBMATH_VERSION, &SatCommonUtils::ReadImageModel,
+                                                                 &SatCommonUtils::WriteImageModel};
+  return &kFunctions;
+}
