@@ -1,7 +1,6 @@
 #pragma once
 /// \file
-/// The exchange document: named images, each with an RPC record and an affine refinement, as one XML file. Where it is
-/// read, elements may carry the prefix of a namespace.
+/// The exchange document: named images, each with an RPC record and an affine refinement, as one XML file.
 
 #include <string>
 #include <vector>

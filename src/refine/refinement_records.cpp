@@ -43,11 +43,6 @@ void Append(const Fields& fields, const Record& record, std::vector<double>* val
   for (const auto& field : fields) values->push_back(record.*field.field);
 }
 
-bool AllSet(const Affine& record) {
-  return std::all_of(std::begin(kAffineFields), std::end(kAffineFields),
-                     [&record](auto& field) { return record.*field.field != kUnsetMark; });
-}
-
 void PrintRule() { ZxPrintDbgMsg(std::string(43, '-')); }
 
 template <class Record>
@@ -63,7 +58,7 @@ void TRPCRefinementDataNone::InitializeUnity() {}
 
 void TRPCRefinementDataNone::Reset() {}
 
-bool TRPCRefinementDataNone::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) { return src != nullptr; }
+bool TRPCRefinementDataNone::InitializeFromXML(TZxXIniReader* /*src*/, std::uint64_t /*version*/) { return true; }
 
 var_a<TRPCRefinementDataBase*> TRPCRefinementDataNone::CreateCopyE() const {
   return make_var_a<TRPCRefinementDataNone>(*this);
@@ -85,7 +80,7 @@ void TRPCRefinementDataShift::Reset() { TRPCRefinementDataShift::InitializeUnity
 
 bool TRPCRefinementDataShift::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) {
   Reset();
-  return src != nullptr && LoadPresentFields(src, kShiftFields, this);
+  return LoadPresentFields(src, kShiftFields, kUnsetMark, this);
 }
 
 bool TRPCRefinementDataShift::SaveToXML(TZxXIniWriter* dst) const {
@@ -127,9 +122,8 @@ void TRPCRefinementDataAffine::Reset() {
 
 bool TRPCRefinementDataAffine::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) {
   Reset();
-  if (src == nullptr) return false;
-  const auto read = [this, src] { return LoadPresentFields(src, kAffineFields, this) && AllSet(*this); };
-  if (!HasSection(*src, kRawToRefinedSection)) return read();
+  const auto read = [this, src] { return LoadPresentFields(src, kAffineFields, kUnsetMark, this); };
+  if (src->FindF(kRawToRefinedSection, 0) == TZxXIniReader::npos) return read();
   return ReadSection(src, kRawToRefinedSection, read);
 }
 
@@ -141,7 +135,10 @@ var_a<TRPCRefinementDataBase*> TRPCRefinementDataAffine::CreateCopyE() const {
   return make_var_a<TRPCRefinementDataAffine>(*this);
 }
 
-TRPCRefinementDataAffine::operator bool() const { return type == Type::Affine && AllSet(*this); }
+TRPCRefinementDataAffine::operator bool() const {
+  return type == Type::Affine && std::all_of(std::begin(kAffineFields), std::end(kAffineFields),
+                                             [this](auto& field) { return this->*field.field != kUnsetMark; });
+}
 
 bool TRPCRefinementDataAffine::IsUnity() const {
   TRPCRefinementDataAffine unity;
@@ -175,7 +172,6 @@ void TRPCRefinementDataProjective::Reset() { TRPCRefinementDataProjective::Initi
 
 bool TRPCRefinementDataProjective::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) {
   Reset();
-  if (src == nullptr) return false;
   const auto read = [this, src] {
     try {
       matr.XIniLoadE(src, kMatrixKey);
@@ -184,7 +180,7 @@ bool TRPCRefinementDataProjective::InitializeFromXML(TZxXIniReader* src, std::ui
       return false;
     }
   };
-  if (!HasSection(*src, kProjectiveSection)) return read();
+  if (src->FindF(kProjectiveSection, 0) == TZxXIniReader::npos) return read();
   return ReadSection(src, kProjectiveSection, read);
 }
 

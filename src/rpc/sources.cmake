@@ -1,4 +1,23 @@
 target_sources(Orbmath PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/forms/dimap.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/envi_header.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/fixed_width.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/form_table.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/forms.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/gdal_xml.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/isd_xml.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/json.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/json_values.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/keyword_list.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/radarsat.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/rpb.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/side_files.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/term_order.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/text.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/vendor_record.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/vendor_text.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/xml.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/forms/xml_elements.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_state.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_to_ground.cpp
@@ -11,17 +30,13 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/rpc_data.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_fields.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_file.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rpc_forms.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_inversion.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_model.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_model_xml.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_prepared.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rpc_rpb_form.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rpc_text_form.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_terms.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_two_images.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rpc_xml_form.cpp
   ${CMAKE_CURRENT_LIST_DIR}/solution_flags.cpp
 )
 

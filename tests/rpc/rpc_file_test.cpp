@@ -153,7 +153,7 @@ TEST(RPCFile, SaysWhatIsWrongAndWhere) {
   };
   for (const auto& c : cases) EXPECT_EQ(Complaint(Replaced(c.good, c.from, c.to)), c.message);
   EXPECT_EQ(Complaint(""), "x: is empty");
-  EXPECT_EQ(Complaint("II*\n"), "x: is no RPC model: neither RPB nor text nor XML");
+  EXPECT_EQ(Complaint("II*\n"), "x: is no RPC model in any form that is read here");
   TRPCFile file;
   TRPCFileError error;
   EXPECT_FALSE(ReadRPCFile("/no/such/file.RPB", &file, &error));

@@ -1,0 +1,65 @@
+#pragma once
+// Correspondences brought to normalised form, a small block at a time: a fit of a million points needs no second copy.
+
+#include <cstddef>
+
+#include "poly/linear_normalization.h"
+#include "refine/rpc_estimation.h"
+#include "rpc/rpc_data.h"
+
+namespace SatCommonUtils::refine {
+
+/// The least number of points for a cubic fit: one more than the 39 unknowns of an output.
+constexpr std::size_t kMinCubicPoints = 40;
+
+/// The five maps, in the order of a record's pairs.
+struct TPointNormalization {
+  TLinearNormalization line, sample, latitude, longitude, height;
+};
+
+/// The least and largest of each coordinate.
+struct TPointRanges {
+  TRPCEstimationPoint least;
+  TRPCEstimationPoint largest;
+};
+
+/// A run of points.
+struct TPointSpan {
+  const TRPCEstimationPoint* points = nullptr;
+  std::size_t count = 0;
+};
+
+/// True when every coordinate is finite.
+bool AllFinite(TPointSpan points);
+
+/// Starts from +DBL_MAX and -DBL_MAX.
+TPointRanges RangesOf(TPointSpan points);
+
+/// Maps the range of each coordinate onto [-1, 1]. \return false, some maps changed, for a coordinate without spread.
+bool NormalizationOfRanges(const TPointRanges& ranges, TPointNormalization* normalization);
+
+/// The five pairs of a record, taken as they are.
+TPointNormalization NormalizationOf(const TRPCData& rpc);
+
+/// True when the five offsets of a record are given and finite, its scales not 0 either.
+bool HasUsableNormalization(const TRPCData& rpc);
+
+/// Writes the five pairs into a record.
+void SetNormalization(const TPointNormalization& normalization, TRPCData* rpc);
+
+/// Normalised points, one array a coordinate. P, L, H: latitude, longitude, height.
+struct TPointBlock {
+  static constexpr std::size_t kSize = 64;
+  std::size_t count = 0;
+  alignas(64) double P[kSize];
+  alignas(64) double L[kSize];
+  alignas(64) double H[kSize];
+  alignas(64) double line[kSize];
+  alignas(64) double sample[kSize];
+};
+
+/// Loads the block that begins at point `first`; lanes behind the last point repeat it.
+/// \param normalization null: the points are normalised already.
+void LoadBlock(TPointSpan points, std::size_t first, const TPointNormalization* normalization, TPointBlock* block);
+
+}  // namespace SatCommonUtils::refine

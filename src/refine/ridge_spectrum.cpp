@@ -1,0 +1,162 @@
+#include "refine/ridge_spectrum.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "linalg/kernels.h"
+
+namespace SatCommonUtils::refine {
+
+namespace {
+
+constexpr int kMaxSweeps = 40;
+// Rows whose cosine is below this count as orthogonal.
+constexpr double kOrthogonal = 1e-15;
+// Singular values below this share of the largest are rounding.
+constexpr double kRankTolerance = 1e-12;
+// Directions below this share do not take part in a step.
+constexpr double kUndetermined = 1e-15;
+// Unknowns of the first-order reference.
+constexpr std::size_t kReferenceUnknowns = 7;
+// Weight of the plain score in the robust one: 0.2 up to 100 points, then growing with the square root of their number
+// to 1, since with many points the plain score does not go astray, and the robust one would smooth more than noise asks
+// for.
+double PlainShare(double points) { return std::clamp(0.02 * std::sqrt(points), 0.2, 1.0); }
+
+// With few redundant points r the residuals can be small by chance. A variance estimated from them is smaller than the
+// true one by r / (the 0.1 % quantile of chi square with r degrees of freedom) at worst, which is close to
+// exp(13.3 r^-0.72) from 6e5 at r = 1 to 3.4 at r = 20.
+constexpr double kChance = 13.3;
+constexpr double kChancePower = 0.72;
+// Mean squared residual of normalised values that is rounding; keeps scores of perfect fits comparable.
+constexpr double kRoundingSquare = 1e-30;
+// The grid of ridges: powers of ten relative to the largest squared singular value.
+constexpr double kLargestExponent = 2.0;
+constexpr int kRidgesPerDecade = 4;
+
+void Rotate(double cosine, double sine, double* a, double* b) {
+  const double old = *a;
+  *a = cosine * old - sine * *b;
+  *b = sine * old + cosine * *b;
+}
+
+}  // namespace
+
+double CrossValidationScore(double residual_squares, const TFreedom& freedom, std::size_t points) {
+  const double n = static_cast<double>(points);
+  const double left = (n - freedom.trace) / n;
+  const double plain = PlainShare(n);
+  return (residual_squares / n + kRoundingSquare) / (left * left) * (plain + (1.0 - plain) * freedom.squared_trace / n);
+}
+
+double CautiousScore(double residual_squares, const TFreedom& freedom, std::size_t points) {
+  const double score = CrossValidationScore(residual_squares, freedom, points);
+  const double redundancy = std::max(static_cast<double>(points) - freedom.trace, 1.0);
+  if (redundancy >= kFewRedundant) return score;
+  return score * std::exp(kChance * (std::pow(redundancy, -kChancePower) - std::pow(kFewRedundant, -kChancePower)));
+}
+
+TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
+    : unknowns_(factor.columns), directions_(factor.rank), rest_(factor.Rest()) {
+  for (std::size_t i = 0; i < directions_; ++i) {
+    std::copy_n(factor.Row(i), unknowns_, direction_[i]);
+    target_[i] = -factor.Row(i)[unknowns_];
+  }
+  bool rotated = true;
+  for (int sweep = 0; rotated && sweep < kMaxSweeps; ++sweep) {
+    rotated = false;
+    for (std::size_t i = 0; i < directions_; ++i) {
+      for (std::size_t j = i + 1; j < directions_; ++j) {
+        double* const a = direction_[i];
+        double* const b = direction_[j];
+        const double aa = kernels::Dot(a, a, unknowns_);
+        const double bb = kernels::Dot(b, b, unknowns_);
+        const double ab = kernels::Dot(a, b, unknowns_);
+        if (ab == 0.0 || std::fabs(ab) <= kOrthogonal * std::sqrt(aa) * std::sqrt(bb)) continue;
+        rotated = true;
+        const double cotangent = (bb - aa) / (2.0 * ab);
+        const double tangent = std::copysign(1.0, cotangent) / (std::fabs(cotangent) + std::hypot(1.0, cotangent));
+        const double cosine = 1.0 / std::sqrt(1.0 + tangent * tangent);
+        const double sine = cosine * tangent;
+        for (std::size_t k = 0; k < unknowns_; ++k) Rotate(cosine, sine, &a[k], &b[k]);
+        Rotate(cosine, sine, &target_[i], &target_[j]);
+      }
+    }
+  }
+  for (std::size_t i = 0; i < directions_; ++i) {
+    singular_value_[i] = std::sqrt(kernels::Dot(direction_[i], direction_[i], unknowns_));
+    largest_ = std::max(largest_, singular_value_[i]);
+    if (singular_value_[i] == 0.0) continue;
+    for (std::size_t k = 0; k < unknowns_; ++k) direction_[i][k] /= singular_value_[i];
+  }
+  if (directions_ >= kReferenceUnknowns) {
+    double sorted[kMaxUnknowns];
+    std::copy_n(singular_value_, directions_, sorted);
+    std::nth_element(sorted, sorted + kReferenceUnknowns - 1, sorted + directions_, std::greater<double>());
+    least_of_reference_ = sorted[kReferenceUnknowns - 1];
+  }
+}
+
+int TRidgeSpectrum::Rank() const {
+  return static_cast<int>(std::count_if(singular_value_, singular_value_ + directions_,
+                                        [&](double value) { return value > kRankTolerance * largest_; }));
+}
+
+TFreedom TRidgeSpectrum::FreedomAt(double ridge) const {
+  TFreedom freedom;
+  for (std::size_t i = 0; i < directions_; ++i) {
+    if (singular_value_[i] <= kUndetermined * largest_) continue;
+    const double square = singular_value_[i] * singular_value_[i];
+    const double share = singular_value_[i] >= least_of_reference_ ? 1.0 : square / (square + ridge);
+    freedom.trace += share;
+    freedom.squared_trace += share * share;
+  }
+  return freedom;
+}
+
+double TRidgeSpectrum::Along(std::size_t direction, const double* vector) const {
+  return kernels::Dot(direction_[direction], vector, unknowns_);
+}
+
+double TRidgeSpectrum::ChooseRidge(const double* distance, double least, std::size_t points, TScore score_of) const {
+  // The residuals that remain at full ridge: what the points say, seen from where the ridge pulls.
+  double seen[kMaxUnknowns];
+  for (std::size_t i = 0; i < directions_; ++i) seen[i] = target_[i] + singular_value_[i] * Along(i, distance);
+
+  const double ratio = std::pow(10.0, -1.0 / kRidgesPerDecade);
+  double ridge = LargestSquare() * std::pow(10.0, kLargestExponent);
+  double best_ridge = std::max(ridge, least);
+  double best_score = std::numeric_limits<double>::infinity();
+  for (; ridge > least * ratio; ridge *= ratio) {
+    const double used = std::max(ridge, least);
+    const TFreedom freedom = FreedomAt(used);
+    double residual_squares = rest_ * rest_;
+    for (std::size_t i = 0; i < directions_; ++i) {
+      const double residual = used / (singular_value_[i] * singular_value_[i] + used) * seen[i];
+      residual_squares += residual * residual;
+    }
+    const double score = score_of(residual_squares, freedom, points);
+    if (score < best_score) {
+      best_score = score;
+      best_ridge = used;
+    }
+  }
+  return best_ridge;
+}
+
+double TRidgeSpectrum::Step(const double* distance, double ridge, double* step) const {
+  std::fill_n(step, unknowns_, 0.0);
+  double change_squares = 0.0;
+  for (std::size_t i = 0; i < directions_; ++i) {
+    const double value = singular_value_[i];
+    if (value <= kUndetermined * largest_) continue;
+    const double length = (value * target_[i] - ridge * Along(i, distance)) / (value * value + ridge);
+    change_squares += value * length * value * length;
+    for (std::size_t k = 0; k < unknowns_; ++k) step[k] += length * direction_[i][k];
+  }
+  return std::sqrt(change_squares);
+}
+
+}  // namespace SatCommonUtils::refine

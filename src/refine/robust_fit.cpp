@@ -1,0 +1,338 @@
+#include "refine/robust_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "frame/zxstd/text.h"
+#include "refine/estimation_steps.h"
+#include "refine/fit_residuals.h"
+#include "refine/rational_fit.h"
+
+namespace SatCommonUtils {
+
+namespace {
+
+using namespace refine;
+
+// One more than the unknowns of each degree, 1 to 3.
+constexpr std::size_t kTermsOf[] = {4, 10, 20};
+constexpr std::size_t kLeastPoints[] = {8, 20, 40};
+// The first-order reference takes just enough of a ridge to survive points on a line: 1e-5 pixels or less.
+constexpr double kFirstOrderRidge = 1e-11;
+// A higher degree has to bring the score down by this, divided by the number of points: more than chance does.
+constexpr double kWorthOfADegree = 6.0;
+// With many points a ridge may end this much below that of the share of them that made the start.
+constexpr double kRidgeFallOfManyPoints = 1e-3;
+// Heights (metres, or normalised) this close together are one height.
+constexpr double kFlat = 1e-3;
+constexpr double kFlatNormalized = 1e-6;
+
+int DegreeOf(std::size_t terms) { return terms == 4 ? 1 : terms == 10 ? 2 : 3; }
+
+// A share of the work, told to the caller's handler as the work advances. Passes come without a known end, so each
+// takes a third of what is left.
+class TProgress {
+ public:
+  explicit TProgress(TZxProgressHandler* handler) : handler_(handler) {}
+  void SetParts(int parts) { parts_ = parts; }
+  void NextPart() { part_ = std::min(part_ + 1, parts_ - 1); }
+  bool AfterPass(int passes) {
+    if (handler_ == nullptr) return true;
+    // A part that is tried again does not go back.
+    told_ = std::max(told_, (part_ + 1.0 - std::pow(2.0 / 3.0, passes)) / parts_);
+    return handler_->Progress(told_);
+  }
+  bool Finish() const { return handler_ == nullptr || handler_->Progress(1.0); }
+
+ private:
+  TZxProgressHandler* handler_;
+  int parts_ = 1;
+  int part_ = -1;
+  double told_ = 0.0;
+};
+
+// The points of a fit sorted into fitted ones and check points, without copies where all are fitted.
+struct TSortedPoints {
+  TPointSpan fitted;
+  std::vector<TRPCEstimationPoint> check;
+  std::vector<double> root_weights;  // empty: all 1
+  std::vector<TRPCEstimationPoint> storage;
+};
+
+// The fits of one output.
+struct TFittedDegrees {
+  TFitResult first;  // first-order: the reference of the others
+  TFitResult best;
+  std::size_t terms = 0;  // of the best
+};
+
+// The fit of both outputs of one set of points.
+class TRobustFit {
+ public:
+  TRobustFit(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TRPCFitReport* report)
+      : data_(data), options_(options), report_(report), progress_(options.progress) {}
+
+  bool Run(TRPCData* rpc) {
+    if (!CheckInput(*rpc)) return false;
+    SortPoints();
+    if (!ChooseBox()) return false;
+    progress_.SetParts(points_.fitted.count <= kMaxFactoredPoints ? 6 : 8);
+    TFittedDegrees line, sample;
+    if (!FitOutput(TOutput::Line, &line) || !FitOutput(TOutput::Sample, &sample)) return Fail("stopped by the caller");
+    TRPCData result;
+    if (!MakeRecord(line.best.rational, sample.best.rational, *rpc, &result)) {
+      return Fail("the fitted model cannot be expressed with the given offsets and scales");
+    }
+    Describe(result, line, sample);
+    if (!progress_.Finish()) return Fail("stopped by the caller");
+    report_->success = true;
+    *rpc = result;
+    return true;
+  }
+
+ private:
+  bool Fail(const std::string& message) {
+    *report_ = TRPCFitReport();
+    report_->message = message;
+    return false;
+  }
+
+  TFitTask TaskFor(TOutput output) {
+    TFitTask task;
+    task.output = output;
+    task.go_on = [this](int passes) { return progress_.AfterPass(passes); };
+    return task;
+  }
+
+  bool KeepsNormalization() const { return data_.IsNormalized || options_.keepNormalization; }
+
+  bool CheckInput(const TRPCData& rpc);
+  void SortPoints();
+  bool ChooseBox();
+  bool FitOutput(TOutput output, TFittedDegrees* fitted);
+  bool FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best);
+  bool FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted);
+  bool MakeRecord(const TRational& line, const TRational& sample, const TRPCData& given, TRPCData* result) const;
+  void Describe(const TRPCData& rpc, const TFittedDegrees& line, const TFittedDegrees& sample);
+
+  const TRPCEstimationDataSet& data_;
+  const TRPCFitOptions& options_;
+  TRPCFitReport* report_;
+  TProgress progress_;
+  TSortedPoints points_;
+  TPointRanges ranges_{};
+  bool flat_ = false;
+  TPointNormalization box_;
+};
+
+bool TRobustFit::CheckInput(const TRPCData& rpc) {
+  if (options_.order < 0 || options_.order > 3) return Fail("the order is not 0, 1, 2 or 3");
+  if (std::isnan(options_.ridge) || std::isinf(options_.ridge)) return Fail("the ridge is not finite");
+  if (options_.holdOut == 1) return Fail("every point would be held out");
+  if (!options_.weights.empty() && options_.weights.size() != data_.Points.size()) {
+    return Fail("there are not as many weights as points");
+  }
+  for (const double weight : options_.weights) {
+    if (!std::isfinite(weight) || weight < 0.0) return Fail("a weight is negative or not finite");
+  }
+  if (!refine::AllFinite(TPointSpan{data_.Points.data(), data_.Points.size()}) ||
+      !refine::AllFinite(TPointSpan{options_.checkPoints.data(), options_.checkPoints.size()})) {
+    return Fail("a coordinate is not finite");
+  }
+  if (KeepsNormalization() && !HasUsableNormalization(rpc)) {
+    return Fail("the given offsets and scales are not usable");
+  }
+  return true;
+}
+
+void TRobustFit::SortPoints() {
+  const std::vector<TRPCEstimationPoint>& all = data_.Points;
+  points_.check = options_.checkPoints;
+  const TPointRanges ranges = RangesOf({all.data(), all.size()});
+  const bool turns = !data_.IsNormalized && !all.empty() && ranges.largest.Lon - ranges.least.Lon > 180.0;
+  if (options_.holdOut == 0 && options_.weights.empty() && !turns) {
+    points_.fitted = {all.data(), all.size()};
+    return;
+  }
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    TRPCEstimationPoint point = all[i];
+    if (turns) point.Lon = LongitudeNear(all[0].Lon, point.Lon);
+    if (options_.holdOut > 0 && i % options_.holdOut == options_.holdOut - 1) {
+      points_.check.push_back(point);
+    } else if (options_.weights.empty() || options_.weights[i] > 0.0) {
+      points_.storage.push_back(point);
+      if (!options_.weights.empty()) points_.root_weights.push_back(options_.weights[i]);
+    }
+  }
+  points_.fitted = {points_.storage.data(), points_.storage.size()};
+  double sum = 0.0;
+  for (const double weight : points_.root_weights) sum += weight;
+  // A mean of 1 keeps the ridge and the scores in their usual range.
+  const double mean = sum / static_cast<double>(points_.root_weights.size());
+  for (double& weight : points_.root_weights) weight = std::sqrt(weight / mean);
+}
+
+bool TRobustFit::ChooseBox() {
+  const std::size_t least = kLeastPoints[std::max(options_.order, 1) - 1];
+  const std::size_t count = points_.fitted.count;
+  if (count < least) {
+    return Fail(Zentarix::ssprintf("%zu points to fit, at least %zu are needed", count, least));
+  }
+  ranges_ = RangesOf(points_.fitted);
+  const double heights = ranges_.largest.Height - ranges_.least.Height;
+  flat_ = heights <= (data_.IsNormalized ? kFlatNormalized : kFlat);
+  TPointRanges spread = ranges_;
+  if (flat_) {
+    spread.least.Height -= 1.0;
+    spread.largest.Height += 1.0;
+  }
+  if (!NormalizationOfRanges(spread, &box_)) return Fail("all points share one latitude, longitude, line or sample");
+  return true;
+}
+
+// The fit of one degree, tried in more than one way where one may fail.
+bool TRobustFit::FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best) {
+  if (!FitRational(points, task, best)) return false;
+  const auto try_again = [&] {
+    TFitResult fit;
+    if (!FitRational(points, task, &fit)) return false;
+    if (fit.score < best->score) *best = fit;
+    return true;
+  };
+  // On its way to points without noise a cautious choice of the ridge gets stuck, with noise another is bold.
+  const double redundant = static_cast<double>(points.points.count) - static_cast<double>(2 * task.terms - 1);
+  if (redundant < kFewRedundant && task.ridge < 0.0) {
+    task.score = &CautiousScore;
+    if (!try_again()) return false;
+  }
+  // A model far from the first-order one may be out of reach from there.
+  if (best->converged) return true;
+  task.start = AlgebraicFit(points, task.output, task.terms);
+  task.least_ridge = kLeastRidge;
+  task.first_steps = 0;
+  return try_again();
+}
+
+bool TRobustFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted) {
+  TFitTask task = TaskFor(output);
+  task.terms = kTermsOf[0];
+  task.ridge = kFirstOrderRidge;
+  progress_.NextPart();
+  if (!FitRational(points, task, &fitted->first)) return false;
+  fitted->best = fitted->first;
+  fitted->terms = task.terms;
+  task.ridge = options_.ridge;
+  task.reference = task.start = fitted->first.rational;
+  for (int degree = 2; degree <= 3; ++degree) {
+    progress_.NextPart();
+    const bool wanted = options_.order == 0 || options_.order == degree;
+    if (!wanted || points.points.count < kLeastPoints[degree - 1]) continue;
+    task.terms = kTermsOf[degree - 1];
+    TFitResult fit;
+    if (!FitOneDegree(points, task, &fit)) return false;
+    const double worth = 1.0 - kWorthOfADegree / static_cast<double>(points.points.count);
+    if (options_.order == 0 && !(fit.score < worth * fitted->best.score)) continue;
+    fitted->best = fit;
+    fitted->terms = task.terms;
+  }
+  return true;
+}
+
+bool TRobustFit::FitOutput(TOutput output, TFittedDegrees* fitted) {
+  const double* const roots = points_.root_weights.empty() ? nullptr : points_.root_weights.data();
+  const TFitPoints all{points_.fitted, &box_, roots};
+  if (all.points.count <= kMaxFactoredPoints) return FitDegrees(all, output, fitted);
+
+  // A share of the points, spread over all of them, finds the degree and a start.
+  std::vector<TRPCEstimationPoint> share;
+  std::vector<double> share_roots;
+  for (std::size_t i = 0; i < kMaxFactoredPoints; ++i) {
+    const std::size_t index = i * (all.points.count - 1) / (kMaxFactoredPoints - 1);
+    share.push_back(all.points.points[index]);
+    if (roots != nullptr) share_roots.push_back(roots[index]);
+  }
+  const TFitPoints shared{{share.data(), share.size()}, &box_, roots == nullptr ? nullptr : share_roots.data()};
+  if (!FitDegrees(shared, output, fitted)) return false;
+
+  progress_.NextPart();
+  TFitTask task = TaskFor(output);
+  task.terms = fitted->terms;
+  task.start = fitted->best.rational;
+  task.first_steps = 0;
+  if (task.terms == kTermsOf[0]) {
+    task.ridge = kFirstOrderRidge;
+  } else {
+    task.reference = fitted->first.rational;
+    task.ridge = options_.ridge;
+    task.least_ridge = fitted->best.ridge * kRidgeFallOfManyPoints;
+  }
+  return FitRational(all, task, &fitted->best);
+}
+
+bool TRobustFit::MakeRecord(const TRational& line, const TRational& sample, const TRPCData& given,
+                            TRPCData* result) const {
+  TPointNormalization box = box_;
+  const double center = box.longitude.GetOffset();
+  if (!data_.IsNormalized) {
+    box.longitude.Reset(LongitudeNear(KeepsNormalization() ? given.longOffset : 0.0, center), box.longitude.GetScale());
+  }
+  TRPCData in_box;
+  SetRecord({line, sample}, &box, &in_box);
+  *result = in_box;
+  if (!KeepsNormalization()) return true;
+  // Points that came normalised are in units of the given record: there its pairs are the identity.
+  if (data_.IsNormalized) {
+    SetNormalization(TPointNormalization(), result);
+  } else {
+    SetNormalization(NormalizationOf(given), result);
+  }
+  const bool converted = RenormalizeRPC(in_box, result);
+  SetNormalization(NormalizationOf(given), result);
+  return converted;
+}
+
+TRPCFitOutputReport ReportOf(const TFittedDegrees& fitted) {
+  TRPCFitOutputReport report;
+  report.order = DegreeOf(fitted.terms);
+  report.unknowns = static_cast<int>(2 * fitted.terms - 1);
+  report.rank = fitted.best.rank;
+  report.freedom = fitted.best.freedom;
+  report.ridge = fitted.best.ridge;
+  report.iterations = fitted.best.passes;
+  report.converged = fitted.best.converged;
+  report.leastDenominator = fitted.best.least_denominator;
+  return report;
+}
+
+void TRobustFit::Describe(const TRPCData& rpc, const TFittedDegrees& line, const TFittedDegrees& sample) {
+  report_->line = ReportOf(line);
+  report_->sample = ReportOf(sample);
+  report_->flat = flat_;
+  report_->coverage = CoverageOf(points_.fitted, ranges_, flat_);
+  report_->fitted = ResidualsOf(rpc, points_.fitted, data_.IsNormalized);
+  report_->check = ResidualsOf(rpc, {points_.check.data(), points_.check.size()}, data_.IsNormalized);
+  std::string& message = report_->message;
+  message = Zentarix::ssprintf(
+      "orders %d (line) and %d (sample) fitted to %zu points, residuals %.3g rms, %.3g at most", report_->line.order,
+      report_->sample.order, report_->fitted.count, report_->fitted.distance.rms, report_->fitted.distance.maximum);
+  if (report_->check.count > 0) {
+    message += Zentarix::ssprintf("; %zu check points %.3g rms, %.3g at most", report_->check.count,
+                                  report_->check.distance.rms, report_->check.distance.maximum);
+  }
+  if (flat_) message += "; all points share one height, the model holds there only";
+  if (report_->coverage < 0.5) {
+    message += Zentarix::ssprintf("; the points fill only %.0f %% of their box", 100.0 * report_->coverage);
+  }
+}
+
+}  // namespace
+
+bool FitRPC(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TRPCData* rpc, TRPCFitReport* report) {
+  TRPCFitReport own;
+  TRPCFitReport* const story = report != nullptr ? report : &own;
+  *story = TRPCFitReport();
+  return TRobustFit(data, options, story).Run(rpc);
+}
+
+}  // namespace SatCommonUtils
