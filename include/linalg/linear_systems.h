@@ -71,7 +71,8 @@ class ORBMATH_API TOverdefinedLinearSystem {
 };
 
 /// Solves A·x = b for a symmetric positive definite A, n x n with n the width of A, of which the upper triangle is
-/// read. \param x becomes n values. \return false, leaving `x` untouched, when a pivot is at most 1e-20.
+/// read. \param x becomes n values. \return false, leaving `x` untouched, when a pivot is at most
+/// `kSmallestCholeskyPivot` (raw_arrays.h).
 /// \throws std::runtime_error when A has fewer rows than columns or b fewer than n elements (a checked access).
 ORBMATH_API bool Cholesky(const TMatrix& A, const TVector& b, TVector& x);
 

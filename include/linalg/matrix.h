@@ -113,8 +113,8 @@ class ORBMATH_API TMatrix {
   std::string Output() const;
   /// Sends the debug name, when there is one, and then each row's `Output()` and "\n" to the debug print.
   void DebugOutput() const;
-  /// Sends a picture of the matrix to the debug print, one character an element between "|" and "|", below a line of
-  /// `GetWidth() + 2` "=", by the first rule that fits:
+  /// Sends a picture of the matrix to the debug print, one message a line, each with its "\n": `GetWidth() + 2` times
+  /// "=", and then each row between "|" and "|", one character an element by the first rule that fits:
   /// | element | character |
   /// |---|---|
   /// | zero | "0" with `show_zeros`, otherwise " " |
@@ -169,7 +169,8 @@ ORBMATH_API TVector operator*(const TMatrix& m, const TVector& v);
 ORBMATH_API TVector operator*(const TVector& v, const TMatrix& m);
 
 /// The product of `a` and `b` into `*c`, which may be one of them.
-/// \param poll called after each row of the result; its value is ignored. It must not be null.
+/// \param poll called after each row of the result, which stands in `*c` by then unless `c` is a factor; its value is
+/// ignored. It must not be null.
 ORBMATH_API void MatrixMultiplication(const TMatrix& a, const TMatrix& b, TMatrix* c, int (*poll)(void));
 
 }  // namespace SatCommonUtils

@@ -75,11 +75,12 @@ class ORBMATH_API TNonlinearSystem {
   /// \param parameters n pointers to blocks of the caller, which outlive the system; or null for blocks of the
   /// system's own.
   TNonlinearSystem(std::size_t n, TNonlinearEquation* equations, TDefaultEquationParameter** parameters);
-  /// Shares the parameter blocks, which the copy does not own: it is used only as long as their owner lives.
+  /// Shares the parameter blocks, which the copy does not own: it is used only as long as their owner lives and keeps
+  /// them, that is until another system is assigned to the owner.
   TNonlinearSystem(const TNonlinearSystem& other);
   /// The source has no equations afterwards.
   TNonlinearSystem(TNonlinearSystem&& other) noexcept;
-  /// By copy or move, as the constructors.
+  /// By copy or move, as the constructors. Assigned its own copy, a system keeps the blocks that both share.
   TNonlinearSystem& operator=(TNonlinearSystem other) noexcept;
   ~TNonlinearSystem();
 

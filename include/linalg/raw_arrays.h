@@ -17,6 +17,10 @@
 /// | `CholeskyMatrixInversion` | column of the inverse | yes | ignored |
 /// | `Gauss` | column, twice around the determinant, each element of x above the last | yes | 0.0 |
 ///
+/// What a poll is called for stands in the output by then. Rows and columns are made several at a time, and their polls
+/// come together after them; those of Aᵀ·A (`MultiplyATbyA`, `CalculateNormalMatrix`) come in one burst at the end,
+/// because all its elements grow together while the observations go by.
+///
 /// **Threads.** Products run as OpenMP loops over the rows of the result, shared out in equal runs over
 /// `ZxGetThreadsCount()` threads. Results do not depend on that number: every sum runs in index order. The output of
 /// a product must not be one of its inputs.
@@ -28,6 +32,10 @@
 #include "vector.h"
 
 namespace SatCommonUtils {
+
+/// A matrix counts as not positive definite when a pivot of its Cholesky factorisation is at most this, in the unit of
+/// its diagonal.
+inline constexpr double kSmallestCholeskyPivot = 1e-20;
 
 /// `rows` arrays of `columns` zeros.
 ORBMATH_API double** CreateMatrix(std::size_t columns, std::size_t rows);
@@ -71,10 +79,12 @@ ORBMATH_API void MatrixMultiplication(double** A, std::size_t rows, std::size_t 
 
 /// Solves A·x = b for a symmetric positive definite A by A = Uᵀ·U (any textbook, e.g. Golub and Van Loan, Matrix
 /// Computations, 4.2). Reads the upper triangle of A only; A and b stay.
-/// \param n size of the system. \return false when a pivot is at most 1e-20 or the poll cancels; `x` is then undefined.
+/// \param n size of the system. \return false when a pivot is at most `kSmallestCholeskyPivot` or the poll cancels; `x`
+/// is then undefined.
 ORBMATH_API bool Cholesky(double** A, double* b, double* x, std::size_t n, int (*poll)(void));
 /// The inverse of a symmetric positive definite matrix, of which the upper triangle is read.
-/// \param Ainv room for `n` x `n`. \return false, leaving `Ainv` alone, when a pivot is at most 1e-20.
+/// \param Ainv room for `n` x `n`. \return false, leaving `Ainv` alone, when a pivot is at most
+/// `kSmallestCholeskyPivot`.
 ORBMATH_API bool CholeskyMatrixInversion(double** A, double** Ainv, std::size_t n, int (*poll)(void));
 /// The same for objects, n being the width of `A`. `*Ainv` becomes n x n and may be `A` itself.
 /// \throws std::runtime_error when `A` has fewer rows than columns (a checked access).

@@ -8,6 +8,7 @@
 #include <cstddef>
 
 #include "linalg/aligned_buffer.h"
+#include "linalg/raw_arrays.h"
 
 namespace SatCommonUtils::kernels {
 
@@ -94,18 +95,25 @@ void MultiplySymmetric(const TProduct& product, TRows c);
 void FactorByVector(const TFactor& x, TTerm term, const double* weights, TRange range, std::size_t inner,
                     const double* v, double* y);
 
+/// How a factorisation ended. Only `Done` leaves a whole factor.
+enum class TFactorState {
+  Done,
+  NotPositive,  ///< A pivot was at most `kSmallestCholeskyPivot`.
+  Cancelled     ///< A poll ended the work.
+};
+
 /// Factors the upper triangle of `a` into the upper triangle of `u` (n x n), a = uᵀ·u.
 /// \param poll null, or called after each row; a non-zero result ends the work.
 /// \param u the rows of a `WorkMatrix`; nothing below the diagonal has a meaning afterwards.
-/// \return false when a pivot is at most 1e-20 or the poll ended the work; `u` is then incomplete.
-bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u);
+TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u);
 
 /// Solves uᵀ·u·x = b. \param y work space of n values. \param poll as above, after each element of both passes; the
 /// backward pass runs even when the forward pass was ended. \return false when a poll ended a pass.
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x);
 
 /// The inverse of uᵀ·u into `inverse` (n x n).
-void CholeskyInvert(TConstRows u, std::size_t n, TRows inverse);
+/// \param poll null, or called for each column once that is there; its result is ignored.
+void CholeskyInvert(TConstRows u, std::size_t n, TPoll poll, TRows inverse);
 
 /// What elimination does to the columns left of the pivot, which no later step reads.
 enum class TLeftColumns {

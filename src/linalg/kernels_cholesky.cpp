@@ -1,3 +1,6 @@
+// Cholesky's factorisation by panels of rows, and what follows from the factor: G. H. Golub, C. F. Van Loan, Matrix
+// Computations, 4th ed., 2013, 4.2.9 (blocked outer-product form). Every sum keeps the index order of the plain loops.
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -11,10 +14,10 @@ namespace SatCommonUtils::kernels {
 
 namespace {
 
-// A pivot at or below this means that the matrix is not positive definite.
-constexpr double kSmallestPivot = 1e-20;
 // Rows that are made one by one before the sums of all rows below take their terms together.
 constexpr std::size_t kPanelRows = 64;
+// Columns of the inverse that are made together: the widest strip of CombineRows at the widest vectors.
+constexpr std::size_t kInverseColumns = 48;
 
 bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
 
@@ -26,7 +29,7 @@ struct TPanelOfFactor {
   TRange rows;
   TPoll poll;
   TRows u;
-  bool* complete;
+  TFactorState* state;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
@@ -39,13 +42,18 @@ struct TPanelOfFactor {
       CombineRows<Width, TTerm::Plain>(factors, u + rows.first, i - rows.first,
                                        {first, (n + Width - 1) / Width * Width}, row);
       const double pivot = a[i][i] - row[i];
-      if (pivot <= kSmallestPivot) return;
+      if (pivot <= kSmallestCholeskyPivot) {
+        *state = TFactorState::NotPositive;
+        return;
+      }
       const double root = std::sqrt(pivot);
       row[i] = root;
       SubtractAndDivide<Width>(a[i], root, {i + 1, n}, row);
-      if (Stops(poll)) return;
+      if (Stops(poll)) {
+        *state = TFactorState::Cancelled;
+        return;
+      }
     }
-    *complete = true;
   }
 };
 
@@ -73,41 +81,47 @@ struct TForwardPass {
   }
 };
 
-// All columns of the inverse at once: row i of the right-hand sides takes the rows that are known already.
+// Some columns of the inverse at once: row i of the right-hand sides takes the rows that are known already. The columns
+// of a strip stay in the cache while all rows go by.
 struct TInversion {
   TConstRows u;
   std::size_t n;
+  TRange columns;
   TRows inverse;
   double* factors;
-  double* sums;
+  double* sums;  // n values, of which those of the columns are used
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     for (std::size_t i = 0; i < n; ++i) {
       for (std::size_t k = 0; k < i; ++k) factors[k] = u[k][i];
-      std::fill_n(sums, n, 0.0);
-      CombineRows<Width, TTerm::Plain>(factors, inverse, i, {0, n}, sums);
-      std::fill_n(inverse[i], n, 0.0);
-      inverse[i][i] = 1.0;
+      Sum<Width>(factors, inverse, i);
+      std::fill(inverse[i] + columns.first, inverse[i] + columns.last, 0.0);
+      if (columns.first <= i && i < columns.last) inverse[i][i] = 1.0;
       Finish<Width>(i);
     }
     for (std::size_t i = n; i-- > 0;) {
-      std::fill_n(sums, n, 0.0);
-      CombineRows<Width, TTerm::Plain>(u[i] + i + 1, inverse + i + 1, n - i - 1, {0, n}, sums);
+      Sum<Width>(u[i] + i + 1, inverse + i + 1, n - i - 1);
       Finish<Width>(i);
     }
   }
 
   template <int Width>
+  [[gnu::always_inline]] void Sum(const double* row_factors, TConstRows rows, std::size_t count) const {
+    std::fill(sums + columns.first, sums + columns.last, 0.0);
+    CombineRows<Width, TTerm::Plain>(row_factors, rows, count, columns, sums);
+  }
+
+  template <int Width>
   [[gnu::always_inline]] void Finish(std::size_t i) const {
-    SubtractAndDivide<Width>(inverse[i], u[i][i], {0, n}, sums);
-    std::copy_n(sums, n, inverse[i]);
+    SubtractAndDivide<Width>(inverse[i], u[i][i], columns, sums);
+    std::copy(sums + columns.first, sums + columns.last, inverse[i] + columns.first);
   }
 };
 
 }  // namespace
 
-bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
+TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
   std::vector<const double*> panel;
   std::vector<double*> below;
   for (std::size_t first = 0; first < n; first += kPanelRows) {
@@ -115,9 +129,9 @@ bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
     if (first == 0) {
       for (std::size_t i = 0; i < last; ++i) std::fill_n(u[i], n, 0.0);
     }
-    bool complete = false;
-    simd::Dispatch(TPanelOfFactor{a, n, {first, last}, poll, u, &complete});
-    if (!complete) return false;
+    TFactorState state = TFactorState::Done;
+    simd::Dispatch(TPanelOfFactor{a, n, {first, last}, poll, u, &state});
+    if (state != TFactorState::Done) return state;
     if (last == n) break;
     // The sums of the rows below take the terms of this panel.
     panel.clear();
@@ -128,7 +142,7 @@ bool CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
     product.add = first != 0;
     MultiplyUpper(product, {}, below.data(), TWorkspace(product));
   }
-  return true;
+  return TFactorState::Done;
 }
 
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x) {
@@ -142,9 +156,13 @@ bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, dou
   return complete;
 }
 
-void CholeskyInvert(TConstRows u, std::size_t n, TRows inverse) {
+void CholeskyInvert(TConstRows u, std::size_t n, TPoll poll, TRows inverse) {
   std::vector<double> factors(n), sums(n);
-  simd::Dispatch(TInversion{u, n, inverse, factors.data(), sums.data()});
+  for (std::size_t first = 0; first < n; first += kInverseColumns) {
+    const TRange columns{first, std::min(first + kInverseColumns, n)};
+    simd::Dispatch(TInversion{u, n, columns, inverse, factors.data(), sums.data()});
+    for (std::size_t j = columns.first; poll != nullptr && j < columns.last; ++j) poll();
+  }
 }
 
 }  // namespace SatCommonUtils::kernels

@@ -1,3 +1,6 @@
+// Elementary: Cramer's rule, and least squares by normal equations (G. H. Golub, C. F. Van Loan, Matrix Computations,
+// 4th ed., 2013, 5.3.2).
+
 #include "linalg/linear_systems.h"
 
 #include <algorithm>
@@ -89,7 +92,17 @@ bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n
   std::vector<double> right_side(n);
   const kernels::TTerm term = w == nullptr ? kernels::TTerm::Plain : kernels::TTerm::Times;
   kernels::FactorByVector({A}, term, w, {0, n}, m, l, right_side.data());
-  if (Cholesky(normal.GetRows(), right_side.data(), x, n, poll)) return true;
+  const WorkMatrix u(n, n);
+  switch (kernels::CholeskyFactor(normal.GetRows(), n, poll, u.GetRows())) {
+    case kernels::TFactorState::Done: {
+      std::vector<double> y(n);
+      return kernels::CholeskySolve(u.GetRows(), right_side.data(), n, poll, y.data(), x);
+    }
+    case kernels::TFactorState::Cancelled:
+      return false;
+    case kernels::TFactorState::NotPositive:
+      break;
+  }
   return kernels::Gauss(normal.GetRows(), right_side.data(), x, n, poll, kernels::TLeftColumns::Skip) != 0.0;
 }
 

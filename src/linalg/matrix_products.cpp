@@ -19,15 +19,19 @@ int NeverStop() { return 0; }
 }  // namespace
 
 void MatrixMultiplication(const TMatrix& a, const TMatrix& b, TMatrix* c, int (*poll)(void)) {
-  TMatrix product(b.GetWidth(), a.GetHeight());
+  // Polls may look at the rows that are done; a factor that is overwritten is needed to the end.
+  const bool overwrites = c == &a || c == &b;
+  TMatrix elsewhere;
+  TMatrix* const product = overwrites ? &elsewhere : c;
   // The sums run over the length of a row of `a`, which a caller may have set apart from the width.
   const std::size_t inner = a.GetHeight() == 0 ? 0 : a[0].GetSize();
   const std::vector<const double*> a_rows = RowPointers(a);
   const std::vector<const double*> b_rows = RowPointers(b);
-  const std::vector<double*> rows = RowPointers(&product);
+  product->Reset(b.GetWidth(), a.GetHeight());
+  const std::vector<double*> rows = RowPointers(product);
   const kernels::TProduct task{{a_rows.data(), true}, {b_rows.data()}, inner, a.GetHeight(), b.GetWidth()};
   kernels::MultiplyAndPoll(task, {0, a.GetHeight()}, rows.data(), kernels::TWorkspace(task), poll);
-  *c = std::move(product);
+  if (overwrites) *c = std::move(elsewhere);
 }
 
 TMatrix operator*(const TMatrix& a, const TMatrix& b) {

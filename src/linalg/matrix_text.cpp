@@ -53,20 +53,18 @@ void TMatrix::DebugOutput() const {
 }
 
 void TMatrix::DebugOutputPortrait(bool show_zeros, bool show_ones, bool show_signs) const {
-  std::string text(width_ + 2, '=');
-  text += '\n';
+  ZxPrintDbgMsg(std::string(width_ + 2, '=') + "\n");
   for (std::size_t i = 0; i < height_; ++i) {
-    text += '|';
+    std::string line = "|";
     for (std::size_t j = 0; j < width_; ++j) {
-      text += PortraitCharacter(rows_[i](j), show_zeros, show_ones, show_signs);
+      line += PortraitCharacter(rows_[i](j), show_zeros, show_ones, show_signs);
     }
-    text += "|\n";
+    ZxPrintDbgMsg(line + "|\n");
   }
-  ZxPrintDbgMsg(text);
 }
 
 bool TMatrix::PutToStream(TZxStream* stream) const {
-  if (GetElementsCount() == 0) return false;
+  if (stream == nullptr || GetElementsCount() == 0) return false;
   const std::size_t row_bytes = width_ * sizeof(double);
   for (std::size_t i = 0; i < height_; ++i) {
     if (stream->Write(rows_[i].GetData(), row_bytes) != row_bytes) return false;
@@ -75,6 +73,7 @@ bool TMatrix::PutToStream(TZxStream* stream) const {
 }
 
 bool TMatrix::SaveToXML(TZxXIniWriter* writer, std::string key) const {
+  if (writer == nullptr) return false;
   TZxXIniWriterSection section(writer, key);
   bool good = writer->WriteS<unsigned long long>(kWidthKey, width_);
   good = writer->WriteS<unsigned long long>(kHeightKey, height_) && good;
@@ -85,7 +84,7 @@ bool TMatrix::SaveToXML(TZxXIniWriter* writer, std::string key) const {
 }
 
 bool TMatrix::InitializeFromXML(TZxXIniReader* reader, std::string key) {
-  if (reader->FindF(key) == TZxXIniReader::npos) return false;
+  if (reader == nullptr || reader->FindF(key) == TZxXIniReader::npos) return false;
   const TZxXIniSection section(reader, key);
   if (!section) return false;
   const auto width = reader->ReadE<unsigned long long>(reader->FindFE(kWidthKey));

@@ -1,3 +1,7 @@
+// Newton's method on the full Jacobian, as Dennis and Schnabel, Numerical Methods for Unconstrained Optimization and
+// Nonlinear Equations, 1983, 5.1 (doi:10.1137/1.9781611971200), without their safeguards: hosts rely on the plain
+// steps.
+
 #include "linalg/nonlinear_system.h"
 
 #include <algorithm>
@@ -99,10 +103,12 @@ TNonlinearSystem::TNonlinearSystem(TNonlinearSystem&& other) noexcept
       owns_parameters_(std::exchange(other.owns_parameters_, false)) {}
 
 TNonlinearSystem& TNonlinearSystem::operator=(TNonlinearSystem other) noexcept {
+  // What comes may be a copy of this very system, which shares its blocks: they stay this system's then.
+  const bool shares = owns_parameters_ && other.n_ != 0 && other.parameters_[0] == parameters_[0];
   std::swap(n_, other.n_);
   std::swap(equations_, other.equations_);
   std::swap(parameters_, other.parameters_);
-  std::swap(owns_parameters_, other.owns_parameters_);
+  if (!shares) std::swap(owns_parameters_, other.owns_parameters_);
   return *this;
 }
 

@@ -15,6 +15,8 @@ namespace SatCommonUtils {
 
 namespace {
 
+using kernels::TFactorState;
+
 // Exchanges the rows of `matrix` until row i has its elements at `rows[i]`, for i below `n`.
 void OrderRows(const double* const* rows, std::size_t n, TMatrix* matrix) {
   for (std::size_t i = 0; i < n; ++i) {
@@ -38,7 +40,7 @@ double SolveInto(TVector& x, std::size_t n, const Solve& solve) {
 
 bool Cholesky(double** A, double* b, double* x, std::size_t n, int (*poll)(void)) {
   const WorkMatrix u(n, n);
-  if (!kernels::CholeskyFactor(A, n, poll, u.GetRows())) return false;
+  if (kernels::CholeskyFactor(A, n, poll, u.GetRows()) != TFactorState::Done) return false;
   std::vector<double> y(n);
   return kernels::CholeskySolve(u.GetRows(), b, n, poll, y.data(), x);
 }
@@ -47,7 +49,7 @@ bool Cholesky(const TMatrix& A, const TVector& b, TVector& x) {
   const std::size_t n = A.GetWidth();
   CheckSquareBlock(A, n);
   const WorkMatrix u(n, n);
-  if (!kernels::CholeskyFactor(RowPointers(A).data(), n, nullptr, u.GetRows())) return false;
+  if (kernels::CholeskyFactor(RowPointers(A).data(), n, nullptr, u.GetRows()) != TFactorState::Done) return false;
   if (b.GetSize() < n) ThrowIndexError();
   std::vector<double> y(n);
   TVector solution(n);
@@ -58,20 +60,19 @@ bool Cholesky(const TMatrix& A, const TVector& b, TVector& x) {
 
 bool CholeskyMatrixInversion(double** A, double** Ainv, std::size_t n, int (*poll)(void)) {
   const WorkMatrix u(n, n);
-  if (!kernels::CholeskyFactor(A, n, nullptr, u.GetRows())) return false;
-  kernels::CholeskyInvert(u.GetRows(), n, Ainv);
-  for (std::size_t j = 0; poll != nullptr && j < n; ++j) poll();
+  if (kernels::CholeskyFactor(A, n, nullptr, u.GetRows()) != TFactorState::Done) return false;
+  kernels::CholeskyInvert(u.GetRows(), n, poll, Ainv);
   return true;
 }
 
 bool CholeskyMatrixInversion(const TMatrix& A, TMatrix* Ainv, int (*poll)(void)) {
   const std::size_t n = A.GetWidth();
   CheckSquareBlock(A, n);
-  TMatrix inverse(n, n);
-  // The kernels only read these rows.
-  std::vector<const double*> rows = RowPointers(A);
-  if (!CholeskyMatrixInversion(const_cast<double**>(rows.data()), RowPointers(&inverse).data(), n, poll)) return false;
-  *Ainv = std::move(inverse);
+  const WorkMatrix u(n, n);
+  if (kernels::CholeskyFactor(RowPointers(A).data(), n, nullptr, u.GetRows()) != TFactorState::Done) return false;
+  // From here on A is not needed, which may be the matrix that is filled while polls look at it.
+  Ainv->Reset(n, n);
+  kernels::CholeskyInvert(u.GetRows(), n, poll, RowPointers(Ainv).data());
   return true;
 }
 

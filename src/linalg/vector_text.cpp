@@ -74,10 +74,11 @@ void TVector::DebugOutput(const char* title) const { DebugOutput(std::string(tit
 void TVector::DebugOutput(const std::string& title) const { ZxPrintDbgMsg(title + " " + Output() + "\r\n"); }
 
 bool TVector::SaveToXML(TZxXIniWriter* writer, std::string key) const {
-  return writer->WriteS<std::string>(key, GetString());
+  return writer != nullptr && writer->WriteS<std::string>(key, GetString());
 }
 
 bool TVector::InitializeFromXML(TZxXIniReader* reader, std::string key) {
+  if (reader == nullptr) return false;
   const std::size_t index = reader->FindF(key);
   if (index == TZxXIniReader::npos) return false;
   return ReadVectorText(reader->GetText(index), this);

@@ -101,7 +101,15 @@ TEST(Matrix, GoesThroughBuffersAndStreams) {
   EXPECT_FALSE(TMatrix(3, 0).PutToBuffer(flat) || TMatrix().PutToStream(&stream));
   const DebugCapture capture;
   MatrixOf({{0, 1, -2}, {3, 0, 1}}).DebugOutputPortrait(false, true, true);
-  EXPECT_EQ(capture.messages, std::vector<std::string>{"=====\n| 1-|\n|+ 1|\n"});
+  EXPECT_EQ(capture.messages, (std::vector<std::string>{"=====\n", "| 1-|\n", "|+ 1|\n"})) << "a message a line";
+}
+
+TEST(Matrix, HasNoFormWithoutReaderWriterOrStream) {
+  TMatrix matrix(2);
+  TVector vector(3);
+  EXPECT_FALSE(matrix.SaveToXML(nullptr, "m") || matrix.InitializeFromXML(nullptr, "m") || matrix.PutToStream(nullptr));
+  EXPECT_FALSE(vector.SaveToXML(nullptr, "v") || vector.InitializeFromXML(nullptr, "v"));
+  EXPECT_TRUE(matrix.GetWidth() == 2 && vector.GetSize() == 3);
 }
 
 // Sections as they come from hands and damaged disks.

@@ -136,5 +136,19 @@ TEST(MatrixProducts, SumOverVectorsAndMayOverwriteAFactor) {
   EXPECT_EQ(polls, 2u);
 }
 
+TMatrix watched;
+int WatchingPoll() {
+  EXPECT_NE(watched.GetElement(0, polls++), 0.0) << "a row is polled for before it stands in the result";
+  return 0;
+}
+
+TEST(MatrixProducts, StandInTheResultWhenTheirPollsCome) {
+  const TMatrix a = MatrixOf({{1, 2}, {3, 4}, {5, 6}});
+  polls = 0;
+  MatrixMultiplication(a, TMatrix(2), &watched, WatchingPoll);
+  EXPECT_EQ(polls, 3u);
+  EXPECT_EQ(RowsOf(watched), RowsOf(a));
+}
+
 }  // namespace
 }  // namespace orbmath_test

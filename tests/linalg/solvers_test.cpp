@@ -114,6 +114,34 @@ TEST(CholeskySolver, IsCancelledByItsPoll) {
   EXPECT_EQ(RowsOf(object), expected.Values());
 }
 
+// A poll that holds what has been made so far against the inverse.
+const Rows* known_inverse = nullptr;
+double** growing_inverse = nullptr;
+std::size_t ahead = 0;
+int CheckingPoll() {
+  const std::size_t column = static_cast<std::size_t>(asked++);
+  for (std::size_t i = 0; i < known_inverse->size(); ++i) {
+    EXPECT_EQ(growing_inverse[i][column], (*known_inverse)[i][column]) << "polled for before it is there";
+  }
+  ahead += growing_inverse[0][known_inverse->size() - 1] != kPoison;
+  return 1;
+}
+
+TEST(CholeskySolver, PollsForAColumnOfTheInverseOnceItIsThere) {
+  constexpr std::size_t kSize = 150;
+  Random random("cholesky polls");
+  RawMatrix a(NormalMatrix(&random, kSize, Kind::Normal)), whole(kSize, kSize), growing(kSize, kSize);
+  ASSERT_TRUE(CholeskyMatrixInversion(a.Get(), whole.Get(), kSize, nullptr));
+  const Rows inverse = whole.Values();
+  known_inverse = &inverse;
+  growing_inverse = growing.Get();
+  ArmPoll(0);
+  ahead = 0;
+  ASSERT_TRUE(CholeskyMatrixInversion(a.Get(), growing.Get(), kSize, CheckingPoll));
+  EXPECT_EQ(asked, static_cast<int>(kSize));
+  EXPECT_LT(ahead, kSize / 2) << "the polls follow their columns";
+}
+
 TEST(GaussSolver, HasTheBitsOfThePlainLoopsAndLeavesWhatTheyLeave) {
   Random random("gauss");
   for (const std::size_t n : kSizes) {

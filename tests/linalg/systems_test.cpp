@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "linalg/linear_systems.h"
 #include "linalg/nonlinear_system.h"
@@ -16,7 +18,8 @@ namespace {
 using namespace SatCommonUtils;
 
 int asked = 0;
-int StopAtThird() { return ++asked == 3 ? 1 : 0; }
+int stop_at = 0;
+int StopOnce() { return ++asked == stop_at ? 1 : 0; }
 
 TEST(LinearSystem, SolvesWithoutTouchingItself) {
   TLinearSystem system(MatrixOf({{2, 0}, {0, -4}}), TVector(4.0, 8.0, 0.0).GetSubVector(0, 2));
@@ -69,8 +72,18 @@ TEST(LeastSquares, FallsBackToEliminationAndReportsFailure) {
   EXPECT_DOUBLE_EQ(x[0], 2.0);
   EXPECT_DOUBLE_EQ(x[1], 3.0);
   EXPECT_FALSE(SolveOverdefined(singular.Get(), l, nullptr, x, 2, 2, nullptr));
-  asked = 0;
-  EXPECT_FALSE(SolveOverdefined(a.Get(), l, nullptr, x, 2, 3, StopAtThird)) << "cancelled in the solvers";
+  // Two rows of the normal matrix, then a failed pivot, two columns and so on of the elimination.
+  for (stop_at = 1; stop_at <= 5; ++stop_at) {
+    asked = 0;
+    EXPECT_FALSE(SolveOverdefined(a.Get(), l, nullptr, x, 2, 3, StopOnce)) << stop_at;
+    EXPECT_EQ(asked, stop_at);
+  }
+  // Two rows, two of the factor, two unknowns in either pass: a single "stop" counts wherever it comes.
+  RawMatrix regular(Rows{{2, 1}, {1, 3}, {0, 1}});
+  for (stop_at = 1; stop_at <= 9; ++stop_at) {
+    asked = 0;
+    EXPECT_EQ(SolveOverdefined(regular.Get(), l, nullptr, x, 2, 3, StopOnce), stop_at == 9) << stop_at;
+  }
   TVector solution;
   TOverdefinedLinearSystem(MatrixOf(tiny), TVector(3, l)).Solution(solution);
   EXPECT_DOUBLE_EQ(solution(1), 3.0);
@@ -112,6 +125,56 @@ double CircleDerivative(double* x, TDefaultEquationParameter* p) {
   return p->equation_index == 0 ? 2.0 * x[p->variable_index] : x[1 - p->variable_index];
 }
 bool Refuse(int step) { return step != 1; }
+std::vector<int> steps;
+bool Watch(int step) {
+  steps.push_back(step);
+  return true;
+}
+
+double Parabola(double* x, TDefaultEquationParameter*) { return x[0] * x[0] - 2.0; }
+double ParabolaDerivative(double* x, TDefaultEquationParameter*) { return 2.0 * x[0]; }
+
+// From 1 the steps to the root of 2 change x by 5e-1, 8e-2, 2e-3, 2e-6, 2e-12 and 0.
+TEST(NonlinearSystem, CountsTheStepsBeforeTheLast) {
+  TNonlinearEquation equation = Parabola, derivative = ParabolaDerivative;
+  TNonlinearEquation* derivatives[] = {&derivative};
+  const TNonlinearSystem system(1, &equation, nullptr);
+  double start = 1.0, x = kPoison;
+  TNonlinearSystemSolutionInfo info(1);
+  const struct {
+    double tolerance;
+    int most, iterations;
+    bool reached;
+  } cases[] = {{1e-12, 50, 5, true}, {1e-11, 50, 4, true}, {1e-11, 5, 4, true}, {1e-11, 4, 4, false},
+               {1e-1, 50, 1, true},  {1.0, 1, 0, true},    {1e-12, 2, 2, false}};
+  for (const auto& one : cases) {
+    TNonlinearSystemNewtonMethodParams params{derivatives, &start, one.tolerance, one.most, &info, Watch};
+    steps.clear();
+    EXPECT_EQ(system.Newton(&params, &x), one.reached) << one.tolerance;
+    EXPECT_EQ(info.GetIterations(), one.iterations) << one.tolerance << ' ' << one.most;
+    ASSERT_EQ(steps.size(), static_cast<std::size_t>(one.iterations + (one.reached ? 1 : 0)));
+    for (std::size_t i = 0; i < steps.size(); ++i) EXPECT_EQ(steps[i], static_cast<int>(i) + 1);
+  }
+}
+
+// Its own copy shares the blocks of parameters, which must outlive an assignment from it (address sanitizer).
+TEST(NonlinearSystem, KeepsItsBlocksWhenAssignedItsOwnCopy) {
+  TNonlinearEquation equation = Parabola, derivative = ParabolaDerivative;
+  TNonlinearEquation* derivatives[] = {&derivative};
+  double start = 1.0, x = kPoison;
+  TNonlinearSystemNewtonMethodParams params{derivatives, &start, 1e-12, 50, nullptr, nullptr};
+  TNonlinearSystem system(1, &equation, nullptr), empty;
+  const TNonlinearSystem& itself = system;
+  for (int way = 0; way < 4; ++way) {
+    TNonlinearSystem copy(system);
+    if (way == 0) system = itself;
+    if (way == 1) system = copy;
+    if (way == 2) system = std::move(copy);
+    if (way == 3) empty = itself;
+    EXPECT_TRUE((way == 3 ? empty : system).Newton(&params, &x)) << way;
+    EXPECT_DOUBLE_EQ(x, std::sqrt(2.0));
+  }
+}
 
 TEST(NonlinearSystem, ConvergesReportsAndObeysItsLimits) {
   static_assert(sizeof(TNonlinearSystemSolutionInfo) == 24 && sizeof(TNonlinearSystemNewtonMethodParams) == 44);
