@@ -28,6 +28,13 @@ namespace SatCommonUtils {
 class TZxXIniReader;
 class TZxXIniWriter;
 
+/// How far products of rows of a matrix may be from those of unit vectors for it to count as a rotation, dimensionless.
+inline constexpr double kRotationTolerance = 1e-6;
+/// Angle rates are defined where the cosine of pitch is greater than this in size.
+inline constexpr double kSmallestCosineOfPitch = 1e-8;
+/// Position and velocity span an orbital plane where the sine of the angle between them is no smaller than this.
+inline constexpr double kSmallestSineOfOrbit = 1e-12;
+
 /// Roll, pitch and yaw, radians.
 struct ORBMATH_API TAttitudeAngles {
   double roll = 0.0;
@@ -54,7 +61,7 @@ struct ORBMATH_API TAttitudeAngles {
   /// reproduces the matrix. Close to that every matrix is reproduced up to rounding, although the two angles are not
   /// each well defined.
   /// \return false, the angles untouched, when `matrix` is not 3 x 3 or not a rotation: a product of rows differs by
-  /// more than 1e-6 from that of unit vectors, or the determinant is not positive.
+  /// more than `kRotationTolerance` from that of unit vectors, or the determinant is not positive.
   bool SetMatrix(const TMatrix& matrix);
 
   /// The unit quaternion whose `R()` takes body components to orbital components, the transpose of `GetMatrix`.
@@ -90,7 +97,8 @@ ORBMATH_API TVector GetBodyRates(const TAttitudeAngles& angles, const TAttitudeA
 /// The angle rates that belong to an angular velocity in body components: the inverse of `GetBodyRates`.
 /// \param body_rates three elements, radians per second.
 /// \param angle_rates radians per second.
-/// \return false, `*angle_rates` untouched, when pitch is within 1e-8 of ±π/2, where they are not defined.
+/// \return false, `*angle_rates` untouched, when the cosine of pitch is at most `kSmallestCosineOfPitch` in size, so
+/// near to ±π/2 that they are not defined, and when `body_rates` has not three elements.
 ORBMATH_API bool GetAngleRates(const TAttitudeAngles& angles, const TVector& body_rates, TAttitudeAngles* angle_rates);
 
 /// Roll, pitch and yaw as polynomials of the time since an epoch.
@@ -134,8 +142,8 @@ ORBMATH_API bool operator!=(const TAttitudePolynomials& a, const TAttitudePolyno
 /// \param position, velocity three elements each, from the centre of the Earth in an inertial frame (metres, metres per
 /// second); for an Earth-fixed position add the cross product of the Earth's rotation with it to the velocity first.
 /// \param frame resized to 3 x 3.
-/// \return false, `*frame` untouched, when the two do not span a plane: one is 0, or the sine of the angle between them
-/// is below 1e-12.
+/// \return false, `*frame` untouched, when the two do not span a plane (one is 0, or the sine of the angle between them
+/// is below `kSmallestSineOfOrbit`), and when one has not three elements.
 ORBMATH_API bool GetOrbitalFrame(const TVector& position, const TVector& velocity, TMatrix* frame);
 
 }  // namespace SatCommonUtils

@@ -75,7 +75,7 @@ ORBMATH_API bool operator!=(const TPlaneVectors& a, const TPlaneCoefs& b);
 ///   count.
 ///
 /// \param out all coefficients 0 whenever the result is false.
-/// \return false for fewer than three points and when a point has not three elements.
+/// \return false for fewer than three points and when a point has not three finite elements.
 /// \throws std::runtime_error "TPlaneVectors::TPlaneVectors(const TVector& n, const TVector& p)" for three points on
 /// one line; `*out` stays untouched.
 ORBMATH_API bool EstimatePlaneCoefs(const std::vector<TVector>& points, TPlaneCoefs* out);

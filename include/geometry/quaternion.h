@@ -25,7 +25,8 @@ struct ORBMATH_API TQuaternion {
   /// (0, 0, 0, 0).
   TQuaternion() = default;
   TQuaternion(const double& scalar, const double& i, const double& j, const double& k);
-  /// \param v vector part; at least three elements, not checked.
+  /// \param v vector part; its first three elements count. \throws std::runtime_error
+  /// "double& TVector::operator[] (size_t index)" when it has fewer.
   TQuaternion(const double& scalar, const TVector& v);
   /// \param src four values in the order w, x, y, z.
   explicit TQuaternion(const double* src);
@@ -35,7 +36,8 @@ struct ORBMATH_API TQuaternion {
 
   /// Becomes (s, 0, 0, 0).
   TQuaternion& operator=(const double& s);
-  /// Becomes (0, v[0], v[1], v[2]); at least three elements, not checked.
+  /// Becomes (0, v[0], v[1], v[2]). \throws std::runtime_error when `v` has fewer elements, as the constructor; this
+  /// quaternion stays as it was then.
   TQuaternion& operator=(const TVector& v);
 
   /// The conjugate (w, -x, -y, -z).

@@ -2,8 +2,10 @@
 /// \file
 /// Viewing rays in space: where they meet an ellipsoid, a sphere or a plane, and the angle between them.
 ///
-/// A ray is an origin and a direction, vectors of three elements in the same frame and unit (metres, say). A function
-/// whose results go to pointers wants them non-null unless it says otherwise. Everything here is safe from any thread.
+/// A ray is an origin and a direction, vectors of three elements in the same frame and unit (metres, say). A vector of
+/// another size, such as the empty one that a missed ray gives, throws `std::runtime_error`
+/// "double& TVector::operator[] (size_t index)", or makes the result false where there is one. A function whose results
+/// go to pointers wants them non-null unless it says otherwise. Everything here is safe from any thread.
 /// Sources: elementary, but for the geodetic latitude, see there.
 
 #include "../frame/api.h"
@@ -59,7 +61,8 @@ ORBMATH_API void point_to_ray_normal(const TVector& point, const TVector& origin
 /// Where two rays from one apex meet a plane.
 /// \param hit1 where the first does.
 /// \param chord from there to where the second does.
-/// \return false, outputs untouched, when one of them does not (see `ray_and_plane_intersection`).
+/// \return false, outputs untouched, when one of them does not (see `ray_and_plane_intersection`) and for a vector that
+/// has not three elements.
 ORBMATH_API bool plane_and_sector_intersection(const TVector& planePoint, const TVector& planeNormal,
                                                const TVector& apex, const TVector& direction1,
                                                const TVector& direction2, TVector* hit1, TVector* chord);

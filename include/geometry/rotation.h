@@ -4,8 +4,8 @@
 ///
 /// All angles are radians. A matrix rotates column vectors counter-clockwise, seen from the tip of the axis. Every
 /// function writes into an existing 3 x 3 matrix, which is not resized.
-/// \throws std::runtime_error "double& TVector::operator[] (size_t index)" from those functions for a smaller matrix.
-/// They are safe from any thread. Source: elementary.
+/// A smaller matrix, also one to read from, throws `std::runtime_error` "double& TVector::operator[] (size_t index)".
+/// The functions are safe from any thread. Source: elementary.
 
 #include "../frame/api.h"
 #include "../linalg/matrix.h"
@@ -35,7 +35,7 @@ ORBMATH_API void RzyxGetR(const double& alpha, const double& beta, const double&
 /// The angles of a matrix that `RzyxGetR` made: beta in [-π/2, π/2], alpha and gamma in the range of `SinCosToAngle`.
 /// When the element (row 0, column 2) is 1 or more in size (gimbal lock: only alpha ± gamma is defined), alpha is 0,
 /// beta is ±π/2, and gamma reproduces the matrix.
-/// \param M at least 3 x 3, not checked.
+/// \param M at least 3 x 3.
 /// \param alpha, beta, gamma not null.
 ORBMATH_API void RzyxGetAlphaBetaGamma(const TMatrix& M, double* alpha, double* beta, double* gamma);
 

@@ -10,13 +10,10 @@
 
 #include "frame/zxstd/unset_mark.h"
 #include "geometry/rotation.h"
+#include "geometry/vector3.h"
 
 namespace SatCommonUtils {
 namespace {
-
-constexpr double kRotationTolerance = 1e-6;
-constexpr double kSmallestCosineOfPitch = 1e-8;
-constexpr double kSmallestSineOfOrbit = 1e-12;
 
 using Elementary = void (*)(const double&, TMatrix*);
 
@@ -120,6 +117,7 @@ TVector GetBodyRates(const TAttitudeAngles& angles, const TAttitudeAngles& angle
 }
 
 bool GetAngleRates(const TAttitudeAngles& angles, const TVector& body_rates, TAttitudeAngles* angle_rates) {
+  if (!AreVectors3(body_rates)) return false;
   const double sr = std::sin(angles.roll), cr = std::cos(angles.roll);
   const double cp = std::cos(angles.pitch);
   if (!(std::fabs(cp) > kSmallestCosineOfPitch)) return false;
@@ -158,6 +156,7 @@ bool operator==(const TAttitudePolynomials& a, const TAttitudePolynomials& b) {
 bool operator!=(const TAttitudePolynomials& a, const TAttitudePolynomials& b) { return !(a == b); }
 
 bool GetOrbitalFrame(const TVector& position, const TVector& velocity, TMatrix* frame) {
+  if (!AreVectors3(position, velocity)) return false;
   const TVector up = position.GetNormalized();
   const TVector normal = up ^ velocity.GetNormalized();
   const double sine = normal.Norma();

@@ -1,3 +1,5 @@
+// Elementary geometry of planes.
+
 #include "geometry/plane.h"
 
 #include <algorithm>
@@ -7,6 +9,7 @@
 
 #include "frame/zxstd/debug_output.h"
 #include "frame/zxstd/text.h"
+#include "geometry/vector3.h"
 #include "linalg/linear_systems.h"
 #include "linalg/matrix.h"
 #include "linalg/raw_arrays.h"
@@ -14,11 +17,11 @@
 namespace SatCommonUtils {
 namespace {
 
-bool IsNormalAndPoint(const TVector& n, const TVector& p) {
-  return n.GetSize() == 3 && p.GetSize() == 3 && n.Norma() != 0.0;
-}
+bool IsNormalAndPoint(const TVector& n, const TVector& p) { return AreVectors3(n, p) && n.Norma() != 0.0; }
 
-bool IsPoint(const TVector& p) { return p.GetSize() == 3; }
+bool IsPoint(const TVector& p) {
+  return AreVectors3(p) && std::isfinite(p(0)) && std::isfinite(p(1)) && std::isfinite(p(2));
+}
 
 bool SameElements(const TVector& a, const TVector& b) {
   return a.GetSize() == b.GetSize() && std::equal(a.GetData(), a.GetData() + a.GetSize(), b.GetData());

@@ -156,7 +156,7 @@ void AppendVertex(const xy_d& vertex, std::string* text) {
 const char* const kMifLongitudeLatitude = "Earth Projection 1, 104";
 
 bool WriteMIF(TZxStream* stream, const std::vector<TPolygon>& polygons, const std::string& coord_sys) {
-  if (!std::all_of(polygons.begin(), polygons.end(), IsWritable)) return false;
+  if (stream == nullptr || !std::all_of(polygons.begin(), polygons.end(), IsWritable)) return false;
   if (coord_sys.find_first_of(kLineEnds) != std::string::npos) return false;
   std::string text = "Version 300\nCharset \"Neutral\"\nDelimiter \",\"\nCoordSys " + coord_sys +
                      "\nColumns 1\n  Id Integer\nData\n\n";

@@ -15,6 +15,7 @@ constexpr const char* kVertexKey = "Vertex";
 }  // namespace
 
 bool TPolygon::SaveToXML(TZxXIniWriter* writer) const {
+  if (writer == nullptr) return false;
   bool written = true;
   for (const xy_d& vertex : vertices_)
     written = writer->WriteS<std::string>(kVertexKey, VertexToText(vertex)) && written;
@@ -22,6 +23,7 @@ bool TPolygon::SaveToXML(TZxXIniWriter* writer) const {
 }
 
 bool TPolygon::InitializeFromXML(TZxXIniReader* reader) {
+  if (reader == nullptr) return false;
   std::vector<xy_d> vertices;
   for (std::size_t i = reader->FindF(kVertexKey); i != TZxXIniReader::npos; i = reader->FindF(kVertexKey, i + 1)) {
     const std::string text = reader->Read<std::string>(i, std::string());

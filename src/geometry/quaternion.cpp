@@ -7,6 +7,7 @@
 #include "frame/zxstd/debug_output.h"
 #include "frame/zxstd/text.h"
 #include "geometry/matrix3.h"
+#include "linalg/checked_access.h"
 
 namespace SatCommonUtils {
 namespace {
@@ -30,7 +31,10 @@ TMatrix TransposedRotation(const TQuaternion& q) {
 TQuaternion::TQuaternion(const double& scalar, const double& i, const double& j, const double& k)
     : w(scalar), x(i), y(j), z(k) {}
 
-TQuaternion::TQuaternion(const double& scalar, const TVector& v) : TQuaternion(scalar, v(0), v(1), v(2)) {}
+TQuaternion::TQuaternion(const double& scalar, const TVector& v) {
+  if (v.GetSize() < 3) ThrowIndexError();
+  *this = TQuaternion(scalar, v(0), v(1), v(2));
+}
 
 TQuaternion::TQuaternion(const double* src) : TQuaternion(src[0], src[1], src[2], src[3]) {}
 

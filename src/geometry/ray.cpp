@@ -1,7 +1,12 @@
+// Elementary: quadratic equations along a ray, and the latitude by one step with the radius of curvature at the
+// latitude that the point would have without its height.
+
 #include "geometry/ray.h"
 
 #include <algorithm>
 #include <cmath>
+
+#include "geometry/vector3.h"
 
 namespace SatCommonUtils {
 namespace {
@@ -15,6 +20,7 @@ double ClampToUnit(double value) { return std::clamp(value, -1.0, 1.0); }
 
 void ray_and_ellipsoid_intersection_cartesian(const double& a, const double& b, const double& h, const TVector& origin,
                                               const TVector& direction, double* X, double* Y, double* Z) {
+  CheckVectors3(origin, direction);
   const double px = origin(0), py = origin(1), pz = origin(2);
   const double dx = direction(0), dy = direction(1), dz = direction(2);
   const double a2 = (a + h) * (a + h);
@@ -48,6 +54,7 @@ void ray_and_ellipsoid_intersection(const double& a, const double& b, const doub
 
 void ray_and_sphere_intersection(const double& R, const TVector& origin, const TVector& direction, double* X, double* Y,
                                  double* Z) {
+  CheckVectors3(origin, direction);
   const double k = origin * direction;
   const double t = -k - std::sqrt(R * R + k * k - origin * origin);
   *X = origin(0) + t * direction(0);
@@ -57,6 +64,7 @@ void ray_and_sphere_intersection(const double& R, const TVector& origin, const T
 
 TVector ray_and_plane_intersection(const TVector& origin, const TVector& direction, const TVector& planePoint,
                                    const TVector& planeNormal) {
+  CheckVectors3(origin, direction, planePoint, planeNormal);
   const double q = direction * planeNormal;
   if (q == 0.0) return TVector();
   const double t = (planePoint - origin) * planeNormal / q;
@@ -65,6 +73,7 @@ TVector ray_and_plane_intersection(const TVector& origin, const TVector& directi
 }
 
 void point_to_ray_normal(const TVector& point, const TVector& origin, const TVector& direction, TVector* out) {
+  CheckVectors3(point, origin, direction);
   const TVector w = point - origin;
   const double k = (w * direction) / (direction * direction);
   *out = k * direction - w;
@@ -73,6 +82,7 @@ void point_to_ray_normal(const TVector& point, const TVector& origin, const TVec
 bool plane_and_sector_intersection(const TVector& planePoint, const TVector& planeNormal, const TVector& apex,
                                    const TVector& direction1, const TVector& direction2, TVector* hit1,
                                    TVector* chord) {
+  if (!AreVectors3(planePoint, planeNormal, apex, direction1, direction2)) return false;
   const TVector first = ray_and_plane_intersection(apex, direction1, planePoint, planeNormal);
   const TVector second = ray_and_plane_intersection(apex, direction2, planePoint, planeNormal);
   if (!first || !second) return false;

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "geometry/matrix3.h"
+#include "linalg/checked_access.h"
 
 namespace SatCommonUtils {
 namespace {
@@ -65,6 +66,8 @@ void RzyxGetR(const double& alpha, const double& beta, const double& gamma, TMat
 }
 
 void RzyxGetAlphaBetaGamma(const TMatrix& M, double* alpha, double* beta, double* gamma) {
+  // The matrix itself checks columns only.
+  if (M.GetHeight() < 3) ThrowIndexError();
   const double sb = M(0, 2);
   if (std::fabs(sb) < 1.0) {
     *beta = std::asin(sb);

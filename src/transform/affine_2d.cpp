@@ -65,9 +65,8 @@ void Combine2DAffineParams(const T2DAffineParams& first, const T2DAffineParams& 
 }
 
 bool Invert2DAffineParams(const T2DAffineParams& src, T2DAffineParams* out) {
-  constexpr double kSmallestDeterminant = 1e-20;
   const double q = src.A2 * src.B1 - src.B2 * src.A1;  // the negated determinant
-  if (!(std::fabs(q) > kSmallestDeterminant)) return false;
+  if (!(std::fabs(q) > kSmallestAffineDeterminant)) return false;
   T2DAffineParams result;
   result.A1 = -(src.B2 / q);
   result.A2 = src.A2 / q;

@@ -147,6 +147,7 @@ TEST(Attitude, RatesAreTheDerivativesInTime) {
   }
   TAttitudeAngles rates(7, 7, 7);
   EXPECT_FALSE(GetAngleRates({0, kPi / 2, 0}, {0.1, 0.1, 0.1}, &rates));
+  for (const TVector& bad : {TVector(), TVector(2), TVector(4)}) EXPECT_FALSE(GetAngleRates({}, bad, &rates));
   EXPECT_EQ(rates, TAttitudeAngles(7, 7, 7));
 }
 
@@ -155,7 +156,7 @@ TEST(Attitude, OrbitalFrame) {
   TMatrix frame;
   ASSERT_TRUE(GetOrbitalFrame({7e6, 0, 0}, {100, 7500, 0}, &frame));
   EXPECT_TRUE(IsRotation(frame) && Near(frame.GetRow(0), TVector(0, 1, 0)) && Near(frame.GetRow(2), TVector(-1, 0, 0)));
-  for (const TVector& bad : {TVector(0, 0, 0), TVector(-1, 0, 0), TVector(NAN, 0, 1)}) {
+  for (const TVector& bad : {TVector(0, 0, 0), TVector(-1, 0, 0), TVector(NAN, 0, 1), TVector(), TVector(4)}) {
     TMatrix untouched(2);
     EXPECT_FALSE(GetOrbitalFrame({7e6, 0, 0}, bad, &untouched) || GetOrbitalFrame(bad, {7e6, 0, 0}, &untouched));
     EXPECT_EQ(untouched.GetWidth(), 2u);
@@ -196,6 +197,10 @@ TEST(Attitude, BadFormsLeaveItAlone) {
   TAttitudePolynomials law = Polynomials();
   EXPECT_FALSE(angles.InitializeFromXML(ReaderOf(xml).get(), "Law"));
   EXPECT_FALSE(law.InitializeFromXML(ReaderOf(xml).get(), "Law"));
+  EXPECT_TRUE(angles == before && law == Polynomials());
+  EXPECT_FALSE(angles.InitializeFromXML(nullptr) || angles.InitializeFromXML(nullptr, "Law"));
+  EXPECT_FALSE(law.InitializeFromXML(nullptr, "Law") || law.SaveToXML(nullptr, "Law"));
+  EXPECT_FALSE(angles.SaveToXML(nullptr) || angles.SaveToXML(nullptr, "Attitude"));
   EXPECT_TRUE(angles == before && law == Polynomials());
   angles.Invalidate();
   EXPECT_FALSE(static_cast<bool>(angles));

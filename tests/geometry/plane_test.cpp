@@ -89,6 +89,10 @@ TEST(Plane, NormalAndAlternativePoint) {
   TVector empty;
   EXPECT_THROW(plane.GetUnityPlaneNormal(&empty), std::runtime_error);
 
+  // Of equal components the first counts, whatever its sign: (-1, 0, -1) x (0, 1, 1) is along (1, 1, -1).
+  ASSERT_TRUE(TPlaneVectors({-1, 0, -1}, {1, 2, 3}).GetAlternativePlanePoint(std::sqrt(3.0), &out));
+  EXPECT_TRUE(Near(out, TVector(2, 3, 2)));
+
   orbmath_test::Random random("Plane.Alternative");
   for (int run = 0; run < 50; ++run) {
     const TVector n(random.Normal(1), run % 3 == 0 ? 0.0 : random.Normal(1), run % 7 == 0 ? 0.0 : random.Normal(1));
@@ -130,6 +134,15 @@ TEST(Plane, RefusedPoints) {
     TPlaneCoefs plane = kPoisoned;
     EXPECT_FALSE(EstimatePlaneCoefs(with_short, &plane));
     EXPECT_EQ(plane, TPlaneCoefs());
+  }
+  for (const double value : {static_cast<double>(NAN), static_cast<double>(INFINITY)}) {
+    for (std::size_t count = 3; count <= points.size(); ++count) {
+      std::vector<TVector> with_bad(points.begin(), points.begin() + static_cast<std::ptrdiff_t>(count));
+      with_bad[1] = TVector(1, value, 1);
+      TPlaneCoefs plane = kPoisoned;
+      EXPECT_FALSE(EstimatePlaneCoefs(with_bad, &plane)) << value << ' ' << count;
+      EXPECT_EQ(plane, TPlaneCoefs());
+    }
   }
   TPlaneCoefs plane;
   EXPECT_EQ(ThrownText([&] { EstimatePlaneCoefs({points[0], points[1], points[2]}, &plane); }), kNoPlane) << "a line";

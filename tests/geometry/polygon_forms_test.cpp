@@ -133,5 +133,12 @@ TEST(PolygonMif, MalformedFilesLeaveTheOutputAlone) {
   }
 }
 
+TEST(PolygonForms, ThereIsNoneWithoutReaderWriterOrStream) {
+  TPolygon polygon({{0, 0}, {1, 0}, {0, 1}});
+  EXPECT_FALSE(polygon.SaveToXML(nullptr) || TPolygon().SaveToXML(nullptr) || polygon.InitializeFromXML(nullptr));
+  EXPECT_FALSE(polygon.SaveToMIF(nullptr) || polygon.InitializeFromMIF(nullptr));
+  EXPECT_EQ(polygon.GetVertices().size(), 3u);
+}
+
 }  // namespace
 }  // namespace SatCommonUtils

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,11 @@ TEST(Quaternion, HoldsScalarFirst) {
   EXPECT_EQ(debug.messages, (std::vector<std::string>{q.Output() + "\n", "attitude " + q.Output() + "\n"}));
   EXPECT_EQ(q = 7.0, TQuaternion(7, 0, 0, 0));
   EXPECT_EQ(q = TVector(1, 2, 3), TQuaternion(0, 1, 2, 3));
+  for (const TVector& too_short : {TVector(), TVector(2)}) {
+    EXPECT_THROW(TQuaternion(1, too_short), std::runtime_error);
+    EXPECT_THROW(q = too_short, std::runtime_error);
+  }
+  EXPECT_EQ(q, TQuaternion(0, 1, 2, 3));
 }
 
 TEST(Quaternion, HamiltonsTable) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 
 #include "geometry/matchers.h"
 #include "support/bits.h"
@@ -140,6 +141,29 @@ TEST(Ray, ConvergenceAngle) {
     ASSERT_NEAR(angle_of_convergence(az1, el1, az1 * 180 / kPi, el1), 0.0, 1e-7);
     ASSERT_NEAR(GetConvergenceAngle(az1, el1, az1 + kPi, -el1), kPi, 1e-7);
   }
+}
+
+// A missed ray gives an empty vector, which callers hand on.
+TEST(Ray, VectorsOfTheWrongSizeAreRefused) {
+  const TVector good(1, 2, 3);
+  double x = kPoison, y = kPoison, z = kPoison;
+  for (const TVector& bad : {TVector(), TVector(2), TVector(4)}) {
+    TVector out = good, chord = good;
+    for (int place = 0; place < 5; ++place) {
+      const auto at = [&](int i) { return i == place ? bad : good; };
+      EXPECT_FALSE(plane_and_sector_intersection(at(0), at(1), at(2), at(3), at(4), &out, &chord));
+      if (place > 3) break;
+      EXPECT_THROW(ray_and_plane_intersection(at(0), at(1), at(2), at(3)), std::runtime_error);
+      if (place > 2) continue;
+      EXPECT_THROW(point_to_ray_normal(at(0), at(1), at(2), &out), std::runtime_error);
+      if (place > 1) continue;
+      EXPECT_THROW(ray_and_ellipsoid_intersection_cartesian(2, 1, 0, at(0), at(1), &x, &y, &z), std::runtime_error);
+      EXPECT_THROW(ray_and_ellipsoid_intersection(2, 1, 0, at(0), at(1), &x, &y, nullptr), std::runtime_error);
+      EXPECT_THROW(ray_and_sphere_intersection(1, at(0), at(1), &x, &y, &z), std::runtime_error);
+    }
+    EXPECT_TRUE(Near(out, good, 0.0) && Near(chord, good, 0.0));
+  }
+  EXPECT_TRUE(x == kPoison && y == kPoison && z == kPoison);
 }
 
 }  // namespace

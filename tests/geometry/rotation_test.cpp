@@ -98,7 +98,11 @@ TEST(Rotation, AnglesComeBack) {
 
 TEST(Rotation, SmallerMatricesAreRefused) {
   TMatrix narrow(2, 3), low(3, 2), empty;
-  for (TMatrix* m : {&narrow, &low, &empty}) EXPECT_THROW(RzyxGetR(0.1, 0.2, 0.3, m), std::runtime_error);
+  double alpha, beta, gamma;
+  for (TMatrix* m : {&narrow, &low, &empty}) {
+    EXPECT_THROW(RzyxGetR(0.1, 0.2, 0.3, m), std::runtime_error);
+    EXPECT_THROW(RzyxGetAlphaBetaGamma(*m, &alpha, &beta, &gamma), std::runtime_error);
+  }
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "frame/sat_data_container/string_tree.h"
 #include "linalg/raw_arrays.h"
 #include "support/bits.h"
+#include "support/failing_new.h"
 #include "support/random.h"
 #include "support/xml.h"
 
@@ -79,6 +80,18 @@ TEST(Polynome, TextsOfAllKinds) {
   for (const std::string& text : {std::string(), std::string("none"), "1;" + std::string(500, '7')}) {
     EXPECT_TRUE(!p.Initialize(text) && p == Rising({0}) && TPolynome(text) == p) << text;
   }
+}
+
+// Memory that is not there is asked for first, and the old coefficients freed afterwards.
+TEST(Polynome, KeepsItsCoefficientsWhenMemoryFails) {
+  TPolynome p = Rising({1, 2});
+  const TPolynome longer = Rising({1, 2, 3});
+  EXPECT_EQ(orbmath_test::RunWithoutMemory([&] { p.Reset(7); }), orbmath_test::MemoryOutcome::BadAlloc);
+  EXPECT_EQ(p, Rising({1, 2}));
+  EXPECT_EQ(orbmath_test::RunWithoutMemory([&] { p = longer; }), orbmath_test::MemoryOutcome::BadAlloc);
+  EXPECT_EQ(p, Rising({1, 2}));
+  EXPECT_EQ(orbmath_test::RunWithoutMemory([&] { p += longer; }), orbmath_test::MemoryOutcome::BadAlloc);
+  EXPECT_EQ(p, Rising({1, 2}));
 }
 
 // Elements of an array lie twelve bytes apart, so that every other pointer inside is on an odd multiple of four.
@@ -186,6 +199,7 @@ TEST(Polynome, HostileXmlLeavesItAlone) {
   EXPECT_FALSE(p.InitializeFromXML(ReaderOf(Xml("1", 2)).get(), "Q"));
   const auto reader = ReaderOf(Xml("-1", 2));
   EXPECT_EQ(ThrownText([&] { p.InitializeFromXML(reader.get(), "P"); }), "void TPolynome::Reset(int new_order)");
+  EXPECT_FALSE(p.InitializeFromXML(nullptr, "P") || p.SaveToXML(nullptr, "P") || p.WriteToTree(nullptr, 1, "P"));
   EXPECT_EQ(p, before);
   EXPECT_NE(reader->FindF("P"), TZxXIniReader::npos) << "back in the section where it was";
 }

@@ -83,6 +83,7 @@ TEST(FirstOrderRational, KeysComeBackBitForBit) {
   std::string broken = xml;
   broken.replace(broken.find("SampleDenom3"), 6, "Simple");
   EXPECT_FALSE(loaded.InitializeFromXML(orbmath_test::ReaderOf(broken).get()));
+  EXPECT_FALSE(loaded.InitializeFromXML(nullptr) || loaded.SaveToXML(nullptr));
   loaded.GetParams(&back);
   EXPECT_TRUE(SameBits(back.LineNum, params.LineNum, 16));
 }

@@ -62,5 +62,7 @@ TEST(Projective2DXml, ComesBackBitForBit) {
   loaded.C2 = kPoison;
   EXPECT_FALSE(InitializeFromXML(reader.get(), &loaded)) << "the keys are not in the outer section";
   EXPECT_FALSE(InitializeFromXML(reader.get(), "none", &loaded));
+  EXPECT_FALSE(InitializeFromXML(nullptr, &loaded) || InitializeFromXML(nullptr, "map", &loaded));
+  EXPECT_FALSE(SaveToXML(kMap, nullptr) || SaveToXML(kMap, nullptr, "map"));
   EXPECT_EQ(loaded.C2, kPoison);
 }

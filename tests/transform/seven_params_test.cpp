@@ -180,4 +180,9 @@ TEST(SevenParamsXml, ComesBackWithTheScaleLast) {
             "T7ParamsTransform::T7ParamsTransform(TZxXIniReader *src) failed");
   EXPECT_EQ(MessageOf([&] { T7ParamsTransform t(reader.get(), "none"); }),
             "T7ParamsTransform::T7ParamsTransform(TZxXIniReader *src, std::string Key) failed");
+  T7ParamsTransform transform;
+  EXPECT_FALSE(InitializeFromXML(nullptr, &loaded) || InitializeFromXML(nullptr, "datum", &loaded));
+  EXPECT_FALSE(SaveToXML(params, nullptr) || SaveToXML(params, nullptr, "datum"));
+  EXPECT_FALSE(transform.InitializeFromXML(nullptr) || transform.InitializeFromXML(nullptr, "datum"));
+  EXPECT_FALSE(transform.SaveToXML(nullptr) || transform.SaveToXML(nullptr, "datum"));
 }

@@ -51,9 +51,10 @@ bool VisitFields(const Fields& fields, Record& record, const Visit& visit) {
 }
 
 /// Reads a record whose every key is mandatory from the current section.
-/// \return false, `*out` untouched, when a key is missing or its text is no number.
+/// \return false, `*out` untouched, when a key is missing or its text is no number, and without a reader.
 template <class Fields, class Record>
 bool LoadFields(TZxXIniReader* reader, const Fields& fields, Record* out) {
+  if (reader == nullptr) return false;
   Record record = *out;
   try {
     VisitFields(fields, record, [reader](const std::string& key, double& value) {
@@ -84,9 +85,11 @@ bool LoadPresentFields(TZxXIniReader* reader, const Fields& fields, double unset
   return complete;
 }
 
-/// Writes every field of the table in its order. \return false as soon as one could not be written.
+/// Writes every field of the table in its order. \return false as soon as one could not be written, and without a
+/// writer.
 template <class Fields, class Record>
 bool SaveFields(TZxXIniWriter* writer, const Fields& fields, const Record& record) {
+  if (writer == nullptr) return false;
   return VisitFields(fields, record, [writer](const std::string& key, const double& value) {
     return writer->WriteS<double>(key, value);
   });
