@@ -39,10 +39,11 @@ class ORBMATH_API TRPCRefinementDataBase {
   /// Returns to the state of a new record: invalid for the affine kind, the identity for the others.
   virtual void Reset() = 0;
   /// Resets, then reads the parameters from the current section; a parameter whose key is missing keeps its reset
-  /// value. \param version not used by these records. \return true when every parameter was there.
+  /// value. \param version not used by these records. \return true when every parameter was there; false for a null
+  /// reader.
   virtual bool InitializeFromXML(TZxXIniReader* src, std::uint64_t version) = 0;
   /// Writes "RPCRefinementType", "RPCRefinementTypeName" and "Ver" (1), then the parameters.
-  /// \return false when something could not be written.
+  /// \return false when something could not be written, or for a null writer.
   virtual bool SaveToXML(TZxXIniWriter* dst) const;
   /// A new record of the same kind and values.
   virtual var_a<TRPCRefinementDataBase*> CreateCopyE() const = 0;

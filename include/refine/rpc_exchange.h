@@ -1,6 +1,7 @@
 #pragma once
 /// \file
-/// The exchange document: named images, each with an RPC record and an affine refinement, as one XML file.
+/// The exchange document: named images, each with an RPC record and an affine refinement, as one XML file. Where it is
+/// read, elements may carry the prefix of a namespace.
 
 #include <string>
 #include <vector>

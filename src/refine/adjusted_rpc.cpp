@@ -139,8 +139,8 @@ std::size_t TAdjustedRPC::CalculateLatLonArray(std::size_t count, const double* 
 
 bool TAdjustedRPC::InitializeFromXML(TZxXIniReader* src) {
   refinement_.reset();
-  if (!TRPC::InitializeFromXML(src)) return false;
-  if (src->FindF(kRefinementSection, 0) == TZxXIniReader::npos) return true;
+  if (src == nullptr || !TRPC::InitializeFromXML(src)) return false;
+  if (!HasSection(*src, kRefinementSection)) return true;
   return ReadSection(src, kRefinementSection, [&] {
     refinement_ = CreateRefinementFromXMLN(src);
     return static_cast<bool>(refinement_);
@@ -148,7 +148,7 @@ bool TAdjustedRPC::InitializeFromXML(TZxXIniReader* src) {
 }
 
 bool TAdjustedRPC::SaveToXML(TZxXIniWriter* dst) const {
-  if (!TRPC::SaveToXML(dst)) return false;
+  if (dst == nullptr || !TRPC::SaveToXML(dst)) return false;
   return !refinement_ || WriteSection(dst, kRefinementSection, [&] { return refinement_->SaveToXML(dst); });
 }
 

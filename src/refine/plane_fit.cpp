@@ -40,7 +40,7 @@ bool FormNormalEquations(TRPCRefinementTransformType type, const std::vector<TPl
       const std::size_t row = 2 * i + axis;
       for (std::size_t k = 0; k < unknowns; ++k) design[row][k] = equations.design[axis][parameters[k]];
       misfit[row] = equations.residual[axis];
-      weights[row] = tie.weight * tie.weight;
+      weights[row] = tie.root_weight * tie.root_weight;
     }
   }
   return NormalEquationsMatrix(design, weights, &normal->matrix) &&
@@ -78,8 +78,8 @@ TPlaneEquations EquationsAt(const TPlaneMap& map, const TPlaneTie& tie) {
 double SquaredResidual(const TPlaneMap& map, const TPlaneTie& tie) {
   const double x = tie.from[0], y = tie.from[1];
   const double w = Denominator(map, x, y);
-  const double dx = (tie.to[0] - (map[0] * x + map[1] * y + map[2]) / w) * tie.weight;
-  const double dy = (tie.to[1] - (map[3] * x + map[4] * y + map[5]) / w) * tie.weight;
+  const double dx = (tie.to[0] - (map[0] * x + map[1] * y + map[2]) / w) * tie.root_weight;
+  const double dy = (tie.to[1] - (map[3] * x + map[4] * y + map[5]) / w) * tie.root_weight;
   return dx * dx + dy * dy;
 }
 

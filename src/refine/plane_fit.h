@@ -19,7 +19,7 @@ constexpr TPlaneMap kIdentityMap = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0};
 struct TPlaneTie {
   double from[2];
   double to[2];
-  double weight;
+  double root_weight;
 };
 
 /// What a residual of a tie is, target minus map, and its derivatives by the eight parameters, negated.

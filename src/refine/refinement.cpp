@@ -96,7 +96,7 @@ var_a<TRPCRefinementDataBase*> TRPCRefinementNone::GetRefinementData() const {
   return make_var_a<TRPCRefinementDataNone>();
 }
 
-bool TRPCRefinementNone::InitializeFromXML(TZxXIniReader* /*src*/, std::uint64_t /*version*/) { return true; }
+bool TRPCRefinementNone::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) { return src != nullptr; }
 
 bool TRPCRefinementNone::IsUnity() const { return true; }
 

@@ -16,7 +16,7 @@ namespace {
 using refine::TPlaneFit;
 using refine::TPlaneMap;
 using refine::TPlaneTie;
-using refine::TRobustFit;
+using refine::TRobustPlaneFit;
 using TIndices = std::vector<std::size_t>;
 using Type = TRPCRefinementTransformType;
 
@@ -37,21 +37,29 @@ struct TFrame {
 
 /// Least and largest of both coordinates.
 struct TBox {
-  double least[2], largest[2];
+  double least[2] = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+  double largest[2] = {-std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
 
+  void Add(double line, double sample) {
+    least[0] = std::min(least[0], line), largest[0] = std::max(largest[0], line);
+    least[1] = std::min(least[1], sample), largest[1] = std::max(largest[1], sample);
+  }
   double HalfSide() const { return 0.5 * std::max(largest[0] - least[0], largest[1] - least[1]); }
   double Center(std::size_t axis) const { return 0.5 * (least[axis] + largest[axis]); }
   /// The square of the same centre that just holds the box.
   TBox Square() const {
     const double half = HalfSide();
-    return {{Center(0) - half, Center(1) - half}, {Center(0) + half, Center(1) + half}};
+    TBox square;
+    square.Add(Center(0) - half, Center(1) - half);
+    square.Add(Center(0) + half, Center(1) + half);
+    return square;
   }
 };
 
 /// A kind with its fit.
 struct TCandidate {
   Type type = Type::None;
-  TRobustFit robust;
+  TRobustPlaneFit robust;
   double corner_factor = 0.0;
 };
 
@@ -70,14 +78,15 @@ double TypicalSigma(const std::vector<TRefinementTie>& ties) {
   return *middle;
 }
 
+TBox BoxOf(const std::vector<TRefinementTie>& ties) {
+  TBox box;
+  for (const TRefinementTie& tie : ties) box.Add(tie.line, tie.sample);
+  return box;
+}
+
 TBox BoxOf(const std::vector<TPlaneTie>& ties, const TIndices& chosen) {
-  TBox box = {{ties[chosen[0]].from[0], ties[chosen[0]].from[1]}, {ties[chosen[0]].from[0], ties[chosen[0]].from[1]}};
-  for (const std::size_t i : chosen) {
-    for (std::size_t axis = 0; axis < 2; ++axis) {
-      box.least[axis] = std::min(box.least[axis], ties[i].from[axis]);
-      box.largest[axis] = std::max(box.largest[axis], ties[i].from[axis]);
-    }
-  }
+  TBox box;
+  for (const std::size_t i : chosen) box.Add(ties[i].from[0], ties[i].from[1]);
   return box;
 }
 
@@ -112,18 +121,14 @@ class TFitter {
 };
 
 TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options) : options_(options) {
-  for (const TRefinementTie& tie : ties) {
-    ties_.push_back({{tie.line, tie.sample}, {tie.measuredLine, tie.measuredSample}, tie.sigma});
-  }
-  const TBox box = BoxOf(ties_, AllOf(ties_.size()));
+  const TBox box = BoxOf(ties);
   frame_ = {{box.Center(0), box.Center(1)}, box.HalfSide() > 0.0 ? box.HalfSide() : 1.0};
   const double typical_sigma = TypicalSigma(ties);
-  for (TPlaneTie& tie : ties_) {
-    for (std::size_t axis = 0; axis < 2; ++axis) {
-      tie.from[axis] = frame_.ToFrame(tie.from[axis], axis);
-      tie.to[axis] = frame_.ToFrame(tie.to[axis], axis);
-    }
-    tie.weight = frame_.scale * typical_sigma / tie.weight;  // weighted residuals are pixels
+  ties_.reserve(ties.size());
+  for (const TRefinementTie& tie : ties) {
+    ties_.push_back({{frame_.ToFrame(tie.line, 0), frame_.ToFrame(tie.sample, 1)},
+                     {frame_.ToFrame(tie.measuredLine, 0), frame_.ToFrame(tie.measuredSample, 1)},
+                     frame_.scale * typical_sigma / tie.sigma});  // weighted residuals are pixels
   }
 }
 
@@ -146,9 +151,10 @@ bool TFitter::Fit(Type type, TCandidate* candidate) const {
   candidate->corner_factor = CornerFactor(*candidate, square);
   if (!(candidate->corner_factor <= kLargestCornerFactor)) return false;
   if (options_.lines > 0.0 && options_.samples > 0.0) {
-    candidate->corner_factor = CornerFactor(
-        *candidate, {{frame_.ToFrame(0.0, 0), frame_.ToFrame(0.0, 1)},
-                     {frame_.ToFrame(options_.lines - 1.0, 0), frame_.ToFrame(options_.samples - 1.0, 1)}});
+    TBox image;
+    image.Add(frame_.ToFrame(0.0, 0), frame_.ToFrame(0.0, 1));
+    image.Add(frame_.ToFrame(options_.lines - 1.0, 0), frame_.ToFrame(options_.samples - 1.0, 1));
+    candidate->corner_factor = CornerFactor(*candidate, image);
   }
   return true;
 }
@@ -204,7 +210,7 @@ bool TFitter::FitChosen(TCandidate* best, std::string* reason) const {
 }
 
 bool TFitter::FitAll(TCandidate* candidate) const {
-  TRobustFit& robust = candidate->robust;
+  TRobustPlaneFit& robust = candidate->robust;
   robust.inside = AllOf(ties_.size());
   if (!refine::FitPlaneMap(candidate->type, ties_, robust.inside, &robust.fit)) return false;
   const std::size_t equations = 2 * ties_.size(), unknowns = refine::FreeParameters(candidate->type);

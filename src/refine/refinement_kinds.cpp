@@ -17,7 +17,7 @@ bool IsKnownKind(TRPCRefinementTransformType type) {
 }
 
 bool SaveRefinementKeys(TZxXIniWriter* dst, TRPCRefinementTransformType type) {
-  return dst->WriteS<int>(kTypeKey, static_cast<int>(type)) &&
+  return dst != nullptr && dst->WriteS<int>(kTypeKey, static_cast<int>(type)) &&
          dst->WriteS<std::string>(kTypeNameKey, GetRPCRefinementTransformTypeName(type)) &&
          dst->WriteS<int>(kVersionKey, kVersion);
 }

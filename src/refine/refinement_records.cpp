@@ -43,6 +43,11 @@ void Append(const Fields& fields, const Record& record, std::vector<double>* val
   for (const auto& field : fields) values->push_back(record.*field.field);
 }
 
+bool AllSet(const Affine& record) {
+  return std::all_of(std::begin(kAffineFields), std::end(kAffineFields),
+                     [&record](auto& field) { return record.*field.field != kUnsetMark; });
+}
+
 void PrintRule() { ZxPrintDbgMsg(std::string(43, '-')); }
 
 template <class Record>
@@ -58,7 +63,7 @@ void TRPCRefinementDataNone::InitializeUnity() {}
 
 void TRPCRefinementDataNone::Reset() {}
 
-bool TRPCRefinementDataNone::InitializeFromXML(TZxXIniReader* /*src*/, std::uint64_t /*version*/) { return true; }
+bool TRPCRefinementDataNone::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) { return src != nullptr; }
 
 var_a<TRPCRefinementDataBase*> TRPCRefinementDataNone::CreateCopyE() const {
   return make_var_a<TRPCRefinementDataNone>(*this);
@@ -80,7 +85,7 @@ void TRPCRefinementDataShift::Reset() { TRPCRefinementDataShift::InitializeUnity
 
 bool TRPCRefinementDataShift::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) {
   Reset();
-  return LoadPresentFields(src, kShiftFields, kUnsetMark, this);
+  return src != nullptr && LoadPresentFields(src, kShiftFields, this);
 }
 
 bool TRPCRefinementDataShift::SaveToXML(TZxXIniWriter* dst) const {
@@ -122,8 +127,9 @@ void TRPCRefinementDataAffine::Reset() {
 
 bool TRPCRefinementDataAffine::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) {
   Reset();
-  const auto read = [this, src] { return LoadPresentFields(src, kAffineFields, kUnsetMark, this); };
-  if (src->FindF(kRawToRefinedSection, 0) == TZxXIniReader::npos) return read();
+  if (src == nullptr) return false;
+  const auto read = [this, src] { return LoadPresentFields(src, kAffineFields, this) && AllSet(*this); };
+  if (!HasSection(*src, kRawToRefinedSection)) return read();
   return ReadSection(src, kRawToRefinedSection, read);
 }
 
@@ -135,10 +141,7 @@ var_a<TRPCRefinementDataBase*> TRPCRefinementDataAffine::CreateCopyE() const {
   return make_var_a<TRPCRefinementDataAffine>(*this);
 }
 
-TRPCRefinementDataAffine::operator bool() const {
-  return type == Type::Affine && std::all_of(std::begin(kAffineFields), std::end(kAffineFields),
-                                             [this](auto& field) { return this->*field.field != kUnsetMark; });
-}
+TRPCRefinementDataAffine::operator bool() const { return type == Type::Affine && AllSet(*this); }
 
 bool TRPCRefinementDataAffine::IsUnity() const {
   TRPCRefinementDataAffine unity;
@@ -172,6 +175,7 @@ void TRPCRefinementDataProjective::Reset() { TRPCRefinementDataProjective::Initi
 
 bool TRPCRefinementDataProjective::InitializeFromXML(TZxXIniReader* src, std::uint64_t /*version*/) {
   Reset();
+  if (src == nullptr) return false;
   const auto read = [this, src] {
     try {
       matr.XIniLoadE(src, kMatrixKey);
@@ -180,7 +184,7 @@ bool TRPCRefinementDataProjective::InitializeFromXML(TZxXIniReader* src, std::ui
       return false;
     }
   };
-  if (src->FindF(kProjectiveSection, 0) == TZxXIniReader::npos) return read();
+  if (!HasSection(*src, kProjectiveSection)) return read();
   return ReadSection(src, kProjectiveSection, read);
 }
 

@@ -2,14 +2,14 @@
 #include <cmath>
 #include <cstddef>
 
-#include "refine/design_rows.h"
+#include "refine/estimation/design_rows.h"
 #include "refine/robust_fit.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
-using refine::kTerms;
+using estimation::kTerms;
 
 // Powers of (P, L, H) of each term, in the order of `TRPCData`.
 constexpr int kPowers[kTerms][3] = {{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 1}, {1, 1, 0}, {0, 1, 1}, {1, 0, 1},
@@ -77,7 +77,7 @@ bool ConvertOutput(const TChange (&variables)[3], const TChange& output, const d
 }  // namespace
 
 bool RenormalizeRPC(const TRPCData& from, TRPCData* to) {
-  if (!refine::HasUsableNormalization(from) || !refine::HasUsableNormalization(*to)) return false;
+  if (!estimation::HasUsableNormalization(from) || !estimation::HasUsableNormalization(*to)) return false;
   const TChange variables[3] = {ChangeOf(from.latOffset, from.latScale, to->latOffset, to->latScale),
                                 ChangeOf(from.longOffset, from.longScale, to->longOffset, to->longScale),
                                 ChangeOf(from.heightOffset, from.heightScale, to->heightOffset, to->heightScale)};

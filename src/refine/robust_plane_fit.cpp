@@ -111,11 +111,11 @@ struct TTest {
   }
 };
 
-TTest TestTie(TRPCRefinementTransformType type, const TRobustFit& current, const TPlaneTie& tie, bool is_inside,
+TTest TestTie(TRPCRefinementTransformType type, const TRobustPlaneFit& current, const TPlaneTie& tie, bool is_inside,
               double noise) {
   constexpr double kUntestable = 1e-6;  // share of its own residual that a tie has to leave visible
   const double square = SquaredResidual(current.fit.map, tie);
-  const double leverage = tie.weight * tie.weight * current.fit.VarianceAt(type, tie.from[0], tie.from[1]);
+  const double leverage = tie.root_weight * tie.root_weight * current.fit.VarianceAt(type, tie.from[0], tie.from[1]);
   const double freedom = 2.0 * static_cast<double>(current.inside.size()) - static_cast<double>(FreeParameters(type));
   if (!is_inside) return {square / ((1.0 + leverage) * (current.variance + noise * noise)), freedom};
   const double visible = 1.0 - leverage;
@@ -127,7 +127,7 @@ TTest TestTie(TRPCRefinementTransformType type, const TRobustFit& current, const
 }  // namespace
 
 bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
-                 TRobustFit* result) {
+                 TRobustPlaneFit* result) {
   constexpr int kMostRounds = 30;
   result->inside = AllOf(ties.size());
   result->standardized.assign(ties.size(), 0.0);

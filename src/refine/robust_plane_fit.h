@@ -10,7 +10,7 @@
 namespace SatCommonUtils::refine {
 
 /// A fit and what it says of every tie.
-struct TRobustFit {
+struct TRobustPlaneFit {
   TPlaneFit fit;
   std::vector<std::size_t> inside;   ///< ties that belong together, ascending
   std::vector<double> standardized;  ///< of every tie: residual in standard deviations of a good one; 0: no telling
@@ -20,7 +20,7 @@ struct TRobustFit {
 /// Fits `type` to the ties that belong together.
 /// \param noise floor of the standard deviation of a weighted residual. \return false when they determine no map.
 bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
-                 TRobustFit* result);
+                 TRobustPlaneFit* result);
 
 /// The probability that an F-distributed number with an even `numerator` and any `denominator` degrees of freedom is
 /// above `value`.

@@ -28,6 +28,26 @@ constexpr TKeyedField<Affine> kRefinementFields[] = {
     {"LineBias", &Affine::LineBias},     {"LineLine", &Affine::LineDrift},     {"LineSample", &Affine::LineTilt},
     {"SampleBias", &Affine::SampleBias}, {"SampleLine", &Affine::SampleDrift}, {"SampleSample", &Affine::SampleTilt}};
 
+/// The name without a namespace's prefix: other software may give the whole document one.
+std::string LocalName(const std::string& name) {
+  const std::size_t colon = name.rfind(':');
+  return colon == std::string::npos ? name : name.substr(colon + 1);
+}
+
+/// The first element at or after `*at` of that local name, or null. \param at receives its place.
+TZxXmlTagItem* FindElement(const TZxXmlTagItems& items, const std::string& name, std::size_t* at) {
+  for (; *at < items.size(); ++*at) {
+    TZxXmlTagItem* const element = items[*at].as_tag();
+    if (element != nullptr && LocalName(element->name) == name) return element;
+  }
+  return nullptr;
+}
+
+TZxXmlTagItem* FindElement(const TZxXmlTagItem& parent, const std::string& name) {
+  std::size_t at = 0;
+  return FindElement(parent.items, name, &at);
+}
+
 /// Goes through the content of an "image" element; `Element` is `TZxXmlTagItem` for both directions, which `step` and
 /// `enter` decide: `step(parent, name, value)` handles one number, `enter(parent, name)` gives the element of a group,
 /// or null to pass it over.
@@ -55,7 +75,7 @@ std::string NameFrom(const std::string& text) {
 }
 
 void ReadNumber(TZxXmlTagItem* parent, const std::string& name, double& value) {
-  const TZxXmlTagItem* element = parent->items.find_tag(name);
+  const TZxXmlTagItem* element = FindElement(*parent, name);
   if (element != nullptr) ParseDouble(element->items.get_text(), &value);
 }
 
@@ -80,9 +100,9 @@ void TCipherRPCImpExpDataItem::Reset() {
 bool TCipherRPCImpExpDataItem::InitializeFromXML(TZxXmlTagItem* image) {
   if (image == nullptr) return false;
   Reset();
-  if (const TZxXmlTagItem* element = image->items.find_tag(kNameTag)) name = NameFrom(element->items.get_text());
+  if (const TZxXmlTagItem* element = FindElement(*image, kNameTag)) name = NameFrom(element->items.get_text());
   VisitImage(image, *this, ReadNumber,
-             [](TZxXmlTagItem* parent, const std::string& group) { return parent->items.find_tag(group); });
+             [](TZxXmlTagItem* parent, const std::string& group) { return FindElement(*parent, group); });
   return true;
 }
 
@@ -104,16 +124,15 @@ bool TCipherRPCImpExpDataset::InitializeFromXML(const std::string& path) {
   TZxFileStream file;
   if (!file.Open(TZxPath(path), TZxOpenMode::Read)) return false;
   const var_a<TZxXmlTagItem*> root = ZxReadXml(&file);
-  return root && root->name == kRootTag && InitializeFromXML(root.get());
+  return root && LocalName(root->name) == kRootTag && InitializeFromXML(root.get());
 }
 
 bool TCipherRPCImpExpDataset::InitializeFromXML(TZxXmlTagItem* root) {
   if (root == nullptr) return false;
   std::vector<TCipherRPCImpExpDataItem> images;
-  for (std::size_t i = root->items.find_tag_f(kImageTag); i != TZxXmlTagItems::npos;
-       i = root->items.find_tag_f(kImageTag, i + 1)) {
+  for (std::size_t i = 0; TZxXmlTagItem* const image = FindElement(root->items, kImageTag, &i); ++i) {
     images.emplace_back();
-    images.back().InitializeFromXML(root->items[i].as_tag());
+    images.back().InitializeFromXML(image);
   }
   items.swap(images);
   return true;

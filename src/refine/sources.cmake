@@ -1,14 +1,19 @@
 target_sources(Orbmath PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/design_rows.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/estimation_steps.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/fit_residuals.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/inverted_rpc.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/point_block.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/rational_fit.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/ridge_spectrum.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/robust_fit.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation_with_callbacks.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/triangular_factor.cpp
   ${CMAKE_CURRENT_LIST_DIR}/adjusted_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/adjusted_rpc_export.cpp
   ${CMAKE_CURRENT_LIST_DIR}/adjusted_rpc_fold.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/design_rows.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/estimation_steps.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/fit_residuals.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/inverted_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/plane_fit.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/point_block.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rational_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_affine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_data.cpp
@@ -17,11 +22,6 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/refinement_projective.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_records.cpp
   ${CMAKE_CURRENT_LIST_DIR}/renormalize_rpc.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/ridge_spectrum.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/robust_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/robust_plane_fit.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rpc_estimation.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rpc_estimation_with_callbacks.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_exchange.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/triangular_factor.cpp
 )

@@ -205,6 +205,29 @@ TEST(AdjustedRPCXml, ComesBackByteForByte) {
   }
 }
 
+TEST(AdjustedRPCXml, AnItemThatIsCalledRefinementIsNone) {
+  for (const bool adjusted : {false, true}) {
+    const std::string xml = SavedXml([&](TZxXIniWriter* writer) {
+      writer->WriteS<std::string>("Refinement", "a remark");
+      Adjusted(orbmath_test::Shift(1, 2)).TRPC::SaveToXML(writer);
+      if (!adjusted) return;
+      TZxXIniWriterSection section(writer, "Refinement");
+      orbmath_test::Shift(1, 2).SaveToXML(writer);
+    });
+    TAdjustedRPC model(&kRecord, nullptr);
+    EXPECT_TRUE(model.InitializeFromXML(ReaderOf(xml).get()));
+    EXPECT_EQ(model.IsAdjusted(), adjusted);
+  }
+}
+
+TEST(AdjustedRPCXml, NullReadersAndWritersGiveFalse) {
+  TAdjustedRPC model = Adjusted(orbmath_test::Affine());
+  EXPECT_FALSE(model.SaveToXML(nullptr));
+  EXPECT_FALSE(model.InitializeFromXML(nullptr));
+  EXPECT_EQ(MessageOf([] { TAdjustedRPC m(static_cast<TZxXIniReader*>(nullptr)); }),
+            "TAdjustedRPC::TAdjustedRPC(TZxXIniReader *src)");
+}
+
 TEST(AdjustedRPCXml, ARefinementIsOptionalButMustBeSound) {
   TAdjustedRPC model = Adjusted(orbmath_test::Shift(1, 2));
   EXPECT_TRUE(model.InitializeFromXML(ReaderOf(XmlOf(TRPC(kRecord, nullptr))).get()));

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
+#include "refine/refinement.h"
 #include "refine/refinements.h"
 #include "support/debug_capture.h"
 #include "support/xml.h"
@@ -106,6 +108,34 @@ TEST(RefinementDataXml, EveryKindLoadsAgain) {
     EXPECT_EQ(*reader->GetKey(2), "Ver");
     EXPECT_EQ(reader->ReadKeyE<int>("Ver"), 1);
   }
+}
+
+TEST(RefinementDataXml, AShiftOfAnySizeLoadsAgain) {
+  const auto shift = orbmath_test::Shift(std::numeric_limits<double>::max(), -2.0);
+  const auto loaded = CreateRefinementDataFromXMLE(ReaderOf(XmlOf(shift)).get());
+  EXPECT_EQ(ValuesOf(*loaded), ValuesOf(shift));
+}
+
+TEST(RefinementDataXml, ItemsThatAreCalledAsSectionsAreNone) {
+  for (const auto& record : orbmath_test::OneOfEachKind()) {
+    const std::string xml = SavedXml([&](TZxXIniWriter* writer) {
+      for (const char* name : {"RawToRefined", "RefinedToRaw", "data"}) writer->WriteS<std::string>(name, "a remark");
+      record->SaveToXML(writer);
+    });
+    EXPECT_EQ(ValuesOf(*CreateRefinementDataFromXMLE(ReaderOf(xml).get())), ValuesOf(*record));
+  }
+}
+
+TEST(RefinementDataXml, NullReadersAndWritersGiveFalse) {
+  for (const auto& record : orbmath_test::OneOfEachKind()) {
+    const auto transform = CreateRefinementE(*record);
+    EXPECT_FALSE(record->SaveToXML(nullptr));
+    EXPECT_FALSE(transform->SaveToXML(nullptr));
+    EXPECT_FALSE(record->InitializeFromXML(nullptr, 1));
+    EXPECT_FALSE(transform->InitializeFromXML(nullptr, 1));
+  }
+  EXPECT_FALSE(CreateRefinementDataFromXMLN(nullptr));
+  EXPECT_FALSE(CreateRefinementFromXMLN(nullptr));
 }
 
 TEST(RefinementDataXml, WithoutAVersionItIsAffine) {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "frame/zxstd/unset_mark.h"
@@ -128,6 +129,24 @@ TEST(RPCExchange, DocumentsOfOtherHandsAreRead) {
   EXPECT_EQ(item.rpc.lineOffset, kUnsetMark) << "no number";
   EXPECT_EQ(item.rpc.sampDenCoef[19], 4.0);
   ExpectSame(dataset.items[1], TCipherRPCImpExpDataItem());
+}
+
+TEST(RPCExchange, ANamespacePrefixIsPassedOver) {
+  TCipherRPCImpExpDataset dataset;
+  dataset.items = {Item("a"), Item("b")};
+  std::string text = TextOf(dataset);
+  for (std::size_t at = text.find("<DE_RPC"); at != std::string::npos; at = text.find('<', at + 1)) {
+    text.insert(at + (text[at + 1] == '/' ? 2 : 1), "de:");
+  }
+  text.insert(text.find("DE_RPC") + 6, " xmlns:de=\"urn:de\"");
+  const std::string path = (std::filesystem::temp_directory_path() / "orbmath_exchange_prefix.xml").string();
+  std::ofstream(path) << text;
+  TCipherRPCImpExpDataset loaded;
+  EXPECT_TRUE(loaded.InitializeFromXML(path)) << text.substr(0, 200);
+  std::filesystem::remove(path);
+  ASSERT_EQ(loaded.items.size(), 2u);
+  ExpectSame(loaded.items[0], dataset.items[0]);
+  ExpectSame(loaded.items[1], dataset.items[1]);
 }
 
 TEST(RPCExchange, WhatIsNoDocumentLeavesTheListAlone) {

@@ -69,20 +69,26 @@ bool LoadFields(TZxXIniReader* reader, const Fields& fields, Record* out) {
 }
 
 /// Reads the fields whose keys are there; the others keep their value.
-/// \return true when every key was there and held a number other than `unset`.
+/// \return true when every key was there and held a number, of whatever value.
 template <class Fields, class Record>
-bool LoadPresentFields(TZxXIniReader* reader, const Fields& fields, double unset, Record* out) {
+bool LoadPresentFields(TZxXIniReader* reader, const Fields& fields, Record* out) {
   bool complete = true;
   VisitFields(fields, *out, [&](const std::string& key, double& value) {
-    const double read = reader->Read<double>(reader->FindF(key, 0), unset);
-    if (read == unset) {
+    try {
+      value = reader->ReadE<double>(reader->FindFE(key, 0));
+    } catch (const TZxMessage&) {
       complete = false;
-    } else {
-      value = read;
     }
     return true;
   });
   return complete;
+}
+
+/// True when the current section has a child section `name`; an item of that name is none.
+inline bool HasSection(const TZxXIniReader& reader, const std::string& name) {
+  std::size_t index = reader.FindF(name, 0);
+  while (index != TZxXIniReader::npos && reader.GetText(index) != nullptr) index = reader.FindF(name, index + 1);
+  return index != TZxXIniReader::npos;
 }
 
 /// Writes every field of the table in its order. \return false as soon as one could not be written, and without a

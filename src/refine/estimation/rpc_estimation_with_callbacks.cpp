@@ -3,14 +3,14 @@
 #include <memory>
 
 #include "linalg/raw_arrays.h"
-#include "refine/estimation_steps.h"
+#include "refine/estimation/estimation_steps.h"
 #include "refine/rpc_estimation.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
-using namespace refine;
+using namespace estimation;
 
 // Pixels: an iteration that improves a root mean square by less did not improve it.
 constexpr double kSmallDecrease = 1e-10;

@@ -1,11 +1,11 @@
-#include "refine/design_rows.h"
+#include "refine/estimation/design_rows.h"
 
 #include <algorithm>
 
 #include "linalg/simd.h"
 #include "rpc/polynomial_kernel.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 namespace {
 
@@ -160,4 +160,4 @@ void AddNormalProducts(const TDesignRows& rows, TNormalSums* sums) {
   simd::Dispatch(TAddProducts{rows, sums->values});
 }
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

@@ -3,9 +3,9 @@
 
 #include <cstddef>
 
-#include "refine/design_rows.h"
+#include "refine/estimation/design_rows.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 /// R and q of the rows so far; Q is never formed.
 struct TTriangularFactor {
@@ -33,4 +33,4 @@ void TakeUpRows(TDesignRows* rows, TTriangularFactor* factor);
 /// (N. Higham, "Accuracy and Stability of Numerical Algorithms", chapter 10). Columns keep their places.
 TTriangularFactor FactorOfNormalSums(const TNormalSums& sums, std::size_t unknowns);
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

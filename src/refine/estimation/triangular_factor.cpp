@@ -1,4 +1,4 @@
-#include "refine/triangular_factor.h"
+#include "refine/estimation/triangular_factor.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 
 #include "linalg/simd.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 namespace {
 
@@ -107,4 +107,4 @@ TTriangularFactor FactorOfNormalSums(const TNormalSums& sums, std::size_t unknow
   return factor;
 }
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

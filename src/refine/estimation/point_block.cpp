@@ -1,4 +1,4 @@
-#include "refine/point_block.h"
+#include "refine/estimation/point_block.h"
 
 #include <algorithm>
 #include <cfloat>
@@ -7,7 +7,7 @@
 #include "frame/zxstd/unset_mark.h"
 #include "linalg/simd.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 namespace {
 
@@ -109,4 +109,4 @@ void LoadBlock(TPointSpan points, std::size_t first, const TPointNormalization* 
   Normalize(normalization->sample, block->sample);
 }
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

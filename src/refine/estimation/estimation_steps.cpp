@@ -1,11 +1,11 @@
-#include "refine/estimation_steps.h"
+#include "refine/estimation/estimation_steps.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "frame/zxstd/threads.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 namespace {
 
@@ -40,7 +40,7 @@ void ForBlocks(TPointSpan points, const TPointNormalization* normalization, cons
 bool TEstimationPoints::Set(const TRPCEstimationDataSet& data) {
   points_ = {data.Points.data(), data.Points.size()};
   computed_ = !data.IsNormalized;
-  if (points_.count < kMinCubicPoints || !refine::AllFinite(points_)) return false;
+  if (points_.count < kMinCubicPoints || !estimation::AllFinite(points_)) return false;
   return !computed_ || NormalizationOfRanges(RangesOf(points_), &normalization_);
 }
 
@@ -108,4 +108,4 @@ void SetRecord(const TRationalPair& model, const TPointNormalization* normalizat
   if (normalization != nullptr) SetNormalization(*normalization, rpc);
 }
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <memory>
 
-#include "refine/design_rows.h"
-#include "refine/point_block.h"
+#include "refine/estimation/design_rows.h"
+#include "refine/estimation/point_block.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 constexpr std::size_t kFirstOrderUnknowns = 7;
 constexpr std::size_t kCubicUnknowns = 39;
@@ -63,4 +63,4 @@ bool AllFinite(const TRational& rational);
 /// Writes coefficients and, when there is one, the normalisation.
 void SetRecord(const TRationalPair& model, const TPointNormalization* normalization, TRPCData* rpc);
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

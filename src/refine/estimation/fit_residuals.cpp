@@ -1,15 +1,15 @@
-#include "refine/fit_residuals.h"
+#include "refine/estimation/fit_residuals.h"
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
 
-#include "refine/design_rows.h"
+#include "refine/estimation/design_rows.h"
 #include "rpc/longitude_turns.h"
 
 namespace SatCommonUtils {
 
-namespace refine {
+namespace estimation {
 
 namespace {
 
@@ -97,10 +97,10 @@ double CoverageOf(TPointSpan points, const TPointRanges& ranges, bool flat) {
   return static_cast<double>(number) / static_cast<double>(kParts * kParts * slabs);
 }
 
-}  // namespace refine
+}  // namespace estimation
 
 TRPCFitResiduals ResidualsOfRPC(const TRPCData& rpc, const std::vector<TRPCEstimationPoint>& points, bool normalized) {
-  return refine::ResidualsOf(rpc, {points.data(), points.size()}, normalized);
+  return estimation::ResidualsOf(rpc, {points.data(), points.size()}, normalized);
 }
 
 }  // namespace SatCommonUtils

@@ -7,7 +7,7 @@
 #include "refine/rpc_estimation.h"
 #include "rpc/rpc_data.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 /// The least number of points for a cubic fit: one more than the 39 unknowns of an output.
 constexpr std::size_t kMinCubicPoints = 40;
@@ -62,4 +62,4 @@ struct TPointBlock {
 /// \param normalization null: the points are normalised already.
 void LoadBlock(TPointSpan points, std::size_t first, const TPointNormalization* normalization, TPointBlock* block);
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

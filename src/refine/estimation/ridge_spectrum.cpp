@@ -1,4 +1,4 @@
-#include "refine/ridge_spectrum.h"
+#include "refine/estimation/ridge_spectrum.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 
 #include "linalg/kernels.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 namespace {
 
@@ -159,4 +159,4 @@ double TRidgeSpectrum::Step(const double* distance, double ridge, double* step) 
   return std::sqrt(change_squares);
 }
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

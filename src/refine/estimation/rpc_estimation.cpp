@@ -4,13 +4,13 @@
 #include "linalg/matrix.h"
 #include "linalg/raw_arrays.h"
 #include "linalg/vector.h"
-#include "refine/estimation_steps.h"
+#include "refine/estimation/estimation_steps.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
-using namespace refine;
+using namespace estimation;
 
 // Below this largest correction of both outputs nothing moves any more.
 constexpr double kSmallCorrection = 1e-11;

@@ -4,9 +4,9 @@
 
 #include <cstddef>
 
-#include "refine/triangular_factor.h"
+#include "refine/estimation/triangular_factor.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 /// How many unknowns a ridge leaves free. The reference that the ridge pulls towards has seven fitted unknowns of its
 /// own; they are counted as the seven largest singular values, free whatever the ridge is.
@@ -69,4 +69,4 @@ class TRidgeSpectrum {
   double target_[kMaxUnknowns];  ///< the residuals with the opposite sign, along the left singular directions
 };
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

@@ -3,9 +3,9 @@
 
 #include <cstddef>
 
-#include "refine/point_block.h"
+#include "refine/estimation/point_block.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 constexpr std::size_t kTerms = 20;
 
@@ -62,4 +62,4 @@ struct TNormalSums {
 /// Adds the products of a block's rows: every sum goes on in the order of the rows.
 void AddNormalProducts(const TDesignRows& rows, TNormalSums* sums);
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

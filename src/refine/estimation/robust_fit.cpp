@@ -5,15 +5,15 @@
 #include <functional>
 
 #include "frame/zxstd/text.h"
-#include "refine/estimation_steps.h"
-#include "refine/fit_residuals.h"
-#include "refine/rational_fit.h"
+#include "refine/estimation/estimation_steps.h"
+#include "refine/estimation/fit_residuals.h"
+#include "refine/estimation/rational_fit.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
-using namespace refine;
+using namespace estimation;
 
 // One more than the unknowns of each degree, 1 to 3.
 constexpr std::size_t kTermsOf[] = {4, 10, 20};
@@ -68,9 +68,9 @@ struct TFittedDegrees {
 };
 
 // The fit of both outputs of one set of points.
-class TRobustFit {
+class TRecordFit {
  public:
-  TRobustFit(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TRPCFitReport* report)
+  TRecordFit(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TRPCFitReport* report)
       : data_(data), options_(options), report_(report), progress_(options.progress) {}
 
   bool Run(TRPCData* rpc) {
@@ -126,7 +126,7 @@ class TRobustFit {
   TPointNormalization box_;
 };
 
-bool TRobustFit::CheckInput(const TRPCData& rpc) {
+bool TRecordFit::CheckInput(const TRPCData& rpc) {
   if (options_.order < 0 || options_.order > 3) return Fail("the order is not 0, 1, 2 or 3");
   if (std::isnan(options_.ridge) || std::isinf(options_.ridge)) return Fail("the ridge is not finite");
   if (options_.holdOut == 1) return Fail("every point would be held out");
@@ -136,8 +136,8 @@ bool TRobustFit::CheckInput(const TRPCData& rpc) {
   for (const double weight : options_.weights) {
     if (!std::isfinite(weight) || weight < 0.0) return Fail("a weight is negative or not finite");
   }
-  if (!refine::AllFinite(TPointSpan{data_.Points.data(), data_.Points.size()}) ||
-      !refine::AllFinite(TPointSpan{options_.checkPoints.data(), options_.checkPoints.size()})) {
+  if (!estimation::AllFinite(TPointSpan{data_.Points.data(), data_.Points.size()}) ||
+      !estimation::AllFinite(TPointSpan{options_.checkPoints.data(), options_.checkPoints.size()})) {
     return Fail("a coordinate is not finite");
   }
   if (KeepsNormalization() && !HasUsableNormalization(rpc)) {
@@ -146,7 +146,7 @@ bool TRobustFit::CheckInput(const TRPCData& rpc) {
   return true;
 }
 
-void TRobustFit::SortPoints() {
+void TRecordFit::SortPoints() {
   const std::vector<TRPCEstimationPoint>& all = data_.Points;
   points_.check = options_.checkPoints;
   const TPointRanges ranges = RangesOf({all.data(), all.size()});
@@ -173,7 +173,7 @@ void TRobustFit::SortPoints() {
   for (double& weight : points_.root_weights) weight = std::sqrt(weight / mean);
 }
 
-bool TRobustFit::ChooseBox() {
+bool TRecordFit::ChooseBox() {
   const std::size_t least = kLeastPoints[std::max(options_.order, 1) - 1];
   const std::size_t count = points_.fitted.count;
   if (count < least) {
@@ -192,7 +192,7 @@ bool TRobustFit::ChooseBox() {
 }
 
 // The fit of one degree, tried in more than one way where one may fail.
-bool TRobustFit::FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best) {
+bool TRecordFit::FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best) {
   if (!FitRational(points, task, best)) return false;
   const auto try_again = [&] {
     TFitResult fit;
@@ -214,7 +214,7 @@ bool TRobustFit::FitOneDegree(const TFitPoints& points, TFitTask task, TFitResul
   return try_again();
 }
 
-bool TRobustFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted) {
+bool TRecordFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted) {
   TFitTask task = TaskFor(output);
   task.terms = kTermsOf[0];
   task.ridge = kFirstOrderRidge;
@@ -239,7 +239,7 @@ bool TRobustFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDeg
   return true;
 }
 
-bool TRobustFit::FitOutput(TOutput output, TFittedDegrees* fitted) {
+bool TRecordFit::FitOutput(TOutput output, TFittedDegrees* fitted) {
   const double* const roots = points_.root_weights.empty() ? nullptr : points_.root_weights.data();
   const TFitPoints all{points_.fitted, &box_, roots};
   if (all.points.count <= kMaxFactoredPoints) return FitDegrees(all, output, fitted);
@@ -270,7 +270,7 @@ bool TRobustFit::FitOutput(TOutput output, TFittedDegrees* fitted) {
   return FitRational(all, task, &fitted->best);
 }
 
-bool TRobustFit::MakeRecord(const TRational& line, const TRational& sample, const TRPCData& given,
+bool TRecordFit::MakeRecord(const TRational& line, const TRational& sample, const TRPCData& given,
                             TRPCData* result) const {
   TPointNormalization box = box_;
   const double center = box.longitude.GetOffset();
@@ -305,7 +305,7 @@ TRPCFitOutputReport ReportOf(const TFittedDegrees& fitted) {
   return report;
 }
 
-void TRobustFit::Describe(const TRPCData& rpc, const TFittedDegrees& line, const TFittedDegrees& sample) {
+void TRecordFit::Describe(const TRPCData& rpc, const TFittedDegrees& line, const TFittedDegrees& sample) {
   report_->line = ReportOf(line);
   report_->sample = ReportOf(sample);
   report_->flat = flat_;
@@ -332,7 +332,7 @@ bool FitRPC(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TR
   TRPCFitReport own;
   TRPCFitReport* const story = report != nullptr ? report : &own;
   *story = TRPCFitReport();
-  return TRobustFit(data, options, story).Run(rpc);
+  return TRecordFit(data, options, story).Run(rpc);
 }
 
 }  // namespace SatCommonUtils

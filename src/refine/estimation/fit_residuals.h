@@ -1,10 +1,10 @@
 #pragma once
 // Residuals of a record and where its points lie.
 
-#include "refine/point_block.h"
+#include "refine/estimation/point_block.h"
 #include "refine/robust_fit.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 /// See `ResidualsOfRPC`.
 TRPCFitResiduals ResidualsOf(const TRPCData& rpc, TPointSpan points, bool normalized);
@@ -15,4 +15,4 @@ double CoverageOf(TPointSpan points, const TPointRanges& ranges, bool flat);
 /// `longitude` moved by whole turns to within 180 degrees of `center`.
 double LongitudeNear(double center, double longitude);
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

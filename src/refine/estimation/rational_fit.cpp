@@ -1,4 +1,4 @@
-#include "refine/rational_fit.h"
+#include "refine/estimation/rational_fit.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 namespace {
 
@@ -314,4 +314,4 @@ bool FitRational(const TFitPoints& points, const TFitTask& task, TFitResult* res
   return TDampedFit(points, task).Run(result);
 }
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <functional>
 
-#include "refine/design_rows.h"
-#include "refine/point_block.h"
-#include "refine/ridge_spectrum.h"
+#include "refine/estimation/design_rows.h"
+#include "refine/estimation/point_block.h"
+#include "refine/estimation/ridge_spectrum.h"
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 /// Up to this many points the design matrix itself is factored, beyond it the normal matrix: with so many points the
 /// squared condition number costs less than 1e-4 pixels, and the fit takes half the time.
@@ -66,4 +66,4 @@ TRational AlgebraicFit(const TFitPoints& points, TOutput output, std::size_t ter
 /// \return false when `go_on` said so.
 bool FitRational(const TFitPoints& points, const TFitTask& task, TFitResult* result);
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation

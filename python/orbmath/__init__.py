@@ -1,0 +1,39 @@
+"""RPC sensor models in numpy arrays: ground to image, image to ground, several images, fits and corrections.
+
+Angles are degrees, heights metres above the ellipsoid, image coordinates pixels. Ground points are always
+(latitude, longitude, height), image points (line, sample), counted as the model's file counts them: whole numbers at
+pixel centres, unless its maker says otherwise.
+"""
+
+from importlib.metadata import PackageNotFoundError, version
+
+from .comparison import Comparison, compare
+from .fitting import FitReport, fit
+from .footprint import Footprint
+from .intersection import Intersection, intersect
+from .model import Location, Model
+from .refining import RefineReport, refine
+from .states import State
+from .threads import get_threads, set_threads
+
+try:
+    __version__ = version("orbmath")
+except PackageNotFoundError:  # a source tree that was never installed
+    __version__ = "0"
+
+__all__ = [
+    "Comparison",
+    "FitReport",
+    "Footprint",
+    "Intersection",
+    "Location",
+    "Model",
+    "RefineReport",
+    "State",
+    "compare",
+    "fit",
+    "get_threads",
+    "intersect",
+    "refine",
+    "set_threads",
+]

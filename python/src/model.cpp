@@ -1,0 +1,272 @@
+// Models: from files, records and XML, and ground to image.
+
+#include "model.h"
+
+#include <nanobind/stl/optional.h>
+#include <nanobind/stl/pair.h>
+#include <nanobind/stl/string.h>
+#include <nanobind/stl/vector.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+#include "arrays.h"
+#include "frame/zxstd/message.h"
+#include "frame/zxstd/stream.h"
+#include "frame/zxstd/xini_reader.h"
+#include "frame/zxstd/xini_writer.h"
+#include "rpc/rpc_fields.h"
+
+namespace orbmath_python {
+
+using namespace SatCommonUtils;  // NOLINT(google-build-using-namespace): a source file of its host
+
+namespace {
+
+var_a<TRPC*> BuildModel(const TRPCFile& file) {
+  if (file.xml.empty()) return make_var_a<TRPC>(file.record, nullptr);
+  TZxStringStream stream(file.xml);
+  TZxXIniStreamReader reader(&stream);
+  if (file.form == TRPCFileForm::AdjustedXML) return make_var_a<TAdjustedRPC>(&reader);
+  return make_var_a<TRPC>(&reader);
+}
+
+void CopyImage(const TRPC& from, TRPC* to) {
+  TPolygon margin;
+  int width = 0;
+  int height = 0;
+  if (from.GetMargin(&margin)) to->SetMargin(margin);
+  if (from.GetRasterDims(&width, &height)) to->SetRasterDims(width, height);
+}
+
+// The record as a dictionary by the names of the text form, which the ecosystem knows: "LINE_OFF" ... "LINE_NUM_COEFF".
+std::string ListKey(const TRPCCoefficientField& field) {
+  const std::string key = field.textKey;  // "LINE_NUM_COEFF_"
+  return key.substr(0, key.size() - 1);
+}
+
+nb::dict RecordOf(const TModel& model) {
+  const TRPCData record = model.record();
+  nb::dict dict;
+  for (const TRPCScalarField& field : RPCScalarFields()) dict[field.textKey] = record.*field.value;
+  for (const TRPCCoefficientField& field : RPCCoefficientFields()) {
+    nb::list list;
+    for (const double value : record.*field.values) list.append(value);
+    dict[ListKey(field).c_str()] = list;
+  }
+  return dict;
+}
+
+nb::dict ExtrasOf(const TModel& model) {
+  const TRPCFileExtras& extras = model.extras();
+  nb::dict dict;
+  dict["satellite"] = extras.satelliteId;
+  dict["band"] = extras.bandId;
+  dict["bias_error"] = extras.biasError;
+  dict["random_error"] = extras.randomError;
+  return dict;
+}
+
+nb::object ValueOf(const nb::dict& dict, const std::string& key) {
+  if (!dict.contains(key.c_str())) throw std::invalid_argument(key + " is missing");
+  return dict[key.c_str()];
+}
+
+TModel ModelOf(const nb::dict& dict, std::optional<std::string> satellite, std::optional<std::string> band,
+               std::optional<double> biasError, std::optional<double> randomError,
+               std::optional<std::pair<int, int>> raster) {
+  TRPCData record;
+  for (const TRPCScalarField& field : RPCScalarFields()) {
+    record.*field.value = nb::cast<double>(ValueOf(dict, field.textKey));
+  }
+  for (const TRPCCoefficientField& field : RPCCoefficientFields()) {
+    const std::string key = ListKey(field);
+    const auto values = nb::cast<std::vector<double>>(ValueOf(dict, key));
+    if (values.size() != 20) {
+      throw std::invalid_argument(key + ": " + std::to_string(values.size()) + " numbers where 20 are needed");
+    }
+    std::copy(values.begin(), values.end(), record.*field.values);
+  }
+  return TModel::OfRecord(record, {std::move(satellite), std::move(band), biasError, randomError}, raster);
+}
+
+std::optional<std::pair<int, int>> RasterOf(const TModel& model) {
+  int width = 0;
+  int height = 0;
+  if (!model.rpc().GetRasterDims(&width, &height)) return std::nullopt;
+  return std::make_pair(width, height);
+}
+
+// The refinement as (kind, names, values), or none.
+nb::object RefinementOf(const TModel& model) {
+  const TAdjustedRPC* const adjusted = model.adjusted();
+  if (adjusted == nullptr) return nb::none();
+  const auto data = adjusted->GetRPCRefinementData();
+  std::vector<double> values;
+  data->GetParametersValues(&values);
+  return nb::make_tuple(GetRPCRefinementTransformTypeName(data->type), data->GetParametersNames(), values);
+}
+
+// A record in the text of a file form, for `save`.
+nb::bytes TextOf(const TModel& model, const std::string& form) {
+  TZxStringStream stream;
+  if (form == "xml") {
+    const std::string xml = model.ToXml();
+    return nb::bytes(xml.data(), xml.size());
+  }
+  if (model.adjusted() != nullptr) {
+    throw std::runtime_error("an adjusted model is more than a record: save it as XML, or save its plain()");
+  }
+  TRPCFileError error;
+  const TRPCFileForm kind = form == "rpb" ? TRPCFileForm::RPB : TRPCFileForm::Text;
+  if (!WriteRPCStream(&stream, "the model", kind, model.record(), model.extras(), TRPCTextErrors::Append, &error)) {
+    throw std::runtime_error(error.GetText());
+  }
+  const std::string text = stream.GetString();
+  return nb::bytes(text.data(), text.size());
+}
+
+nb::object Project(const TModel& model, nb::handle lat, nb::handle lon, nb::handle height) {
+  if (IsNumber(lat) && IsNumber(lon) && IsNumber(height)) {
+    double line, sample;
+    model.rpc().CalculateLineSample(AsNumber(lat), AsNumber(lon), AsNumber(height), &line, &sample, nullptr, nullptr);
+    return nb::make_tuple(line, sample);
+  }
+  const TBroadcast points({lat, lon, height});
+  const TNewArray line = NewArray(points.shape());
+  const TNewArray sample = NewArray(points.shape());
+  {
+    const nb::gil_scoped_release free;
+    model.rpc().CalculateLineSampleArray(points.size(), points[0], points[1], points[2], line.data, sample.data,
+                                         nullptr, nullptr);
+  }
+  return nb::make_tuple(ScalarOrArray(line.object), ScalarOrArray(sample.object));
+}
+
+// Line, sample, and the 2 x 3 derivatives of each point: rows line and sample, columns latitude, longitude, height.
+nb::object ProjectJacobian(const TModel& model, nb::handle lat, nb::handle lon, nb::handle height) {
+  const TBroadcast points({lat, lon, height});
+  const std::size_t count = points.size();
+  const TNewArray line = NewArray(points.shape());
+  const TNewArray sample = NewArray(points.shape());
+  const TNewArray jacobian = NewArray(points.shape() + nb::make_tuple(2, 3));
+  {
+    const nb::gil_scoped_release free;
+    std::vector<double> planes(6 * count);
+    double* rows[6];
+    for (std::size_t k = 0; k < 6; ++k) rows[k] = planes.data() + k * count;
+    model.rpc().CalculateLineSampleArray(count, points[0], points[1], points[2], line.data, sample.data, rows,
+                                         rows + 3);
+    for (std::size_t i = 0; i < count; ++i) {
+      for (std::size_t k = 0; k < 6; ++k) jacobian.data[6 * i + k] = rows[k][i];
+    }
+  }
+  return nb::make_tuple(ScalarOrArray(line.object), ScalarOrArray(sample.object), jacobian.object);
+}
+
+}  // namespace
+
+TModel::TModel(var_a<TRPC*> rpc, TRPCFileExtras extras) : rpc_(std::move(rpc)), extras_(std::move(extras)) {}
+
+TModel TModel::OfFile(const TRPCFile& file, const std::string& name) {
+  try {
+    return {BuildModel(file), file.extras};
+  } catch (const TZxMessage&) {
+    throw std::runtime_error(name + ": the record can be read, what stands beside it is damaged");
+  }
+}
+
+TModel TModel::Open(const std::string& path) {
+  TRPCFile file;
+  TRPCFileError error;
+  if (!ReadRPCFile(path, &file, &error)) throw std::runtime_error(error.GetText());
+  return OfFile(file, path);
+}
+
+TModel TModel::OfXml(const std::string& xml) {
+  TZxStringStream stream(xml);
+  TRPCFile file;
+  TRPCFileError error;
+  if (!ReadRPCStream(&stream, "the model's XML", &file, &error)) throw std::runtime_error(error.GetText());
+  return OfFile(file, "the model's XML");
+}
+
+TModel TModel::OfRecord(const TRPCData& record, TRPCFileExtras extras, std::optional<std::pair<int, int>> raster) {
+  if (!record) throw std::runtime_error("a number of the record is the mark for unset ones");
+  auto rpc = make_var_a<TRPC>(record, nullptr);
+  if (raster && !rpc->SetRasterDims(raster->first, raster->second)) {
+    throw std::invalid_argument("an image has at least one line and one sample");
+  }
+  return {rpc, std::move(extras)};
+}
+
+TModel TModel::Adjusted(const TModel& raw, const TRPCRefinementDataBase& refinement) {
+  try {
+    const TRPCData record = raw.record();
+    auto rpc = make_var_a<TAdjustedRPC>(&record, &refinement);
+    CopyImage(raw.rpc(), rpc.get());
+    return {rpc, raw.extras_};
+  } catch (const TZxMessage&) {
+    throw std::runtime_error("this refinement has no inverse");
+  }
+}
+
+std::string TModel::ToXml() const {
+  TZxStringStream stream;
+  TZxXIniStreamWriter writer(&stream);
+  const bool saved = rpc_->SaveToXML(&writer) && extras_.SaveToXML(&writer);
+  if (!writer.Close() || !saved) throw std::runtime_error("the model cannot be written as XML");
+  return stream.GetString();
+}
+
+TRPCData TModel::record() const {
+  TRPCData record;
+  rpc_->GetRPCData(&record);
+  return record;
+}
+
+const TAdjustedRPC* TModel::adjusted() const {
+  const auto* const adjusted = dynamic_cast<const TAdjustedRPC*>(rpc_.get());
+  return adjusted != nullptr && adjusted->IsAdjusted() ? adjusted : nullptr;
+}
+
+TModel TModel::Plain() const {
+  if (adjusted() == nullptr) return *this;
+  TRPCData record;
+  if (!adjusted()->ExportRefined(&record)) {
+    throw std::runtime_error("no plain model comes within 0.01 pixels of this refinement");
+  }
+  auto rpc = make_var_a<TRPC>(record, nullptr);
+  CopyImage(*rpc_, rpc.get());
+  return {rpc, extras_};
+}
+
+void DefineModel(nb::module_& module) {
+  nb::class_<TModel>(module, "Model")
+      .def_static("open", &TModel::Open, nb::arg("path"), nb::call_guard<nb::gil_scoped_release>())
+      .def_static(
+          "of_xml",
+          [](const nb::bytes& xml) {
+            return TModel::OfXml({xml.c_str(), xml.size()});
+          },
+          nb::arg("xml"))
+      .def_static("of_record", &ModelOf, nb::arg("record"), nb::arg("satellite").none(), nb::arg("band").none(),
+                  nb::arg("bias_error").none(), nb::arg("random_error").none(), nb::arg("raster").none(),
+                  nb::sig("def of_record(record: dict[str, typing.Any], satellite: str | None, band: str | None, "
+                          "bias_error: float | "
+                          "None, random_error: float | None, raster: tuple[int, int] | None) -> Model"))
+      .def("text", &TextOf, nb::arg("form"))
+      .def("record", &RecordOf, nb::sig("def record(self) -> dict[str, typing.Any]"))
+      .def("extras", &ExtrasOf, nb::sig("def extras(self) -> dict[str, typing.Any]"))
+      .def("raster", &RasterOf)
+      .def("refinement", &RefinementOf, nb::sig("def refinement(self) -> tuple[str, list[str], list[float]] | None"))
+      .def("plain", &TModel::Plain, nb::call_guard<nb::gil_scoped_release>())
+      .def("project", &Project, nb::arg("lat"), nb::arg("lon"), nb::arg("height"),
+           nb::sig("def project(self, lat: object, lon: object, height: object) -> tuple[typing.Any, typing.Any]"))
+      .def("project_jacobian", &ProjectJacobian, nb::arg("lat"), nb::arg("lon"), nb::arg("height"),
+           nb::sig("def project_jacobian(self, lat: object, lon: object, height: object)"
+                   " -> tuple[typing.Any, typing.Any, typing.Any]"));
+}
+
+}  // namespace orbmath_python
