@@ -11,3 +11,5 @@ need_packages "${BUILD_PACKAGES[@]}" "${RASTER_PACKAGES[@]}" "${TEST_PACKAGES[@]
 cmake --preset release >/dev/null
 cmake --build --preset release
 ctest --preset release --parallel "$(nproc)" "$@"
+# With arguments, which are ctest's, the Python package stays out.
+[ $# -gt 0 ] || bash scripts/test_python.sh

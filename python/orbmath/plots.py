@@ -105,7 +105,8 @@ def error_map(comparison: Comparison, level: int = 0, ax: Any = None) -> Any:
         Axes to draw into; new ones without.
     """
     ax = _axes(ax)
-    mesh = ax.pcolormesh(comparison.sample, comparison.line, comparison.distance[level], shading="nearest")
+    distance = comparison.distance[level]
+    mesh = ax.pcolormesh(comparison.sample, comparison.line, distance, shading="nearest", vmin=0)
     ax.figure.colorbar(mesh, ax=ax, label="distance, pixels")
     ax.set_title(f"at {comparison.height[level]:.0f} m")
     ax.set_xlabel("sample, pixels")

@@ -3,8 +3,9 @@
 import os
 from pathlib import Path
 
-import orbmath
 import pytest
+
+import orbmath
 
 EXAMPLES = Path(__file__).resolve().parents[2] / "examples" / "data"
 

@@ -2,6 +2,7 @@
 
 import numpy as np
 import pytest
+
 from orbmath import Model
 
 da = pytest.importorskip("dask.array")

@@ -1,8 +1,9 @@
 """Beside rasterio, xarray and matplotlib, where they are installed."""
 
 import numpy as np
-import orbmath
 import pytest
+
+import orbmath
 from orbmath import Model
 
 

@@ -5,8 +5,9 @@ import pickle
 from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
-import orbmath
 import pytest
+
+import orbmath
 from orbmath import Model, State
 
 #: A located point projects back within this many pixels.

@@ -3,8 +3,9 @@
 import csv
 
 import numpy as np
-import orbmath
 import pytest
+
+import orbmath
 from orbmath import Model, State
 
 #: What other programs' tables of real models are met within, pixels.
