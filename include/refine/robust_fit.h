@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// The fit of an RPC record that holds with few points, noisy points and any number of points.
+/// The fit of an RPC record that holds with few points, noisy points, bad points and any number of points.
 
 #include <cstddef>
 #include <string>
@@ -15,6 +15,21 @@ namespace SatCommonUtils {
 
 class TRPC;
 
+/// The share of bad points, of 60 points or more spread over the box, that cannot spoil a fit: what they say, in the
+/// image or on the ground, no matter by how much, moves its result no more than if they were not there. Of 100 points
+/// or more it is 0.3. Found by experiment, see docs/fitting.md, for models that a cubic polynomial follows
+/// more closely than the bad points are off, as it follows those of real sensors over their images. Of others, of
+/// points that lie so that few of them carry the model, and of bad ones that agree with each other, smaller numbers can
+/// do harm.
+constexpr double kRPCFitBreakdown = 0.2;
+
+/// What becomes of points that do not belong to the others.
+enum class TRPCBadPoints {
+  LeftOut,    ///< They are named and take no part.
+  Kept,       ///< They are named but take part.
+  NotSought,  ///< Nothing is tested: for points that are computed, whose residuals are the model's, not a blunder's.
+};
+
 /// What a caller may choose of a fit. The defaults choose from the points.
 struct ORBMATH_API TRPCFitOptions {
   /// Degree of the polynomials, 1, 2 or 3, or 0: the best of the three for each output, by cross-validation.
@@ -25,6 +40,8 @@ struct ORBMATH_API TRPCFitOptions {
   /// Weight of each point (1 / variance up to a common factor), 0 or above; empty: all the same. A point of weight 0
   /// takes no part and is not counted.
   std::vector<double> weights;
+  /// What becomes of bad points.
+  TRPCBadPoints badPoints = TRPCBadPoints::LeftOut;
   /// Each `holdOut`-th point (2 or above) is kept out of the fit and checks it; 0: none.
   std::size_t holdOut = 0;
   /// More points to check the fit with, in the units of the fitted ones.
@@ -73,8 +90,9 @@ struct TRPCFitReport {
   double coverage = 0.0;
   /// True: the points share one height, and the model holds there only.
   bool flat = false;
-  TRPCFitResiduals fitted;  ///< over the fitted points
-  TRPCFitResiduals check;   ///< over held-out and additional check points
+  std::vector<std::size_t> bad;  ///< places of bad points in the list, ascending
+  TRPCFitResiduals fitted;       ///< over the fitted points
+  TRPCFitResiduals check;        ///< over held-out and additional check points
   /// "not run", and in the end one sentence that a person can read.
   std::string message = "not run";
 };
@@ -98,10 +116,18 @@ struct TRPCFitReport {
 /// \return false for too few points, values that are not finite, a latitude, longitude, line or sample without spread,
 ///   unusable options, offsets or scales, or when the progress handler asked for a stop.
 ///
+/// Bad points, which do not belong to the others by what chance and the model's own misfit allow (six standard
+/// deviations of their residual, estimated from the others, and a ten-millionth of the image), are named and left out.
+/// What stands out from a resistant polynomial (least median of squares, then an M-estimate: P. Rousseeuw 1984,
+/// doi:10.1080/01621459.1984.10477105; P. Huber and E. Ronchetti, "Robust Statistics", 2009) is suspect; suspects are
+/// left out when the others fit much better without them, and every point is then tested against the fit of the others
+/// until none leaves or comes back. Without a bad point the result is that of the fit to all points, bit for bit. See
+/// `kRPCFitBreakdown`.
+///
 /// Time is linear in the points: up to 4,096 are fitted through a triangular factor of the design matrix (no squared
 /// condition number), more through their normal equations, started from a fit of 4,096 of them. Memory beyond the
-/// caller's 40 bytes a point: 24 bytes a point for the statistics, and 40 more with held-out or unused points.
-/// The result does not depend on threads, processor or earlier calls.
+/// caller's 40 bytes a point: 100 bytes a point while bad ones are sought, and 40 more with held-out, unused or bad
+/// points. The result does not depend on threads, processor or earlier calls.
 ORBMATH_API bool FitRPC(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TRPCData* rpc,
                         TRPCFitReport* report = nullptr);
 

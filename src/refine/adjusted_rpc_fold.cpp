@@ -242,7 +242,9 @@ bool FitAnew(const std::vector<TNode>& nodes, TRPCData* record) {
     set.Points.push_back(
         {node.p, node.l, node.h, lines.Initial2Normalized(node.line), samples.Initial2Normalized(node.sample)});
   }
-  return FitRPC(set, TRPCFitOptions(), record);
+  TRPCFitOptions options;
+  options.badPoints = TRPCBadPoints::NotSought;  // computed points have no blunders
+  return FitRPC(set, options, record);
 }
 
 }  // namespace

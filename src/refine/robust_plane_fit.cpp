@@ -11,6 +11,8 @@
 #include <numeric>
 #include <random>
 
+#include "refine/estimation/bad_points.h"
+#include "refine/estimation/portable_math.h"
 #include "refine/refinement_fit.h"
 
 namespace SatCommonUtils::refine {
@@ -18,14 +20,12 @@ namespace {
 
 using TIndices = std::vector<std::size_t>;
 
-/// Probability that a set of good ties loses one.
-constexpr double kLevel = 0.01;
 constexpr std::size_t kMostSubsets = 500;
 /// Ties that judge a subset's map; more say the same.
 constexpr std::size_t kMostJudges = 4096;
 
 /// Median of the squared length of a plane vector of two standard normal coordinates.
-const double kMedianOfSquares = 2.0 * std::log(2.0);
+constexpr double kMedianOfSquares = 1.3862943611198906;  // 2 ln 2
 
 TIndices AllOf(std::size_t count) {
   TIndices all(count);
@@ -87,7 +87,7 @@ bool FindStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& t
 /// The ties that lie near the start, in units of the spread that its median says.
 TIndices NearStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
                    const TPlaneMap& start, double median) {
-  const double level = -2.0 * std::log(kLevel);  // squared length that one good tie in a hundred exceeds
+  constexpr double level = 9.210340371976184;  // squared length that one good tie in a hundred exceeds: -2 ln 0.01
   const double spare = static_cast<double>(ties.size() - LeastRefinementPoints(type));
   const double small_sample = 1.0 + 5.0 / spare;
   const double variance = median / kMedianOfSquares * small_sample * small_sample + noise * noise;
@@ -103,12 +103,8 @@ struct TTest {
   double square = 0.0;
   double freedom = 0.0;
 
-  /// True when a good tie among `count` hardly ever gets so far: the tail of that F is (1 +
-  /// square/freedom)^(-freedom/2).
-  bool Rejects(std::size_t count) const {
-    if (!(freedom > 0.0)) return false;
-    return square > freedom * (std::pow(kLevel / static_cast<double>(count), -2.0 / freedom) - 1.0);
-  }
+  /// True when a good tie among `count` hardly ever gets so far.
+  bool Rejects(std::size_t count) const { return square > estimation::SquareBeyondChance(count, freedom); }
 };
 
 TTest TestTie(TRPCRefinementTransformType type, const TRobustPlaneFit& current, const TPlaneTie& tie, bool is_inside,
@@ -159,7 +155,7 @@ double FDistributionTail(std::size_t numerator, std::size_t denominator, double 
   // The regularized incomplete beta function I_t(a, b) with whole b is a finite sum.
   const double a = 0.5 * static_cast<double>(denominator);
   const double t = 1.0 / (1.0 + static_cast<double>(numerator) * value / static_cast<double>(denominator));
-  double term = std::pow(t, a);
+  double term = estimation::PortablePow(t, a);
   double sum = term;
   for (std::size_t k = 1; k < numerator / 2; ++k) {
     term *= (a + static_cast<double>(k) - 1.0) / static_cast<double>(k) * (1.0 - t);

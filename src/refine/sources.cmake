@@ -1,14 +1,17 @@
 target_sources(Orbmath PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/bad_points.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/design_rows.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/estimation_steps.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/fit_residuals.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/inverted_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/point_block.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/portable_math.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rational_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/ridge_spectrum.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/robust_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation_with_callbacks.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/suspects.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/triangular_factor.cpp
   ${CMAKE_CURRENT_LIST_DIR}/adjusted_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/adjusted_rpc_export.cpp

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -72,6 +73,36 @@ inline TPoints RandomPoints(const SatCommonUtils::TRPCData& record, std::size_t 
     }
   }
   return points;
+}
+
+/// Makes a share of the points bad, half of them in the image, half in latitude or longitude. \param size in pixels,
+/// also of those on the ground. \return their places, ascending.
+inline std::vector<std::size_t> Spoil(const SatCommonUtils::TRPCData& record, double share, double size, Random* random,
+                                      TPoints* points) {
+  const auto count = static_cast<std::size_t>(share * static_cast<double>(points->size()) + 0.5);
+  std::vector<std::size_t> bad;
+  while (bad.size() < count) {
+    const std::size_t place = random->Index(points->size());
+    if (std::find(bad.begin(), bad.end(), place) != bad.end()) continue;
+    SatCommonUtils::TRPCEstimationPoint& point = (*points)[place];
+    const double sign = random->Uniform(-1, 1) > 0 ? 1.0 : -1.0;
+    switch (bad.size() % 4) {
+      case 0:
+        point.Line += sign * size;
+        break;
+      case 1:
+        point.Lat += sign * size * record.latScale / record.lineScale;
+        break;
+      case 2:
+        point.Sample += sign * size;
+        break;
+      default:
+        point.Lon += sign * size * record.longScale / record.sampScale;
+    }
+    bad.push_back(place);
+  }
+  std::sort(bad.begin(), bad.end());
+  return bad;
 }
 
 /// Pixels between two models over 400 random points of the first one's box.

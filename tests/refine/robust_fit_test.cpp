@@ -146,8 +146,32 @@ TEST(FitRPC, CountsAPointAsItsWeightSays) {
   for (const std::size_t bad : {3u, 77u, 200u}) options.weights[bad] = 1e-12;
   ASSERT_TRUE(FitRPC(data, options, &fitted));
   EXPECT_LT(Distance(PushbroomRecord(), fitted).maximum, 0.01);
-  ASSERT_TRUE(FitRPC(data, TRPCFitOptions(), &fitted));
+  options = TRPCFitOptions();
+  options.badPoints = TRPCBadPoints::NotSought;
+  ASSERT_TRUE(FitRPC(data, options, &fitted));
   EXPECT_GT(Distance(PushbroomRecord(), fitted).maximum, 1.0);
+
+  // Two opinions on every line, a pixel apart: the one that weighs four times as much counts for four fifths.
+  options.order = 1;
+  data.Points = RandomPoints(PushbroomRecord(), 300, 0.0, &random);
+  TRPCData alone, both;
+  ASSERT_TRUE(FitRPC(data, options, &alone));
+  const TPoints once = data.Points;
+  options.weights.assign(300, 1.0);
+  for (TRPCEstimationPoint point : once) {
+    point.Line += 1.0;
+    data.Points.push_back(point);
+    options.weights.push_back(4.0);
+  }
+  ASSERT_TRUE(FitRPC(data, options, &both));
+  double shift = 0.0;
+  for (const TRPCEstimationPoint& p : once) {
+    double line[2], sample;
+    TRPC(alone, nullptr).CalculateLineSample(p.Lat, p.Lon, p.Height, &line[0], &sample, nullptr, nullptr);
+    TRPC(both, nullptr).CalculateLineSample(p.Lat, p.Lon, p.Height, &line[1], &sample, nullptr, nullptr);
+    shift += (line[1] - line[0]) / 300.0;
+  }
+  EXPECT_NEAR(shift, 0.8, 0.01);
 }
 
 TEST(FitRPC, ChecksItselfOnPointsThatItHasNotSeen) {

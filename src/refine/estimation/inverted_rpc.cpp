@@ -99,6 +99,7 @@ bool FitInvertedRPC(const TRPC& rpc, TRPCData* inverted, int gridSize, TZxProgre
   TRPCFitOptions options;
   options.progress = progress;
   options.order = 3;
+  options.badPoints = TRPCBadPoints::NotSought;  // computed points have no blunders
   if (!FitRPC(data, options, &result, story)) return false;
   *inverted = result;
   return true;

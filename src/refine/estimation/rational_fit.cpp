@@ -13,9 +13,6 @@ namespace {
 
 constexpr int kMaxPasses = 50;
 constexpr int kMaxRejections = 14;
-// Denominators count this much more in the penalty than numerators. A sensor's denominators are close to 1; giving a
-// deviation to the numerator first keeps noise from making poles.
-constexpr double kDenominatorWeight = 10.0;
 // A denominator below this, 1 being its value at the centre of the box, is a pole in the making.
 constexpr double kLeastDenominator = 0.02;
 // What a chosen ridge may fall by from one accepted step to the next, and what it rises by when a step is refused.
@@ -215,7 +212,7 @@ class TDampedFit {
     const double previous_squares = residual_squares_;
     std::copy_n(trial_, unknown_count_, accepted_);
     residual_squares_ = pass.residual_squares;
-    spectrum_ = std::make_unique<TRidgeSpectrum>(pass.factor);
+    spectrum_ = std::make_shared<TRidgeSpectrum>(pass.factor);
     Remember(pass);
     if (++accepted_steps_ > task_.first_steps && bound_ && residual_squares_ > kWorthwhile * previous_squares)
       return false;
@@ -262,6 +259,8 @@ class TDampedFit {
   void DescribeRidge() {
     result_.ridge = spectrum_->LargestSquare() > 0.0 ? ridge_ / spectrum_->LargestSquare() : 0.0;
     result_.freedom = spectrum_->FreedomAt(ridge_).trace;
+    result_.spectrum = spectrum_;
+    result_.absolute_ridge = ridge_;
   }
 
   void Distance(double* distance) const {
@@ -294,7 +293,7 @@ class TDampedFit {
   bool bound_ = false;  // the lower limit, not the score, chose the ridge
   int accepted_steps_ = 0;
   int refused_steps_ = 0;
-  std::unique_ptr<TRidgeSpectrum> spectrum_;
+  std::shared_ptr<const TRidgeSpectrum> spectrum_;
   TFitResult result_;
 };
 

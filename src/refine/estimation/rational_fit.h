@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 
 #include "refine/estimation/design_rows.h"
 #include "refine/estimation/point_block.h"
@@ -16,6 +17,10 @@ constexpr std::size_t kMaxFactoredPoints = 4096;
 
 /// Chosen ridges do not go below this share of the largest squared singular value: the square of rounding.
 constexpr double kLeastRidge = 1e-28;
+
+/// Denominators count this much more in the penalty than numerators. A sensor's denominators are close to 1; giving a
+/// deviation to the numerator first keeps noise from making poles.
+constexpr double kDenominatorWeight = 10.0;
 
 /// What a fit works on. All coordinates end up in [-1, 1].
 struct TFitPoints {
@@ -52,6 +57,10 @@ struct TFitResult {
   int rank = 0;
   int passes = 0;
   bool converged = false;
+  /// The linearised problem at the result, columns of the denominator measured in units of 1 / `kDenominatorWeight`,
+  /// and the ridge in its units.
+  std::shared_ptr<const TRidgeSpectrum> spectrum;
+  double absolute_ridge = 0.0;
 };
 
 /// The solution of N - observation · D = 0 in the least-squares sense: no good fit of noisy points, since each point

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "linalg/kernels.h"
+#include "refine/estimation/portable_math.h"
 
 namespace SatCommonUtils::estimation {
 
@@ -32,9 +33,8 @@ constexpr double kChance = 13.3;
 constexpr double kChancePower = 0.72;
 // Mean squared residual of normalised values that is rounding; keeps scores of perfect fits comparable.
 constexpr double kRoundingSquare = 1e-30;
-// The grid of ridges: powers of ten relative to the largest squared singular value.
-constexpr double kLargestExponent = 2.0;
-constexpr int kRidgesPerDecade = 4;
+// The grid of ridges, four a decade, begins here, relative to the largest squared singular value.
+constexpr double kLargestRidge = 100.0;
 
 void Rotate(double cosine, double sine, double* a, double* b) {
   const double old = *a;
@@ -55,7 +55,8 @@ double CautiousScore(double residual_squares, const TFreedom& freedom, std::size
   const double score = CrossValidationScore(residual_squares, freedom, points);
   const double redundancy = std::max(static_cast<double>(points) - freedom.trace, 1.0);
   if (redundancy >= kFewRedundant) return score;
-  return score * std::exp(kChance * (std::pow(redundancy, -kChancePower) - std::pow(kFewRedundant, -kChancePower)));
+  return score *
+         PortableExp(kChance * (PortablePow(redundancy, -kChancePower) - PortablePow(kFewRedundant, -kChancePower)));
 }
 
 TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
@@ -77,7 +78,8 @@ TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
         if (ab == 0.0 || std::fabs(ab) <= kOrthogonal * std::sqrt(aa) * std::sqrt(bb)) continue;
         rotated = true;
         const double cotangent = (bb - aa) / (2.0 * ab);
-        const double tangent = std::copysign(1.0, cotangent) / (std::fabs(cotangent) + std::hypot(1.0, cotangent));
+        const double tangent =
+            std::copysign(1.0, cotangent) / (std::fabs(cotangent) + std::sqrt(1.0 + cotangent * cotangent));
         const double cosine = 1.0 / std::sqrt(1.0 + tangent * tangent);
         const double sine = cosine * tangent;
         for (std::size_t k = 0; k < unknowns_; ++k) Rotate(cosine, sine, &a[k], &b[k]);
@@ -116,6 +118,17 @@ TFreedom TRidgeSpectrum::FreedomAt(double ridge) const {
   return freedom;
 }
 
+double TRidgeSpectrum::Leverage(const double* row, double ridge) const {
+  double leverage = 0.0;
+  for (std::size_t i = 0; i < directions_; ++i) {
+    if (singular_value_[i] <= kUndetermined * largest_) continue;
+    const double along = Along(i, row);
+    const double square = singular_value_[i] * singular_value_[i];
+    leverage += along * along / (singular_value_[i] >= least_of_reference_ ? square : square + ridge);
+  }
+  return leverage;
+}
+
 double TRidgeSpectrum::Along(std::size_t direction, const double* vector) const {
   return kernels::Dot(direction_[direction], vector, unknowns_);
 }
@@ -125,8 +138,8 @@ double TRidgeSpectrum::ChooseRidge(const double* distance, double least, std::si
   double seen[kMaxUnknowns];
   for (std::size_t i = 0; i < directions_; ++i) seen[i] = target_[i] + singular_value_[i] * Along(i, distance);
 
-  const double ratio = std::pow(10.0, -1.0 / kRidgesPerDecade);
-  double ridge = LargestSquare() * std::pow(10.0, kLargestExponent);
+  constexpr double ratio = 0.56234132519034908;  // 10 to the power -1 / 4
+  double ridge = LargestSquare() * kLargestRidge;
   double best_ridge = std::max(ridge, least);
   double best_score = std::numeric_limits<double>::infinity();
   for (; ridge > least * ratio; ridge *= ratio) {

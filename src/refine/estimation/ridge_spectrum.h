@@ -46,6 +46,9 @@ class TRidgeSpectrum {
   /// Singular values that are not rounding.
   int Rank() const;
   TFreedom FreedomAt(double ridge) const;
+  /// How much the fitted value of a point follows its observation, the point's row of the design matrix being one of
+  /// the factor's or as if it were: the diagonal of the influence matrix.
+  double Leverage(const double* row, double ridge) const;
 
   /// The ridge of the best score, on a grid of four a decade from 100 times `LargestSquare()` down to `least`.
   /// \param distance of the unknowns from where the ridge pulls them.

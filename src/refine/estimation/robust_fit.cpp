@@ -5,9 +5,11 @@
 #include <functional>
 
 #include "frame/zxstd/text.h"
+#include "refine/estimation/bad_points.h"
 #include "refine/estimation/estimation_steps.h"
 #include "refine/estimation/fit_residuals.h"
 #include "refine/estimation/rational_fit.h"
+#include "refine/estimation/suspects.h"
 
 namespace SatCommonUtils {
 
@@ -30,33 +32,45 @@ constexpr double kFlatNormalized = 1e-6;
 
 int DegreeOf(std::size_t terms) { return terms == 4 ? 1 : terms == 10 ? 2 : 3; }
 
-// A share of the work, told to the caller's handler as the work advances. Passes come without a known end, so each
-// takes a third of what is left.
+// A share of the work, told to the caller's handler as the work advances. How many fits there will be is not known, so
+// each takes four fifths of what is left; nor are their passes, of which each takes a third of what is left of its
+// part.
 class TProgress {
  public:
   explicit TProgress(TZxProgressHandler* handler) : handler_(handler) {}
-  void SetParts(int parts) { parts_ = parts; }
+  // The next fit, which has so many parts.
+  void NextFit(int parts) {
+    begin_ += share_;
+    share_ = 0.8 * (1.0 - begin_);
+    parts_ = parts;
+    part_ = -1;
+  }
   void NextPart() { part_ = std::min(part_ + 1, parts_ - 1); }
   bool AfterPass(int passes) {
     if (handler_ == nullptr) return true;
+    double left = 1.0;
+    for (int i = 0; i < passes; ++i) left *= 2.0 / 3.0;
     // A part that is tried again does not go back.
-    told_ = std::max(told_, (part_ + 1.0 - std::pow(2.0 / 3.0, passes)) / parts_);
+    told_ = std::max(told_, begin_ + share_ * (part_ + 1.0 - left) / parts_);
     return handler_->Progress(told_);
   }
   bool Finish() const { return handler_ == nullptr || handler_->Progress(1.0); }
 
  private:
   TZxProgressHandler* handler_;
+  double begin_ = 0.0;  // of the present fit
+  double share_ = 0.0;  // of the present fit
   int parts_ = 1;
   int part_ = -1;
   double told_ = 0.0;
 };
 
-// The points of a fit sorted into fitted ones and check points, without copies where all are fitted.
+// The points that a fit may take and those that check it, without copies where all may be fitted.
 struct TSortedPoints {
-  TPointSpan fitted;
+  TPointSpan candidates;
   std::vector<TRPCEstimationPoint> check;
   std::vector<double> root_weights;  // empty: all 1
+  std::vector<std::size_t> places;   // of the candidates in the caller's list; empty: the same
   std::vector<TRPCEstimationPoint> storage;
 };
 
@@ -67,7 +81,19 @@ struct TFittedDegrees {
   std::size_t terms = 0;  // of the best
 };
 
-// The fit of both outputs of one set of points.
+// A set of points with a fit to them.
+struct TSetFit {
+  TPointSpan points;
+  const double* root_weights = nullptr;  // null: all 1
+  TPointRanges ranges{};
+  bool flat = false;
+  TPointNormalization box;
+  TFittedDegrees line, sample;
+  std::vector<TRPCEstimationPoint> storage;
+  std::vector<double> weight_storage;
+};
+
+// The fit of both outputs, and the search for the points that do not belong to the others.
 class TRecordFit {
  public:
   TRecordFit(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TRPCFitReport* report)
@@ -76,22 +102,24 @@ class TRecordFit {
   bool Run(TRPCData* rpc) {
     if (!CheckInput(*rpc)) return false;
     SortPoints();
-    if (!ChooseBox()) return false;
-    progress_.SetParts(points_.fitted.count <= kMaxFactoredPoints ? 6 : 8);
-    TFittedDegrees line, sample;
-    if (!FitOutput(TOutput::Line, &line) || !FitOutput(TOutput::Sample, &sample)) return Fail("stopped by the caller");
+    TSetFit fit;
+    std::vector<char> is_bad(points_.candidates.count, 0);
+    if (!FitAllPoints(&fit)) return false;
+    if (options_.badPoints != TRPCBadPoints::NotSought && !LeaveOutBad(&fit, &is_bad)) return false;
     TRPCData result;
-    if (!MakeRecord(line.best.rational, sample.best.rational, *rpc, &result)) {
+    if (!MakeRecord(fit, *rpc, &result)) {
       return Fail("the fitted model cannot be expressed with the given offsets and scales");
     }
-    Describe(result, line, sample);
-    if (!progress_.Finish()) return Fail("stopped by the caller");
+    Describe(result, fit, is_bad);
+    if (!progress_.Finish()) return Fail(kStopped);
     report_->success = true;
     *rpc = result;
     return true;
   }
 
  private:
+  static constexpr const char* kStopped = "stopped by the caller";
+
   bool Fail(const std::string& message) {
     *report_ = TRPCFitReport();
     report_->message = message;
@@ -106,24 +134,28 @@ class TRecordFit {
   }
 
   bool KeepsNormalization() const { return data_.IsNormalized || options_.keepNormalization; }
+  std::size_t LeastPoints() const { return kLeastPoints[std::max(options_.order, 1) - 1]; }
+  const double* RootWeights() const { return points_.root_weights.empty() ? nullptr : points_.root_weights.data(); }
 
   bool CheckInput(const TRPCData& rpc);
   void SortPoints();
-  bool ChooseBox();
-  bool FitOutput(TOutput output, TFittedDegrees* fitted);
+  bool ChooseBox(TSetFit* fit);
+  bool FitAllPoints(TSetFit* fit);
+  bool FitWithout(const std::vector<char>& left_out, TSetFit* fit, bool* usable);
+  bool LeaveOutBad(TSetFit* fit, std::vector<char>* is_bad);
+  TStandardized Standardized(const TSetFit& fit, const std::vector<char>& left_out) const;
+  bool FitSet(TSetFit* fit);
+  bool FitOutput(const TFitPoints& all, TOutput output, TFittedDegrees* fitted);
   bool FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best);
   bool FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted);
-  bool MakeRecord(const TRational& line, const TRational& sample, const TRPCData& given, TRPCData* result) const;
-  void Describe(const TRPCData& rpc, const TFittedDegrees& line, const TFittedDegrees& sample);
+  bool MakeRecord(const TSetFit& fit, const TRPCData& given, TRPCData* result) const;
+  void Describe(const TRPCData& rpc, const TSetFit& fit, const std::vector<char>& is_bad);
 
   const TRPCEstimationDataSet& data_;
   const TRPCFitOptions& options_;
   TRPCFitReport* report_;
   TProgress progress_;
   TSortedPoints points_;
-  TPointRanges ranges_{};
-  bool flat_ = false;
-  TPointNormalization box_;
 };
 
 bool TRecordFit::CheckInput(const TRPCData& rpc) {
@@ -152,7 +184,7 @@ void TRecordFit::SortPoints() {
   const TPointRanges ranges = RangesOf({all.data(), all.size()});
   const bool turns = !data_.IsNormalized && !all.empty() && ranges.largest.Lon - ranges.least.Lon > 180.0;
   if (options_.holdOut == 0 && options_.weights.empty() && !turns) {
-    points_.fitted = {all.data(), all.size()};
+    points_.candidates = {all.data(), all.size()};
     return;
   }
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -162,10 +194,11 @@ void TRecordFit::SortPoints() {
       points_.check.push_back(point);
     } else if (options_.weights.empty() || options_.weights[i] > 0.0) {
       points_.storage.push_back(point);
+      points_.places.push_back(i);
       if (!options_.weights.empty()) points_.root_weights.push_back(options_.weights[i]);
     }
   }
-  points_.fitted = {points_.storage.data(), points_.storage.size()};
+  points_.candidates = {points_.storage.data(), points_.storage.size()};
   double sum = 0.0;
   for (const double weight : points_.root_weights) sum += weight;
   // A mean of 1 keeps the ridge and the scores in their usual range.
@@ -173,22 +206,93 @@ void TRecordFit::SortPoints() {
   for (double& weight : points_.root_weights) weight = std::sqrt(weight / mean);
 }
 
-bool TRecordFit::ChooseBox() {
-  const std::size_t least = kLeastPoints[std::max(options_.order, 1) - 1];
-  const std::size_t count = points_.fitted.count;
-  if (count < least) {
-    return Fail(Zentarix::ssprintf("%zu points to fit, at least %zu are needed", count, least));
+bool TRecordFit::ChooseBox(TSetFit* fit) {
+  const std::size_t count = fit->points.count;
+  if (count < LeastPoints()) {
+    return Fail(Zentarix::ssprintf("%zu points to fit, at least %zu are needed", count, LeastPoints()));
   }
-  ranges_ = RangesOf(points_.fitted);
-  const double heights = ranges_.largest.Height - ranges_.least.Height;
-  flat_ = heights <= (data_.IsNormalized ? kFlatNormalized : kFlat);
-  TPointRanges spread = ranges_;
-  if (flat_) {
+  fit->ranges = RangesOf(fit->points);
+  const double heights = fit->ranges.largest.Height - fit->ranges.least.Height;
+  fit->flat = heights <= (data_.IsNormalized ? kFlatNormalized : kFlat);
+  TPointRanges spread = fit->ranges;
+  if (fit->flat) {
     spread.least.Height -= 1.0;
     spread.largest.Height += 1.0;
   }
-  if (!NormalizationOfRanges(spread, &box_)) return Fail("all points share one latitude, longitude, line or sample");
+  if (!NormalizationOfRanges(spread, &fit->box)) {
+    return Fail("all points share one latitude, longitude, line or sample");
+  }
   return true;
+}
+
+bool TRecordFit::FitSet(TSetFit* fit) {
+  const TFitPoints all{fit->points, &fit->box, fit->root_weights};
+  progress_.NextFit(all.points.count <= kMaxFactoredPoints ? 6 : 8);
+  return (FitOutput(all, TOutput::Line, &fit->line) && FitOutput(all, TOutput::Sample, &fit->sample)) || Fail(kStopped);
+}
+
+bool TRecordFit::FitAllPoints(TSetFit* fit) {
+  fit->points = points_.candidates;
+  fit->root_weights = RootWeights();
+  return ChooseBox(fit) && FitSet(fit);
+}
+
+// \param usable receives false, and nothing is fitted, when too few points or none that spread are left.
+bool TRecordFit::FitWithout(const std::vector<char>& left_out, TSetFit* fit, bool* usable) {
+  for (std::size_t i = 0; i < points_.candidates.count; ++i) {
+    if (left_out[i] != 0) continue;
+    fit->storage.push_back(points_.candidates.points[i]);
+    if (RootWeights() != nullptr) fit->weight_storage.push_back(RootWeights()[i]);
+  }
+  fit->points = {fit->storage.data(), fit->storage.size()};
+  fit->root_weights = RootWeights() == nullptr ? nullptr : fit->weight_storage.data();
+  const TRPCFitReport report = *report_;
+  *usable = ChooseBox(fit);
+  *report_ = report;
+  return !*usable || FitSet(fit);
+}
+
+TStandardized TRecordFit::Standardized(const TSetFit& fit, const std::vector<char>& left_out) const {
+  const TFitPoints all{points_.candidates, &fit.box, RootWeights()};
+  const TOutputStory line = Judge(all, TOutput::Line, fit.line.terms, fit.line.best, left_out);
+  const TOutputStory sample = Judge(all, TOutput::Sample, fit.sample.terms, fit.sample.best, left_out);
+  return Combine(line, sample, left_out);
+}
+
+// Suspects are left out if the others do much better without them; from there points leave and come back by the test of
+// their residual against the others. Bounded: a point at the limit may go to and fro.
+bool TRecordFit::LeaveOutBad(TSetFit* fit, std::vector<char>* is_bad) {
+  constexpr int kMostRounds = 8;
+  TStandardized judged = Standardized(*fit, *is_bad);
+  if (judged.is_rounding) return true;
+  const std::vector<std::size_t> suspects = FindSuspects(points_.candidates, RootWeights());
+  std::vector<char> left_out(is_bad->size(), 0);
+  bool usable = true;
+  if (!suspects.empty()) {
+    for (const std::size_t i : suspects) left_out[i] = 1;
+    TSetFit without;
+    if (!FitWithout(left_out, &without, &usable)) return false;
+    if (usable) {
+      TStandardized others = Standardized(without, left_out);
+      if (IsMuchBetter(judged, others, suspects.size())) {
+        *fit = std::move(without);
+        *is_bad = left_out;
+        judged = std::move(others);
+      }
+    }
+  }
+  for (int round = 0; round < kMostRounds; ++round) {
+    left_out = BadOnes(judged, *is_bad);
+    if (left_out == *is_bad) break;
+    TSetFit next;
+    if (!FitWithout(left_out, &next, &usable)) return false;
+    if (!usable) break;
+    *fit = std::move(next);
+    *is_bad = left_out;
+    judged = Standardized(*fit, *is_bad);
+  }
+  const bool none = std::count(is_bad->begin(), is_bad->end(), 0) == static_cast<std::ptrdiff_t>(is_bad->size());
+  return none || options_.badPoints == TRPCBadPoints::LeftOut || FitAllPoints(fit);
 }
 
 // The fit of one degree, tried in more than one way where one may fail.
@@ -239,9 +343,8 @@ bool TRecordFit::FitDegrees(const TFitPoints& points, TOutput output, TFittedDeg
   return true;
 }
 
-bool TRecordFit::FitOutput(TOutput output, TFittedDegrees* fitted) {
-  const double* const roots = points_.root_weights.empty() ? nullptr : points_.root_weights.data();
-  const TFitPoints all{points_.fitted, &box_, roots};
+bool TRecordFit::FitOutput(const TFitPoints& all, TOutput output, TFittedDegrees* fitted) {
+  const double* const roots = all.root_weights;
   if (all.points.count <= kMaxFactoredPoints) return FitDegrees(all, output, fitted);
 
   // A share of the points, spread over all of them, finds the degree and a start.
@@ -252,7 +355,8 @@ bool TRecordFit::FitOutput(TOutput output, TFittedDegrees* fitted) {
     share.push_back(all.points.points[index]);
     if (roots != nullptr) share_roots.push_back(roots[index]);
   }
-  const TFitPoints shared{{share.data(), share.size()}, &box_, roots == nullptr ? nullptr : share_roots.data()};
+  const TFitPoints shared{
+      {share.data(), share.size()}, all.normalization, roots == nullptr ? nullptr : share_roots.data()};
   if (!FitDegrees(shared, output, fitted)) return false;
 
   progress_.NextPart();
@@ -270,15 +374,14 @@ bool TRecordFit::FitOutput(TOutput output, TFittedDegrees* fitted) {
   return FitRational(all, task, &fitted->best);
 }
 
-bool TRecordFit::MakeRecord(const TRational& line, const TRational& sample, const TRPCData& given,
-                            TRPCData* result) const {
-  TPointNormalization box = box_;
+bool TRecordFit::MakeRecord(const TSetFit& fit, const TRPCData& given, TRPCData* result) const {
+  TPointNormalization box = fit.box;
   const double center = box.longitude.GetOffset();
   if (!data_.IsNormalized) {
     box.longitude.Reset(LongitudeNear(KeepsNormalization() ? given.longOffset : 0.0, center), box.longitude.GetScale());
   }
   TRPCData in_box;
-  SetRecord({line, sample}, &box, &in_box);
+  SetRecord({fit.line.best.rational, fit.sample.best.rational}, &box, &in_box);
   *result = in_box;
   if (!KeepsNormalization()) return true;
   // Points that came normalised are in units of the given record: there its pairs are the identity.
@@ -305,13 +408,16 @@ TRPCFitOutputReport ReportOf(const TFittedDegrees& fitted) {
   return report;
 }
 
-void TRecordFit::Describe(const TRPCData& rpc, const TFittedDegrees& line, const TFittedDegrees& sample) {
-  report_->line = ReportOf(line);
-  report_->sample = ReportOf(sample);
-  report_->flat = flat_;
-  report_->coverage = CoverageOf(points_.fitted, ranges_, flat_);
-  report_->fitted = ResidualsOf(rpc, points_.fitted, data_.IsNormalized);
+void TRecordFit::Describe(const TRPCData& rpc, const TSetFit& fit, const std::vector<char>& is_bad) {
+  report_->line = ReportOf(fit.line);
+  report_->sample = ReportOf(fit.sample);
+  report_->flat = fit.flat;
+  report_->coverage = CoverageOf(fit.points, fit.ranges, fit.flat);
+  report_->fitted = ResidualsOf(rpc, fit.points, data_.IsNormalized);
   report_->check = ResidualsOf(rpc, {points_.check.data(), points_.check.size()}, data_.IsNormalized);
+  for (std::size_t i = 0; i < is_bad.size(); ++i) {
+    if (is_bad[i] != 0) report_->bad.push_back(points_.places.empty() ? i : points_.places[i]);
+  }
   std::string& message = report_->message;
   message = Zentarix::ssprintf(
       "orders %d (line) and %d (sample) fitted to %zu points, residuals %.3g rms, %.3g at most", report_->line.order,
@@ -320,7 +426,11 @@ void TRecordFit::Describe(const TRPCData& rpc, const TFittedDegrees& line, const
     message += Zentarix::ssprintf("; %zu check points %.3g rms, %.3g at most", report_->check.count,
                                   report_->check.distance.rms, report_->check.distance.maximum);
   }
-  if (flat_) message += "; all points share one height, the model holds there only";
+  if (!report_->bad.empty()) {
+    message += Zentarix::ssprintf("; %zu bad points %s", report_->bad.size(),
+                                  options_.badPoints == TRPCBadPoints::LeftOut ? "left out" : "kept");
+  }
+  if (report_->flat) message += "; all points share one height, the model holds there only";
   if (report_->coverage < 0.5) {
     message += Zentarix::ssprintf("; the points fill only %.0f %% of their box", 100.0 * report_->coverage);
   }

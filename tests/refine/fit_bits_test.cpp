@@ -1,0 +1,101 @@
+// Fits have the same bits on every processor. Their points are made here of sums and products only.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "fitted_models.h"
+#include "refine/refinement_fit.h"
+
+namespace {
+
+using namespace SatCommonUtils;
+using namespace orbmath_test;
+
+/// Numbers in [-1, 1) from a generator that every compiler computes alike.
+class Lehmer {
+ public:
+  double Next() {
+    state_ = state_ * 48271u % 2147483647u;
+    return static_cast<double>(state_) / 1073741823.5 - 1.0;
+  }
+
+ private:
+  std::uint64_t state_ = 20240229u;
+};
+
+/// One number for the bits of many (Fowler, Noll, Vo).
+std::uint64_t HashOf(const double* values, std::size_t count) {
+  std::uint64_t hash = 14695981039346656037u;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint64_t bits = Bits(values[i]);
+    for (int byte = 0; byte < 8; ++byte) hash = (hash ^ (bits >> (8 * byte) & 255u)) * 1099511628211u;
+  }
+  return hash;
+}
+
+TPoints PointsOf(std::size_t count, double noise, std::size_t every_bad) {
+  Lehmer numbers;
+  TPoints points;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double P = numbers.Next(), L = numbers.Next(), H = numbers.Next();
+    const double line = (0.01 + 0.1 * L - 1.1 * P + 0.02 * H + 0.003 * L * P + 1e-5 * P * P * P) / (1.0 + 0.003 * P);
+    const double sample = (0.02 + 1.1 * L + 0.1 * P - 0.01 * H + 0.002 * L * L) / (1.0 - 0.002 * P + 0.002 * L);
+    points.push_back({47.0 + 0.06 * P, 8.0 + 0.09 * L, 400.0 + 400.0 * H,
+                      5000.0 + 6000.0 * line + noise * numbers.Next(),
+                      4000.0 + 4500.0 * sample + noise * numbers.Next()});
+    if (every_bad > 0 && i % every_bad == 0) points.back().Sample += 40.0;
+  }
+  return points;
+}
+
+TEST(FitBits, OfFitRPC) {
+  const struct {
+    std::size_t points;
+    double noise;
+    std::size_t every_bad;
+    std::uint64_t hash;
+  } rows[] = {{12, 0.5, 0, 0x66784b43de59558au},  {45, 0.5, 0, 0x475ba44572045634u},
+              {100, 0.0, 0, 0xa7995895490d6596u}, {100, 0.5, 0, 0x8f81d6e9b37a38c5u},
+              {100, 0.5, 7, 0x57f4ac7dfef35ceu},  {5000, 0.5, 50, 0x60cdc98606e0afbu}};
+  for (const auto& row : rows) {
+    TRPCData fitted;
+    ASSERT_TRUE(FitRPC({PointsOf(row.points, row.noise, row.every_bad), false}, TRPCFitOptions(), &fitted));
+    EXPECT_EQ(HashOf(&fitted.lineNumCoef[0], 90), row.hash)
+        << "0x" << std::hex << HashOf(&fitted.lineNumCoef[0], 90) << "u" << std::dec << " for " << row.points
+        << " points, noise " << row.noise << ", every bad " << row.every_bad;
+  }
+}
+
+TEST(FitBits, OfFitRefinement) {
+  const struct {
+    TRPCRefinementTransformType type;
+    std::size_t points;
+    std::uint64_t hash;
+  } rows[] = {{TRPCRefinementTransformType::Shift, 6, 0x9d1a514bbf2c1e5cu},
+              {TRPCRefinementTransformType::Affine, 30, 0xc96da045caf6019cu},
+              {TRPCRefinementTransformType::Projective, 60, 0xf14fcc62cde0f50cu}};
+  for (const auto& row : rows) {
+    Lehmer numbers;
+    std::vector<TRefinementTie> ties;
+    for (std::size_t i = 0; i < row.points; ++i) {
+      const double line = 5000.0 + 5000.0 * numbers.Next(), sample = 3000.0 + 3000.0 * numbers.Next();
+      ties.push_back({line, sample, 1.0001 * line + 3.0 + 0.3 * numbers.Next(),
+                      sample - 2e-4 * line + (i % 9 == 4 ? 50.0 : 0.3) * numbers.Next(), 1.5 + numbers.Next()});
+    }
+    TRefinementFitOptions options;
+    options.automatic = false;
+    options.type = row.type;
+    TRefinementFit fit;
+    ASSERT_TRUE(FitRefinement(ties, options, &fit)) << fit.message;
+    std::vector<double> values;
+    fit.data->GetParametersValues(&values);
+    values.insert(values.end(), {fit.sigmaFactor, fit.cornerFactor, fit.rmsAfter});
+    EXPECT_EQ(HashOf(values.data(), values.size()), row.hash)
+        << "0x" << std::hex << HashOf(values.data(), values.size()) << "u" << std::dec << " for "
+        << GetRPCRefinementTransformTypeName(row.type);
+  }
+}
+
+}  // namespace
