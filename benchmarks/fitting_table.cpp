@@ -23,10 +23,13 @@ using namespace SatCommonUtils;
 constexpr int kCheckPoints = 1000;
 // A fit that misses by more than this anywhere has blown up, pixels.
 constexpr double kBlownUp = 1.0;
+// How far a bad point is off, in any direction, pixels.
+constexpr double kBadSize = 30.0;
 
 struct Case {
   std::size_t points;
   double noise;  // pixels
+  double bad;    // share of points that are kBadSize off
   int draws;
 };
 
@@ -51,6 +54,18 @@ std::vector<TRPCEstimationPoint> RandomPoints(const TRPC& model, std::size_t cou
     points.push_back(p);
   }
   return points;
+}
+
+// Puts a share of the points, chosen at random, off by kBadSize.
+void Spoil(double share, std::mt19937_64* engine, std::vector<TRPCEstimationPoint>* points) {
+  std::shuffle(points->begin(), points->end(), *engine);
+  const auto count = static_cast<std::size_t>(share * static_cast<double>(points->size()) + 0.5);
+  std::uniform_real_distribution<double> angle(0.0, 6.283185307179586);
+  for (std::size_t i = 0; i < count; ++i) {
+    const double direction = angle(*engine);
+    (*points)[i].Line += kBadSize * std::cos(direction);
+    (*points)[i].Sample += kBadSize * std::sin(direction);
+  }
 }
 
 struct Errors {
@@ -80,13 +95,14 @@ void PrintCase(const TRPC& model, const Case& what) {
     TRPCEstimationDataSet data;
     data.Points = RandomPoints(model, what.points, what.noise, &engine);
     const std::vector<TRPCEstimationPoint> check = RandomPoints(model, kCheckPoints, 0.0, &engine);
+    if (what.bad > 0.0) Spoil(what.bad, &engine, &data.Points);
     TRPCData record;
     const bool plain_fitted = EstimateRPC(data, &record);
     plain.Add(plain_fitted, record, check);
     const bool robust_fitted = FitRPC(data, TRPCFitOptions(), &record);
     robust.Add(robust_fitted, record, check);
   }
-  std::printf("| %6zu | %4.1f | %5d |", what.points, what.noise, what.draws);
+  std::printf("| %6zu | %4.1f | %3.0f %% | %5d |", what.points, what.noise, 100.0 * what.bad, what.draws);
   plain.Print("");
   robust.Print("");
   std::printf("\n");
@@ -110,9 +126,13 @@ int main(int argc, char** argv) {
     }
     const TRPC model(file.record, nullptr);
     std::printf("\n%s: pixels over %d independent points\n", argv[i], kCheckPoints);
-    std::printf("| points | noise | draws | plain: rms median, worst, largest, blown up | robust: the same |\n");
-    const Case cases[] = {{40, 0.0, draws},      {100, 0.0, draws},     {400, 0.0, draws},       {40, 0.1, draws / 2},
-                          {100, 0.1, draws / 2}, {400, 0.1, draws / 2}, {10000, 0.3, std::max(1, draws / 20)}};
+    std::printf("| points | noise | bad | draws | plain: rms median, worst, largest, blown up | robust: the same |\n");
+    const int half = std::max(1, draws / 2), few = std::max(1, draws / 20);
+    const Case cases[] = {{40, 0.0, 0.0, draws},  {100, 0.0, 0.0, draws}, {400, 0.0, 0.0, draws},
+                          {40, 0.1, 0.0, half},   {100, 0.1, 0.0, half},  {400, 0.1, 0.0, half},
+                          {10000, 0.3, 0.0, few}, {60, 0.1, 0.05, half},  {100, 0.0, 0.05, half},
+                          {100, 0.1, 0.05, half}, {400, 0.1, 0.05, half}, {10000, 0.3, 0.05, few},
+                          {60, 0.1, 0.2, half},   {100, 0.1, 0.3, half},  {400, 0.1, 0.3, half}};
     for (const Case& what : cases) PrintCase(model, what);
   }
   return 0;

@@ -101,12 +101,23 @@ TEST(FitTest, ResidualsAndWorstPointsNameTheLines) {
   const std::size_t at = points.find('\n', points.find('\n') + 1) + 1;
   points.insert(at, "45 7 500 1008 2000\n");
   WriteText("points.txt", points);
-  const ToolRun run = RunToolLine("fit points.txt fit.xml --order 1 --residuals residuals.txt --json");
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_NE(run.out.find("\"worst\":[{\"input_line\":3,\"line\":7."), std::string::npos) << run.out;
-  const std::string residuals = ReadText("residuals.txt");
-  EXPECT_EQ(std::count(residuals.begin(), residuals.end(), '\n'), 1 + 197);
-  EXPECT_NE(residuals.find("\n3 7."), std::string::npos);
+  const struct {
+    const char* option;
+    const char* residual;
+    const char* count;
+  } rows[] = {{"", "8.000", "\"count\":196"}, {" --keep-all", "7.", "\"count\":197"}};
+  for (const auto& row : rows) {
+    const ToolRun run =
+        RunToolLine(std::string("fit points.txt fit.xml --order 1 --residuals residuals.txt --json") + row.option);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("\"bad\":[3]"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find(row.count), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("\"worst\":[{\"input_line\":3,\"line\":7."), std::string::npos) << run.out;
+    const std::string residuals = ReadText("residuals.txt");
+    EXPECT_EQ(std::count(residuals.begin(), residuals.end(), '\n'), 1 + 197);
+    EXPECT_NE(residuals.find(std::string("\n3 ") + row.residual), std::string::npos);
+    EXPECT_NE(residuals.find(" bad\n"), std::string::npos);
+  }
 }
 
 class Refused : public ::testing::TestWithParam<Row> {};

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <string>
@@ -84,14 +85,17 @@ TRPCEstimationDataSet Normalized(const TRPCEstimationDataSet& data, const TRPCDa
   return normalized;
 }
 
+/// \param bad places in `points` of those that are bad.
 void AppendResiduals(const TRPC& model, const std::vector<TRPCEstimationPoint>& points,
-                     const std::vector<std::size_t>& rows, const char* set, std::vector<PointResidual>* residuals) {
+                     const std::vector<std::size_t>& rows, const std::vector<std::size_t>& bad, const char* set,
+                     std::vector<PointResidual>* residuals) {
   for (std::size_t i = 0; i < points.size(); ++i) {
+    const bool is_bad = std::binary_search(bad.begin(), bad.end(), i);
     const TRPCEstimationPoint& point = points[i];
     double line = 0.0;
     double sample = 0.0;
     model.CalculateLineSample(point.Lat, point.Lon, point.Height, &line, &sample, nullptr, nullptr);
-    residuals->push_back({rows[i], point.Line - line, point.Sample - sample, set});
+    residuals->push_back({rows[i], point.Line - line, point.Sample - sample, is_bad ? "bad" : set});
   }
 }
 
@@ -103,19 +107,12 @@ class Fitter {
 
   /// \throws Failure with the sentence of the fit's report.
   TRPCData FitRobust(SatCommonUtils::TRPCFitOptions options) {
-    TRPCData record;
     options.weights = points_.weights;
-    if (Rounds()) {
-      // A quick model of first order chooses the offsets and scales.
-      SatCommonUtils::TRPCFitOptions first = options;
-      first.order = 1;
-      first.progress = nullptr;
-      RunRobust(first, &record);
-      RoundScalars(&record);
-      options.keepNormalization = true;
+    TRPCData record;
+    if (!SatCommonUtils::FitRPC(points_.fit, options, &record, &story_)) {
+      throw Failure(table_.Name() + ": no model can be fitted: " + story_.message);
     }
-    RunRobust(options, &record);
-    return record;
+    return OntoDigitsOf(form_, record, out_);
   }
 
   TRPCData FitPlain() {
@@ -135,12 +132,6 @@ class Fitter {
   bool Rounds() const { return form_ == TRPCFileForm::RPB || form_ == TRPCFileForm::Text; }
 
   void RoundScalars(TRPCData* record) const { CopyScalars(AsWritten(*record, form_, out_), record); }
-
-  void RunRobust(const SatCommonUtils::TRPCFitOptions& options, TRPCData* record) {
-    if (!SatCommonUtils::FitRPC(points_.fit, options, record, &story_)) {
-      throw Failure(table_.Name() + ": no model can be fitted: " + story_.message);
-    }
-  }
 
   void RunPlain(const TRPCEstimationDataSet& data, TRPCData* record) const {
     if (!SatCommonUtils::EstimateRPC(data, record)) {
@@ -169,9 +160,10 @@ class Fit : public Command {
   const char* Notes() const override {
     return "Each line of POINTS is 'lat lon height line sample [sigma]' (degrees, degrees, metres above the "
            "ellipsoid, pixels; sigma is the standard deviation of the point, pixels). The robust method holds "
-           "with few and with noisy points; the plain one is the undamped fit of all 78 coefficients, for which "
-           "sigma does not count. RPB and text files hold rounded offsets and scales: the fit is made onto the "
-           "rounded ones, and the residuals are those of the written file.\n\n"
+           "with few, with noisy and with bad points: these are named and left out. The plain one is the undamped "
+           "fit of all 78 coefficients, for which sigma does not count. RPB and text files hold rounded offsets and "
+           "scales: the model is expressed with the rounded ones, and the residuals are those of the written "
+           "file.\n\n"
            "Example:\n"
            "  orbmath fit points.csv image.RPB --columns id,lon,lat,height,sample,line --check 5";
   }
@@ -185,13 +177,16 @@ class Fit : public Command {
     line.Choice("--method", {"robust", "plain"}, &method_, "how to fit (default: robust)");
     line.Count("--order", "N", 1, 3, &order_, "degree of the polynomials (default: the best for each of the two)");
     line.Number("--ridge", "R", &ridge_, "ridge of the robust method, 0 or above (default: the best)");
+    line.Flag("--keep-all", &keep_all_, "name bad points, but keep them in the fit");
     line.Count("--check", "N", 2, 1000000, &check_, "keep each N-th point out of the fit and check the model with it");
     line.Text("--residuals", "FILE", &residuals_, "write the residuals, one line a point");
     line.Flag("--json", &json_, "report as one JSON object");
   }
 
   int Run() override {
-    if (method_ == 1 && (order_ || ridge_)) throw UsageError("--order and --ridge belong to --method robust");
+    if (method_ == 1 && (order_ || ridge_ || keep_all_)) {
+      throw UsageError("--order, --ridge and --keep-all belong to --method robust");
+    }
     if (ridge_.value_or(0.0) < 0.0) throw UsageError("--ridge must be 0 or above");
     const TRPCFileForm form = form_.Of(out_);
     const PointTable table(
@@ -218,8 +213,35 @@ class Fit : public Command {
     SatCommonUtils::TRPCFitOptions options;
     options.order = order_.value_or(0);
     options.ridge = ridge_.value_or(-1.0);
+    options.badPoints = keep_all_ ? SatCommonUtils::TRPCBadPoints::Kept : SatCommonUtils::TRPCBadPoints::LeftOut;
     options.progress = &progress;
     return fitter->FitRobust(options);
+  }
+
+  /// The points that the fit took.
+  std::vector<TRPCEstimationPoint> Taken(const FitPoints& points, const SatCommonUtils::TRPCFitReport& story) const {
+    std::vector<TRPCEstimationPoint> taken;
+    for (std::size_t i = 0; i < points.fit.Points.size(); ++i) {
+      const bool is_bad = std::binary_search(story.bad.begin(), story.bad.end(), i);
+      if (keep_all_ || !is_bad) taken.push_back(points.fit.Points[i]);
+    }
+    return taken;
+  }
+
+  /// The bad points by name, the first of many; for programs the numbers of their lines.
+  static void AddBad(const PointTable& table, const FitPoints& points, const std::vector<std::size_t>& bad,
+                     Report* report) {
+    constexpr std::size_t kMostNames = 20;
+    std::string names;
+    std::string lines;
+    for (std::size_t i = 0; i < bad.size(); ++i) {
+      const std::size_t row = points.fit_rows[bad[i]];
+      if (i < kMostNames) names += (names.empty() ? "" : ", ") + table.Place(row);
+      lines += (lines.empty() ? "" : ",") + std::to_string(table.Line(row));
+    }
+    if (bad.size() > kMostNames) names += " and " + std::to_string(bad.size() - kMostNames) + " more";
+    report->Lines("bad points: " + (names.empty() ? "none" : names) + "\n");
+    report->Json("bad", "[" + lines + "]");
   }
 
   /// \param residual_file may be null.
@@ -233,19 +255,20 @@ class Fit : public Command {
       AddOutput("sample", story.sample, &report);
       report.Number("coverage", "coverage of the box", 100.0 * story.coverage, 0, "%");
       report.Text("message", "in short", story.message);
+      AddBad(table, points, story.bad, &report);
     }
     const TRPC model(written, nullptr);
     const double cost = DifferenceInImage(TRPC(record, nullptr), model).max;
     report.Number("cost_px", "cost of the file's digits", cost, 9, "px");
     AddStatistics("fit", "residuals of the fitted points",
-                  SatCommonUtils::ResidualsOfRPC(written, points.fit.Points, false), "px", &report);
+                  SatCommonUtils::ResidualsOfRPC(written, Taken(points, story), false), "px", &report);
     if (!points.check.empty()) {
       AddStatistics("check", "residuals of the check points",
                     SatCommonUtils::ResidualsOfRPC(written, points.check, false), "px", &report);
     }
     std::vector<PointResidual> residuals;
-    AppendResiduals(model, points.fit.Points, points.fit_rows, "fit", &residuals);
-    AppendResiduals(model, points.check, points.check_rows, "check", &residuals);
+    AppendResiduals(model, points.fit.Points, points.fit_rows, story.bad, "fit", &residuals);
+    AppendResiduals(model, points.check, points.check_rows, {}, "check", &residuals);
     AddWorst(table, residuals, kWorstPoints, &report);
     if (residual_file != nullptr) WriteResiduals(table, residuals, residual_file);
     return report;
@@ -259,6 +282,7 @@ class Fit : public Command {
   int method_ = 0;
   std::optional<int> order_;
   std::optional<double> ridge_;
+  bool keep_all_ = false;
   std::optional<int> check_;
   std::string residuals_;
   bool json_ = false;
