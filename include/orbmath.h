@@ -69,4 +69,5 @@
 #include "transform/first_order_rational.h"
 #include "transform/projective_2d.h"
 #include "transform/seven_params.h"
+#include "transform/seven_params_fit.h"
 #include "transform/tie_point.h"

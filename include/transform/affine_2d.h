@@ -31,9 +31,9 @@ inline constexpr double kSmallestAffineDeterminant = 1e-20;
 /// Collinear points are not detected: the six values then mean nothing.
 ///
 /// The normal equations hold the squares of the coordinates as they stand, so that digits are lost when the points lie
-/// far from the origin against their extent: up to 1,000 away from (5e6, 5e6) the map misses exact targets by up to
-/// 2e-4, up to 100 away by 2e-3, and ten times nearer to the origin a hundred times less. Where that matters, subtract
-/// one point of the scene from all sources first: the map is then that of the differences.
+/// far from the origin against their extent: within 1,000 of (5e6, 5e6) the map misses exact targets by up to 1e-3,
+/// within 100 by up to 1e-2, and ten times nearer to the origin a hundred times less. Where that matters, subtract one
+/// point of the scene from all sources first: the map is then that of the differences.
 /// \param out untouched on failure. \return false for fewer than 3 points.
 ORBMATH_API bool Calculate2DAffineParams(const std::vector<T2DTransformParamsSourceDataItem>& points,
                                          T2DAffineParams* out);

@@ -42,14 +42,21 @@ struct T7ParamsSourceDataItem {
 /// Gauss-Newton fit of target = m·Rz·Ry·Rx·source + T from the identity, at most 20 rounds. It stops when angles change
 /// by less than 0.01 arc second, the scale by 1e-7, the shifts by 1e-4, and the root mean square misfit is below 1e-5
 /// or has come to rest within 1e-6; not getting there in 20 rounds is no failure.
-/// \param out all zero for fewer than 3 points, otherwise untouched on failure.
-/// \return false for fewer than 3 points, a singular set (collinear points), or a scale factor that is not above -1.
+///
+/// **Where it ends.** From the identity it finds rotations whose three angles are within about half a radian. With
+/// angles up to 1 rad, one set in a hundred comes out wrong, with the result true: its misfit is as large as the
+/// coordinates, or its scale factor lies between -1 and 0, which `T7ParamsTransform` refuses. Larger angles do so
+/// oftener. `Fit7Params` (seven_params_fit.h) is right for every rotation and says how well it fits. \param out all
+/// zero for fewer than 3 points, otherwise untouched on failure. \return false for fewer than 3 points, a singular set
+/// (collinear points), or a scale factor that is not above -1.
 ORBMATH_API bool Calculate7Params(const std::vector<T7ParamsSourceDataItem>& points, T7Params* out);
 
 /// The similarity that applies `first` and then `second`, exactly; R = Rx·Ry·Rz. `out` may be an input.
 ORBMATH_API void Combine7Params(const T7Params& first, const T7Params& second, T7Params* out);
-/// The same for small angles, to first order: angles add. The last term of dZ is -Z1·alpha2; a first-order composition
-/// would have Y1 there, which stored results of this function do not. `out` may be an input.
+/// A combination of small angles, to first order: angles add. **Not the first order of `Combine7Params`**: the shifts
+/// of `first` are turned the other way round, by the transpose of R(second), so that both functions differ in the first
+/// order of angle times shift. The last term of dZ is -Z1·alpha2; a composition would have Y1 there, which stored
+/// results of this function do not. `out` may be an input.
 ORBMATH_API void Combine7ParamsLinearized(const T7Params& first, const T7Params& second, T7Params* out);
 /// The inverse similarity, exactly; R = Rx·Ry·Rz. `out` may be the input.
 ORBMATH_API void InvertParams(const T7Params& src, T7Params* out);
