@@ -25,7 +25,7 @@ while IFS=: read -r header include; do
 done < <(git grep -E '^#include "' -- 'include/*.h')
 
 # Includes point downwards only.
-rooms=(frame/zxstd frame/sat_data_container linalg poly geometry transform rpc refine)
+rooms=(frame/zxstd frame/sat_data_container linalg poly geometry transform rpc terrain refine)
 for i in "${!rooms[@]}"; do
   for j in "${!rooms[@]}"; do
     [ "$j" -gt "$i" ] || continue

@@ -1,0 +1,491 @@
+// Image to ground on a height surface: lines of sight, their first crossing, and the way back to the model itself.
+
+#include "terrain/terrain_locator.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "rpc/blocks.h"
+#include "rpc/ground_solution.h"
+#include "rpc/rpc_boxes.h"
+#include "terrain/sight_patches.h"
+#include "terrain/single_crossing.h"
+#include "terrain/walk.h"
+
+namespace SatCommonUtils {
+
+using terrain::TScene;
+using terrain::TSightBounds;
+using terrain::TSightLine;
+using terrain::TSightPatch;
+using terrain::TSightPatches;
+using terrain::TSightState;
+using terrain::TTileCursor;
+using terrain::TWalk;
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// The lowest and highest heights at which the ground near an image is looked for before its terrain is known, metres.
+constexpr double kLowestGround = -500.0;
+constexpr double kHighestGround = 9000.0;
+/// Lines of sight start and end this far outside the range of heights, metres.
+constexpr double kRoom = 1.0;
+/// A result of interpolated lines of sight that misses by more than this, pixels, is solved anew by the model.
+constexpr double kWorthAStep = 1e-8;
+/// A line of sight that one set of polynomials does not follow is halved up to this often.
+constexpr int kDeepest = 6;
+/// How far below a crossing, in metres of height, the search for the next one begins: past what the chords of the walk
+/// and the interpolated base leave open of the crossing's place.
+constexpr double kPastCrossing = 0.01;
+
+/// The box of the ground that the image can show at any height; false when no point of it can be had.
+bool GetGroundBox(const TRPC& model, TTerrainBox* box) {
+  constexpr int kSide = 5;
+  const TImageBox image = ImageBoxOf(model);
+  const double low = std::fmin(kLowestGround, std::fmin(model.GetMinHeight(), model.GetMaxHeight()));
+  const double high = std::fmax(kHighestGround, std::fmax(model.GetMinHeight(), model.GetMaxHeight()));
+  *box = {HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+  for (int i = 0; i < kSide * kSide * 3; ++i) {
+    const double s = GridPlace(i / 3 / kSide, kSide, TGridNodes::Ends);
+    const double t = GridPlace(i / 3 % kSide, kSide, TGridNodes::Ends);
+    const double h = i % 3 == 0 ? low : (i % 3 == 1 ? high : 0.5 * (low + high));
+    const TGroundSolution ground =
+        SolveLatLon(model, image.line.Normalized2Initial(s), image.sample.Normalized2Initial(t), h);
+    if (!ground) continue;
+    box->south = std::fmin(box->south, ground.lat);
+    box->north = std::fmax(box->north, ground.lat);
+    box->west = std::fmin(box->west, ground.lon);
+    box->east = std::fmax(box->east, ground.lon);
+  }
+  if (!(box->south <= box->north)) return false;
+  const double marginLat = 0.1 * (box->north - box->south);
+  const double marginLon = 0.1 * (box->east - box->west);
+  box->south = std::fmax(box->south - marginLat, -90.0);
+  box->north = std::fmin(box->north + marginLat, 90.0);
+  box->west -= marginLon;
+  box->east += marginLon;
+  return true;
+}
+
+/// One image point on its way.
+struct TPoint {
+  double line;
+  double sample;
+  TSightLine sight;
+  double u;  ///< of the crossing
+  TWalk walk;
+  bool found = false;
+};
+
+TTerrainState StateWithout(const TWalk& walk) {
+  return walk.voids || !walk.known ? TTerrainState::NoTerrain : TTerrainState::NoCrossing;
+}
+
+TTerrainSolution MakeSolution(TTerrainState state) {
+  TTerrainSolution solution;
+  solution.lat = solution.lon = solution.h = solution.residual = kNaN;
+  solution.state = state;
+  return solution;
+}
+
+}  // namespace
+
+const char* DescribeTerrainState(TTerrainState state) {
+  switch (state) {
+    case TTerrainState::NotRun:
+      return "nothing was computed";
+    case TTerrainState::Found:
+      return "the first point of the terrain that is seen";
+    case TTerrainState::FoundAfterVoid:
+      return "a point of the terrain, which terrain of unknown height may hide";
+    case TTerrainState::NoTerrain:
+      return "the line of sight meets no terrain of known height (a void, or outside the DEM)";
+    case TTerrainState::NoCrossing:
+      return "the line of sight does not meet the terrain";
+    case TTerrainState::NoLine:
+      return "the model has no ground point at the terrain's heights";
+  }
+  return "unknown state";
+}
+
+const char* DescribeVisibility(TVisibility visibility) {
+  switch (visibility) {
+    case TVisibility::NotRun:
+      return "nothing was computed";
+    case TVisibility::Visible:
+      return "visible";
+    case TVisibility::VisibleVoid:
+      return "visible as far as heights are known";
+    case TVisibility::Hidden:
+      return "hidden by terrain";
+    case TVisibility::NoLine:
+      return "the model has no line of sight through the point";
+  }
+  return "unknown visibility";
+}
+
+struct TTerrainLocator::TParts {
+  TScene scene;
+  TTerrainOptions options;
+  THeightRange range;
+  bool modelWorks = false;
+  TSightPatches patches;
+
+  /// Follows a line of sight between two u; on a hit `u` is the crossing to the surface's own precision.
+  bool Walk(TTileCursor* cursor, const TSightLine& sight, double top, double bottom, TWalk* walk, double* u) const {
+    if (cursor == nullptr) return terrain::WalkSurface(scene, sight, top, bottom, walk, u);
+    return terrain::WalkGrid(*cursor, sight, top, bottom, walk, u);
+  }
+
+  /// Metres by which the base lies higher at `u` than the line's polynomial has it.
+  double GetBaseOffset(const TSightLine& sight, double u) const {
+    double lat, lon;
+    scene.GetLatLon(sight, u, &lat, &lon);
+    const double offset =
+        scene.base->GetHeight(lat, lon) - (sight.GetHeight(u) - terrain::Evaluate(sight.c[terrain::kClearance], u));
+    return std::isnan(offset) ? 0.0 : offset;
+  }
+
+  /// One point by inversions of its own line of sight, piece by piece where it bends much.
+  /// \param lowest, highest heights between which it is followed. \return false when the model fails on the way.
+  /// \param others null, or receives the heights of all further crossings from above.
+  bool LocateBy(TTileCursor* cursor, TPoint* point, double lowest, double highest, int depth,
+                std::vector<double>* others) const {
+    const TSightState state =
+        terrain::BuildSightLine(scene, point->line, point->sample, lowest, highest, &point->sight);
+    const bool split = (state == TSightState::Coarse || state == TSightState::Void) && depth < kDeepest;
+    if (state == TSightState::Failed) return false;
+    if (split) {
+      const double middle = 0.5 * (lowest + highest);
+      return LocateBy(cursor, point, middle, highest, depth + 1, others) &&
+             ((point->found && others == nullptr) || LocateBy(cursor, point, lowest, middle, depth + 1, others));
+    }
+    if (state == TSightState::Void) {
+      point->walk.voids = true;
+      point->walk.side = TWalk::TSide::Unknown;
+      return true;
+    }
+    double top = 1.0;
+    while (Walk(cursor, point->sight, top, -1.0, &point->walk, &point->u)) {
+      top = point->u;
+      if (cursor != nullptr) {
+        const double offset = scene.base == nullptr ? 0.0 : GetBaseOffset(point->sight, point->u);
+        point->u = terrain::PolishOnGrid(*cursor, point->sight, point->u, offset);
+      }
+      top = std::fmin(top, point->u) - kPastCrossing / point->sight.half;
+      point->found = true;
+      if (others == nullptr) return true;
+      others->push_back(point->sight.GetHeight(point->u));
+    }
+    return true;
+  }
+
+  /// Completes a point that was found at height `h`, by the model's own inversion.
+  TTerrainSolution CompleteExactly(double line, double sample, double h, bool voids) const {
+    const TGroundSolution ground = SolveLatLon(*scene.model, line, sample, h);
+    if (!ground) return MakeSolution(TTerrainState::NoLine);
+    TTerrainSolution solution;
+    solution.lat = ground.lat;
+    solution.lon = ground.lon;
+    solution.h = h;
+    solution.residual = ground.residual;
+    solution.state = voids ? TTerrainState::FoundAfterVoid : TTerrainState::Found;
+    return solution;
+  }
+
+  TTerrainSolution LocateSlowly(TTileCursor* cursor, double line, double sample) const {
+    if (!modelWorks || !std::isfinite(line) || !std::isfinite(sample)) return MakeSolution(TTerrainState::NoLine);
+    if (!range.IsKnown()) return MakeSolution(TTerrainState::NoTerrain);
+    TPoint point = {line, sample, {}, 0.0, {}, false};
+    if (!LocateBy(cursor, &point, range.lowest, range.highest, 0, nullptr)) return MakeSolution(TTerrainState::NoLine);
+    if (!point.found) return MakeSolution(StateWithout(point.walk));
+    return CompleteExactly(line, sample, point.sight.GetHeight(point.u), point.walk.voids);
+  }
+
+  struct TBlock;
+  void WalkOne(TTileCursor& cursor, TBlock* block, std::size_t k) const;
+  void SolveSingle(TTileCursor& cursor, TBlock* block) const;
+  void Complete(const TBlock& block, const double* line, const double* sample, TTerrainSolution* solutions) const;
+  void LocateBlock(TTileCursor& cursor, std::size_t count, const double* line, const double* sample,
+                   TTerrainSolution* solutions) const;
+  std::size_t LocateRange(std::size_t count, const double* line, const double* sample,
+                          TTerrainSolution* solutions) const;
+  TVisibility Look(TTileCursor* cursor, double line, double sample, double h) const;
+};
+
+/// The points of a block that have a patch, and what is found of them: arrays side by side.
+struct TTerrainLocator::TParts::TBlock {
+  std::size_t count = 0;
+  std::size_t index[rpc::kLaneBlock];  ///< of the point in the caller's arrays
+  const TSightPatch* patch[rpc::kLaneBlock] = {};
+  const TSightBounds* bounds[rpc::kLaneBlock] = {};
+  double s[rpc::kLaneBlock] = {};
+  double t[rpc::kLaneBlock] = {};
+  TSightLine sight[rpc::kLaneBlock];
+  double u[rpc::kLaneBlock];
+  bool voids[rpc::kLaneBlock];
+  bool found[rpc::kLaneBlock];
+  TTerrainState state[rpc::kLaneBlock];  ///< where nothing is found
+};
+
+void TTerrainLocator::TParts::WalkOne(TTileCursor& cursor, TBlock* block, std::size_t k) const {
+  TPoint point = {0.0, 0.0, {}, 0.0, {}, false};
+  block->found[k] = terrain::WalkGrid(cursor, block->sight[k], block->bounds[k]->top, block->bounds[k]->bottom,
+                                      &point.walk, &block->u[k]);
+  block->voids[k] = point.walk.voids;
+  if (block->bounds[k]->voids && !block->found[k]) point.walk.voids = true;
+  block->state[k] = StateWithout(point.walk);
+  if (block->found[k]) {
+    const double offset = scene.base == nullptr ? 0.0 : GetBaseOffset(block->sight[k], block->u[k]);
+    block->u[k] = terrain::PolishOnGrid(cursor, block->sight[k], block->u[k], offset);
+  }
+}
+
+/// Lines that cross once: by turns, the first ones rough where the exact base is yet to come.
+void TTerrainLocator::TParts::SolveSingle(TTileCursor& cursor, TBlock* block) const {
+  constexpr double kRough = 0.05;  // metres: the base changes by less than a ten-thousandth of that
+  constexpr double kClose = 1e-7;  // metres
+  bool solved[rpc::kLaneBlock];
+  for (std::size_t first = 0; first < block->count;) {
+    // Runs of the same tile.
+    const TSightBounds& bounds = *block->bounds[first];
+    std::size_t last = first + 1;
+    while (last < block->count && block->bounds[last]->tileColumn == bounds.tileColumn &&
+           block->bounds[last]->tileRow == bounds.tileRow) {
+      ++last;
+    }
+    const std::size_t count = last - first;
+    const THeightTile* tile = cursor.GetTile(bounds.tileColumn, bounds.tileRow);
+    const TSightLine* sights = block->sight + first;
+    double* u = block->u + first;
+    const auto solve = [&](const double* offset, double tolerance) {
+      terrain::SolveSingleCrossings(*tile, count, sights, block->bounds + first, offset, tolerance, u, solved);
+    };
+    std::fill_n(solved, count, false);
+    for (std::size_t k = first; k < last; ++k) block->u[k] = block->bounds[k]->start;
+    if (tile != nullptr && scene.base == nullptr) {
+      solve(nullptr, kClose);
+    } else if (tile != nullptr) {
+      solve(nullptr, kRough);
+      double lat[rpc::kLaneBlock], lon[rpc::kLaneBlock], offset[rpc::kLaneBlock];
+      for (std::size_t k = 0; k < count; ++k) scene.GetLatLon(sights[k], u[k], &lat[k], &lon[k]);
+      scene.base->GetHeights(count, lat, lon, offset);
+      for (std::size_t k = 0; k < count; ++k) {
+        offset[k] -= sights[k].GetHeight(u[k]) - terrain::Evaluate(sights[k].c[terrain::kClearance], u[k]);
+      }
+      solve(offset, kClose);
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+      block->voids[first + k] = false;
+      block->found[first + k] = solved[k];
+      if (!solved[k]) WalkOne(cursor, block, first + k);
+    }
+    first = last;
+  }
+}
+
+/// Points over a grid, most of them by patches: every step of a block of points, then the next step.
+void TTerrainLocator::TParts::LocateBlock(TTileCursor& cursor, std::size_t count, const double* line,
+                                          const double* sample, TTerrainSolution* solutions) const {
+  TBlock single, several;
+  for (std::size_t i = 0; i < count; ++i) {
+    double s, t;
+    const TSightBounds* bounds;
+    const TSightPatch* patch = patches.Find(line[i], sample[i], &s, &t, &bounds);
+    if (patch == nullptr) {
+      solutions[i] = LocateSlowly(&cursor, line[i], sample[i]);
+      continue;
+    }
+    TBlock& block = bounds->single ? single : several;
+    block.index[block.count] = i;
+    block.patch[block.count] = patch;
+    block.bounds[block.count] = bounds;
+    block.s[block.count] = s;
+    block.t[block.count++] = t;
+  }
+  for (TBlock* block : {&single, &several}) {
+    if (block->count == 0) continue;
+    patches.Interpolate(block->count, block->patch, block->s, block->t, scene.CountComponents(), block->sight);
+    if (block == &single) {
+      SolveSingle(cursor, block);
+    } else {
+      for (std::size_t k = 0; k < block->count; ++k) WalkOne(cursor, block, k);
+    }
+    Complete(*block, line, sample, solutions);
+  }
+}
+
+/// Brings points from the interpolated lines of sight to the model itself: one step with the patch's derivatives, then
+/// the residual that is left.
+void TTerrainLocator::TParts::Complete(const TBlock& block, const double* line, const double* sample,
+                                       TTerrainSolution* solutions) const {
+  double lat[rpc::kLaneBlock], lon[rpc::kLaneBlock], h[rpc::kLaneBlock];
+  double missLine[rpc::kLaneBlock], missSample[rpc::kLaneBlock];
+  const auto project = [&] {
+    scene.model->CalculateLineSampleArray(block.count, lat, lon, h, missLine, missSample, nullptr, nullptr);
+    for (std::size_t k = 0; k < block.count; ++k) {
+      missLine[k] = line[block.index[k]] - missLine[k];
+      missSample[k] = sample[block.index[k]] - missSample[k];
+    }
+  };
+  for (std::size_t k = 0; k < block.count; ++k) {
+    const double u = block.found[k] ? block.u[k] : 0.0;
+    scene.GetLatLon(block.sight[k], u, &lat[k], &lon[k]);
+    h[k] = block.sight[k].GetHeight(u);
+  }
+  project();
+  for (std::size_t k = 0; k < block.count; ++k) {
+    const TSightPatch& patch = *block.patch[k];
+    lat[k] += patch.latByLine * missLine[k] + patch.latBySample * missSample[k];
+    lon[k] += patch.lonByLine * missLine[k] + patch.lonBySample * missSample[k];
+  }
+  project();
+  for (std::size_t k = 0; k < block.count; ++k) {
+    TTerrainSolution& solution = solutions[block.index[k]];
+    if (!block.found[k]) {
+      solution = MakeSolution(block.state[k]);
+      continue;
+    }
+    const double residual = std::sqrt(missLine[k] * missLine[k] + missSample[k] * missSample[k]);
+    if (residual <= kWorthAStep) {
+      solution.lat = lat[k];
+      solution.lon = lon[k];
+      solution.h = h[k];
+      solution.residual = residual;
+      solution.state = block.voids[k] ? TTerrainState::FoundAfterVoid : TTerrainState::Found;
+    } else {
+      solution = CompleteExactly(line[block.index[k]], sample[block.index[k]], h[k], block.voids[k]);
+    }
+  }
+}
+
+std::size_t TTerrainLocator::TParts::LocateRange(std::size_t count, const double* line, const double* sample,
+                                                 TTerrainSolution* solutions) const {
+  std::size_t found = 0;
+  if (scene.grid == nullptr) {
+    for (std::size_t i = 0; i < count; ++i) solutions[i] = LocateSlowly(nullptr, line[i], sample[i]);
+  } else {
+    TTileCursor cursor(*scene.grid);
+    for (std::size_t start = 0; start < count; start += rpc::kLaneBlock) {
+      const std::size_t part = std::min(rpc::kLaneBlock, count - start);
+      LocateBlock(cursor, part, line + start, sample + start, solutions + start);
+    }
+  }
+  for (std::size_t i = 0; i < count; ++i) found += solutions[i] ? 1 : 0;
+  return found;
+}
+
+TTerrainLocator::TTerrainLocator(const TRPC& model, const THeightSurface& surface, const TTerrainOptions& options)
+    : parts_(std::make_unique<TParts>()) {
+  parts_->scene = terrain::MakeScene(model, surface);
+  parts_->options = options;
+  TTerrainBox box;
+  parts_->modelWorks = model.EnsureApproximation() && GetGroundBox(model, &box);
+  if (!parts_->modelWorks) return;
+  parts_->range = surface.GetRange(box);
+  if (!parts_->range.IsKnown()) return;
+  parts_->range.lowest -= kRoom;
+  // Voids above the terrain's highest known point count up to where the model expects terrain.
+  parts_->range.highest =
+      std::fmax(parts_->range.highest + kRoom, std::fmax(model.GetMinHeight(), model.GetMaxHeight()));
+  if (parts_->scene.grid != nullptr) {
+    parts_->patches = TSightPatches(parts_->scene, parts_->range.lowest, parts_->range.highest);
+  }
+}
+
+TTerrainLocator::TTerrainLocator(TTerrainLocator&& other) noexcept = default;
+TTerrainLocator& TTerrainLocator::operator=(TTerrainLocator&& other) noexcept = default;
+TTerrainLocator::~TTerrainLocator() = default;
+
+TTerrainSolution TTerrainLocator::Locate(double line, double sample) const {
+  TTerrainSolution solution;
+  LocateArray(1, &line, &sample, &solution);
+  return solution;
+}
+
+std::size_t TTerrainLocator::LocateArray(std::size_t count, const double* line, const double* sample,
+                                         TTerrainSolution* solutions) const {
+  std::atomic<std::size_t> found{0};
+  rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
+    found += parts_->LocateRange(last - first, line + first, sample + first, solutions + first);
+  });
+  return found;
+}
+
+std::vector<TTerrainSolution> TTerrainLocator::LocateAll(double line, double sample) const {
+  std::vector<TTerrainSolution> solutions = {Locate(line, sample)};
+  if (!solutions[0]) return solutions;
+  const TScene& scene = parts_->scene;
+  std::unique_ptr<TTileCursor> cursor;
+  if (scene.grid != nullptr) cursor = std::make_unique<TTileCursor>(*scene.grid);
+  std::vector<double> heights;
+  TPoint point = {line, sample, {}, 0.0, {}, false};
+  if (!parts_->LocateBy(cursor.get(), &point, parts_->range.lowest, parts_->range.highest, 0, &heights)) {
+    return solutions;
+  }
+  point.walk.voids = solutions[0].state == TTerrainState::FoundAfterVoid;
+  // The first of them is the one that is known already.
+  for (std::size_t i = 1; i < heights.size(); ++i) {
+    const TTerrainSolution hidden = parts_->CompleteExactly(line, sample, heights[i], point.walk.voids);
+    if (hidden) solutions.push_back(hidden);
+  }
+  return solutions;
+}
+
+TVisibility TTerrainLocator::TParts::Look(TTileCursor* cursor, double line, double sample, double h) const {
+  if (!modelWorks || !std::isfinite(line) || !std::isfinite(sample) || !std::isfinite(h)) return TVisibility::NoLine;
+  if (!range.IsKnown()) return TVisibility::VisibleVoid;
+  const double bottom = std::fmax(h + options.visibilityTolerance, range.lowest);
+  if (bottom >= range.highest) return TVisibility::Visible;
+  TPoint point = {line, sample, {}, 0.0, {}, false};
+  double s, t;
+  const TSightBounds* bounds = nullptr;
+  const TSightPatch* patch = cursor == nullptr ? nullptr : patches.Find(line, sample, &s, &t, &bounds);
+  if (patch != nullptr) {
+    patches.Interpolate(1, &patch, &s, &t, scene.CountComponents(), &point.sight);
+    point.found = terrain::WalkGrid(*cursor, point.sight, bounds->top,
+                                    std::fmax(bounds->bottom, point.sight.GetU(bottom)), &point.walk, &point.u);
+  } else if (!LocateBy(cursor, &point, bottom, range.highest, 0, nullptr)) {
+    return TVisibility::NoLine;
+  }
+  if (point.found || point.walk.side == TWalk::TSide::Below) return TVisibility::Hidden;
+  return point.walk.voids ? TVisibility::VisibleVoid : TVisibility::Visible;
+}
+
+TVisibility TTerrainLocator::GetVisibility(double lat, double lon, double h) const {
+  TVisibility visibility = TVisibility::NotRun;
+  GetVisibilityArray(1, &lat, &lon, &h, &visibility);
+  return visibility;
+}
+
+std::size_t TTerrainLocator::GetVisibilityArray(std::size_t count, const double* lat, const double* lon,
+                                                const double* h, TVisibility* visibility) const {
+  std::atomic<std::size_t> seen{0};
+  rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
+    const TScene& scene = parts_->scene;
+    std::unique_ptr<TTileCursor> cursor;
+    if (scene.grid != nullptr) cursor = std::make_unique<TTileCursor>(*scene.grid);
+    std::size_t seenHere = 0;
+    double line[rpc::kLaneBlock], sample[rpc::kLaneBlock];
+    for (std::size_t start = first; start < last; start += rpc::kLaneBlock) {
+      const std::size_t part = std::min(rpc::kLaneBlock, last - start);
+      scene.model->CalculateLineSampleArray(part, lat + start, lon + start, h + start, line, sample, nullptr, nullptr);
+      for (std::size_t i = 0; i < part; ++i) {
+        const TVisibility one = parts_->Look(cursor.get(), line[i], sample[i], h[start + i]);
+        visibility[start + i] = one;
+        seenHere += one == TVisibility::Visible || one == TVisibility::VisibleVoid ? 1 : 0;
+      }
+    }
+    seen += seenHere;
+  });
+  return seen;
+}
+
+const THeightRange& TTerrainLocator::GetHeightRange() const noexcept { return parts_->range; }
+
+}  // namespace SatCommonUtils
