@@ -45,15 +45,16 @@ class Model:
     notebooks.
     """
 
-    __slots__ = ("_model", "_name")
+    __slots__ = ("_model", "_name", "_origin")
 
-    def __init__(self, core: _core.Model, name: str = "") -> None:
+    def __init__(self, core: _core.Model, name: str = "", origin: dict[str, Any] | None = None) -> None:
         """Wrap the core's model; `open`, `from_dict` and `from_rpcs` are what makes one."""
         self._model = core
         self._name = name
+        self._origin = origin or {}
 
     @classmethod
-    def open(cls, path: str | os.PathLike[str]) -> Model:
+    def open(cls, path: str | os.PathLike[str], first_pixel: int | None = None) -> Model:
         """Read a model file of any form, or the model of an image.
 
         Parameters
@@ -61,6 +62,8 @@ class Model:
         path
             A model file, whose form is recognised by its content. For other files rasterio is asked where it is
             installed, which opens what GDAL opens.
+        first_pixel
+            0 or 1: what the file counts the centre of its first pixel as, whatever is known of its form.
 
         Raises
         ------
@@ -70,7 +73,8 @@ class Model:
         text = os.fspath(path)
         name = Path(text).stem
         try:
-            return cls(_core.Model.open(text), name)
+            core, origin = _core.Model.open(text, first_pixel)
+            return cls(core, name, origin)
         except RuntimeError as error:
             return cls._open_image(text, name, str(error))
 
@@ -88,7 +92,7 @@ class Model:
                 model = cls.from_rpcs(dataset.rpcs, shape=dataset.shape)
         except rasterio.errors.RasterioIOError:
             raise ValueError(reason) from None
-        return cls(model._model, name)
+        return cls(model._model, name, {"source": path, "form": "image", "first_pixel": 0})
 
     @classmethod
     def from_rpcs(cls, rpcs: Any, shape: tuple[int, int] | None = None) -> Model:
@@ -281,6 +285,14 @@ class Model:
         return self._model.extras()
 
     @property
+    def origin(self) -> dict[str, Any]:
+        """Where the model comes from: source, form, first_pixel and who says so, term_order, acquired, notes.
+
+        Empty for a model that was not read from a file.
+        """
+        return dict(self._origin)
+
+    @property
     def refinement(self) -> tuple[str, dict[str, float]] | None:
         """Kind and parameters of the correction; None for a plain model."""
         found = self._model.refinement()
@@ -306,14 +318,14 @@ class Model:
         sample, samples = record["SAMP_OFF"], abs(record["SAMP_SCALE"])
         return line - lines, line + lines, sample - samples, sample + samples
 
-    def __getstate__(self) -> tuple[bytes, str]:
+    def __getstate__(self) -> tuple[bytes, str, dict[str, Any]]:
         """Models travel as XML, which holds every number bit for bit."""
-        return self._model.text("xml"), self._name
+        return self._model.text("xml"), self._name, self._origin
 
-    def __setstate__(self, state: tuple[bytes, str]) -> None:
+    def __setstate__(self, state: tuple[bytes, str, dict[str, Any]]) -> None:
         """Come back from `__getstate__`."""
         self._model = _core.Model.of_xml(state[0])
-        self._name = state[1]
+        self._name, self._origin = state[1:]
 
     def __eq__(self, other: object) -> bool:
         """Compare all numbers, bit for bit, and what stands beside them; names do not count."""

@@ -91,6 +91,27 @@ TModel ModelOf(const nb::dict& dict, std::optional<std::string> satellite, std::
   return TModel::OfRecord(record, {std::move(satellite), std::move(band), biasError, randomError}, raster);
 }
 
+nb::dict DictOf(const TRPCFileOrigin& origin) {
+  nb::dict dict;
+  dict["source"] = origin.source;
+  dict["form"] = origin.variant;
+  dict["first_pixel"] = origin.firstPixel;
+  dict["first_pixel_rule"] = origin.firstPixelRule;
+  dict["term_order"] = RPCTermOrderName(origin.termOrder);
+  dict["acquired"] = origin.acquisitionTime;
+  dict["notes"] = origin.notes;
+  return dict;
+}
+
+nb::tuple Open(const std::string& path, std::optional<int> firstPixel) {
+  TRPCFileOrigin origin;
+  const TModel model = [&] {
+    const nb::gil_scoped_release free;
+    return TModel::Open(path, {firstPixel}, &origin);
+  }();
+  return nb::make_tuple(model, DictOf(origin));
+}
+
 std::optional<std::pair<int, int>> RasterOf(const TModel& model) {
   int width = 0;
   int height = 0;
@@ -177,11 +198,19 @@ TModel TModel::OfFile(const TRPCFile& file, const std::string& name) {
   }
 }
 
-TModel TModel::Open(const std::string& path) {
+TModel TModel::Open(const std::string& path, const TRPCFileOptions& options, TRPCFileOrigin* origin) {
   TRPCFile file;
   TRPCFileError error;
-  if (!ReadRPCFile(path, &file, &error)) throw std::runtime_error(error.GetText());
-  return OfFile(file, path);
+  if (!ReadRPCFile(path, options, &file, &error)) throw std::runtime_error(error.GetText());
+  TModel model = OfFile(file, path);
+  int width = 0;
+  int height = 0;
+  if (!model.rpc_->GetRasterDims(&width, &height) && file.origin.rasterWidth && file.origin.rasterHeight) {
+    model.rpc_->SetRasterDims(*file.origin.rasterWidth, *file.origin.rasterHeight);
+  }
+  if (file.origin.variant.empty()) file.origin.variant = RPCFileFormName(file.form);
+  *origin = std::move(file.origin);
+  return model;
 }
 
 TModel TModel::OfXml(const std::string& xml) {
@@ -244,7 +273,8 @@ TModel TModel::Plain() const {
 
 void DefineModel(nb::module_& module) {
   nb::class_<TModel>(module, "Model")
-      .def_static("open", &TModel::Open, nb::arg("path"), nb::call_guard<nb::gil_scoped_release>())
+      .def_static("open", &Open, nb::arg("path"), nb::arg("first_pixel").none(),
+                  nb::sig("def open(path: str, first_pixel: int | None) -> tuple[Model, dict[str, typing.Any]]"))
       .def_static(
           "of_xml",
           [](const nb::bytes& xml) {

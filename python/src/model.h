@@ -20,7 +20,9 @@ namespace nb = nanobind;
 class TModel {
  public:
   /// Reads a file of any form that the core knows. \throws std::runtime_error with the library's sentence.
-  static TModel Open(const std::string& path);
+  /// \param origin receives where the model comes from and what its file counts from.
+  static TModel Open(const std::string& path, const SatCommonUtils::TRPCFileOptions& options,
+                     SatCommonUtils::TRPCFileOrigin* origin);
   /// \param raster width and height in pixels. \throws std::runtime_error for an incomplete record.
   static TModel OfRecord(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFileExtras extras,
                          std::optional<std::pair<int, int>> raster);

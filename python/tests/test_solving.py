@@ -1,15 +1,10 @@
 """Several images, fits and corrections, on the simulated pair and on real models."""
 
-import csv
-
 import numpy as np
 import pytest
 
 import orbmath
 from orbmath import Model, State
-
-#: What other programs' tables of real models are met within, pixels.
-TABLE_PX = 1e-7
 
 
 def ground(seed, count):
@@ -95,17 +90,3 @@ def test_comparison_sees_a_shift(left):
     np.testing.assert_allclose(found.d_line, 3, atol=1e-7)
     np.testing.assert_allclose(found.d_sample, 0, atol=1e-7)
     assert found.rms == pytest.approx(3) and found.d_line.shape == (1, 5, 5)
-
-
-def test_real_models_meet_what_other_programs_computed(real_files):
-    with open(real_files / "computed_ground_to_image.csv", newline="") as table:
-        rows = list(csv.DictReader(table))
-    assert rows
-    for file in {row["file"] for row in rows}:
-        of_file = [row for row in rows if row["file"] == file]
-        lat, lon, height, line, sample = (
-            np.array([float(row[key]) for row in of_file])
-            for key in ("lat_deg", "lon_deg", "height_m", "line", "sample")
-        )
-        found = Model.open(real_files / file).project(lat, lon, height)
-        np.testing.assert_allclose(found, [line, sample], rtol=0, atol=TABLE_PX, err_msg=file)
