@@ -3,6 +3,8 @@
 /// The adjusted model: an RPC model whose image coordinates are corrected by a refinement.
 
 #include <cstddef>
+#include <limits>
+#include <string>
 
 #include "../frame/api.h"
 #include "../frame/zxstd/var_a.h"
@@ -16,6 +18,20 @@
 namespace SatCommonUtils {
 
 struct TRPCEstimationDataSet;
+
+/// What a record made by `TAdjustedRPC::ExportRefined` may miss the model by, pixels; the worst that was seen on real
+/// models and corrections of a few pixels is below a tenth of it.
+constexpr double kRefinedExportError = 0.01;
+
+/// A plain record of an adjusted model, or why there is none.
+struct ORBMATH_API TRefinedExport {
+  bool success = false;
+  TRPCData record;  ///< unset without success
+  /// Largest distance in pixels from the model over the image, between the nodes that the record was made from; without
+  /// success that of the closest record that was found, if any; NaN when nothing was compared.
+  double worst = std::numeric_limits<double>::quiet_NaN();
+  std::string message = "not run";  ///< one sentence: how the record was made, or why there is none
+};
 
 /// An RPC model and, optionally, a refinement of its image coordinates.
 ///
@@ -75,12 +91,14 @@ class ORBMATH_API TAdjustedRPC : public TRPC {
   ///
   /// Offsets and scales stay. Shifts and scales of each axis fold into the numerators without loss, and so does any
   /// refinement when line and sample have the same denominator. Otherwise one of the polynomials that bringing line and
-  /// sample together needs is not cubic, and its closest cubic over the model's box (the raster, when its size is
-  /// known) takes its place; docs/refinement.md says what that costs, far below a hundredth of a pixel for corrections
-  /// of a few pixels. Where it costs more, all coefficients are fitted anew by `FitRPC`.
-  /// \param out untouched when false.
-  /// \return false when the result would be off by more than 0.01 pixels somewhere on a grid over that box, or the box
-  /// cannot be sampled.
+  /// sample together needs is not cubic, and its closest cubic over the ground that the image shows (the raster, when
+  /// its size is known) takes its place; docs/refinement.md says what that costs, far below a hundredth of a pixel for
+  /// corrections of a few pixels. Where it costs more, all coefficients are fitted anew by `FitRPC`. The result is
+  /// compared with the model between the nodes that it was made from, on the branch of the model's centre.
+  /// \return the record, how far it misses the model, and how it was made; or why there is none within
+  /// `kRefinedExportError`.
+  TRefinedExport ExportRefined() const;
+  /// The record of that. \param out untouched when false.
   bool ExportRefined(TRPCData* out) const;
 
  private:

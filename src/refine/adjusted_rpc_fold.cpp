@@ -14,13 +14,17 @@
 #include <cmath>
 #include <cstddef>
 #include <iterator>
+#include <limits>
+#include <string>
 #include <vector>
 
+#include "frame/zxstd/text.h"
 #include "linalg/linear_systems.h"
 #include "linalg/matrix.h"
 #include "linalg/normal_equations.h"
 #include "linalg/vector.h"
 #include "refine/adjusted_rpc.h"
+#include "refine/image_nodes.h"
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
 #include "rpc/polynomial_kernel.h"
@@ -29,17 +33,11 @@
 namespace SatCommonUtils {
 namespace {
 
+using refine::TImageNode;
+using refine::TImageSampler;
+
 constexpr std::size_t kTermCount = 20;
 using TCubic = std::array<double, kTermCount>;
-
-/// Where the result may miss the adjusted model at most, pixels.
-constexpr double kLargestError = 0.01;
-
-struct TNode {
-  double lat = 0.0, lon = 0.0, height = 0.0;  // degrees, metres
-  double p = 0.0, l = 0.0, h = 0.0;           // the same, normalised
-  double line = 0.0, sample = 0.0;            // refined, pixels
-};
 
 TCubic CubicOf(const double (&coefficients)[kTermCount]) {
   TCubic cubic;
@@ -101,54 +99,13 @@ matr3x3 Normalized(const matr3x3& h, const TRPCData& rpc) {
   return b;
 }
 
-/// First and last value of an axis of a grid.
-struct TSpan {
-  double first, last;
-};
-
-/// Points of the adjusted model's box: a grid over the image (the raster, when its size is known, or what the raw box
-/// becomes) at heights over the height range. Those count that the model maps back to where they came from.
-/// \param cells of the grid along each axis. \param offset of the first node, in cells.
-std::vector<TNode> SampleBox(const TAdjustedRPC& model, int cells, double offset) {
-  constexpr double kMappedBack = 1e-3;  // pixels
-  TSpan lines = {model.GetMinLine(), model.GetMaxLine()};
-  TSpan samples = {model.GetMinSample(), model.GetMaxSample()};
-  const TSpan heights = {model.GetMinHeight(), model.GetMaxHeight()};
-  int width = 0, height = 0;
-  const bool has_raster = model.GetRasterDims(&width, &height);
-  if (has_raster) {
-    lines = {0.0, height - 1.0};
-    samples = {0.0, width - 1.0};
-  }
-  const auto at = [offset, cells](const TSpan& span, int i) {
-    return span.first + (span.last - span.first) * ((i + offset) / cells);
-  };
-  std::vector<TNode> nodes;
-  const int count = offset == 0.0 ? cells + 1 : cells;
-  for (int i = 0; i < count * count * count; ++i) {
-    double line = at(lines, i / (count * count));
-    double sample = at(samples, i / count % count);
-    if (!has_raster) model.GetRefinement()->RawToRefined(line, sample, &line, &sample, nullptr, nullptr);
-    TNode node;
-    node.height = at(heights, i % count);
-    if (!model.CalculateLatLon(line, sample, node.height, &node.lat, &node.lon)) continue;
-    model.CalculateLineSample(node.lat, node.lon, node.height, &node.line, &node.sample, nullptr, nullptr);
-    if (!(std::hypot(node.line - line, node.sample - sample) < kMappedBack)) continue;
-    node.p = model.GetLatitudeNormalization()->Initial2Normalized(node.lat);
-    node.l = model.GetLongitudeNormalization()->Initial2Normalized(node.lon);
-    node.h = model.GetHeightNormalization()->Initial2Normalized(node.height);
-    if (std::fabs(node.p) <= 1.0 && std::fabs(node.l) <= 1.0) nodes.push_back(node);
-  }
-  return nodes;
-}
-
 /// The cubic closest to numerator·denominator/other_denominator over the nodes, in units of the quotient by
 /// `denominator`. \return false when the nodes do not determine one.
-bool FitProduct(const std::vector<TNode>& nodes, const TCubic& numerator, const TCubic& denominator,
+bool FitProduct(const std::vector<TImageNode>& nodes, const TCubic& numerator, const TCubic& denominator,
                 const TCubic& other_denominator, TCubic* product) {
   constexpr double kRidge = 1e-13;  // of the mean diagonal element: keeps directions without support at zero
   double scale[3] = {0.0, 0.0, 0.0};
-  for (const TNode& node : nodes) {
+  for (const TImageNode& node : nodes) {
     scale[0] = std::max(scale[0], std::fabs(node.p));
     scale[1] = std::max(scale[1], std::fabs(node.l));
     scale[2] = std::max(scale[2], std::fabs(node.h));
@@ -200,14 +157,43 @@ bool Fold(const double (&b)[2][3], const TCubic& product, double (&numerator)[kT
   return true;
 }
 
-/// True when the record says what the model does, within the bound, at every node.
-bool Agrees(const TRPCData& record, const std::vector<TNode>& nodes) {
+/// Distance in pixels of a record from the model at a node; infinite where there is none.
+double DistanceAt(const TRPC& plain, const TImageNode& node) {
+  double line, sample;
+  plain.CalculateLineSample(node.lat, node.lon, node.height, &line, &sample, nullptr, nullptr);
+  const double d_line = line - node.line, d_sample = sample - node.sample;
+  const double distance = std::sqrt(d_line * d_line + d_sample * d_sample);
+  return std::isnan(distance) ? std::numeric_limits<double>::infinity() : distance;
+}
+
+/// The largest distance in pixels of a record from the model: the largest at the nodes, and from that node uphill as
+/// far as the image goes, since errors grow towards its corners, between any nodes.
+double WorstOf(const TRPCData& record, const TImageSampler& sampler, const std::vector<TImageNode>& nodes) {
+  constexpr double kReach = 0.1, kSmallestReach = 1e-3;  // normalised
   const TRPC plain(record, nullptr);
-  return std::all_of(nodes.begin(), nodes.end(), [&plain](const TNode& node) {
-    double line, sample;
-    plain.CalculateLineSample(node.lat, node.lon, node.height, &line, &sample, nullptr, nullptr);
-    return std::hypot(line - node.line, sample - node.sample) <= kLargestError;
-  });
+  double worst = -1.0;
+  TImageNode at;
+  for (const TImageNode& node : nodes) {
+    const double distance = DistanceAt(plain, node);
+    if (distance > worst) worst = distance, at = node;
+  }
+  for (double reach = kReach; reach > kSmallestReach && std::isfinite(worst);) {
+    bool moved = false;
+    for (int direction = 0; direction < 6; ++direction) {
+      const double step = direction % 2 == 0 ? reach : -reach;
+      TImageNode next;
+      const bool shown =
+          sampler.NodeAt(at.p + (direction / 2 == 0 ? step : 0.0), at.l + (direction / 2 == 1 ? step : 0.0),
+                         std::clamp(at.h + (direction / 2 == 2 ? step : 0.0), -1.0, 1.0), &next);
+      const double distance = shown ? DistanceAt(plain, next) : 0.0;
+      if (!(distance > worst)) continue;
+      worst = distance;
+      at = next;
+      moved = true;
+    }
+    if (!moved) reach *= 0.5;
+  }
+  return std::max(worst, 0.0);
 }
 
 /// True when B brings line and sample together, so that the polynomials called T above take part.
@@ -223,7 +209,7 @@ bool FoldBoth(const matr3x3& b, const TCubic& line_product, const TCubic& sample
 }
 
 /// As above, with cubics fitted for T.
-bool FoldWithFittedProducts(const std::vector<TNode>& nodes, const matr3x3& b, TRPCData* record) {
+bool FoldWithFittedProducts(const std::vector<TImageNode>& nodes, const matr3x3& b, TRPCData* record) {
   const TCubic line_num = CubicOf(record->lineNumCoef), line_den = CubicOf(record->lineDenCoef);
   const TCubic samp_num = CubicOf(record->sampNumCoef), samp_den = CubicOf(record->sampDenCoef);
   TCubic line_product, sample_product;
@@ -233,12 +219,12 @@ bool FoldWithFittedProducts(const std::vector<TNode>& nodes, const matr3x3& b, T
 }
 
 /// Fits all coefficients to the nodes; offsets and scales stay.
-bool FitAnew(const std::vector<TNode>& nodes, TRPCData* record) {
+bool FitAnew(const std::vector<TImageNode>& nodes, TRPCData* record) {
   const TLinearNormalization lines = TLinearNormalization::Unchecked(record->lineOffset, record->lineScale);
   const TLinearNormalization samples = TLinearNormalization::Unchecked(record->sampOffset, record->sampScale);
   TRPCEstimationDataSet set;
   set.IsNormalized = true;
-  for (const TNode& node : nodes) {
+  for (const TImageNode& node : nodes) {
     set.Points.push_back(
         {node.p, node.l, node.h, lines.Initial2Normalized(node.line), samples.Initial2Normalized(node.sample)});
   }
@@ -247,35 +233,106 @@ bool FitAnew(const std::vector<TNode>& nodes, TRPCData* record) {
   return FitRPC(set, options, record);
 }
 
+/// True when every parameter is a finite number.
+bool IsFinite(const TRPCRefinementDataBase& refinement) {
+  std::vector<double> values;
+  refinement.GetParametersValues(&values);
+  return std::all_of(values.begin(), values.end(), [](double value) { return std::isfinite(value); });
+}
+
+/// True when the line that the refinement sends to infinity runs through the raw image.
+bool SendsImageToInfinity(const matr3x3& b) {
+  const double range = std::fabs(b[2][0]) + std::fabs(b[2][1]);
+  return !(std::fabs(b[2][2]) > range);
+}
+
+/// The work on one export.
+class TExporter {
+ public:
+  explicit TExporter(const TAdjustedRPC& model) : model_(model) { model.GetRPCData(&record_); }
+
+  TRefinedExport Run() {
+    const var_a<TRPCRefinementDataBase*> refinement = model_.GetRPCRefinementData();
+    if (!refinement || refinement->IsUnity()) {
+      result_.worst = 0.0;
+      return Success(record_, "there is no correction to carry");
+    }
+    if (!IsFinite(*refinement)) return Failure("a parameter of the refinement is not finite");
+    const matr3x3 b = Normalized(MatrixOf(*refinement), record_);
+    if (SendsImageToInfinity(b)) return Failure("the refinement sends a part of the image to infinity");
+    const TImageSampler sampler(model_);
+    const bool is_exact = !NeedsProducts(b) || CubicOf(record_.lineDenCoef) == CubicOf(record_.sampDenCoef);
+    // Middles of a finer grid, none of whose planes is one of the grid that cubics are fitted to.
+    const std::vector<TImageNode> checks = sampler.Nodes({kFitAcross * 2 - 1, kFitAcross * 2 - 1, true});
+    if (is_exact) {
+      TRPCData folded = record_;
+      if (!FoldBoth(b, CubicOf(record_.sampNumCoef), CubicOf(record_.lineNumCoef), &folded)) {
+        return Failure("the numbers of the folded model are not finite");
+      }
+      constexpr const char* kHow = "folded into the polynomials without loss";
+      if (checks.empty()) return Success(folded, kHow);
+      result_.worst = WorstOf(folded, sampler, checks);
+      return Judge(folded, kHow);
+    }
+    if (sampler.ShowsPole()) return Failure("a denominator of the model comes to zero in the image");
+    const std::vector<TImageNode> nodes = sampler.Nodes({kFitAcross, kFitAcross, false});
+    if (nodes.size() < kLeastNodes || checks.size() < kLeastNodes) {
+      return Failure("the image shows too little of the model's ground box");
+    }
+    return Approximate(b, nodes, checks, sampler);
+  }
+
+ private:
+  static constexpr int kFitAcross = 11;
+  static constexpr std::size_t kLeastNodes = 5 * kTermCount;
+
+  TRefinedExport Approximate(const matr3x3& b, const std::vector<TImageNode>& nodes,
+                             const std::vector<TImageNode>& checks, const TImageSampler& sampler) {
+    TRPCData folded = record_;
+    if (FoldWithFittedProducts(nodes, b, &folded)) {
+      result_.worst = WorstOf(folded, sampler, checks);
+      if (result_.worst <= kRefinedExportError) return Judge(folded, "folded into the closest polynomials");
+    }
+    TRPCData fitted = record_;
+    if (FitAnew(nodes, &fitted)) {
+      const double worst = WorstOf(fitted, sampler, checks);
+      if (!(worst > result_.worst)) result_.worst = worst;
+      if (worst <= kRefinedExportError) return Judge(fitted, "all coefficients fitted anew");
+    }
+    return Judge(folded, "");
+  }
+
+  /// Takes a record if it is within the bound.
+  TRefinedExport Judge(const TRPCData& record, const std::string& how) {
+    if (result_.worst <= kRefinedExportError) return Success(record, how);
+    return Failure(
+        Zentarix::ssprintf("no rational polynomials come within %.3lg pixels of it, the closest miss by %.3lg",
+                           kRefinedExportError, result_.worst));
+  }
+  TRefinedExport Success(const TRPCData& record, const std::string& message) {
+    result_.success = true;
+    result_.record = record;
+    result_.message = message;
+    return result_;
+  }
+  TRefinedExport Failure(const std::string& reason) {
+    result_.message = reason;
+    return result_;
+  }
+
+  const TAdjustedRPC& model_;
+  TRPCData record_;
+  TRefinedExport result_;
+};
+
 }  // namespace
 
+TRefinedExport TAdjustedRPC::ExportRefined() const { return TExporter(*this).Run(); }
+
 bool TAdjustedRPC::ExportRefined(TRPCData* out) const {
-  constexpr int kCells = 10;
-  constexpr std::size_t kLeastNodes = 5 * kTermCount;
-  TRPCData record;
-  GetRPCData(&record);
-  const var_a<TRPCRefinementDataBase*> refinement = GetRPCRefinementData();
-  if (!refinement || refinement->IsUnity()) {
-    *out = record;
-    return true;
-  }
-  const matr3x3 b = Normalized(MatrixOf(*refinement), record);
-  if (!NeedsProducts(b) || CubicOf(record.lineDenCoef) == CubicOf(record.sampDenCoef)) {
-    if (!FoldBoth(b, CubicOf(record.sampNumCoef), CubicOf(record.lineNumCoef), &record)) return false;
-    *out = record;
-    return true;
-  }
-  const std::vector<TNode> nodes = SampleBox(*this, kCells, 0.0);
-  const std::vector<TNode> checks = SampleBox(*this, kCells, 0.5);
-  if (nodes.size() < kLeastNodes || checks.size() < kLeastNodes) return false;
-  TRPCData folded = record;
-  if (FoldWithFittedProducts(nodes, b, &folded) && Agrees(folded, checks)) {
-    *out = folded;
-    return true;
-  }
-  if (!FitAnew(nodes, &record) || !Agrees(record, checks)) return false;
-  *out = record;
-  return true;
+  const TRefinedExport result = ExportRefined();
+  if (result.success) *out = result.record;
+  return result.success;
 }
 
 }  // namespace SatCommonUtils

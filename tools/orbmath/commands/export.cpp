@@ -2,6 +2,8 @@
 #include "errors.h"
 #include "models/ground_grid.h"
 #include "models/model.h"
+#include "refine/adjusted_rpc.h"
+#include "report/fixed_digits.h"
 #include "report/report.h"
 
 namespace orbmath_tool {
@@ -35,6 +37,10 @@ class Export : public Command {
     CopyImage(*model.rpc, &plain);
     const TRPC written(WriteModel(plain, model.file.extras, form, out_), nullptr);
     const PixelDifference error = DifferenceInImage(*model.rpc, written);
+    if (!(error.max <= SatCommonUtils::kRefinedExportError)) {
+      Note(out_ + ": gives other image points than " + model_ + ", by up to " + Fixed(error.max, 3) +
+           " px: the form keeps too few digits for this model, XML keeps all");
+    }
     Report report;
     report.Text("file", "written", out_);
     report.Number("max_px", "error of the file, worst", error.max, 9, "px");

@@ -81,11 +81,9 @@ const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model) {
 TRPCData PlainRecord(const Model& model) {
   const SatCommonUtils::TAdjustedRPC* const refined = AsRefined(model);
   if (refined == nullptr) return model.file.record;
-  TRPCData record;
-  if (!refined->ExportRefined(&record)) {
-    throw Failure(model.name + ": no plain model comes within 0.01 px of this refinement");
-  }
-  return record;
+  const SatCommonUtils::TRefinedExport exported = refined->ExportRefined();
+  if (!exported.success) throw Failure(model.name + ": no plain model can be made: " + exported.message);
+  return exported.record;
 }
 
 void OutputForm::Declare(CommandLine& line) {
