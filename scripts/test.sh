@@ -13,3 +13,4 @@ cmake --build --preset release
 ctest --preset release --parallel "$(nproc)" "$@"
 # With arguments, which are ctest's, the Python package stays out.
 [ $# -gt 0 ] || bash scripts/test_python.sh
+bash scripts/left_out.sh build/release
