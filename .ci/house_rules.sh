@@ -58,6 +58,8 @@ room_of() {
   case $1 in
     frame/zxstd/*) room=frame/zxstd ;;
     frame/sat_data_container/*) room=frame/sat_data_container ;;
+    # Estimation has a folder of its own; its public headers stand beside those of the corrections.
+    refine/estimation/* | refine/robust_fit.h | refine/rpc_estimation.h) room=estimation ;;
     */*) room=${1%%/*} ;;
     *) room= ;;
   esac
