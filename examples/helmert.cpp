@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <vector>
 
+#include <orbmath/transform/seven_params.h>
 #include "pushbroom_scene.h"
-#include "transform/seven_params.h"
 
 using namespace SatCommonUtils;
 

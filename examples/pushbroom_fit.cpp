@@ -9,9 +9,9 @@
 #include <tuple>
 #include <vector>
 
+#include <orbmath/refine/robust_fit.h>
+#include <orbmath/rpc/rpc_file.h>
 #include "pushbroom_scene.h"
-#include "refine/robust_fit.h"
-#include "rpc/rpc_file.h"
 
 using namespace SatCommonUtils;
 using example::PushbroomScene;

@@ -4,10 +4,10 @@
 
 #include <utility>
 
-#include "geometry/attitude.h"
-#include "geometry/ray.h"
-#include "linalg/matrix.h"
-#include "linalg/vector.h"
+#include <orbmath/geometry/attitude.h>
+#include <orbmath/geometry/ray.h>
+#include <orbmath/linalg/matrix.h>
+#include <orbmath/linalg/vector.h>
 
 namespace example {
 

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <vector>
 
-#include "geometry/ray.h"
-#include "rpc/ground_solution.h"
-#include "rpc/rpc_file.h"
-#include "rpc/rpc_model.h"
+#include <orbmath/geometry/ray.h>
+#include <orbmath/rpc/ground_solution.h>
+#include <orbmath/rpc/rpc_file.h>
+#include <orbmath/rpc/rpc_model.h>
 
 using namespace SatCommonUtils;
 

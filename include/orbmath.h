@@ -75,3 +75,4 @@
 #include "transform/seven_params.h"
 #include "transform/seven_params_fit.h"
 #include "transform/tie_point.h"
+#include "version.h"

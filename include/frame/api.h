@@ -2,7 +2,9 @@
 /// \file
 /// Export marking of the shared library. Everything that does not carry `ORBMATH_API` is hidden.
 
-#if defined(_WIN32)
+#if defined(_WIN32) && defined(ORBMATH_STATIC)
+#define ORBMATH_API
+#elif defined(_WIN32)
 #if defined(ORBMATH_BUILD)
 #define ORBMATH_API __declspec(dllexport)
 #else

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Installs the build into a fresh prefix, then builds and runs a host of it in two ways:
-# install_and_consume.sh BUILD_DIRECTORY CONSUMER_DIRECTORY
+# Installs the build into a fresh prefix, builds and runs hosts of it, and takes it away again:
+# install_and_consume.sh BUILD_DIRECTORY CONSUMER_DIRECTORY EXAMPLES_DIRECTORY
 set -euo pipefail
 build=$1
 consumer=$2
+examples=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -16,6 +17,11 @@ cmake -G Ninja -S "$consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$prefix" 
 cmake --build "$work/by_cmake" >/dev/null
 "$work/by_cmake/consumer_AFTER"
 "$work/by_cmake/consumer_BEFORE"
+
+# The examples alone.
+cmake -G Ninja -S "$examples" -B "$work/examples" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+cmake --build "$work/examples" >/dev/null
+(cd "$work/examples" && ctest --output-on-failure)
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name orbmath.pc)")
 export PKG_CONFIG_PATH
@@ -32,3 +38,11 @@ printf '#include <orbmath.h>\n#include <rpc/rpc_model.h>\n' >"$work/plain.cpp"
 "$CXX" "${strict[@]}" -fsyntax-only -I "$consumer/own" -I "$headers" "$work/plain.cpp"
 
 if [ -x "$prefix/bin/orbmath" ]; then "$prefix/bin/orbmath" --version; fi
+
+# What was installed can be taken away, and nothing else goes with it.
+mkdir -p "$work/second/include"
+echo "of somebody else" >"$work/second/include/other.h"
+cmake --install "$build" --prefix "$work/second" >/dev/null
+cmake --build "$build" --target uninstall >/dev/null
+left=$(cd "$work/second" && find . -type f -o -path '*rbmath*')
+[ "$left" = ./include/other.h ] || { echo "left after uninstall: $left"; exit 1; }

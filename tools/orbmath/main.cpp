@@ -8,6 +8,7 @@
 
 #include "commands/command.h"
 #include "errors.h"
+#include "version.h"
 
 namespace orbmath_tool {
 
@@ -64,7 +65,7 @@ int Dispatch(const std::vector<std::string>& arguments) {
     return kSuccess;
   }
   if (first == "--version") {
-    std::puts("orbmath " ORBMATH_VERSION);
+    std::printf("orbmath %s\n", SatCommonUtils::GetOrbmathVersionText());
     return kSuccess;
   }
   for (const Entry& entry : kCommands) {

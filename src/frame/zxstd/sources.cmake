@@ -6,6 +6,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/output_file.cpp
   ${CMAKE_CURRENT_LIST_DIR}/output_target.cpp
   ${CMAKE_CURRENT_LIST_DIR}/output_target_windows.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/openmp_runtime.cpp
   ${CMAKE_CURRENT_LIST_DIR}/path.cpp
   ${CMAKE_CURRENT_LIST_DIR}/progress.cpp
   ${CMAKE_CURRENT_LIST_DIR}/projective_transform.cpp
