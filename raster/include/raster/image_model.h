@@ -3,10 +3,11 @@
 /// The RPC model of an image: inside it (GeoTIFF tag 50844, NITF RPC00A and RPC00B) or in files beside it, in any
 /// container that GDAL opens, `/vsizip/` and `/vsicurl/` paths too; and setting the model of an image that is there.
 
+#include <orbmath/rpc/rpc_file.h>
+
 #include <string>
 
-#include "raster/api.h"
-#include "rpc/rpc_file.h"
+#include "api.h"
 
 namespace SatCommonUtils {
 

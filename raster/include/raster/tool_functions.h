@@ -4,10 +4,11 @@
 ///
 /// A start without it costs no GDAL. Program and library have to be of one build: `version` says so.
 
+#include <orbmath/rpc/rpc_file.h>
+
 #include <string>
 
-#include "raster/api.h"
-#include "rpc/rpc_file.h"
+#include "api.h"
 
 namespace SatCommonUtils {
 
