@@ -14,6 +14,7 @@ from .intersection import Intersection, intersect
 from .model import Location, Model
 from .refining import RefineReport, refine
 from .states import State
+from .terrain import Terrain, TerrainState, Visibility
 from .threads import get_threads, set_threads
 
 try:
@@ -30,6 +31,9 @@ __all__ = [
     "Model",
     "RefineReport",
     "State",
+    "Terrain",
+    "TerrainState",
+    "Visibility",
     "compare",
     "fit",
     "get_threads",

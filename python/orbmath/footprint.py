@@ -11,6 +11,7 @@ from ._typing import Doubles
 
 if TYPE_CHECKING:
     from .model import Model
+    from .terrain import Terrain
 
 
 @dataclass(frozen=True, eq=False)
@@ -22,12 +23,12 @@ class Footprint:
     lat, lon
         Degrees, shape (n,); the last point is the first one again. Longitudes in the turn of the model.
     height
-        Metres above the ellipsoid.
+        Metres above the ellipsoid, of each point.
     """
 
     lat: Doubles
     lon: Doubles
-    height: float
+    height: Doubles
 
     @property
     def __geo_interface__(self) -> dict[str, Any]:
@@ -46,8 +47,8 @@ def border(box: tuple[float, float, float, float], points: int) -> tuple[Doubles
     return first_line + (last_line - first_line) * v, first_sample + (last_sample - first_sample) * u
 
 
-def footprint(model: Model, height: float | None, points: int) -> Footprint:
-    """Locate the outer edge of the image at one height.
+def footprint(model: Model, height: float | None, points: int, terrain: Terrain | None) -> Footprint:
+    """Locate the outer edge of the image at one height, or on a terrain.
 
     Raises
     ------
@@ -56,15 +57,18 @@ def footprint(model: Model, height: float | None, points: int) -> Footprint:
     """
     if points < 1:
         raise ValueError("a side needs one point at least")
-    chosen = float(np.mean(model.height_range)) if height is None else float(height)
+    if terrain is None and height is None:
+        height = float(np.mean(model.height_range))
     box = model.image_box
     if model.shape is not None:  # the raster reaches half a pixel beyond the centres of its outermost pixels
         box = (box[0] - 0.5, box[1] + 0.5, box[2] - 0.5, box[3] + 0.5)
     line, sample = border(box, points)
-    found = model.locate(line, sample, chosen)
+    found = model.locate(line, sample, height, terrain=terrain)
     bad = ~np.isfinite(found.lat)
     if bad.any():
         raise ValueError(f"{int(bad.sum())} of {bad.size} points of the image's edge have no ground point")
     lat, lon = found.lat, found.lon
     area = np.sum(lon[:-1] * lat[1:] - lon[1:] * lat[:-1])
-    return Footprint(lat, lon, chosen) if area >= 0 else Footprint(lat[::-1].copy(), lon[::-1].copy(), chosen)
+    turn = slice(None) if area >= 0 else slice(None, None, -1)
+    heights = np.broadcast_to(np.asarray(found.height, dtype=np.float64), lat.shape)
+    return Footprint(lat[turn].copy(), lon[turn].copy(), heights[turn].copy())

@@ -12,6 +12,7 @@ from ._typing import Doubles, Numbers, Values
 
 if TYPE_CHECKING:
     from .footprint import Footprint
+    from .terrain import Terrain
 
 _FORMS = {".rpb": "rpb", ".txt": "text", ".rpc": "text", ".xml": "xml"}
 
@@ -24,9 +25,9 @@ class Location(NamedTuple):
     lat, lon
         Degrees, the longitude in the turn of the model; NaN where there is no solution.
     height
-        Metres above the ellipsoid; the heights that were given.
+        Metres above the ellipsoid; the heights that were given, or those of the terrain.
     state
-        A `State` for each point, as int8.
+        A `State` for each point, as int8; on a terrain a `TerrainState`.
     residual
         Pixels between the image point and the projection of the result.
     """
@@ -222,8 +223,10 @@ class Model:
         """
         return self._model.project_jacobian(lat, lon, height)
 
-    def locate(self, line: Numbers, sample: Numbers, height: Numbers) -> Location:
-        """Image to ground at known heights.
+    def locate(
+        self, line: Numbers, sample: Numbers, height: Numbers | None = None, *, terrain: Terrain | None = None
+    ) -> Location:
+        """Image to ground, at known heights or where the line of sight first meets a terrain.
 
         Parameters
         ----------
@@ -231,17 +234,28 @@ class Model:
             Pixels. Any shapes that broadcast.
         height
             Metres above the ellipsoid.
+        terrain
+            Instead of a height: the terrain, of which the point nearest to the sensor is found.
 
         Returns
         -------
         Location
             Points without a solution are NaN, and their state says why. A point that has one projects back within a
             millionth of a pixel.
+
+        Raises
+        ------
+        TypeError
+            Unless there is either a height or a terrain.
         """
+        if (height is None) == (terrain is None):
+            raise TypeError("locate needs either a height or a terrain")
+        if terrain is not None:
+            return Location(*terrain._locator_of(self._model).locate(line, sample))
         lat, lon, state, residual = _core.locate(self._model, line, sample, height)
         return Location(lat, lon, height, state, residual)
 
-    def footprint(self, height: float | None = None, points: int = 16) -> Footprint:
+    def footprint(self, height: float | None = None, points: int = 16, *, terrain: Terrain | None = None) -> Footprint:
         """Give the outline of the image on the ground; see `Footprint`.
 
         Parameters
@@ -250,10 +264,17 @@ class Model:
             Metres above the ellipsoid; the middle of the model's height range without it.
         points
             Points on each side of the image.
+        terrain
+            Instead of a height: the outline on the terrain.
+
+        Raises
+        ------
+        ValueError
+            When a point of the image's edge has no ground point.
         """
         from .footprint import footprint
 
-        return footprint(self, height, points)
+        return footprint(self, height, points, terrain)
 
     def plain(self) -> Model:
         """Give a model without a correction on top that projects as this one does, within 0.01 pixels.

@@ -52,5 +52,6 @@ void DefineModel(nb::module_& module);
 void DefineSolving(nb::module_& module);
 void DefineFitting(nb::module_& module);
 void DefineRefining(nb::module_& module);
+void DefineTerrain(nb::module_& module);
 
 }  // namespace orbmath_python

@@ -14,4 +14,5 @@ NB_MODULE(_core, module) {
   orbmath_python::DefineSolving(module);
   orbmath_python::DefineFitting(module);
   orbmath_python::DefineRefining(module);
+  orbmath_python::DefineTerrain(module);
 }
