@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -23,6 +24,8 @@
 extern "C" {
 void dposv_(const char*, const int*, const int*, double*, const int*, double*, const int*, int*);
 void dgesv_(const int*, const int*, double*, const int*, int*, double*, const int*, int*);
+void dgetrf_(const int*, const int*, double*, const int*, int*, int*);
+void dgetri_(const int*, double*, const int*, const int*, double*, const int*, int*);
 }
 #endif
 
@@ -125,6 +128,20 @@ void GaussObjectsOrbmath(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(SatCommonUtils::Gauss(a, b, x));
 }
 
+// The inverse of a matrix object: a random matrix, and one of small integers, whose pivots are often equal in size, so
+// that every copy in the system behind the inverse is eliminated by itself.
+template <bool Tied>
+void InverseOrbmath(benchmark::State& state) {
+  const std::size_t n = Argument(state, 0);
+  const Values values(n, n);
+  SatCommonUtils::TMatrix a(n, n);
+  a.FillFromBuffer(values.raw);
+  for (std::size_t i = 0; Tied && i < n; ++i) {
+    for (std::size_t j = 0; j < n; ++j) a[i][j] = std::round(2.0 * a[i][j]);
+  }
+  for (auto _ : state) benchmark::DoNotOptimize((~a)[0]);
+}
+
 #ifdef ORBMATH_WITH_EIGEN
 using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 using ColumnMajor = Eigen::MatrixXd;
@@ -179,6 +196,17 @@ void GaussEigen(benchmark::State& state) {
     x = lu.solve(b);
     benchmark::DoNotOptimize(lu.determinant());
     benchmark::DoNotOptimize(x.data());
+  }
+}
+
+void InverseEigen(benchmark::State& state) {
+  const std::size_t n = Argument(state, 0);
+  const Values values(n, n);
+  const ColumnMajor a = MapOf(values);
+  ColumnMajor inverse(a.rows(), a.cols());
+  for (auto _ : state) {
+    inverse = a.inverse();
+    benchmark::DoNotOptimize(inverse.data());
   }
 }
 #endif
@@ -240,6 +268,21 @@ void GaussOpenblas(benchmark::State& state) {
     benchmark::DoNotOptimize(determinant);
   }
 }
+
+void InverseOpenblas(benchmark::State& state) {
+  const std::size_t size = Argument(state, 0);
+  const int n = static_cast<int>(size), room = 64 * n;
+  const Values a(size, size);
+  std::vector<double> work, scratch(static_cast<std::size_t>(room));
+  std::vector<int> pivots(size);
+  for (auto _ : state) {
+    work = a.flat;
+    int info = 0;
+    dgetrf_(&n, &n, work.data(), &n, pivots.data(), &info);
+    dgetri_(&n, work.data(), &n, pivots.data(), scratch.data(), &room, &info);
+    benchmark::DoNotOptimize(work.data());
+  }
+}
 #endif
 
 using Benchmark = void (*)(benchmark::State&);
@@ -254,23 +297,28 @@ void RegisterAll() {
   const std::vector<std::vector<std::int64_t>> tall = {{10000, 39}, {100000, 39}, {100000, 7}};
   const std::vector<std::vector<std::int64_t>> square = {{500}, {1000}};
   const std::vector<std::vector<std::int64_t>> solved = {{7}, {39}, {200}, {1000}};
+  const std::vector<std::vector<std::int64_t>> inverted = {{7}, {39}, {100}};
   Register("AtA/orbmath", NormalOrbmath, tall);
   Register("AtWA/orbmath", NormalWeightedOrbmath, tall);
   Register("AB/orbmath", ProductOrbmath, square);
   Register("Cholesky/orbmath", CholeskyOrbmath, solved);
   Register("Gauss/orbmath", GaussOrbmath, solved);
   Register("GaussObjects/orbmath", GaussObjectsOrbmath, solved);
+  Register("Inverse/orbmath", InverseOrbmath<false>, inverted);
+  Register("InverseTied/orbmath", InverseOrbmath<true>, inverted);
 #ifdef ORBMATH_WITH_EIGEN
   Register("AtA/eigen", NormalEigen, tall);
   Register("AB/eigen", ProductEigen, square);
   Register("Cholesky/eigen", CholeskyEigen, solved);
   Register("Gauss/eigen", GaussEigen, solved);
+  Register("Inverse/eigen", InverseEigen, inverted);
 #endif
 #ifdef ORBMATH_WITH_OPENBLAS
   Register("AtA/openblas", NormalOpenblas, tall);
   Register("AB/openblas", ProductOpenblas, square);
   Register("Cholesky/openblas", CholeskyOpenblas, solved);
   Register("Gauss/openblas", GaussOpenblas, solved);
+  Register("Inverse/openblas", InverseOpenblas, inverted);
 #endif
 }
 

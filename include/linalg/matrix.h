@@ -104,7 +104,9 @@ class ORBMATH_API TMatrix {
   ///
   /// It is the solution of one system of n² unknowns, n copies of the matrix along its diagonal, by elimination with
   /// partial pivoting (`Gauss`); "singular" means that the determinant of that system, the n-th power of the
-  /// matrix's, comes out as 0.0, also by underflow.
+  /// matrix's, comes out as 0.0, also by underflow. Only one copy is eliminated, in n³ steps, n of them where pivots are
+  /// equal in size or something is not finite; the bits are those of the whole system.
+  /// \throws std::runtime_error when the matrix has fewer rows than columns (a checked access).
   TMatrix operator~() const;
   /// Largest absolute row sum; -1.0 for a matrix without rows. A NaN sum counts as absent.
   double Norma1() const;

@@ -127,4 +127,8 @@ enum class TLeftColumns {
 /// \return the determinant, or 0.0 when it is zero or a poll ended the work; `x` is then incomplete.
 double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns);
 
+/// The inverse of `a` (n x n), with the bits of the elimination of one system of n² unknowns that holds n copies of it;
+/// all zeros when that system's determinant is 0.0.
+void InvertAsOneSystem(TConstRows a, std::size_t n, TRows inverse);
+
 }  // namespace SatCommonUtils::kernels

@@ -69,19 +69,9 @@ TMatrix TMatrix::operator!() const {
 }
 
 TMatrix TMatrix::operator~() const {
-  const std::size_t n = width_;
-  TMatrix system(n * n, n * n);
-  TVector right_side(n * n);
-  for (std::size_t i = 0; i < n; ++i) {
-    for (std::size_t j = 0; j < n; ++j) system[i * n + j].InsertSubVector(j * n, rows_[i]);
-    right_side[i * n + i] = 1.0;
-  }
-  TVector solution(n * n);
-  TMatrix result(n, n);
-  if (Gauss(system, right_side, solution) == 0.0) return result;
-  for (std::size_t k = 0; k < n; ++k) {
-    for (std::size_t j = 0; j < n; ++j) result.rows_[k][j] = solution[j * n + k];
-  }
+  CheckSquareBlock(*this, width_);
+  TMatrix result(width_, width_);
+  kernels::InvertAsOneSystem(RowPointers(*this).data(), width_, RowPointers(&result).data());
   return result;
 }
 

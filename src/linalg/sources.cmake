@@ -2,6 +2,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/checked_access.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_cholesky.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_elimination.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/kernels_inverse.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_products.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_vectors.cpp
   ${CMAKE_CURRENT_LIST_DIR}/linear_systems.cpp

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <type_traits>
 
 #include "frame/zxstd/message.h"
@@ -185,15 +187,51 @@ Rows LiteralInverse(const Rows& a) {
   return result;
 }
 
-TEST(Matrix, InverseHasTheBitsOfTheLiteralSystem) {
-  Random random("inverse");
-  for (std::size_t n = 1; n <= 7; ++n) {
-    for (int i = 0; i < 60; ++i) {
-      Rows a = RandomRows(&random, n, n, kKinds[i % 4]);
-      if (i % 5 == 0) a = RowsOf(MatrixOf(a) * 1e-60);  // the determinant of the system underflows
-      EXPECT_TRUE(SameBits(RowsOf(~MatrixOf(a)), LiteralInverse(a))) << "n " << n << " case " << i;
+// All kinds of matrices for which the copies of that system meet: ties, zeros of both signs, determinants that under-
+// and overflow, infinities that arise on the way and in the solution, a single element that is not finite, equal rows.
+Rows MatrixToInvert(Random* random, std::size_t n, int way) {
+  Rows a = RandomRows(random, n, n, kKinds[way % 4]);
+  const auto scale = [&a](double factor) { a = RowsOf(MatrixOf(a) * factor); };
+  if (way % 5 == 0) scale(1e-60);
+  if (way % 7 == 2) {
+    for (auto& row : a) {
+      for (double& x : row) x = random->Index(4) == 0 ? -0.0 : std::copysign(1.0, x);  // ties and signed zeros
     }
   }
+  if (way % 11 == 3) scale(1e307);
+  if (way % 13 == 4) a[random->Index(n)][random->Index(n)] = INFINITY;
+  if (way % 13 == 5) a[random->Index(n)][random->Index(n)] = -1e308;
+  if (way % 17 == 6) a[random->Index(n)] = a[random->Index(n)];
+  if (way % 19 == 7) a[random->Index(n)][random->Index(n)] = NAN;
+  if (way % 9 == 8 && n > 1) {
+    for (double& x : a[random->Index(n)]) x *= 3e-309;  // a solution overflows, the determinant does not underflow
+    for (double& x : a[random->Index(n)]) x *= 1e290;
+  }
+  return a;
+}
+
+std::size_t CountFinite(const Rows& a) {
+  std::size_t count = 0;
+  for (const auto& row : a) count += std::count_if(row.begin(), row.end(), [](double x) { return std::isfinite(x); });
+  return count;
+}
+
+TEST(Matrix, InverseHasTheBitsOfTheLiteralSystem) {
+  Random random("inverse");
+  int zero = 0, not_finite = 0, in_part = 0;
+  for (std::size_t n = 1; n <= 12; ++n) {
+    for (int i = 0; i < (n <= 7 ? 400 : 60); ++i) {
+      const Rows a = MatrixToInvert(&random, n, i);
+      const Rows expected = LiteralInverse(a);
+      const Rows inverse = RowsOf(~MatrixOf(a));
+      ASSERT_TRUE(SameBits(inverse, expected)) << "n " << n << " case " << i << '\n' << MatrixOf(a).Output();
+      const std::size_t finite = CountFinite(expected);
+      zero += MatrixOf(expected).Norma1() == 0.0;
+      not_finite += finite == 0;
+      in_part += finite > 0 && finite < n * n;
+    }
+  }
+  EXPECT_TRUE(zero > 100 && not_finite > 100 && in_part > 20) << zero << ' ' << not_finite << ' ' << in_part;
   EXPECT_EQ(RowsOf(~MatrixOf({{1, 2}, {2, 4}})), (Rows{{0, 0}, {0, 0}}));
   EXPECT_EQ(RowsOf(~MatrixOf({{0, 2}, {4, 0}})), (Rows{{0, 0.25}, {0.5, 0}}));
   EXPECT_EQ(Cond(MatrixOf({{1, 0}, {0, 4}})), 4.0);
