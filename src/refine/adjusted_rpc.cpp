@@ -137,14 +137,19 @@ std::size_t TAdjustedRPC::CalculateLatLonArray(std::size_t count, const double* 
   return converged;
 }
 
+// What needs memory comes first: when there is none, the model is still what it was.
 bool TAdjustedRPC::InitializeFromXML(TZxXIniReader* src) {
-  refinement_.reset();
-  if (src == nullptr || !TRPC::InitializeFromXML(src)) return false;
-  if (!HasSection(*src, kRefinementSection)) return true;
-  return ReadSection(src, kRefinementSection, [&] {
-    refinement_ = CreateRefinementFromXMLN(src);
-    return static_cast<bool>(refinement_);
-  });
+  var_a<TRPCRefinementBase*> refinement;
+  const bool is_adjusted = src != nullptr && HasSection(*src, kRefinementSection);
+  if (is_adjusted)
+    ReadSection(src, kRefinementSection, [&] {
+      refinement = CreateRefinementFromXMLN(src);
+      return static_cast<bool>(refinement);
+    });
+  const bool has_record = TRPC::InitializeFromXML(src);
+  if (!has_record) refinement.reset();
+  refinement_.swap(refinement);
+  return has_record && (!is_adjusted || refinement_);
 }
 
 bool TAdjustedRPC::SaveToXML(TZxXIniWriter* dst) const {

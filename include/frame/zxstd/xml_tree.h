@@ -92,6 +92,7 @@ class ORBMATH_API TZxXmlTagItems {
 
  private:
   std::vector<var_a<TZxXmlItem*>> items_;
+  var_a<TZxXmlItem*> next_;  // used by the destructor alone
 };
 
 /// An element.

@@ -24,15 +24,25 @@ std::string TZxXmlTagAttributes::get_value(const std::string& name, const std::s
 void TZxXmlTagAttributes::push_back(TZxXmlTagAttribute attribute) { attributes_.push_back(std::move(attribute)); }
 
 TZxXmlTagItems::~TZxXmlTagItems() {
-  // What an element alone owns is moved out of it before it goes, so that no destructor finds a tree below itself.
-  std::vector<var_a<TZxXmlItem*>> doomed = std::move(items_);
-  while (!doomed.empty()) {
-    const var_a<TZxXmlItem*> item = std::move(doomed.back());
-    doomed.pop_back();
-    TZxXmlTagItem* const tag = item.use_count() == 1 ? item->as_tag() : nullptr;
-    if (tag == nullptr) continue;
-    for (var_a<TZxXmlItem*>& child : tag->items.items_) doomed.push_back(std::move(child));
-    tag->items.items_.clear();
+  // What an element alone owns is taken out of it before it goes, so that no destructor finds a tree below itself.
+  // Elements that still have children wait in a list that is linked through themselves: it needs no memory.
+  var_a<TZxXmlItem*> waiting;
+  const auto take_apart = [&waiting](std::vector<var_a<TZxXmlItem*>>& items) {
+    for (var_a<TZxXmlItem*>& item : items) {
+      TZxXmlTagItem* const tag = item.use_count() == 1 ? item->as_tag() : nullptr;
+      if (tag == nullptr || tag->items.items_.empty()) continue;
+      tag->items.next_.swap(waiting);
+      waiting.swap(item);
+    }
+    items.clear();
+  };
+  take_apart(items_);
+  while (waiting) {
+    var_a<TZxXmlItem*> item;
+    item.swap(waiting);
+    TZxXmlTagItems& children = item->as_tag()->items;
+    waiting.swap(children.next_);
+    take_apart(children.items_);
   }
 }
 
