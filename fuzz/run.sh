@@ -10,7 +10,7 @@ mkdir -p "$build/fuzz/found"
 # Every source of a target has its program: a build without them, or with some of them, found nothing for want of looking.
 for source in "$here"/*.cpp; do
   target=$build/fuzz/fuzz_$(basename "$source" .cpp)
-  [ -x "$target" ] || { echo "$target is not built (cmake --preset fuzz && cmake --build --preset fuzz)" >&2; exit 1; }
+  [ -x "$target" ] || { echo "$target is not built (cmake --preset sanitize && cmake --build --preset sanitize)" >&2; exit 1; }
 done
 
 for target in "$build"/fuzz/fuzz_*; do

@@ -6,11 +6,15 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/packages.sh
 
+use_ccache
 need_packages "${BUILD_PACKAGES[@]}" "${RASTER_PACKAGES[@]}"
-cmake --preset demo >/dev/null
-cmake --build --preset demo >/dev/null
+# Where the tests' build stands, it has the tool too.
+preset=demo
+[ ! -f build/release/build.ninja ] || preset=release
+cmake --preset "$preset" >/dev/null
+cmake --build --preset "$preset" --target orbmath_tool >/dev/null
 
-orbmath=$PWD/build/demo/tools/orbmath/orbmath
+orbmath=$PWD/build/$preset/tools/orbmath/orbmath
 mkdir -p build/demo/walk
 cp examples/data/pushbroom_left.RPB build/demo/walk/left.RPB
 cp examples/data/pushbroom_right.RPB build/demo/walk/right.RPB

@@ -1,4 +1,5 @@
-# Sourced by the scripts that build: `need_packages name...` installs those Debian packages that are missing.
+# Sourced by the scripts that build: `need_packages name...` installs those Debian packages that are missing, `use_ccache` turns
+# ccache on.
 # shellcheck shell=bash
 
 need_packages() {
@@ -20,3 +21,11 @@ export BUILD_PACKAGES=(g++ cmake ninja-build libpugixml-dev libcli11-dev)
 export RASTER_PACKAGES=(libgdal-dev)
 # What the tests need on top.
 export TEST_PACKAGES=(libgtest-dev locales pkgconf)
+# What .ci/run and the checks need on top.
+export CHECK_PACKAGES=(clang clang-format clang-tidy libomp-dev doxygen python3)
+
+# use_ccache: builds keep their objects for the next time where ccache is installed. Precompiled headers need its permission.
+use_ccache() {
+  command -v ccache >/dev/null || return 0
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros}
+}

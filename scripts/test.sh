@@ -7,6 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/packages.sh
 
+use_ccache
 need_packages "${BUILD_PACKAGES[@]}" "${RASTER_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
 cmake --preset release >/dev/null
 cmake --build --preset release
