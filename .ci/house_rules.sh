@@ -95,6 +95,13 @@ done < <(git grep -E '^#include "' -- include src raster tools examples benchmar
 git grep -h -E '^#include "' -- '*/stereo/stereopairs_by_overlap.*' ':!tests' | grep -v -E '"((../)*frame/(zxstd/|api\.h)|(stereo/)?stereopairs_by_overlap)' &&
   complain "the criteria of stereo pairs include more than frame/zxstd"
 
+# Every page is found from where a reader begins: the README and the front page of the reference.
+while read -r page; do
+  [ "$page" = docs/reference.md ] && continue
+  grep -q "($page)" README.md || complain "README.md leaves out $page"
+  grep -q "(${page#docs/})" docs/reference.md || complain "docs/reference.md leaves out $page"
+done < <(git ls-files 'docs/*.md')
+
 # A very long file holds more than one idea.
 while read -r file; do
   lines=$(wc -l <"$file")
