@@ -40,6 +40,9 @@ ORBMATH_API std::vector<TRefinementTie> TiesOfGroundControl(const TRPC& model,
 /// Ties whose line and sample are those of an adjusted model, refinement included, brought back to raw ones.
 ORBMATH_API std::vector<TRefinementTie> RawTies(const TAdjustedRPC& model, const std::vector<TRefinementTie>& ties);
 
+/// A misfit up to this, in pixels, or in metres by the model's own scale where those are more pixels, is within reason.
+constexpr double kReasonableMisfit = 20.0;
+
 /// What a caller may ask of a fit.
 struct TRefinementFitOptions {
   /// True: the kind is chosen, the simplest whose misfit no richer one improves significantly, of those that the number
@@ -53,6 +56,9 @@ struct TRefinementFitOptions {
   /// unknown: then the square around the points counts.
   double lines = 0.0;
   double samples = 0.0;
+  /// Root mean square misfit after the fit, pixels, up to which `FitGroundControl` and `FitImageTies` accept it; 0: as
+  /// `kReasonableMisfit` says; infinite: whatever it is.
+  double largestMisfit = 0.0;
 };
 
 /// The story of one point.
@@ -88,6 +94,9 @@ struct ORBMATH_API TRefinementFit {
   /// Standard deviation of the correction at the worst corner of the image (or of the square around the points), in
   /// standard deviations of one measurement of the typical sigma.
   double cornerFactor = 0.0;
+  /// Places of points outside the model's box of the image or of the ground, by more than a tenth of half its size;
+  /// only `FitGroundControl` and `FitImageTies`, which know the model, fill it.
+  std::vector<std::size_t> outside;
   /// One sentence that a person can read: "not run", why there is no refinement, or what was fitted.
   std::string message = "not run";
 };
@@ -109,5 +118,20 @@ ORBMATH_API std::size_t LeastRefinementPoints(TRPCRefinementTransformType type) 
 /// of a point within the square around them.
 ORBMATH_API bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options,
                                TRefinementFit* result);
+
+/// `FitRefinement` to ground control, and a look at whether it can be meant.
+///
+/// Refused, beside what `FitRefinement` refuses, is a result whose misfit is beyond reason (see `largestMisfit`), or
+/// whose correction is more than half the image. The reason names the likely cause: latitude and longitude, or line and
+/// sample, or both pairs are exchanged when that way round the points fit five times better and within reason. Points
+/// outside the model's box are named by `outside`, with success and without. \param model projects the points without
+/// the refinement that it may have.
+ORBMATH_API bool FitGroundControl(const TRPC& model, const std::vector<TGroundControlPoint>& points,
+                                  const TRefinementFitOptions& options, TRefinementFit* result);
+
+/// The same for ties of the raw `model` (see `RawTies`), where the two computed or the two measured coordinates may be
+/// exchanged.
+ORBMATH_API bool FitImageTies(const TRPC& model, const std::vector<TRefinementTie>& ties,
+                              const TRefinementFitOptions& options, TRefinementFit* result);
 
 }  // namespace SatCommonUtils

@@ -23,6 +23,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/refinement_data.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_kinds.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/refinement_of_control.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_projective.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_records.cpp
   ${CMAKE_CURRENT_LIST_DIR}/renormalize_rpc.cpp

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,15 +45,26 @@ std::vector<TRefinementTie> ImageTies(const Model& model, const PointTable& tabl
   return adjusted == nullptr ? ties : SatCommonUtils::RawTies(*adjusted, ties);
 }
 
-/// The rows of a table of ground control as ties of the raw model.
-std::vector<TRefinementTie> GroundTies(const Model& model, const PointTable& table, double shift) {
+/// The rows of a table of ground control.
+std::vector<SatCommonUtils::TGroundControlPoint> GroundControl(const PointTable& table, double shift) {
   RefuseBadGround(table, 0, 1);
   std::vector<SatCommonUtils::TGroundControlPoint> points;
   for (std::size_t row = 0; row < table.size(); ++row) {
     points.push_back({table.Values(0)[row], table.Values(1)[row], table.Values(2)[row], table.Values(3)[row] - shift,
                       table.Values(4)[row] - shift, table.Values(5)[row]});
   }
-  return SatCommonUtils::TiesOfGroundControl(*model.rpc, points);
+  return points;
+}
+
+/// A note about points outside the model's box, the first of many by name.
+void NoteOutside(const PointTable& table, const std::vector<std::size_t>& outside) {
+  constexpr std::size_t kMostNames = 10;
+  std::string names;
+  for (std::size_t i = 0; i < outside.size() && i < kMostNames; ++i) {
+    names += (i == 0 ? "" : ", ") + table.Place(outside[i]);
+  }
+  if (outside.size() > kMostNames) names += " and " + std::to_string(outside.size() - kMostNames) + " more";
+  if (!outside.empty()) Note("outside the model's box: " + names);
 }
 
 /// Every point with its residuals, and the bad ones by name.
@@ -88,7 +100,9 @@ class Refine : public Command {
            "the model puts a point and where it was measured). sigma is the standard deviation of the "
            "measurement, 1 pixel when it is not given. A shift needs 1 point, an affine correction 3, a "
            "projective one 4; two more let a bad point be found. 'auto' takes the kind that number and spread of "
-           "the points bear. Bad points are named and left out. A refinement that the model already has is "
+           "the points bear. Bad points are named and left out. A misfit beyond reason is refused, with the columns "
+           "that "
+           "seem to be exchanged; points outside the model's box are noted. A refinement that the model already has is "
            "replaced. OUT is an XML file; 'orbmath export' makes a plain model of it.\n\n"
            "Example:\n"
            "  orbmath refine image.RPB control.txt adjusted.xml --type shift";
@@ -101,12 +115,14 @@ class Refine : public Command {
     line.Choice("--type", {"auto", "shift", "affine", "projective"}, &type_, "kind of correction (default: auto)");
     line.Flag("--ties", &ties_, "the points are image ties");
     line.Flag("--keep-all", &keep_all_, "name bad points, but keep them in the fit");
+    line.Number("--max-misfit", "PX", &max_misfit_, "accept a root mean square up to this (default: 20 px or 20 m)");
     PointTable::DeclareColumns(line, &columns_);
     origin_.Declare(line);
     line.Flag("--json", &json_, "report as one JSON object");
   }
 
   int Run() override {
+    if (max_misfit_ && !(*max_misfit_ > 0.0)) throw UsageError("--max-misfit must be above 0");
     const auto suffix = SatCommonUtils::RPCFileFormOfName(out_);
     if (suffix && *suffix != SatCommonUtils::TRPCFileForm::XML) {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
@@ -115,9 +131,12 @@ class Refine : public Command {
     const PointTable table(points_, ColumnsOf(ties_), columns_);
     RefuseBadSigma(table, ties_ ? 4 : 5);
     const double shift = origin_.Shift();
-    const std::vector<TRefinementTie> ties = ties_ ? ImageTies(model, table, shift) : GroundTies(model, table, shift);
     TRefinementFit fit;
-    if (!SatCommonUtils::FitRefinement(ties, FitOptions(model), &fit)) {
+    const bool fitted =
+        ties_ ? SatCommonUtils::FitImageTies(*model.rpc, ImageTies(model, table, shift), FitOptions(model), &fit)
+              : SatCommonUtils::FitGroundControl(*model.rpc, GroundControl(table, shift), FitOptions(model), &fit);
+    NoteOutside(table, fit.outside);
+    if (!fitted) {
       throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
     }
     TAdjustedRPC adjusted(&model.file.record, fit.data.get());
@@ -137,6 +156,7 @@ class Refine : public Command {
     options.automatic = type_ == 0;
     options.type = kTypes[type_];
     options.keepAll = keep_all_;
+    options.largestMisfit = max_misfit_.value_or(0.0);
     int width = 0;
     int height = 0;
     if (model.rpc->GetRasterDims(&width, &height)) {
@@ -166,6 +186,7 @@ class Refine : public Command {
   int type_ = 0;
   bool ties_ = false;
   bool keep_all_ = false;
+  std::optional<double> max_misfit_;
   std::string columns_;
   PixelOrigin origin_;
   bool json_ = false;
