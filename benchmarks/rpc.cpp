@@ -136,6 +136,19 @@ void LocateArray(benchmark::State& state) {
 }
 BENCHMARK(LocateArray)->Name("locate/orbmath/array")->UseRealTime();
 
+/// With status, proof and flags.
+void SolveArray(benchmark::State& state) {
+  Points& p = ThePoints();
+  std::vector<TGroundSolution> solutions(kPoints);
+  std::size_t converged = 0;
+  for (auto _ : state) {
+    converged = SolveLatLonArray(p.model, kPoints, p.line.data(), p.sample.data(), p.h.data(), solutions.data());
+  }
+  if (converged != kPoints) state.SkipWithError("not every point converged");
+  CountPoints(state, kPoints);
+}
+BENCHMARK(SolveArray)->Name("locate/orbmath/array with status")->UseRealTime();
+
 /// The same points seen by `images` models: the model and copies of it whose heights shift line and sample.
 struct Intersections {
   explicit Intersections(std::size_t images) {

@@ -52,6 +52,7 @@
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
 #include "refine/rpc_exchange.h"
+#include "rpc/ground_branch.h"
 #include "rpc/ground_solution.h"
 #include "rpc/ground_state.h"
 #include "rpc/image_to_ground.h"

@@ -14,10 +14,10 @@ namespace SatCommonUtils {
 
 /// Which way led to a solution.
 enum class TGroundMethod : std::int32_t {
-  Iteration,  ///< The plain iteration: the point is bit for bit that of `CalculateLatLon` or `CalculateLatLonH`.
-  Polished,   ///< One more step, where the plain iteration's limit left more than 1e-7 pixels.
-  Damped,     ///< Damped steps from the model's centre or from where the plain iteration got lost.
-  Grid,       ///< Damped steps from the best of a grid of starts.
+  Iteration,  ///< Newton's iteration of the solver, of one image; the plain iteration of several.
+  Polished,   ///< Further steps, where the plain iteration of a derived model left more than 1e-7 pixels.
+  Damped,     ///< Damped steps from the models' centres or from where the iteration got lost.
+  Followed,   ///< Followed from the model's centre along the image, where the iteration does not answer for the branch.
 };
 
 /// One ground point with everything known about it.
@@ -54,32 +54,58 @@ struct TGroundIntersection : TGroundSolution {
   double covariance[9] = {};
 };
 
-/// Image to ground at a known height, never silently wrong.
+/// Image to ground at a known height, never silently wrong. The laws:
 ///
-/// Runs the model's own `CalculateLatLon`. That stops at a step of 1e-10 normalised units, some 1e-6 pixels in a large
-/// image; when more than 1e-7 pixels are left, one more step follows. When it does not converge, its result does not
-/// project back within 1e-5 pixels or is suspiciously far out, damped steps (Levenberg-Marquardt) through the virtual
-/// projection follow: from the plain iteration's result, from the model's centre, then from the best points of grids
-/// that shrink towards the centre. Of what they find, the first root that is not far out is taken; without one, the
-/// plain result stays. Converged means: projects back within 1e-5 pixels. Far out is a point whose larger absolute
-/// normalised ground coordinate is above 1.5 and above 1.5 times that of the image point.
+/// 1. Converged: the result, rounded as it is given back, projects back within 1e-6 pixels (1e-7 where doubles allow).
+/// 2. Converged: the result lies on the branch of the model's centre. Interval arithmetic shows for most models that
+///    neither pole nor fold is in twice their box, and so that no image point has a second ground point there.
+///    Elsewhere the ground point is followed from the centre to the image point and the height, and each denominator
+///    and the determinant of the derivatives by latitude and longitude keep the signs that they have at the centre.
+///    What projects back but cannot be reached is `OtherBranch`.
+/// 3. Converged: the result is not far out. Far out is a point whose larger absolute normalised ground coordinate is
+///    above twice that of the image point, of the height or of the box (1), whichever is the most, or which is no place
+///    on the globe: latitude beyond 90 degrees, longitude beyond 540.
+/// 4. A point that breaks law 2 or 3 stands in the result with its residual. One that breaks law 1 is the best try.
+/// 5. The promise is the result, not the way to it: `CalculateLatLon` may differ in the last digits. A point has the
+/// same
+///    bits alone and in an array of any length, on every number of threads and every instruction set.
+/// 6. A point without an answer costs at most some 200 evaluations of the model.
 /// \param line, sample pixels. \param h metres.
 ORBMATH_API TGroundSolution SolveLatLon(const TRPC& model, double line, double sample, double h);
 
-/// `SolveLatLon` of `count` points, the same bits, on up to `ZxGetThreadsCount()` threads.
-/// \param line, sample, h `count` values each. \param solutions room for `count`.
-/// \return the number of points that converged.
+/// `SolveLatLon` of `count` points, the same bits, on up to `ZxGetThreadsCount()` threads. Allocates nothing for a
+/// model that is a `TRPC` and no class derived from it. \param line, sample, h `count` values each. \param solutions
+/// room for `count`. \return the number of points that converged.
 ORBMATH_API std::size_t SolveLatLonArray(const TRPC& model, std::size_t count, const double* line, const double* sample,
                                          const double* h, TGroundSolution* solutions);
 
-/// Several images at a known height. Converged: the stopping rule was met, or the last step was below 1e-9 degrees,
-/// which rounding alone can cause. When the plain iteration fails, damped steps follow from its start and from the
-/// models' centres.
-ORBMATH_API TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h);
-/// Several images, free height; as above, and below 1e-4 metres in height.
-ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items);
-/// Several images with an observed height `hObs` of variance `hVar`; its weight is in the covariance.
-ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, double hObs, double hVar);
+/// What counts as a point seen by several images.
+struct TIntersectionOptions {
+  /// Largest root mean square of the residuals, pixels. Models without ground control disagree by what their positions
+  /// are off, up to some tens of metres, which is below a hundred pixels also of half a metre; minima that have nothing
+  /// to do with a point have hundreds.
+  double largestRms = 100.0;
+};
+
+/// Several images at a known height. The laws:
+///
+/// 1. Converged: the stopping rule of the plain iteration was met, or its last step was below 1e-9 degrees, which
+///    rounding alone can cause; or damped steps from the models' centres, or from where it got lost, arrived.
+/// 2. Converged: the point lies in front of every image (no denominator has changed its sign since the model's centre;
+///    else `BehindSensor`), unfolded (`OtherBranch`) and not far out of any model (`FarOut`, as above).
+/// 3. Converged: the root mean square of the residuals is at most `options.largestRms` (else `Misfit`).
+/// 4. A minimum that breaks law 2 or 3 gives way to one from the damped steps that keeps them. Where there is none it
+///    stands in the result with its residuals; its covariance is NaN.
+ORBMATH_API TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h,
+                                            const TIntersectionOptions& options = TIntersectionOptions());
+/// Several images, free height; as above, and below 1e-4 metres in height. `FarHeight`: the height is farther from
+/// every model's height offset than ten of its height scales and ten kilometres.
+ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items,
+                                             const TIntersectionOptions& options = TIntersectionOptions());
+/// Several images with an observed height `hObs` of variance `hVar`, in squared metres for a measurement of variance 1;
+/// its weight is in the covariance. `BadVariance` when `hVar` is not above 0.
+ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, double hObs, double hVar,
+                                             const TIntersectionOptions& options = TIntersectionOptions());
 
 /// Standard deviations in metres towards east, north and up of a point with the given covariance, on the WGS84
 /// ellipsoid. \param covariance as in `TGroundIntersection`, 9 values. \param sigma receives east, north, up.

@@ -15,6 +15,12 @@ class State(IntEnum):
     NO_APPROXIMATION = 4
     NO_START = 5
     TOO_FEW_IMAGES = 6
+    OTHER_BRANCH = 7
+    FAR_OUT = 8
+    BEHIND_SENSOR = 9
+    FAR_HEIGHT = 10
+    MISFIT = 11
+    BAD_VARIANCE = 12
 
     @property
     def sentence(self) -> str:

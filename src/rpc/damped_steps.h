@@ -52,25 +52,31 @@ void Linearize(const TMeasuredPoint<Height>& point, const double* ground, TLinea
 /// A step that changes nothing any more: degrees, degrees, metres.
 constexpr double kNoStep[3] = {1e-11, 1e-11, 1e-6};
 
+/// The largest component of a step, in those.
 template <int N>
-bool IsSmall(const double (&step)[N]) {
-  bool small = true;
-  for (int c = 0; c < N; ++c) small = small && std::fabs(step[c]) < kNoStep[c];
-  return small;
+double LengthOf(const double (&step)[N]) {
+  double length = 0.0;
+  for (int c = 0; c < N; ++c) length = std::fmax(length, std::fabs(step[c]) / kNoStep[c]);
+  return length;
 }
 
+/// Sums of squares that differ by no more than this say nothing about which point is lower: residuals of pixels carry
+/// 1e-12 of rounding each. Where residuals are left at the minimum, its neighbourhood of the root of that is level.
+inline bool IsLevel(double cost, double other) { return std::fabs(cost - other) <= 1e-12 * cost + 1e-18; }
+
 /// Walks downhill from `ground` (latitude, longitude, height), which it replaces. A step is taken only when it lowers
-/// the sum of squares. \param evaluations is raised by the number of linearisations. \return whether it arrived: the
-/// step that is left changes nothing.
+/// the sum of squares, or, where that is level, as long as steps shrink. \param evaluations is raised by the number of
+/// linearisations, at most `most`. \return whether it arrived: the step that is left changes nothing.
 template <THeight Height>
-bool WalkDamped(const TMeasuredPoint<Height>& point, double* ground, std::int32_t* evaluations) {
+bool WalkDamped(const TMeasuredPoint<Height>& point, double* ground, std::int32_t* evaluations, int most = 200) {
   constexpr int N = kUnknowns<Height>;
-  constexpr int kLargestEvaluations = 200;
   constexpr double kLargestDamping = 1e10;
   TLinearized<Height> here;
   Linearize(point, ground, &here);
+  constexpr double kRounding = 100.0;  // times the step that is none: what may be left where steps shrink no more
   double damping = 1e-3;
-  for (int i = 0; i < kLargestEvaluations && std::isfinite(here.cost); ++i) {
+  double shortest = HUGE_VAL;
+  for (int i = 0; i < most && std::isfinite(here.cost); ++i) {
     TNormalEquations<N, double> damped = here.equations;
     for (int c = 0; c < N; ++c) damped.matrix[c][c] *= 1.0 + damping;
     double step[N];
@@ -82,14 +88,17 @@ bool WalkDamped(const TMeasuredPoint<Height>& point, double* ground, std::int32_
     TLinearized<Height> there;
     Linearize(point, next, &there);
     ++*evaluations;
-    const bool lower = there.cost < here.cost;
+    // Heavy damping makes any step small: only a lightly damped one tells that the end is reached.
+    const double length = LengthOf(step);
+    const bool level = damping < 1.0 && IsLevel(here.cost, there.cost);
+    const bool lower = level ? length < shortest : there.cost < here.cost;
     if (lower) {
+      shortest = length;
       for (int c = 0; c < 3; ++c) ground[c] = next[c];
       here = there;
       damping = std::fmax(damping * 0.1, 1e-12);
     }
-    // Heavy damping makes any step small: only a lightly damped one tells that the end is reached.
-    if (IsSmall(step) && damping < 1.0) return true;
+    if (damping < 1.0 && (length < 1.0 || (level && !lower && length < kRounding))) return true;
     if (!lower) damping *= 10.0;
     if (damping > kLargestDamping) return false;
   }

@@ -5,38 +5,27 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <limits>
+#include <typeinfo>
 
 #include "rpc/blocks.h"
+#include "rpc/branch.h"
 #include "rpc/damped_steps.h"
+#include "rpc/ground_newton.h"
 #include "rpc/solution_flags.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
+using rpc::TBranch;
 using rpc::THeight;
-using TPoint = rpc::TMeasuredPoint<THeight::Known>;
 
 /// A root projects back within this many pixels.
-constexpr double kLargestMiss = 1e-5;
+constexpr double kLargestMiss = 1e-6;
 /// A root that misses by more than this is worth another step, pixels.
 constexpr double kWorthAStep = 1e-7;
-/// A root this far out, in normalised units, may not be the one that is meant, unless the image point is as far out.
-constexpr double kFarOutside = 1.5;
-
-/// Larger of two absolute normalised coordinates.
-double Remoteness(const TLinearNormalization& first, double x, const TLinearNormalization& second, double y) {
-  return std::fmax(std::fabs(first.Initial2Normalized(x)), std::fabs(second.Initial2Normalized(y)));
-}
-
-bool IsFarOutside(const TRPCCoordsDataItem& item, double lat, double lon) {
-  const TRPC& model = *item.model;
-  const double ground = Remoteness(*model.GetLatitudeNormalization(), lat, *model.GetLongitudeNormalization(), lon);
-  const double image =
-      Remoteness(*model.GetLineNormalization(), item.line, *model.GetSampleNormalization(), item.sample);
-  return !(ground <= kFarOutside * std::fmax(1.0, image));
-}
+/// Linearisations of a damped walk that only shows how near a point without an answer comes to one.
+constexpr int kLastTry = 25;
 
 double Miss(const TRPCCoordsDataItem& item, double lat, double lon, double h) {
   double line, sample;
@@ -44,117 +33,186 @@ double Miss(const TRPCCoordsDataItem& item, double lat, double lon, double h) {
   return std::hypot(item.line - line, item.sample - sample);
 }
 
-bool IsRoot(const TGroundSolution& solution) {
-  return solution.status.state == TGroundState::Converged && solution.residual <= kLargestMiss;
-}
-
-/// Where a damped walk starts: a ground point and how far its projection misses the measured point.
-struct TStart {
-  double lat;
-  double lon;
-  double miss;
-};
-
-/// The best of the nodes of grids that shrink towards the model's centre, best first.
-std::vector<TStart> GridStarts(const TRPCCoordsDataItem& item, double h) {
-  constexpr int kGrids = 7;  // the smallest spans 0.4^6, a 244th of the model's range
-  constexpr int kHalf = 3;
-  constexpr std::size_t kKept = 8;
-  std::vector<TStart> starts;
-  double size = 1.0;
-  for (int grid = 0; grid < kGrids; ++grid, size *= 0.4) {
-    for (int i = -kHalf; i <= kHalf; ++i) {
-      for (int j = -kHalf; j <= kHalf; ++j) {
-        const double lat = item.model->GetLatitudeNormalization()->Normalized2Initial(size * i / kHalf);
-        const double lon = item.model->GetLongitudeNormalization()->Normalized2Initial(size * j / kHalf);
-        const double miss = Miss(item, lat, lon, h);
-        if (std::isfinite(miss)) starts.push_back({lat, lon, miss});
-      }
-    }
-  }
-  std::sort(starts.begin(), starts.end(), [](const TStart& a, const TStart& b) { return a.miss < b.miss; });
-  starts.resize(std::min(starts.size(), kKept));
-  return starts;
-}
-
-/// Walks from `start`. Keeps in `best` what projects back better than it, and a root in the model's range above all.
-/// \return whether `best` is such a root now.
-bool TryFrom(const TRPCCoordsDataItem& item, const TStart& start, TGroundMethod method, TGroundSolution* best) {
-  double ground[3] = {start.lat, start.lon, best->h};
-  std::int32_t evaluations = 0;
-  rpc::WalkDamped<THeight::Known>({&item, 1, {best->h}}, ground, &evaluations);
-  best->status.iterations += evaluations;
-  const double miss = Miss(item, ground[0], ground[1], best->h);
-  const bool root = miss <= kLargestMiss;
-  const bool inside = root && !IsFarOutside(item, ground[0], ground[1]);
-  if (inside || !(IsRoot(*best) || best->residual <= miss)) {
-    best->lat = ground[0];
-    best->lon = ground[1];
-    best->residual = miss;
-    best->method = method;
-    if (root) best->status.state = TGroundState::Converged;
-  }
-  return inside;
-}
-
-/// One more Gauss-Newton step through the virtual projection; kept when it comes nearer.
-void Polish(const TRPCCoordsDataItem& item, TGroundSolution* solution) {
-  double ground[3] = {solution->lat, solution->lon, solution->h};
-  rpc::TLinearized<THeight::Known> here;
-  rpc::Linearize<THeight::Known>({&item, 1, {solution->h}}, ground, &here);
-  double step[2];
-  double lowestPivot;
-  rpc::SolveCholesky(here.equations, step, lowestPivot);
-  const double miss = Miss(item, ground[0] + step[0], ground[1] + step[1], ground[2]);
-  ++solution->status.iterations;
-  if (lowestPivot <= rpc::kSmallestPivot || !(miss < solution->residual)) return;
-  solution->lat = ground[0] + step[0];
-  solution->lon = ground[1] + step[1];
+/// Puts another point in the place of a worse one.
+void Improve(const TRPCCoordsDataItem& item, double lat, double lon, TGroundMethod method, TGroundSolution* solution) {
+  const double miss = Miss(item, lat, lon, solution->h);
+  if (!(miss < solution->residual) && std::isfinite(solution->residual)) return;
+  solution->lat = lat;
+  solution->lon = lon;
   solution->residual = miss;
-  solution->method = TGroundMethod::Polished;
+  solution->method = method;
 }
 
-/// What follows where the plain iteration gave no root, or one far outside.
-void Retry(const TRPCCoordsDataItem& item, TGroundSolution* solution) {
-  const TStart lost = {solution->lat, solution->lon, solution->residual};
-  if (std::isfinite(lost.miss) && TryFrom(item, lost, TGroundMethod::Damped, solution)) return;
-  const TStart center = {item.model->GetCenterLatitude(), item.model->GetCenterLongitude(), 0.0};
-  if (TryFrom(item, center, TGroundMethod::Damped, solution)) return;
-  for (const TStart& start : GridStarts(item, solution->h)) {
-    if (TryFrom(item, start, TGroundMethod::Grid, solution)) return;
+/// Gauss-Newton steps through the virtual projection, kept while they come nearer.
+void Polish(const TRPCCoordsDataItem& item, TGroundMethod method, TGroundSolution* solution) {
+  constexpr int kMostSteps = 3;
+  for (int i = 0; i < kMostSteps && solution->residual > kWorthAStep; ++i) {
+    const double ground[3] = {solution->lat, solution->lon, solution->h};
+    rpc::TLinearized<THeight::Known> here;
+    rpc::Linearize<THeight::Known>({&item, 1, {solution->h}}, ground, &here);
+    double step[2];
+    double lowestPivot;
+    rpc::SolveCholesky(here.equations, step, lowestPivot);
+    ++solution->status.iterations;
+    const double before = solution->residual;
+    if (lowestPivot <= rpc::kSmallestPivot) return;
+    Improve(item, ground[0] + step[0], ground[1] + step[1], method, solution);
+    if (!(solution->residual < before)) return;
   }
 }
 
-/// Completes a solution of which point and status are known.
-void Complete(const TRPC& model, double line, double sample, TGroundSolution* solution) {
-  const TRPCCoordsDataItem item = {&model, line, sample};
-  const bool root = IsRoot(*solution);
-  if (solution->status.state == TGroundState::Converged && !root) solution->status.state = TGroundState::NotConverged;
-  if (solution->status.state != TGroundState::NoApproximation &&
-      (!root || IsFarOutside(item, solution->lat, solution->lon))) {
-    Retry(item, solution);
-  } else if (root && solution->residual > kWorthAStep) {
-    Polish(item, solution);
+bool IsRoot(const TGroundSolution& solution) { return solution.residual <= kLargestMiss; }
+
+/// Follows the ground point from the model's centre. \return whether it was found; `solution` then holds it.
+bool FollowFromCenter(const TBranch& branch, const TRPCCoordsDataItem& item, TGroundSolution* solution) {
+  rpc::TBranchNode end;
+  const bool arrived = branch.Follow(item.line, item.sample, solution->h, &end, &solution->status.iterations);
+  const TRPC& model = *item.model;
+  TGroundSolution followed = *solution;
+  followed.residual = HUGE_VAL;
+  Improve(item, model.GetLatitudeNormalization()->Normalized2Initial(end.ground[0]),
+          model.GetLongitudeNormalization()->Normalized2Initial(end.ground[1]), TGroundMethod::Followed, &followed);
+  if (arrived) Polish(item, TGroundMethod::Followed, &followed);
+  solution->status.iterations = followed.status.iterations;
+  if (arrived && IsRoot(followed)) {
+    // The same point found twice: the one that came first stays, whatever way its last digits went.
+    const double same = 1e-6 * branch.Record().latScale;
+    if (IsRoot(*solution) && std::fabs(followed.lat - solution->lat) <= std::fabs(same) &&
+        std::fabs(followed.lon - solution->lon) <= std::fabs(1e-6 * branch.Record().longScale)) {
+      return true;
+    }
+    *solution = followed;
+    return true;
+  }
+  if (!IsRoot(*solution)) Improve(item, followed.lat, followed.lon, TGroundMethod::Followed, solution);
+  return false;
+}
+
+/// Whether a root that could not be followed has the centre's signs nevertheless, all the straight way to it.
+bool IsOnBranch(const TBranch& branch, TGroundSolution* solution) {
+  double ground[3];
+  branch.Normalize(solution->lat, solution->lon, solution->h, ground);
+  return branch.IsStraightWayFree(ground, &solution->status.iterations);
+}
+
+/// State of a point that is not known to be the only one, or not known to be a root at all.
+TGroundState Decide(const TBranch& branch, const TRPCCoordsDataItem& item, TGroundSolution* solution) {
+  if (!std::isfinite(item.line + item.sample + solution->h)) return TGroundState::NotConverged;
+  if (FollowFromCenter(branch, item, solution)) return TGroundState::Converged;
+  if (!IsRoot(*solution)) {
+    double ground[3] = {solution->lat, solution->lon, solution->h};
+    rpc::WalkDamped<THeight::Known>({&item, 1, {solution->h}}, ground, &solution->status.iterations, kLastTry);
+    Improve(item, ground[0], ground[1], TGroundMethod::Damped, solution);
+    if (!IsRoot(*solution)) return TGroundState::NotConverged;
+  }
+  return IsOnBranch(branch, solution) ? TGroundState::Converged : TGroundState::OtherBranch;
+}
+
+/// Completes a solution of which point and residual are known.
+void Complete(const TBranch& branch, const TRPCCoordsDataItem& item, bool onlyOne, TGroundSolution* solution) {
+  solution->status.state = onlyOne ? TGroundState::Converged : Decide(branch, item, solution);
+  if (solution->status.state == TGroundState::Converged && rpc::IsFarOut(branch, item, *solution)) {
+    solution->status.state = TGroundState::FarOut;
   }
   rpc::SetFlags(item, solution);
 }
 
-void SolveRange(const TRPC& model, std::size_t count, const double* line, const double* sample, const double* h,
-                TGroundSolution* solutions) {
-  double lat[rpc::kLaneBlock], lon[rpc::kLaneBlock], backLine[rpc::kLaneBlock], backSample[rpc::kLaneBlock];
-  TGroundStatus status[rpc::kLaneBlock];
-  model.CalculateLatLonArray(count, line, sample, h, lat, lon, status);
-  model.CalculateLineSampleArray(count, lat, lon, h, backLine, backSample, nullptr, nullptr);
-  for (std::size_t i = 0; i < count; ++i) {
-    TGroundSolution& solution = solutions[i];
-    solution = {};
-    solution.lat = lat[i];
-    solution.lon = lon[i];
-    solution.h = h[i];
-    solution.status = status[i];
-    solution.residual = std::hypot(line[i] - backLine[i], sample[i] - backSample[i]);
-    Complete(model, line[i], sample[i], &solution);
+/// Points of a model whose projection is that of its record.
+class TPlainSolver {
+ public:
+  explicit TPlainSolver(const TRPC& model)
+      : model_(model), branch_(model), newton_(branch_.Record(), branch_.FreeBox()), flags_(model) {}
+
+  /// At most `kLaneBlock` points.
+  void Solve(std::size_t count, const double* line, const double* sample, const double* h,
+             TGroundSolution* solutions) const {
+    rpc::TNewtonBlock block;
+    rpc::SolveNewtonBlock(newton_, count, line, sample, h, &block);
+    for (std::size_t i = 0; i < count; ++i) {
+      TGroundSolution& solution = solutions[i];
+      const TRPCCoordsDataItem item = {&model_, line[i], sample[i]};
+      const std::int64_t marks = block.marks[i];
+      constexpr std::int64_t kOnlyOne = rpc::kProven | rpc::kFree;
+      const bool onlyOne = (marks & kOnlyOne) == kOnlyOne && rpc::IsOnGlobe(block.lat[i], block.lon[i]);
+      solution.lat = block.lat[i];
+      solution.lon = block.lon[i];
+      solution.h = h[i];
+      solution.status = {TGroundState::Converged, static_cast<std::int32_t>(block.evaluations[i])};
+      solution.method = TGroundMethod::Iteration;
+      solution.residual = block.residual[i];
+      solution.outsideMargin = false;
+      if (onlyOne && (marks & rpc::kSure) != 0) {
+        flags_.Set((marks & rpc::kInImage) != 0, (marks & rpc::kInHeight) != 0, (marks & rpc::kInGround) != 0, item,
+                   &solution);
+      } else {
+        solution.outsideImage = solution.outsideHeight = solution.outsideGround = false;
+        if ((marks & rpc::kProven) == 0) solution.residual = Miss(item, solution.lat, solution.lon, h[i]);
+        Complete(branch_, item, onlyOne, &solution);
+      }
+    }
   }
+
+ private:
+  const TRPC& model_;
+  const TBranch branch_;
+  const rpc::TNewtonModel newton_;
+  const rpc::TImageFlags flags_;
+};
+
+/// Points of a model with a projection of its own.
+class TVirtualSolver {
+ public:
+  explicit TVirtualSolver(const TRPC& model) : model_(model), branch_(model) {}
+
+  void Solve(std::size_t count, const double* line, const double* sample, const double* h,
+             TGroundSolution* solutions) const {
+    double lat[rpc::kLaneBlock], lon[rpc::kLaneBlock];
+    TGroundStatus status[rpc::kLaneBlock];
+    model_.CalculateLatLonArray(count, line, sample, h, lat, lon, status);
+    for (std::size_t i = 0; i < count; ++i) {
+      TGroundSolution& solution = solutions[i];
+      const TRPCCoordsDataItem item = {&model_, line[i], sample[i]};
+      solution = {};
+      solution.lat = lat[i];
+      solution.lon = lon[i];
+      solution.h = h[i];
+      solution.status = status[i];
+      solution.residual = Miss(item, lat[i], lon[i], h[i]);
+      if (solution.status.state == TGroundState::NoApproximation) {
+        rpc::SetFlags(item, &solution);
+        continue;
+      }
+      Polish(item, TGroundMethod::Polished, &solution);
+      Complete(branch_, item, IsRoot(solution) && IsOnlyOne(solution), &solution);
+    }
+  }
+
+ private:
+  /// In the free box of the record, and where the correction has not turned the image over.
+  bool IsOnlyOne(const TGroundSolution& solution) const {
+    double ground[3];
+    branch_.Normalize(solution.lat, solution.lon, solution.h, ground);
+    return branch_.IsFree(ground) && branch_.IsUnfolded(branch_.Probe(ground));
+  }
+
+  const TRPC& model_;
+  const TBranch branch_;
+};
+
+template <class Solver>
+std::size_t SolveBlocks(const Solver& solver, std::size_t count, const double* line, const double* sample,
+                        const double* h, TGroundSolution* solutions) {
+  std::atomic<std::size_t> converged{0};
+  rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
+    std::size_t found = 0;
+    for (std::size_t start = first; start < last; start += rpc::kLaneBlock) {
+      const std::size_t part = std::min(rpc::kLaneBlock, last - start);
+      solver.Solve(part, line + start, sample + start, h + start, solutions + start);
+      for (std::size_t i = start; i < start + part; ++i) found += solutions[i] ? 1 : 0;
+    }
+    converged += found;
+  });
+  return converged;
 }
 
 }  // namespace
@@ -167,17 +225,11 @@ TGroundSolution SolveLatLon(const TRPC& model, double line, double sample, doubl
 
 std::size_t SolveLatLonArray(const TRPC& model, std::size_t count, const double* line, const double* sample,
                              const double* h, TGroundSolution* solutions) {
-  model.EnsureApproximation();
-  std::atomic<std::size_t> converged{0};
-  rpc::ForEachBlock(count, [&](std::size_t first, std::size_t last) {
-    for (std::size_t start = first; start < last; start += rpc::kLaneBlock) {
-      const std::size_t part = std::min(rpc::kLaneBlock, last - start);
-      SolveRange(model, part, line + start, sample + start, h + start, solutions + start);
-      converged += static_cast<std::size_t>(
-          std::count_if(solutions + start, solutions + start + part, [](const TGroundSolution& s) { return bool(s); }));
-    }
-  });
-  return converged;
+  if (typeid(model) == typeid(TRPC)) {
+    return SolveBlocks(TPlainSolver(model), count, line, sample, h, solutions);
+  }
+  model.EnsureApproximation();  // before threads share it
+  return SolveBlocks(TVirtualSolver(model), count, line, sample, h, solutions);
 }
 
 }  // namespace SatCommonUtils

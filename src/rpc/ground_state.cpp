@@ -18,8 +18,25 @@ const char* DescribeGroundState(TGroundState state) {
       return "no start point could be computed";
     case TGroundState::TooFewImages:
       return "fewer than two images";
+    case TGroundState::OtherBranch:
+      return "the point lies beyond a pole or a fold of the model, where its polynomials mean nothing";
+    case TGroundState::FarOut:
+      return "the point lies far outside the model's ground box";
+    case TGroundState::BehindSensor:
+      return "the point lies behind a sensor, beyond a pole of its model";
+    case TGroundState::FarHeight:
+      return "the height lies far outside the heights of every model";
+    case TGroundState::Misfit:
+      return "the images do not see one point: they miss it by too much";
+    case TGroundState::BadVariance:
+      return "the variance of the height is not above 0";
   }
   return "unknown state";
+}
+
+bool HasDoubtfulPoint(TGroundState state) {
+  return state == TGroundState::OtherBranch || state == TGroundState::FarOut || state == TGroundState::BehindSensor ||
+         state == TGroundState::FarHeight || state == TGroundState::Misfit;
 }
 
 }  // namespace SatCommonUtils

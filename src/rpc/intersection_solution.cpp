@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "rpc/branch.h"
 #include "rpc/damped_steps.h"
 #include "rpc/ground_solution.h"
 #include "rpc/intersection_solver.h"
@@ -75,51 +76,101 @@ bool Iterate(const TItems& items, const THeightInput& height, TGroundIntersectio
   return solution->status.state == TGroundState::Converged;
 }
 
-/// Damped steps from the start, from the lost point and from the models' centres; the lowest arrival counts.
+/// Whether the height is farther from every model's than its heights reach ten times, and than ten kilometres: there is
+/// no ground there, and polynomials that were fitted to a kilometre or two mean nothing.
+bool IsFarHeight(const TItems& items, double h) {
+  constexpr double kRanges = 10.0;
+  constexpr double kMetres = 10000.0;
+  for (const TRPCCoordsDataItem& item : items) {
+    const double range = std::fabs(item.model->GetHeightNormalization()->GetScale());
+    if (std::fabs(h - item.model->GetAverageHeight()) <= std::fmax(kRanges * range, kMetres)) return false;
+  }
+  return true;
+}
+
+/// What is wrong with a minimum whose residuals are known.
 template <THeight Height>
-void Retry(const TItems& items, const THeightInput& height, TGroundIntersection* solution) {
+TGroundState Judge(const TItems& items, const TIntersectionOptions& options, const TGroundIntersection& solution) {
+  if (!std::isfinite(solution.residual)) return TGroundState::NotConverged;
+  bool far = false;
+  bool folded = false;
+  for (const TRPCCoordsDataItem& item : items) {
+    const rpc::TBranch branch(*item.model);
+    double ground[3];
+    branch.Normalize(solution.lat, solution.lon, solution.h, ground);
+    if (!branch.IsFree(ground)) {
+      const rpc::TProbe probe = branch.Probe(ground);
+      if (!branch.IsInFront(probe)) return TGroundState::BehindSensor;
+      folded = folded || !branch.IsUnfolded(probe);
+    }
+    far = far || rpc::IsFarOut(branch, item, solution);
+  }
+  if (Height != THeight::Known && IsFarHeight(items, solution.h)) return TGroundState::FarHeight;
+  if (folded) return TGroundState::OtherBranch;
+  if (far) return TGroundState::FarOut;
+  return solution.residual <= options.largestRms ? TGroundState::Converged : TGroundState::Misfit;
+}
+
+/// Damped steps from the models' centres and from the lost point. A minimum that is an answer is preferred, then the
+/// lowest.
+template <THeight Height>
+void Retry(const TItems& items, const THeightInput& height, const TIntersectionOptions& options,
+           TGroundIntersection* solution) {
+  constexpr int kMostSteps = 200;
   const rpc::TMeasuredPoint<Height> point = {items.data(), items.size(), height};
   double lowest = std::numeric_limits<double>::infinity();
   const auto tryFrom = [&](double lat, double lon, double h) {
     double ground[3] = {lat, lon, Height == THeight::Known ? height.value : h};
-    if (!rpc::WalkDamped(point, ground, &solution->status.iterations)) return;
+    if (!rpc::WalkDamped(point, ground, &solution->status.iterations, kMostSteps)) return;
     rpc::TLinearized<Height> end;
     rpc::Linearize(point, ground, &end);
-    if (!(end.cost < lowest)) return;
+    TGroundIntersection there = *solution;
+    there.lat = ground[0];
+    there.lon = ground[1];
+    there.h = ground[2];
+    there.method = TGroundMethod::Damped;
+    there.residual = FillResiduals(items, &there);
+    there.status.state = Judge<Height>(items, options, there);
+    const bool better = there && !*solution;
+    const bool worse = !there && *solution;
+    if (worse || !(better || end.cost < lowest)) return;
     lowest = end.cost;
-    solution->lat = ground[0];
-    solution->lon = ground[1];
-    solution->h = ground[2];
-    solution->method = TGroundMethod::Damped;
-    solution->status.state = TGroundState::Converged;
+    *solution = there;
   };
+  const double lost[3] = {solution->lat, solution->lon, solution->h};
   const double reference = items[0].model->GetCenterLongitude();
   for (const TRPCCoordsDataItem& item : items) {
     const double lon = item.model->GetCenterLongitude();
     tryFrom(item.model->GetCenterLatitude(), lon + 360.0 * rpc::LongitudeTurns(reference, lon),
             item.model->GetAverageHeight());
   }
-  tryFrom(solution->lat, solution->lon, solution->h);
+  tryFrom(lost[0], lost[1], lost[2]);
+}
+
+TGroundIntersection NoPoint(TGroundIntersection solution) {
+  solution.lat = solution.lon = solution.h = solution.residual = kNoNumber;
+  for (double& number : solution.covariance) number = kNoNumber;
+  return solution;
 }
 
 template <THeight Height>
-TGroundIntersection Solve(const TItems& items, const THeightInput& height) {
+TGroundIntersection Solve(const TItems& items, const THeightInput& height, const TIntersectionOptions& options) {
   TGroundIntersection solution;
+  if (Height == THeight::Observed && !(height.variance > 0.0)) {
+    solution.status.state = TGroundState::BadVariance;
+    return NoPoint(solution);
+  }
   solution.h = height.value;
   const bool found = Iterate<Height>(items, height, &solution);
-  const TGroundState state = solution.status.state;
-  bool complete = state != TGroundState::TooFewImages;
+  bool complete = solution.status.state != TGroundState::TooFewImages;
   for (const TRPCCoordsDataItem& item : items) complete = complete && item.model != nullptr;
-  if (!found && complete) Retry<Height>(items, height, &solution);
-  if (complete) solution.residual = FillResiduals(items, &solution);
+  if (!complete) return NoPoint(solution);
+  solution.residual = FillResiduals(items, &solution);
+  if (found) solution.status.state = Judge<Height>(items, options, solution);
+  if (!solution) Retry<Height>(items, height, options, &solution);
   if (solution && !FillCovariance<Height>(items, height, &solution)) solution.status.state = TGroundState::Singular;
-  if (solution && !std::isfinite(solution.residual)) solution.status.state = TGroundState::NotConverged;
   if (!solution) {
     for (double& number : solution.covariance) number = kNoNumber;
-  }
-  if (!complete) {
-    solution.lat = solution.lon = solution.h = solution.residual = kNoNumber;
-    return solution;
   }
   for (const TRPCCoordsDataItem& item : items) rpc::SetFlags(item, &solution);
   return solution;
@@ -127,16 +178,18 @@ TGroundIntersection Solve(const TItems& items, const THeightInput& height) {
 
 }  // namespace
 
-TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h) {
-  return Solve<THeight::Known>(items, {h});
+TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h,
+                                const TIntersectionOptions& options) {
+  return Solve<THeight::Known>(items, {h}, options);
 }
 
-TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items) {
-  return Solve<THeight::Free>(items, {});
+TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, const TIntersectionOptions& options) {
+  return Solve<THeight::Free>(items, {}, options);
 }
 
-TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, double hObs, double hVar) {
-  return Solve<THeight::Observed>(items, {hObs, hVar});
+TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, double hObs, double hVar,
+                                 const TIntersectionOptions& options) {
+  return Solve<THeight::Observed>(items, {hObs, hVar}, options);
 }
 
 void GroundSigmas(double lat, double h, const double* covariance, double* sigma) {

@@ -71,4 +71,20 @@ template <class T>
   for (unsigned lane = 0; lane < sizeof(T) / sizeof(double); ++lane) root[lane] = std::sqrt(x[lane]);
 }
 
+/// Two vectors under way together, for chains of operations that wait for each other: a processor looks some hundred
+/// operations ahead, and each chain leaves it idle for half the time.
+template <class V>
+struct TTwo {
+  V x, y;
+
+  [[gnu::always_inline]] friend TTwo operator+(const TTwo& a, const TTwo& b) { return {a.x + b.x, a.y + b.y}; }
+  [[gnu::always_inline]] friend TTwo operator-(const TTwo& a, const TTwo& b) { return {a.x - b.x, a.y - b.y}; }
+  [[gnu::always_inline]] friend TTwo operator*(const TTwo& a, const TTwo& b) { return {a.x * b.x, a.y * b.y}; }
+  [[gnu::always_inline]] friend TTwo operator/(const TTwo& a, const TTwo& b) { return {a.x / b.x, a.y / b.y}; }
+  [[gnu::always_inline]] friend TTwo operator+(const TTwo& a, double b) { return {a.x + b, a.y + b}; }
+  [[gnu::always_inline]] friend TTwo operator+(double a, const TTwo& b) { return {a + b.x, a + b.y}; }
+  [[gnu::always_inline]] friend TTwo operator-(const TTwo& a, double b) { return {a.x - b, a.y - b}; }
+  [[gnu::always_inline]] friend TTwo operator*(const TTwo& a, double b) { return {a.x * b, a.y * b}; }
+};
+
 }  // namespace SatCommonUtils::rpc

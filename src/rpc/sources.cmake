@@ -1,4 +1,5 @@
 target_sources(Orbmath PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/branch.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/dimap.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/envi_header.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/fixed_width.cpp
@@ -18,6 +19,8 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/forms/vendor_text.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/xml.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/xml_elements.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ground_branch.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ground_newton.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_state.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_to_ground.cpp
@@ -44,6 +47,7 @@ target_sources(Orbmath PRIVATE
 # which GCC leaves out on x86, overlaps them and gains 7 to 8 % (benchmarks/rpc.cpp).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   set_source_files_properties(
+    ${CMAKE_CURRENT_LIST_DIR}/ground_newton.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rpc_inversion.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
     PROPERTIES COMPILE_OPTIONS "-fschedule-insns;-fsched-pressure")

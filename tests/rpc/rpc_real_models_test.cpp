@@ -128,6 +128,36 @@ TEST_F(RPCRealModels, StereoTiesGiveTheirGroundBack) {
   }
 }
 
+/// Over the image and half its width around, at three heights: on the centre's branch, within 1e-6 pixels, and next to
+/// where its neighbour is.
+TEST_F(RPCRealModels, TheImageAndHalfItsWidthAroundIsOnTheBranch) {
+  for (const std::string& name : RealModelFiles()) {
+    SCOPED_TRACE(name);
+    const TRPC model = RealModel(name);
+    constexpr int kHalf = 40;
+    for (const double height : {model.GetMinHeight(), model.GetAverageHeight(), model.GetMaxHeight()}) {
+      double longest = 0.0;
+      double shortest = HUGE_VAL;
+      for (int i = -kHalf; i <= kHalf; ++i) {
+        TGroundSolution before;
+        for (int j = -kHalf; j <= kHalf; ++j) {
+          const Image image = {model.GetLineNormalization()->Normalized2Initial(2.0 * i / kHalf),
+                               model.GetSampleNormalization()->Normalized2Initial(2.0 * j / kHalf)};
+          const TGroundSolution solution = SolveLatLon(model, image.line, image.sample, height);
+          ASSERT_TRUE(solution) << image.line << " " << image.sample;
+          const Image back = Project(model, {solution.lat, solution.lon, height});
+          ASSERT_LT(std::hypot(back.line - image.line, back.sample - image.sample), 1e-6);
+          const double step = std::hypot(solution.lat - before.lat, solution.lon - before.lon);
+          if (before) longest = std::fmax(longest, step);
+          if (before) shortest = std::fmin(shortest, step);
+          before = solution;
+        }
+      }
+      EXPECT_LT(longest, 2.0 * shortest) << "jumps at " << height << " m";
+    }
+  }
+}
+
 TEST_F(RPCRealModels, AModelOfOneDegreeScaleWorksAtEveryHeight) {
   const TRPC model = RealModel("20191015_073816_ssc1d3_0011_basic_l1a_panchromatic_dn_RPC.TXT");
   struct Case {
