@@ -12,6 +12,7 @@
 #include "refine/adjusted_rpc.h"
 #include "report/json.h"
 #include "report/report.h"
+#include "rpc/ground_branch.h"
 #include "rpc/ground_solution.h"
 #include "rpc/rpc_fields.h"
 
@@ -120,17 +121,40 @@ void AddAccuracy(const TRPC& model, Report* report) {
   std::vector<SatCommonUtils::TGroundSolution> back(grid.size());
   const std::size_t converged = SatCommonUtils::SolveLatLonArray(model, grid.size(), image.line.data(),
                                                                  image.sample.data(), grid.height.data(), back.data());
+  // Degrees: a round trip that ends farther off has ended at another ground point of the same image point.
+  constexpr double kElsewhere = 1e-6;
   double degrees = 0.0;
   double pixels = 0.0;
+  std::size_t elsewhere = 0;
   for (std::size_t i = 0; i < grid.size(); ++i) {
     if (!back[i]) continue;
-    degrees = std::max({degrees, std::abs(back[i].lat - grid.lat[i]), std::abs(back[i].lon - grid.lon[i])});
+    const double off = std::max(std::abs(back[i].lat - grid.lat[i]), std::abs(back[i].lon - grid.lon[i]));
     pixels = std::max(pixels, back[i].residual);
+    if (off > kElsewhere) {
+      ++elsewhere;
+    } else {
+      degrees = std::max(degrees, off);
+    }
   }
-  if (converged == 0) degrees = pixels = std::nan("");
+  if (converged == elsewhere) degrees = std::nan("");
+  if (converged == 0) pixels = std::nan("");
   report->Number("round_trip_max_deg", "ground to image to ground, worst", degrees, 13, "deg");
   report->Number("round_trip_max_px", "image to ground to image, worst", pixels, 10, "px");
+  report->Count("round_trip_elsewhere", "round trips that end elsewhere", elsewhere);
   report->Count("round_trip_not_converged", "points without a ground point", grid.size() - converged);
+}
+
+/// Whether poles or folds cross the box.
+void AddBranch(const TRPC& model, Report* report) {
+  const SatCommonUtils::TBoxExamination box = SatCommonUtils::ExamineBox(model);
+  const auto say = [&](std::size_t beyond) -> std::string {
+    if (box.provenFree) return "none in the ground box";
+    const std::string points = std::to_string(box.points) + " points of the ground box";
+    if (beyond == 0) return "none found at " + points;
+    return "cross the ground box: " + std::to_string(beyond) + " of " + points + " lie beyond";
+  };
+  report->Text("poles", "poles", say(box.beyondPole));
+  report->Text("folds", "folds", say(box.beyondFold));
 }
 
 class Info : public Command {
@@ -159,6 +183,7 @@ class Info : public Command {
       report.Text("inverse", "inverse", "line and sample stand in the places of latitude and longitude");
     } else {
       AddAccuracy(*model.rpc, &report);
+      AddBranch(*model.rpc, &report);
     }
     report.Print(json_);
     return 0;

@@ -23,6 +23,8 @@ struct IntersectionOptions {
   std::optional<double> sigma;            ///< standard deviation of an image coordinate, pixels
   bool covariance = false;
   bool status = false;
+  bool extrapolate = false;
+  std::optional<double> largest_rms;  ///< pixels
 };
 
 class IntersectTask : public PointTask {
@@ -59,7 +61,7 @@ class IntersectTask : public PointTask {
         items[m].sample = block->in[2 * m + 1][i] - shift_;
       }
       const TGroundIntersection point = Solve(items);
-      if (!point) block->Fail(i, WhyLost(point));
+      if (!IsGiven(point, intersection_.extrapolate)) block->Fail(i, WhyLost(point));
       block->marks[i] = StatusOf(point);
       Store(point, i, block);
     }
@@ -71,11 +73,13 @@ class IntersectTask : public PointTask {
 
  private:
   TGroundIntersection Solve(const std::vector<TRPCCoordsDataItem>& items) const {
-    if (!intersection_.height) return SatCommonUtils::SolveLatLonH(items);
-    if (!intersection_.height_variance) return SatCommonUtils::SolveLatLon(items, *intersection_.height);
+    SatCommonUtils::TIntersectionOptions options;
+    options.largestRms = intersection_.largest_rms.value_or(options.largestRms);
+    if (!intersection_.height) return SatCommonUtils::SolveLatLonH(items, options);
+    if (!intersection_.height_variance) return SatCommonUtils::SolveLatLon(items, *intersection_.height, options);
     // The library counts variances in those of an image coordinate.
     return SatCommonUtils::SolveLatLonH(items, *intersection_.height,
-                                        *intersection_.height_variance / (sigma_ * sigma_));
+                                        *intersection_.height_variance / (sigma_ * sigma_), options);
   }
 
   void Store(const TGroundIntersection& point, std::size_t index, LineBlock* block) const {
@@ -105,7 +109,9 @@ class Intersect : public Command {
            "rms_pixels' (degrees, degrees, metres, pixels). The height is free; --height fixes it, and with "
            "--height-variance it is an observation among the others. With --covariance three more columns "
            "follow: standard deviations of the point towards east, north and up (metres), for image coordinates "
-           "with the standard deviation of --sigma. A point without a solution is an error line that says why.\n\n"
+           "with the standard deviation of --sigma. A point without a solution is an error line that says why, and so "
+           "is one that no image can mean: missed by more than --max-rms, behind a sensor, far outside the models' "
+           "heights or ground; --extrapolate gives those too.\n\n"
            "Example:\n"
            "  orbmath intersect left.RPB right.RPB --points ties.txt --covariance --sigma 0.3";
   }
@@ -119,6 +125,9 @@ class Intersect : public Command {
     line.Flag("--covariance", &intersection_.covariance, "add standard deviations towards east, north and up");
     line.Number("--sigma", "PX", &intersection_.sigma, "standard deviation of an image coordinate, pixels (default 1)");
     line.Flag("--status", &intersection_.status, "add a status: 'ok' or what the point lies outside of");
+    line.Number("--max-rms", "PX", &intersection_.largest_rms,
+                "largest root mean square of the residuals, pixels (default 100)");
+    line.Flag("--extrapolate", &intersection_.extrapolate, "give points that no image can mean instead of error lines");
     origin_.Declare(line);
     options_.DeclareOutput(line);
   }
@@ -127,6 +136,7 @@ class Intersect : public Command {
     if (intersection_.height_variance && !intersection_.height) throw UsageError("--height-variance needs --height");
     if (intersection_.height_variance.value_or(1.0) <= 0.0) throw UsageError("--height-variance must be above 0");
     if (intersection_.sigma.value_or(1.0) <= 0.0) throw UsageError("--sigma must be above 0");
+    if (intersection_.largest_rms.value_or(1.0) <= 0.0) throw UsageError("--max-rms must be above 0");
     std::vector<Model> models;
     for (const std::string& name : names_) models.push_back(ReadGroundModel(name));
     IntersectTask task(models, intersection_, origin_.Shift(), options_);

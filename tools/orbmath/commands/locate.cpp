@@ -15,8 +15,13 @@ namespace {
 
 class LocateTask : public PointTask {
  public:
-  LocateTask(const Model& model, std::optional<double> height, bool status, double shift, const PointOptions& options)
-      : model_(model), shift_(shift), says_height_(!height), height_(height.value_or(model.rpc->GetAverageHeight())) {
+  LocateTask(const Model& model, std::optional<double> height, bool status, bool extrapolate, double shift,
+             const PointOptions& options)
+      : model_(model),
+        extrapolate_(extrapolate),
+        shift_(shift),
+        says_height_(!height),
+        height_(height.value_or(model.rpc->GetAverageHeight())) {
     layout_.columns = {{"line"}, {"sample"}, {"height", height_}};
     columns_ = {{"lat", options.Digits(kDegreeDigits)},
                 {"lon", options.Digits(kDegreeDigits)},
@@ -40,7 +45,7 @@ class LocateTask : public PointTask {
     block->marks.resize(block->count);
     for (std::size_t i = 0; i < block->count; ++i) {
       const SatCommonUtils::TGroundSolution& solution = solutions[i];
-      if (!solution) block->Fail(i, WhyLost(solution));
+      if (!IsGiven(solution, extrapolate_)) block->Fail(i, WhyLost(solution));
       block->marks[i] = StatusOf(solution);
       const double values[] = {solution.lat, solution.lon, solution.h, solution.residual,
                                static_cast<double>(block->marks[i])};
@@ -60,6 +65,7 @@ class LocateTask : public PointTask {
 
  private:
   const Model& model_;
+  const bool extrapolate_;
   const double shift_;
   bool says_height_;
   const double height_;
@@ -74,8 +80,10 @@ class Locate : public Command {
     return "Each line 'line sample [height]' (pixels, metres above the ellipsoid) becomes 'lat lon height' "
            "(degrees, degrees, metres). A point without a height gets that of --height, or else the model's "
            "height offset, which is said on standard error. A point without a solution is an error line that "
-           "says why; one outside the image or the height range is computed, counted on standard error and named "
-           "in the status column. With --status two more columns follow: how far the result projects from the "
+           "says why, and so is one that the model cannot know: beyond a pole or a fold of its polynomials, or far "
+           "outside its ground box; --extrapolate gives those too. A point outside the image, the height range, the "
+           "ground box or the margin is computed, counted on standard error and named in the status column. With "
+           "--status two more columns follow: how far the result projects from the "
            "given image point (pixels), and 'ok' or 'outside-' with what the point lies outside of: image, "
            "height, ground, margin, joined by '+'.\n\n"
            "Example:\n"
@@ -87,13 +95,14 @@ class Locate : public Command {
     options_.DeclareFiles(line);
     line.Number("--height", "H", &height_, "height of points that give none, metres above the ellipsoid");
     line.Flag("--status", &status_, "add residual and status");
+    line.Flag("--extrapolate", &extrapolate_, "give points that the model cannot know instead of error lines");
     origin_.Declare(line);
     options_.DeclareOutput(line);
   }
 
   int Run() override {
     const Model model = ReadGroundModel(model_);
-    LocateTask task(model, height_, status_, origin_.Shift(), options_);
+    LocateTask task(model, height_, status_, extrapolate_, origin_.Shift(), options_);
     const int status = options_.Run(&task);
     task.Marks().Report();
     return status;
@@ -103,6 +112,7 @@ class Locate : public Command {
   std::string model_;
   std::optional<double> height_;
   bool status_ = false;
+  bool extrapolate_ = false;
   PixelOrigin origin_;
   PointOptions options_;
 };

@@ -10,6 +10,7 @@
 namespace orbmath_tool {
 
 using SatCommonUtils::TGroundSolution;
+using SatCommonUtils::TGroundState;
 
 namespace {
 
@@ -23,17 +24,44 @@ constexpr int kHeight = 2;
 constexpr int kGround = 4;
 constexpr int kMargin = 8;
 constexpr const char* kPlaces[] = {"image", "height", "ground", "margin"};
+constexpr int kPlaceSets = 2 * kMargin;
+
+/// What makes a point doubtful that was found; the number behind the bits, counted from 1.
+struct Doubt {
+  TGroundState state;
+  const char* word;
+};
+constexpr Doubt kDoubts[] = {{TGroundState::OtherBranch, "other-branch"},
+                             {TGroundState::FarOut, "far-out"},
+                             {TGroundState::BehindSensor, "behind-sensor"},
+                             {TGroundState::FarHeight, "far-height"},
+                             {TGroundState::Misfit, "misfit"}};
+
+std::string PlacesWord(int places) {
+  std::string word;
+  for (int bit = 0; bit < 4; ++bit) {
+    if ((places >> bit & 1) != 0) word += (word.empty() ? "outside-" : "+") + std::string(kPlaces[bit]);
+  }
+  return word;
+}
 
 std::vector<std::string> MakeWords() {
   std::vector<std::string> words{"ok"};
-  for (int status = 1; status < 2 * kMargin; ++status) {
-    std::string word;
-    for (int bit = 0; bit < 4; ++bit) {
-      if ((status >> bit & 1) != 0) word += (word.empty() ? "outside-" : "+") + std::string(kPlaces[bit]);
-    }
-    words.push_back(word);
+  for (int places = 1; places < kPlaceSets; ++places) words.push_back(PlacesWord(places));
+  for (const Doubt& doubt : kDoubts) {
+    words.emplace_back(doubt.word);
+    for (int places = 1; places < kPlaceSets; ++places) words.push_back(doubt.word + ("+" + PlacesWord(places)));
   }
   return words;
+}
+
+int DoubtOf(TGroundState state) {
+  int number = 0;
+  for (const Doubt& doubt : kDoubts) {
+    ++number;
+    if (doubt.state == state) return number;
+  }
+  return 0;
 }
 
 std::string Points(std::size_t count) { return std::to_string(count) + (count == 1 ? " point" : " points"); }
@@ -46,8 +74,9 @@ const std::vector<std::string>& StatusWords() {
 }
 
 int StatusOf(const TGroundSolution& solution) {
-  return (solution.outsideImage ? kImage : 0) | (solution.outsideHeight ? kHeight : 0) |
-         (solution.outsideGround ? kGround : 0) | (solution.outsideMargin ? kMargin : 0);
+  return kPlaceSets * DoubtOf(solution.status.state) | (solution.outsideImage ? kImage : 0) |
+         (solution.outsideHeight ? kHeight : 0) | (solution.outsideGround ? kGround : 0) |
+         (solution.outsideMargin ? kMargin : 0);
 }
 
 bool IsGround(double lat, double lon) { return std::abs(lat) <= kMostLatitude && std::abs(lon) <= kMostLongitude; }
@@ -72,9 +101,20 @@ int StatusOf(const SatCommonUtils::TRPC& model, double lat, double lon, double h
   return (ground ? kGround : 0) | (outside(*model.GetHeightNormalization(), height) ? kHeight : 0);
 }
 
+bool IsGiven(const TGroundSolution& solution, bool extrapolate) {
+  return solution || (extrapolate && SatCommonUtils::HasDoubtfulPoint(solution.status.state) &&
+                      IsGround(solution.lat, solution.lon));
+}
+
 std::string WhyLost(const TGroundSolution& solution) {
-  std::string why = std::string("no ground point: ") + SatCommonUtils::DescribeGroundState(solution.status.state);
-  if (std::isfinite(solution.residual)) why += ", " + Fixed(solution.residual, 6) + " px off at the best try";
+  const TGroundState state = solution.status.state;
+  std::string why = std::string("no ground point: ") + SatCommonUtils::DescribeGroundState(state);
+  const std::string residual = Fixed(solution.residual, 6) + " px";
+  if (state == TGroundState::Misfit) {
+    why += ", " + residual + " rms";
+  } else if (!SatCommonUtils::HasDoubtfulPoint(state) && std::isfinite(solution.residual)) {
+    why += ", " + residual + " off at the best try";
+  }
   return why;
 }
 
@@ -88,12 +128,17 @@ void MarkCounter::Add(const LineBlock& block) {
     image_ += (block.marks[i] & kImage) != 0 ? 1 : 0;
     height_ += (block.marks[i] & kHeight) != 0 ? 1 : 0;
     ground_ += (block.marks[i] & kGround) != 0 ? 1 : 0;
+    margin_ += (block.marks[i] & kMargin) != 0 ? 1 : 0;
+    doubtful_ += block.marks[i] >= kPlaceSets ? 1 : 0;
   }
 }
 
 void MarkCounter::Report() const {
   if (image_ > 0) Note(Points(image_) + " outside the image, extrapolated (--status marks them)");
   if (height_ > 0) Note(Points(height_) + " outside the model's height range, extrapolated (--status marks them)");
+  if (ground_ > 0) Note(Points(ground_) + " outside the model's ground, extrapolated (--status marks them)");
+  if (margin_ > 0) Note(Points(margin_) + " outside the model's margin (--status marks them)");
+  if (doubtful_ > 0) Note(Points(doubtful_) + " that the model cannot know, extrapolated (--status names them)");
 }
 
 void MarkCounter::ReportGiven() const {

@@ -11,10 +11,13 @@
 
 namespace orbmath_tool {
 
-/// The words of a status column: "ok", or "outside-" and what the point lies outside of, e.g. "outside-image+height".
+/// The words of a status column: "ok", or "outside-" and what the point lies outside of, e.g. "outside-image+height",
+/// behind the name of what makes it doubtful, if anything, e.g. "far-out+outside-ground".
 const std::vector<std::string>& StatusWords();
 /// The number of the word that fits a solution.
 int StatusOf(const SatCommonUtils::TGroundSolution& solution);
+/// Whether the solution is to be given: it is one, or it is doubtful and `extrapolate` asks for it all the same.
+bool IsGiven(const SatCommonUtils::TGroundSolution& solution, bool extrapolate);
 /// Why there is no ground point, for an error line.
 std::string WhyLost(const SatCommonUtils::TGroundSolution& solution);
 
@@ -39,6 +42,8 @@ class MarkCounter {
   std::size_t image_ = 0;
   std::size_t height_ = 0;
   std::size_t ground_ = 0;
+  std::size_t margin_ = 0;
+  std::size_t doubtful_ = 0;
 };
 
 }  // namespace orbmath_tool
