@@ -42,6 +42,10 @@ struct THeightGridFrame {
   double voidHeight = std::numeric_limits<double>::quiet_NaN();
 };
 
+/// The number of columns of a grid of longitudes that goes round the whole Earth, so that its last column lies beside
+/// its first; 0 for any other grid.
+ORBMATH_API int FindPeriod(const THeightGridFrame& frame) noexcept;
+
 /// A grid of heights. The height of a cell needs all four corners. Bicubic (Keys' kernel with a = -1/2, through the
 /// posts, continuous slope) uses sixteen posts; where outer ones are missing they are continued linearly.
 ///
@@ -59,8 +63,9 @@ class ORBMATH_API THeightGrid final : public THeightSurface {
   ///   heights is another.
   THeightGrid(const THeightGridFrame& frame, const std::vector<double>& heights,
               double noData = std::numeric_limits<double>::quiet_NaN());
-  /// A grid whose tiles come from elsewhere, each when it is needed. \param tiles not null.
-  /// \throws TZxMessage when the frame is not usable.
+  /// A grid whose tiles come from elsewhere, each when it is needed. \param tiles not null; of a grid with a period
+  /// they have as many columns of cells, one more than between its posts. \throws TZxMessage when the frame is not
+  /// usable.
   THeightGrid(const THeightGridFrame& frame, std::shared_ptr<const THeightTiles> tiles);
   ~THeightGrid() override;
 

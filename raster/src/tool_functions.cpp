@@ -5,7 +5,7 @@
 #include "raster/image_model.h"
 
 const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions() {
-  static constexpr SatCommonUtils::RasterFunctions kFunctions = {ORBMATH_VERSION, &SatCommonUtils::ReadImageModel,
-                                                                 &SatCommonUtils::WriteImageModel};
+  static constexpr SatCommonUtils::RasterFunctions kFunctions = {
+      ORBMATH_VERSION, &SatCommonUtils::ReadImageModel, &SatCommonUtils::WriteImageModel, &SatCommonUtils::OpenDem};
   return &kFunctions;
 }

@@ -35,16 +35,6 @@ class TWholeGrid final : public THeightTiles {
   std::shared_ptr<const THeightTile> tile_;
 };
 
-/// Columns of a grid of longitudes around the whole Earth, else 0. \param mayHoldTwice the last column may be the
-/// first.
-int FindPeriod(const THeightGridFrame& frame) {
-  const double* t = frame.transform;
-  if (frame.mapping != nullptr || t[2] != 0.0 || t[4] != 0.0) return 0;
-  const double columns = 360.0 / std::fabs(t[1]);
-  if (std::fabs(columns - frame.columns) < kClosed) return frame.columns;
-  return 0;
-}
-
 /// The posts of a tile over the whole grid: one more around, taken from the other side where the grid is closed.
 std::vector<double> SurroundPosts(const THeightGridFrame& frame, int period, const std::vector<double>& heights,
                                   double noData) {
@@ -66,13 +56,21 @@ std::vector<double> SurroundPosts(const THeightGridFrame& frame, int period, con
 
 TGridMapping::~TGridMapping() = default;
 
+/// first.
+int FindPeriod(const THeightGridFrame& frame) noexcept {
+  const double* t = frame.transform;
+  if (frame.mapping != nullptr || t[2] != 0.0 || t[4] != 0.0) return 0;
+  const double columns = 360.0 / std::fabs(t[1]);
+  if (std::fabs(columns - frame.columns) < kClosed) return frame.columns;
+  return 0;
+}
+
 THeightGrid::THeightGrid(const THeightGridFrame& frame, const std::vector<double>& heights, double noData)
     : frame_(frame) {
   Prepare();
   if (heights.size() != std::size_t(frame_.columns) * std::size_t(frame_.rows)) {
     throw TZxMessage("a height grid needs one height for each post");
   }
-  period_ = FindPeriod(frame_);
   tiles_ = std::make_shared<TWholeGrid>(
       std::make_shared<THeightTile>(0, 0, frame_.columns - 1 + (period_ > 0 ? 1 : 0), frame_.rows - 1,
                                     SurroundPosts(frame_, period_, heights, noData), frame_.interpolation));
@@ -95,6 +93,7 @@ void THeightGrid::Prepare() {
   if (!(std::fabs(determinant) > 0.0) || !std::isfinite(determinant)) {
     throw TZxMessage("the transform of a height grid is singular");
   }
+  period_ = FindPeriod(frame_);
   const double half = frame_.pixelIsArea ? 0.5 : 0.0;
   inverse_[1] = t[5] / determinant;
   inverse_[2] = -t[2] / determinant;

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "api.h"
+#include "height_files.h"
 
 namespace SatCommonUtils {
 
@@ -17,6 +18,7 @@ struct RasterFunctions {
   const char* version;  ///< version of Orbmath that the library was built with
   bool (*readImageModel)(const std::string&, const TRPCFileOptions&, TRPCFile*, TRPCFileError*);
   bool (*writeImageModel)(const std::string&, const TRPCData&, const TRPCFileExtras&, TRPCFileError*);
+  bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);
 };
 
 /// Name of the one symbol to look up, whose type is `const RasterFunctions* (*)()`.

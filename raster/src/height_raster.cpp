@@ -1,0 +1,204 @@
+// Bands of heights as grids: in memory, or in tiles read when they are needed.
+
+#include "height_raster.h"
+
+#include <ogr_spatialref.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace SatCommonUtils {
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+/// Cells along a side of a tile.
+constexpr int kTileSize = 256;
+/// Memory of a post in a grid: its height and its share of the pyramid.
+constexpr double kBytesOfPost = 15.0;
+
+/// Reads posts of one band. GDAL's datasets are one thread's at a time.
+class BandReader {
+ public:
+  BandReader(DatasetHandle dataset, const BandHeights& heights)
+      : dataset_(std::move(dataset)), band_(dataset_->GetRasterBand(1)), heights_(heights) {
+    masked_ = (band_->GetMaskFlags() & GMF_ALL_VALID) == 0;
+  }
+
+  int Columns() const { return dataset_->GetRasterXSize(); }
+  int Rows() const { return dataset_->GetRasterYSize(); }
+
+  /// `columns` x `rows` posts from (column, row), all inside the raster, into rows that lie `stride` apart.
+  bool Read(int column, int row, int columns, int rows, double* posts, std::size_t stride) const {
+    const GdalSession session;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const GSpacing line = static_cast<GSpacing>(stride * sizeof(double));
+    if (band_->RasterIO(GF_Read, column, row, columns, rows, posts, columns, rows, GDT_Float64, sizeof(double), line,
+                        nullptr) != CE_None) {
+      return false;
+    }
+    std::vector<unsigned char> mask;
+    if (masked_) {
+      mask.resize(std::size_t(columns) * rows);
+      if (band_->GetMaskBand()->RasterIO(GF_Read, column, row, columns, rows, mask.data(), columns, rows, GDT_Byte, 0,
+                                         0, nullptr) != CE_None) {
+        return false;
+      }
+    }
+    for (int r = 0; r < rows; ++r) {
+      for (int c = 0; c < columns; ++c) {
+        double& h = posts[r * stride + c];
+        const bool known = !masked_ || mask[std::size_t(r) * columns + c] != 0;
+        h = known ? h * heights_.scale + heights_.offset : kNaN;
+      }
+    }
+    return true;
+  }
+
+ private:
+  DatasetHandle dataset_;
+  GDALRasterBand* band_;
+  BandHeights heights_;
+  bool masked_ = false;
+  mutable std::mutex mutex_;
+};
+
+/// The tiles of a raster that does not fit in memory.
+class BandTiles final : public THeightTiles {
+ public:
+  BandTiles(std::unique_ptr<BandReader> reader, const THeightGridFrame& frame)
+      : reader_(std::move(reader)),
+        interpolation_(frame.interpolation),
+        voidHeight_(frame.voidHeight),
+        closed_(FindPeriod(frame) > 0) {}
+
+  int GetTileSize() const noexcept override { return kTileSize; }
+
+  std::shared_ptr<const THeightTile> GetTile(int tileColumn, int tileRow) const override {
+    const int column = tileColumn * kTileSize;
+    const int row = tileRow * kTileSize;
+    const int columns = std::min(kTileSize, reader_->Columns() - (closed_ ? 0 : 1) - column);
+    const int rows = std::min(kTileSize, reader_->Rows() - 1 - row);
+    const std::size_t stride = std::size_t(columns) + 3;
+    std::vector<double> posts(stride * (std::size_t(rows) + 3), kNaN);
+    // One more post on each side, as far as there are any; on the other side of the Earth where the grid is closed.
+    const int firstRow = std::max(row - 1, 0);
+    const int lastRow = std::min(row + rows + 1, reader_->Rows() - 1);
+    double* const first = posts.data() + std::size_t(firstRow - row + 1) * stride;
+    for (int at = column - 1; at <= column + columns + 1;) {
+      const int width = reader_->Columns();
+      const int from = closed_ ? (at + width) % width : at;
+      const int part = std::min(column + columns + 2 - at, from < 0 ? -from : width - from);
+      if (from >= width) break;
+      if (from >= 0 &&
+          !reader_->Read(from, firstRow, part, lastRow - firstRow + 1, first + (at - column + 1), stride)) {
+        return nullptr;
+      }
+      at += part;
+    }
+    if (!std::isnan(voidHeight_)) {
+      std::replace_if(
+          posts.begin(), posts.end(), [](double h) { return std::isnan(h); }, voidHeight_);
+    }
+    return std::make_shared<THeightTile>(column, row, columns, rows, std::move(posts), interpolation_);
+  }
+
+ private:
+  std::unique_ptr<BandReader> reader_;
+  THeightInterpolation interpolation_;
+  double voidHeight_;
+  bool closed_;
+};
+
+struct DestroyTransformation {
+  void operator()(OGRCoordinateTransformation* transformation) const {
+    OGRCoordinateTransformation::DestroyCT(transformation);
+  }
+};
+using Transformation = std::unique_ptr<OGRCoordinateTransformation, DestroyTransformation>;
+
+/// PROJ's way from longitudes and latitudes to a plane. A transformation is one thread's at a time: those that wait are
+/// kept, and a thread that finds none makes its own.
+class ProjMapping final : public TGridMapping {
+ public:
+  explicit ProjMapping(Transformation first) { free_.push_back(std::move(first)); }
+
+  void Map(std::size_t count, const double* lat, const double* lon, double* x, double* y) const override {
+    const GdalSession session;
+    Transformation transformation = Take();
+    std::vector<int> success(count, 0);
+    std::copy_n(lon, count, x);
+    std::copy_n(lat, count, y);
+    if (transformation != nullptr) {
+      transformation->Transform(static_cast<int>(count), x, y, nullptr, success.data());
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+      if (success[i] == 0 || !std::isfinite(x[i]) || !std::isfinite(y[i])) x[i] = y[i] = kNaN;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    free_.push_back(std::move(transformation));
+  }
+
+ private:
+  /// The first one always stays, as a pattern for others.
+  Transformation Take() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (free_.size() > 1) {
+      Transformation transformation = std::move(free_.back());
+      free_.pop_back();
+      return transformation;
+    }
+    return Transformation(free_.front()->Clone());
+  }
+
+  mutable std::mutex mutex_;
+  mutable std::vector<Transformation> free_;
+};
+
+}  // namespace
+
+std::shared_ptr<const THeightGrid> MakeGrid(DatasetHandle dataset, THeightGridFrame frame, const BandHeights& heights,
+                                            std::size_t cacheBytes, std::string* error) {
+  auto reader = std::make_unique<BandReader>(std::move(dataset), heights);
+  frame.columns = reader->Columns();
+  frame.rows = reader->Rows();
+  frame.pixelIsArea = true;
+  try {
+    const double posts = double(frame.columns) * frame.rows;
+    if (posts * kBytesOfPost > double(cacheBytes)) {
+      auto tiles = std::make_shared<BandTiles>(std::move(reader), frame);
+      return std::make_shared<THeightGrid>(frame, std::make_shared<THeightTileCache>(std::move(tiles), cacheBytes));
+    }
+    std::vector<double> all(std::size_t(frame.columns) * frame.rows);
+    if (!reader->Read(0, 0, frame.columns, frame.rows, all.data(), std::size_t(frame.columns))) {
+      *error = "its heights cannot be read";
+      return nullptr;
+    }
+    return std::make_shared<THeightGrid>(frame, all);
+  } catch (const std::exception& refused) {
+    *error = refused.what();
+    return nullptr;
+  }
+}
+
+bool MakeMapping(const OGRSpatialReference& system, std::shared_ptr<const TGridMapping>* mapping) {
+  mapping->reset();
+  OGRSpatialReference wgs84;
+  wgs84.SetWellKnownGeogCS("WGS84");
+  wgs84.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+  // The horizontal part alone: heights are brought to the ellipsoid by the geoid grids.
+  OGRSpatialReference plane(system);
+  if (plane.IsCompound()) plane.StripVertical();
+  plane.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+  if (plane.IsGeographic() && plane.IsSameGeogCS(&wgs84)) return true;
+  Transformation transformation(OGRCreateCoordinateTransformation(&wgs84, &plane));
+  if (transformation == nullptr) return false;
+  *mapping = std::make_shared<ProjMapping>(std::move(transformation));
+  return true;
+}
+
+}  // namespace SatCommonUtils
