@@ -356,7 +356,11 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
     const auto tile = scene.grid->GetTiles().GetTile(bounds.tileColumn, bounds.tileRow);
     bool solved;
     bounds.start = 0.5 * (bounds.top + bounds.bottom);
-    SolveSingleCrossings(*tile, 1, &sight, &about, nullptr, kRoom, &bounds.start, &solved);
+    TSightBatch batch;
+    for (int component = 0; component < kLatitude; ++component) {
+      for (int k = 0; k < kTerms; ++k) batch.c[component][k][0] = sight.c[component][k];
+    }
+    SolveSingleCrossings(*tile, 0, 1, batch, &about, nullptr, kRoom, &bounds.start, &solved);
   }
   return bounds;
 }

@@ -251,6 +251,14 @@ void TTerrainLocator::TParts::SolveSingle(TTileCursor& cursor, TBlock* block) co
   constexpr double kRough = 0.05;  // metres: the base changes by less than a ten-thousandth of that
   constexpr double kClose = 1e-7;  // metres
   bool solved[rpc::kLaneBlock];
+  terrain::TSightBatch batch;
+  for (std::size_t k = 0; k < block->count; ++k) {
+    for (int component = 0; component < terrain::kLatitude; ++component) {
+      for (int power = 0; power < terrain::kTerms; ++power) {
+        batch.c[component][power][k] = block->sight[k].c[component][power];
+      }
+    }
+  }
   for (std::size_t first = 0; first < block->count;) {
     // Runs of the same tile.
     const TSightBounds& bounds = *block->bounds[first];
@@ -261,29 +269,30 @@ void TTerrainLocator::TParts::SolveSingle(TTileCursor& cursor, TBlock* block) co
     }
     const std::size_t count = last - first;
     const THeightTile* tile = cursor.GetTile(bounds.tileColumn, bounds.tileRow);
-    const TSightLine* sights = block->sight + first;
-    double* u = block->u + first;
     const auto solve = [&](const double* offset, double tolerance) {
-      terrain::SolveSingleCrossings(*tile, count, sights, block->bounds + first, offset, tolerance, u, solved);
+      terrain::SolveSingleCrossings(*tile, first, count, batch, block->bounds, offset, tolerance, block->u, solved);
     };
-    std::fill_n(solved, count, false);
-    for (std::size_t k = first; k < last; ++k) block->u[k] = block->bounds[k]->start;
+    for (std::size_t k = first; k < last; ++k) {
+      solved[k] = false;
+      block->u[k] = block->bounds[k]->start;
+    }
     if (tile != nullptr && scene.base == nullptr) {
       solve(nullptr, kClose);
     } else if (tile != nullptr) {
       solve(nullptr, kRough);
       double lat[rpc::kLaneBlock], lon[rpc::kLaneBlock], offset[rpc::kLaneBlock];
-      for (std::size_t k = 0; k < count; ++k) scene.GetLatLon(sights[k], u[k], &lat[k], &lon[k]);
-      scene.base->GetHeights(count, lat, lon, offset);
-      for (std::size_t k = 0; k < count; ++k) {
-        offset[k] -= sights[k].GetHeight(u[k]) - terrain::Evaluate(sights[k].c[terrain::kClearance], u[k]);
+      for (std::size_t k = first; k < last; ++k) scene.GetLatLon(block->sight[k], block->u[k], &lat[k], &lon[k]);
+      scene.base->GetHeights(count, lat + first, lon + first, offset + first);
+      for (std::size_t k = first; k < last; ++k) {
+        const TSightLine& sight = block->sight[k];
+        offset[k] -= sight.GetHeight(block->u[k]) - terrain::Evaluate(sight.c[terrain::kClearance], block->u[k]);
       }
       solve(offset, kClose);
     }
-    for (std::size_t k = 0; k < count; ++k) {
-      block->voids[first + k] = false;
-      block->found[first + k] = solved[k];
-      if (!solved[k]) WalkOne(cursor, block, first + k);
+    for (std::size_t k = first; k < last; ++k) {
+      block->voids[k] = false;
+      block->found[k] = solved[k];
+      if (!solved[k]) WalkOne(cursor, block, k);
     }
     first = last;
   }
