@@ -8,7 +8,7 @@
 #include "linalg/kernels.h"
 #include "linalg/row_kernels.h"
 #include "linalg/simd.h"
-#include "linalg/work_matrix.h"
+#include "linalg/team.h"
 
 namespace SatCommonUtils::kernels {
 
@@ -21,41 +21,50 @@ constexpr std::size_t kInverseColumns = 48;
 
 bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
 
-// Makes the rows [first, last) of the factor. They hold the sums over k below `first` already; they take those over
-// the rows between, one row of sums at a time, and then their values.
+// Makes the rows [first, last) of the factor in some columns. They hold the sums over k below `first` already; they
+// take those over the rows between, one row of sums at a time, and then their values. The columns begin with the
+// diagonal ones, or all diagonal elements are there.
 struct TPanelOfFactor {
   TConstRows a;
-  std::size_t n;
   TRange rows;
-  TPoll poll;
+  TRange columns;
   TRows u;
-  TFactorState* state;
+  std::size_t* made;  // rows, up to one whose pivot fails
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
+    const bool diagonal = columns.first == rows.first;
     for (std::size_t i = rows.first; i < rows.last; ++i) {
       double factors[kPanelRows];
       for (std::size_t k = rows.first; k < i; ++k) factors[k - rows.first] = u[k][i];
       double* const row = u[i];
       // Whole vectors: what they compute left of the diagonal and beyond the end is not looked at.
-      const std::size_t first = i / Width * Width;
-      CombineRows<Width, TTerm::Plain>(factors, u + rows.first, i - rows.first,
-                                       {first, (n + Width - 1) / Width * Width}, row);
-      const double pivot = a[i][i] - row[i];
-      if (pivot <= kSmallestCholeskyPivot) {
-        *state = TFactorState::NotPositive;
-        return;
+      const std::size_t first = diagonal ? i / Width * Width : columns.first;
+      const std::size_t last = diagonal ? (columns.last + Width - 1) / Width * Width : columns.last;
+      CombineRows<Width, TTerm::Plain>(factors, u + rows.first, i - rows.first, {first, last}, row);
+      if (diagonal) {
+        const double pivot = a[i][i] - row[i];
+        if (pivot <= kSmallestCholeskyPivot) return;
+        row[i] = std::sqrt(pivot);
+        ++*made;
       }
-      const double root = std::sqrt(pivot);
-      row[i] = root;
-      SubtractAndDivide<Width>(a[i], root, {i + 1, n}, row);
-      if (Stops(poll)) {
-        *state = TFactorState::Cancelled;
-        return;
-      }
+      SubtractAndDivide<Width>(a[i], row[i], {diagonal ? i + 1 : columns.first, columns.last}, row);
     }
   }
 };
+
+// Makes rows of the factor: one thread those columns that hold the diagonal, which all others need, then every thread
+// some of the others. Returns how many rows there are, which a pivot may end.
+std::size_t MakePanel(TConstRows a, std::size_t n, TRange rows, std::size_t team, TRows u) {
+  std::size_t made = 0;
+  const std::size_t alone = team == 1 ? n : rows.last;
+  simd::Dispatch(TPanelOfFactor{a, rows, {rows.first, alone}, u, &made});
+  if (made < rows.last - rows.first || alone == n) return made;
+  OnTeam(team, [&](std::size_t thread, std::size_t threads) {
+    simd::Dispatch(TPanelOfFactor{a, rows, ColumnShare({rows.last, n}, thread, threads), u, nullptr});
+  });
+  return made;
+}
 
 // y(i) collects its sum, one term from each y(k) once that is known.
 struct TForwardPass {
@@ -122,6 +131,7 @@ struct TInversion {
 }  // namespace
 
 TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
+  const std::size_t team = SolverTeamSize(n);
   std::vector<const double*> panel;
   std::vector<double*> below;
   for (std::size_t first = 0; first < n; first += kPanelRows) {
@@ -129,9 +139,11 @@ TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
     if (first == 0) {
       for (std::size_t i = 0; i < last; ++i) std::fill_n(u[i], n, 0.0);
     }
-    TFactorState state = TFactorState::Done;
-    simd::Dispatch(TPanelOfFactor{a, n, {first, last}, poll, u, &state});
-    if (state != TFactorState::Done) return state;
+    const std::size_t made = MakePanel(a, n, {first, last}, team, u);
+    for (std::size_t i = 0; i < made; ++i) {
+      if (Stops(poll)) return TFactorState::Cancelled;
+    }
+    if (made < last - first) return TFactorState::NotPositive;
     if (last == n) break;
     // The sums of the rows below take the terms of this panel.
     panel.clear();
@@ -140,7 +152,10 @@ TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
     for (std::size_t i = last; i < n; ++i) below.push_back(u[i] + last);
     TProduct product{{panel.data()}, {panel.data()}, last - first, n - last, n - last};
     product.add = first != 0;
-    MultiplyUpper(product, {}, below.data(), TWorkspace(product));
+    const std::vector<TWorkspace> workspaces = Workspaces(product, team);
+    OnTeamOrAlone(team, [&](std::size_t thread, std::size_t threads) {
+      MultiplyUpper(product, {thread, threads}, below.data(), workspaces[thread]);
+    });
   }
   return TFactorState::Done;
 }
@@ -157,11 +172,18 @@ bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, dou
 }
 
 void CholeskyInvert(TConstRows u, std::size_t n, TPoll poll, TRows inverse) {
-  std::vector<double> factors(n), sums(n);
-  for (std::size_t first = 0; first < n; first += kInverseColumns) {
-    const TRange columns{first, std::min(first + kInverseColumns, n)};
-    simd::Dispatch(TInversion{u, n, columns, inverse, factors.data(), sums.data()});
-    for (std::size_t j = columns.first; poll != nullptr && j < columns.last; ++j) poll();
+  const std::size_t team = SolverTeamSize(n);
+  std::vector<double> factors(n * team), sums(n * team);
+  for (std::size_t first = 0; first < n; first += team * kInverseColumns) {
+    OnTeamOrAlone(team, [&](std::size_t thread, std::size_t threads) {
+      // The team may be smaller than it was asked to be.
+      for (std::size_t strip = thread; strip < team; strip += threads) {
+        const std::size_t begin = std::min(first + strip * kInverseColumns, n);
+        const TRange columns{begin, std::min(begin + kInverseColumns, n)};
+        simd::Dispatch(TInversion{u, n, columns, inverse, factors.data() + thread * n, sums.data() + thread * n});
+      }
+    });
+    for (std::size_t j = first; poll != nullptr && j < std::min(first + team * kInverseColumns, n); ++j) poll();
   }
 }
 

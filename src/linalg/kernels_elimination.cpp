@@ -1,3 +1,7 @@
+// Elimination with partial pivoting by panels of columns: G. H. Golub, C. F. Van Loan, Matrix Computations, 4th ed.,
+// 2013, 3.4.7 (blocked form). Every element takes its terms one by one in the order of the columns, as in the plain
+// loops.
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -6,6 +10,7 @@
 #include "linalg/kernels.h"
 #include "linalg/row_kernels.h"
 #include "linalg/simd.h"
+#include "linalg/team.h"
 #include "linalg/work_matrix.h"
 
 namespace SatCommonUtils::kernels {
@@ -33,6 +38,7 @@ struct TSystem {
   TLeftColumns left_columns;
   double** factors;  // Row by row, those of the columns of the panel; exchanged together with the rows.
   double sign;
+  std::size_t team;  // threads
 };
 
 // The largest element of a column so far.
@@ -109,21 +115,28 @@ struct TSubtractTogether {
   }
 };
 
-// Does in `columns`, which are outside the panel, what the panel's eliminated columns call for.
+// Does in `columns`, which are outside the panel, what the panel's eliminated columns call for. The columns are
+// independent of each other: every thread does some of them.
 void EliminateOutside(const TSystem& system, TRange panel, TRange columns) {
-  const std::size_t width = columns.last - columns.first;
   const std::size_t below = system.n - panel.last;
-  if (width == 0 || panel.first == panel.last) return;
-  simd::Dispatch(TSubtractTogether{system, panel, 0, columns, panel.last});
-  if (below == 0) return;
-  std::vector<const double*> upper_rows;
-  std::vector<double*> lower_rows;
-  for (std::size_t k = panel.first; k < panel.last; ++k) upper_rows.push_back(system.a[k] + columns.first);
-  for (std::size_t i = panel.last; i < system.n; ++i) lower_rows.push_back(system.a[i] + columns.first);
-  TProduct product{{system.factors + panel.last, true}, {upper_rows.data()}, panel.last - panel.first, below, width};
+  if (columns.first == columns.last || panel.first == panel.last) return;
+  TProduct product{
+      {system.factors + panel.last, true}, {nullptr}, panel.last - panel.first, below, columns.last - columns.first};
   product.term = TTerm::Subtracted;
   product.add = true;
-  Multiply(product, {0, below}, lower_rows.data(), TWorkspace(product));
+  const std::vector<TWorkspace> workspaces = Workspaces(product, system.team);
+  std::vector<std::vector<double*>> rows(system.team, std::vector<double*>(system.n - panel.first));
+  OnTeamOrAlone(system.team, [&](std::size_t thread, std::size_t threads) {
+    const TRange share = ColumnShare(columns, thread, threads);
+    if (share.first == share.last) return;
+    simd::Dispatch(TSubtractTogether{system, panel, 0, share, panel.last});
+    std::vector<double*>& own = rows[thread];
+    for (std::size_t i = 0; i < own.size(); ++i) own[i] = system.a[panel.first + i] + share.first;
+    TProduct part = product;
+    part.y.rows = own.data();
+    part.columns = share.last - share.first;
+    Multiply(part, {0, below}, own.data() + product.inner, workspaces[thread]);
+  });
 }
 
 // Eliminates the columns of a piece of the panel that begins at `panel_first`. Returns the column that it came to,
@@ -162,6 +175,7 @@ bool EliminatePanel(TSystem* system, TRange panel) {
     column = EliminatePiece(system, piece, panel.first, &goes_on);
     const TRange done{first, column};
     const std::size_t place = first - panel.first;
+    // On one thread: a meeting a piece would cost more than it gives.
     if (left) simd::Dispatch(TSubtractTogether{*system, done, place, {panel.first, first}, system->n});
     simd::Dispatch(TSubtractTogether{*system, done, place, {piece.last, panel.last}, system->n});
   }
@@ -176,7 +190,7 @@ bool EliminatePanel(TSystem* system, TRange panel) {
 double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns) {
   const std::size_t panel = n <= kSmallSystem || n > kMiddleSystem ? kPanelColumns : kNarrowPanelColumns;
   const WorkMatrix factors(n, std::min(n, panel));
-  TSystem system{a, b, n, poll, left_columns, factors.GetRows(), 1.0};
+  TSystem system{a, b, n, poll, left_columns, factors.GetRows(), 1.0, SolverTeamSize(n)};
   for (std::size_t first = 0; first < n; first += panel) {
     if (!EliminatePanel(&system, {first, std::min(first + panel, n)})) return 0.0;
   }

@@ -1,41 +1,24 @@
 // The parallel products of raw arrays.
 
-#include <omp.h>
-
-#include <algorithm>
 #include <cstddef>
 #include <vector>
 
-#include "frame/zxstd/threads.h"
 #include "linalg/kernels.h"
 #include "linalg/polled_product.h"
 #include "linalg/raw_arrays.h"
+#include "linalg/team.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
+using kernels::OnTeam;
+using kernels::StaticShare;
+using kernels::TeamSize;
 using kernels::TProduct;
 using kernels::TRange;
 using kernels::TWorkspace;
-
-// The run of `count` rows that a static schedule gives to one thread of a team.
-TRange StaticShare(std::size_t count, std::size_t thread, std::size_t threads) {
-  const std::size_t chunk = count / threads;
-  const std::size_t longer = count % threads;  // the first threads take one row more
-  const std::size_t first = thread * chunk + std::min(thread, longer);
-  return {first, first + chunk + (thread < longer ? 1 : 0)};
-}
-
-// Runs `work(thread, threads)` on a team of as many threads as the library may use.
-template <class Work>
-void OnTeam(std::size_t threads, const Work& work) {
-  omp_set_dynamic(0);
-#pragma omp parallel num_threads(static_cast <int>(threads))
-  work(static_cast<std::size_t>(omp_get_thread_num()), static_cast<std::size_t>(omp_get_num_threads()));
-}
-
-std::size_t TeamSize() { return static_cast<std::size_t>(ZxGetThreadsCount()); }
+using kernels::Workspaces;
 
 // Makes the elements of a vector and polls for each.
 template <class Make>
@@ -45,14 +28,6 @@ void VectorOnTeam(std::size_t size, int (*poll)(void), const Make& make) {
     make(share);
     for (std::size_t i = share.first; i < share.last; ++i) poll();
   });
-}
-
-// Memory for every thread, taken where a failure can still be thrown.
-std::vector<TWorkspace> Workspaces(const TProduct& product, std::size_t threads) {
-  std::vector<TWorkspace> workspaces;
-  workspaces.reserve(threads);
-  for (std::size_t i = 0; i < threads; ++i) workspaces.emplace_back(product);
-  return workspaces;
 }
 
 void MultiplyOnTeam(const TProduct& product, double** c, int (*poll)(void)) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/zxstd/threads.h"
 #include "linalg/linear_systems.h"
 #include "linalg/reference.h"
 
@@ -168,6 +169,42 @@ TEST(GaussSolver, HasTheBitsOfThePlainLoopsAndLeavesWhatTheyLeave) {
       EXPECT_TRUE(SameBits(object_b.GetData(), left_b.data(), n)) << n;
     }
   }
+}
+
+// Large enough for the threads to share the work: one, two and five give the same bits, and the polls the same counts.
+TEST(Solvers, HaveTheSameBitsOnEveryNumberOfThreads) {
+  constexpr std::size_t kSize = 413;
+  Random random("solver threads");
+  const Rows positive = NormalMatrix(&random, kSize, Kind::Normal),
+             values = RandomRows(&random, kSize, kSize, Kind::Normal);
+  const std::vector<double> right = RandomVector(&random, kSize, Kind::Normal);
+  std::vector<double> first_x, first_y;
+  Rows first_left, first_inverse;
+  for (const int threads : {1, 2, 5}) {
+    ZxSetThreadsCount(threads);
+    RawMatrix a(positive), g(values), inverse(kSize, kSize);
+    std::vector<double> b = right, x(kSize), y(kSize);
+    ArmPoll(1 << 30);
+    ASSERT_TRUE(Cholesky(a.Get(), b.data(), x.data(), kSize, CancellingPoll));
+    EXPECT_EQ(asked, 3 * static_cast<int>(kSize));
+    ASSERT_TRUE(CholeskyMatrixInversion(a.Get(), inverse.Get(), kSize, nullptr));
+    ASSERT_NE(Gauss(g.Get(), b.data(), y.data(), kSize, nullptr), 0.0);
+    if (threads == 1) first_x = x, first_y = y, first_left = g.Values(), first_inverse = inverse.Values();
+    EXPECT_TRUE(SameBits(x.data(), first_x.data(), kSize)) << threads;
+    EXPECT_TRUE(SameBits(y.data(), first_y.data(), kSize)) << threads;
+    EXPECT_TRUE(SameBits(g.Values(), first_left)) << threads;
+    EXPECT_TRUE(SameBits(inverse.Values(), first_inverse)) << threads;
+    ArmPoll(200);
+    EXPECT_FALSE(Cholesky(a.Get(), b.data(), x.data(), kSize, CancellingPoll));
+    EXPECT_EQ(asked, 200);
+  }
+  ZxSetThreadsCount(0);
+  Rows left = values, u;
+  std::vector<double> b = right, y(kSize);
+  ReferenceGauss(&left, &b, &y);
+  ASSERT_TRUE(ReferenceCholesky(positive, &u));
+  EXPECT_TRUE(SameBits(first_left, left) && SameBits(first_y.data(), y.data(), kSize));
+  EXPECT_TRUE(SameBits(first_x.data(), ReferenceCholeskySolve(u, right).data(), kSize));
 }
 
 TEST(GaussSolver, SignsTheDeterminantAndStopsAtZeroColumns) {

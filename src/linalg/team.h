@@ -1,0 +1,64 @@
+#pragma once
+// Work on a team of threads. What a thread makes is its own, so that results do not depend on their number.
+
+#include <omp.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+#include "frame/zxstd/threads.h"
+#include "linalg/kernels.h"
+
+namespace SatCommonUtils::kernels {
+
+/// The threads that the library may use now.
+inline std::size_t TeamSize() { return static_cast<std::size_t>(ZxGetThreadsCount()); }
+
+/// The run of `count` things that a static schedule gives to one thread of a team.
+inline TRange StaticShare(std::size_t count, std::size_t thread, std::size_t threads) {
+  const std::size_t chunk = count / threads;
+  const std::size_t longer = count % threads;  // the first threads take one more
+  const std::size_t first = thread * chunk + std::min(thread, longer);
+  return {first, first + chunk + (thread < longer ? 1 : 0)};
+}
+
+/// The columns of `columns` that fall to one thread: runs of whole cache lines.
+inline TRange ColumnShare(TRange columns, std::size_t thread, std::size_t threads) {
+  constexpr std::size_t kCacheLine = 8;
+  const std::size_t lines = (columns.last - columns.first + kCacheLine - 1) / kCacheLine;
+  const TRange share = StaticShare(lines, thread, threads);
+  return {std::min(columns.first + share.first * kCacheLine, columns.last),
+          std::min(columns.first + share.last * kCacheLine, columns.last)};
+}
+
+/// Runs `work(thread, threads)` on a team of up to that many threads. It must not throw: memory is taken before.
+template <class Work>
+void OnTeam(std::size_t threads, const Work& work) {
+  omp_set_dynamic(0);
+#pragma omp parallel num_threads(static_cast <int>(threads))
+  work(static_cast<std::size_t>(omp_get_thread_num()), static_cast<std::size_t>(omp_get_num_threads()));
+}
+
+/// `OnTeam` without the cost of a team where there is one thread only, for work that may be small.
+template <class Work>
+void OnTeamOrAlone(std::size_t threads, const Work& work) {
+  if (threads == 1) return work(0, 1);
+  OnTeam(threads, work);
+}
+
+/// Memory for every thread, taken where a failure can still be thrown.
+inline std::vector<TWorkspace> Workspaces(const TProduct& product, std::size_t threads) {
+  std::vector<TWorkspace> workspaces;
+  workspaces.reserve(threads);
+  for (std::size_t i = 0; i < threads; ++i) workspaces.emplace_back(product);
+  return workspaces;
+}
+
+/// Systems of fewer unknowns are solved on one thread: measured with two, meeting costs more than is gained below.
+inline constexpr std::size_t kSmallestTeamSystem = 300;
+
+/// The threads that a system of n unknowns is worth.
+inline std::size_t SolverTeamSize(std::size_t n) { return n < kSmallestTeamSystem ? 1 : TeamSize(); }
+
+}  // namespace SatCommonUtils::kernels
