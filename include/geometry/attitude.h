@@ -43,6 +43,7 @@ struct ORBMATH_API TAttitudeAngles {
 
   /// All angles 0: the body frame is the orbital frame.
   TAttitudeAngles() = default;
+  /// The three angles, radians.
   TAttitudeAngles(double roll_angle, double pitch_angle, double yaw_angle);
   /// All angles 0.
   void Reset();
@@ -83,7 +84,7 @@ struct ORBMATH_API TAttitudeAngles {
   bool InitializeFromXML(TZxXIniReader* reader);
   /// Both within a child section `key`; false also when there is no such section.
   bool SaveToXML(TZxXIniWriter* writer, const std::string& key) const;
-  /// As above.
+  /// Reads the items of the child section `key`. \return false, the angles untouched, also when there is none.
   bool InitializeFromXML(TZxXIniReader* reader, const std::string& key);
 };
 
@@ -105,11 +106,12 @@ ORBMATH_API bool GetAngleRates(const TAttitudeAngles& angles, const TVector& bod
 struct ORBMATH_API TAttitudePolynomials {
   double epoch = 0.0;  ///< Seconds on the host's time scale.
   TPolynome roll;      ///< Radians over seconds since the epoch.
-  TPolynome pitch;     ///< As above.
-  TPolynome yaw;       ///< As above.
+  TPolynome pitch;     ///< Radians over seconds since the epoch.
+  TPolynome yaw;       ///< Radians over seconds since the epoch.
 
   /// Invalid.
   TAttitudePolynomials() = default;
+  /// \param epoch_time seconds on the host's time scale; the polynomials give radians over seconds since then.
   TAttitudePolynomials(double epoch_time, TPolynome roll_angle, TPolynome pitch_angle, TPolynome yaw_angle);
   /// True when all three polynomials are valid and the epoch is set.
   explicit operator bool() const;

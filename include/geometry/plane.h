@@ -18,6 +18,7 @@ struct ORBMATH_API TPlaneCoefs {
 
   /// All coefficients 0: no plane.
   TPlaneCoefs() = default;
+  /// The coefficients in their order.
   TPlaneCoefs(double a, double b, double c, double d);
   /// All coefficients 0.
   void Reset();
@@ -56,13 +57,13 @@ struct ORBMATH_API TPlaneVectors {
 /// Equal members, exactly: two descriptions of one plane differ when their numbers do.
 ORBMATH_API bool operator==(const TPlaneCoefs& a, const TPlaneCoefs& b);
 ORBMATH_API bool operator!=(const TPlaneCoefs& a, const TPlaneCoefs& b);
-/// As above.
+/// Equal vectors, exactly; vectors of different sizes differ.
 ORBMATH_API bool operator==(const TPlaneVectors& a, const TPlaneVectors& b);
 ORBMATH_API bool operator!=(const TPlaneVectors& a, const TPlaneVectors& b);
 /// Equal when `PlaneVectorsToCoefs` of the vectors gives exactly these coefficients (no plane equals no plane).
 ORBMATH_API bool operator==(const TPlaneCoefs& a, const TPlaneVectors& b);
 ORBMATH_API bool operator!=(const TPlaneCoefs& a, const TPlaneVectors& b);
-/// As above.
+/// Equal when `PlaneVectorsToCoefs` of the vectors gives exactly these coefficients.
 ORBMATH_API bool operator==(const TPlaneVectors& a, const TPlaneCoefs& b);
 ORBMATH_API bool operator!=(const TPlaneVectors& a, const TPlaneCoefs& b);
 

@@ -24,6 +24,7 @@ struct ORBMATH_API TQuaternion {
 
   /// (0, 0, 0, 0).
   TQuaternion() = default;
+  /// The components in their order.
   TQuaternion(const double& scalar, const double& i, const double& j, const double& k);
   /// \param v vector part; its first three elements count. \throws std::runtime_error
   /// "double& TVector::operator[] (size_t index)" when it has fewer.
@@ -47,8 +48,11 @@ struct ORBMATH_API TQuaternion {
   /// All four components negated: for a unit quaternion the same rotation.
   TQuaternion operator-() const;
 
+  /// Adds component by component.
   TQuaternion& operator+=(const TQuaternion& other);
+  /// Subtracts component by component.
   TQuaternion& operator-=(const TQuaternion& other);
+  /// Multiplies every component.
   TQuaternion& operator*=(double factor);
   /// A true division of each component; zero is not tested for.
   TQuaternion& operator/=(double divisor);
@@ -57,7 +61,7 @@ struct ORBMATH_API TQuaternion {
   explicit operator bool() const;
   /// Component 0 is w, 1 to 3 are x, y, z; the index is not checked.
   double& operator[](int index) { return index == 0 ? w : index == 1 ? x : index == 2 ? y : z; }
-  /// As above.
+  /// A component to read: 0 is w, 1 to 3 are x, y, z; the index is not checked.
   double operator()(int index) const { return index == 0 ? w : index == 1 ? x : index == 2 ? y : z; }
   /// The scalar part w.
   double scal() const { return w; }
@@ -85,17 +89,17 @@ struct ORBMATH_API TQuaternion {
   void DebugOutput() const;
   /// Sends the name, a blank, `Output()` and "\n" to the debug print. A null name counts as empty.
   void DebugOutput(const char* name) const;
-  /// As above.
+  /// Sends the name, a blank, `Output()` and "\n" to the debug print.
   void DebugOutput(const std::string& name) const;
 };
 
 /// Component by component.
 ORBMATH_API TQuaternion operator+(TQuaternion p, const TQuaternion& q);
-/// As above.
+/// The difference, component by component.
 ORBMATH_API TQuaternion operator-(TQuaternion p, const TQuaternion& q);
 /// Every component times the factor.
 ORBMATH_API TQuaternion operator*(TQuaternion q, double factor);
-/// As above.
+/// Every component times the factor.
 ORBMATH_API TQuaternion operator*(double factor, TQuaternion q);
 /// Every component divided, a true division; zero is not tested for.
 ORBMATH_API TQuaternion operator/(TQuaternion q, double divisor);
@@ -107,11 +111,11 @@ ORBMATH_API bool operator==(const TQuaternion& p, const TQuaternion& q);
 ORBMATH_API bool operator!=(const TQuaternion& p, const TQuaternion& q);
 /// Equal when w is the number and x, y, z are exactly 0.
 ORBMATH_API bool operator==(const TQuaternion& q, double s);
-/// As above.
+/// Equal when w is the number and x, y, z are exactly 0.
 ORBMATH_API bool operator==(double s, const TQuaternion& q);
 /// Equal when w is exactly 0 and x, y, z are the first three elements; a shorter vector equals none.
 ORBMATH_API bool operator==(const TQuaternion& q, const TVector& v);
-/// As above.
+/// Equal when w is exactly 0 and x, y, z are the first three elements; a shorter vector equals none.
 ORBMATH_API bool operator==(const TVector& v, const TQuaternion& q);
 
 /// A weighted sum k1 q1 + k2 q2 that does **not** follow the great arc between two rotations: the angle in its weights

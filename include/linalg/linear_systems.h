@@ -24,12 +24,19 @@ class ORBMATH_API TLinearSystem {
   /// Copies both; the sizes are not compared.
   TLinearSystem(const TMatrix& A, const TVector& b);
 
+  /// Replaces matrix and free terms; the sizes are not compared.
   void Set(const TMatrix& A, const TVector& b);
+  /// Replaces the matrix.
   void SetCoef(const TMatrix& A) { coefficients_ = A; }
+  /// Replaces the free terms.
   void SetFree(const TVector& b) { free_terms_ = b; }
+  /// The matrix itself; the system keeps it.
   TMatrix& AccessCoef() noexcept { return coefficients_; }
+  /// The free terms themselves; the system keeps them.
   TVector& AccessFree() noexcept { return free_terms_; }
+  /// A copy of the matrix.
   TMatrix GetCoef() const { return coefficients_; }
+  /// A copy of the free terms.
   TVector GetFree() const { return free_terms_; }
   /// Number of free terms.
   std::size_t Dimension() const noexcept { return free_terms_.GetSize(); }
@@ -57,7 +64,7 @@ class ORBMATH_API TOverdefinedLinearSystem {
   /// \throws const char* "TOverdefinedLinearSystem::TOverdefinedLinearSystem(const TMatrix&,const TVector&)" when the
   /// sizes are otherwise.
   TOverdefinedLinearSystem(const TMatrix& A, const TVector& l);
-  /// As above. \param w m weights. \throws const char* the same text as above.
+  /// The same with m weights `w` of the observations, dimensionless. \throws const char* the same text for other sizes.
   TOverdefinedLinearSystem(const TMatrix& A, const TVector& l, const TVector& w);
 
   /// Solves by Cholesky, or by elimination when Cholesky fails. \param x becomes n values, incomplete when the normal

@@ -51,7 +51,7 @@ class ORBMATH_API TMatrix {
 
   /// A row, unchecked. Changing its length breaks the matrix.
   TVector& operator[](std::size_t row) { return rows_[row]; }
-  /// As above.
+  /// A row to read, unchecked.
   const TVector& operator[](std::size_t row) const { return rows_[row]; }
   /// Element by (row, column); the column is checked, the row is not.
   double operator()(std::size_t row, std::size_t column) const;
@@ -69,18 +69,23 @@ class ORBMATH_API TMatrix {
   void SetRow(std::size_t row, const TVector& row_values) { rows_[row] = row_values; }
   /// Element `column` of each row takes the element of `column_values` with the row's index, checked.
   void SetColomn(std::size_t column, const TVector& column_values);
+  /// Adds `other` to a row, unchecked: it has at least as many elements.
   void AddToRow(std::size_t row, const TVector& other) { rows_[row] += other; }
+  /// Subtracts `other` from a row, unchecked likewise.
   void SubtractFromRow(std::size_t row, const TVector& other) { rows_[row] -= other; }
   /// Adds `other[i]` to element (i, i) for i below the width, checked.
   void AddToDiag(const TVector& other);
   /// Subtracts `other[i]` from element (i, i) for i below the width, checked.
   void SubtractFromDiag(const TVector& other);
+  /// Exchanges two rows, unchecked.
   void SwapRows(std::size_t i, std::size_t j);
+  /// Exchanges elements i and j of every row, unchecked.
   void SwapColomns(std::size_t i, std::size_t j);
   /// Copies row r of `part` over row `row + r` from element `column` on, unchecked.
   void InsertSubmatrix(std::size_t column, std::size_t row, const TMatrix& part);
   /// Keeps the top left block. \return false, changing nothing, when a value is 0 or greater than the size.
   bool Clip(std::size_t width, std::size_t height);
+  /// Sets every element to 0.0.
   void FillWithZeroes();
   /// \param rows `GetHeight()` pointers to `GetWidth()` values each.
   void FillFromBuffer(const double* const* rows);
@@ -90,12 +95,14 @@ class ORBMATH_API TMatrix {
   std::size_t GetHeight() const noexcept { return height_; }
   /// Width times height.
   std::size_t GetElementsCount() const noexcept { return width_ * height_; }
+  /// The name that `DebugOutput` sends first; empty unless it was set.
   const std::string& GetDebugName() const noexcept { return debug_name_; }
+  /// Sets that name.
   void SetDebugName(const std::string& name) { debug_name_ = name; }
 
   /// Element by element over the size of this matrix.
   TMatrix& operator+=(const TMatrix& other);
-  /// As above.
+  /// Subtracts element by element over the size of this matrix.
   TMatrix& operator-=(const TMatrix& other);
 
   /// The transpose.
@@ -104,9 +111,9 @@ class ORBMATH_API TMatrix {
   ///
   /// It is the solution of one system of n² unknowns, n copies of the matrix along its diagonal, by elimination with
   /// partial pivoting (`Gauss`); "singular" means that the determinant of that system, the n-th power of the
-  /// matrix's, comes out as 0.0, also by underflow. Only one copy is eliminated, in n³ steps, n of them where pivots are
-  /// equal in size or something is not finite; the bits are those of the whole system.
-  /// \throws std::runtime_error when the matrix has fewer rows than columns (a checked access).
+  /// matrix's, comes out as 0.0, also by underflow. Only one copy is eliminated, in n³ steps, n of them where pivots
+  /// are equal in size or something is not finite; the bits are those of the whole system. \throws std::runtime_error
+  /// when the matrix has fewer rows than columns (a checked access).
   TMatrix operator~() const;
   /// Largest absolute row sum; -1.0 for a matrix without rows. A NaN sum counts as absent.
   double Norma1() const;
@@ -157,11 +164,13 @@ class ORBMATH_API TMatrix {
 ORBMATH_API TMatrix operator*(const TMatrix& a, const TMatrix& b);
 /// Every element times `value`.
 ORBMATH_API TMatrix operator*(TMatrix a, double value);
-/// As above.
+/// Every element times `value`.
 ORBMATH_API TMatrix operator*(double value, TMatrix a);
 /// Every element divided by `value`, a true division.
 ORBMATH_API TMatrix operator/(TMatrix a, double value);
+/// The sum, element by element over the size of `a`.
 ORBMATH_API TMatrix operator+(TMatrix a, const TMatrix& b);
+/// The difference, element by element over the size of `a`.
 ORBMATH_API TMatrix operator-(TMatrix a, const TMatrix& b);
 /// Each element negated.
 ORBMATH_API TMatrix operator-(TMatrix a);

@@ -96,7 +96,8 @@ ORBMATH_API bool CholeskyMatrixInversion(const TMatrix& A, TMatrix* Ainv, int (*
 ORBMATH_API double Gauss(double** A, double* b, double* x, std::size_t n, int (*poll)(void));
 /// The same elimination on objects, in place. The size n is that of `b`.
 /// \param x at least n elements, of which none is written when `A` is singular.
-/// \return as above. \throws std::runtime_error when `A` is smaller, or `x` is and `A` is regular (a checked access).
+/// \return the determinant of A, or 0.0 for a singular one. \throws std::runtime_error when `A` is smaller, or `x` is
+/// and `A` is regular (a checked access).
 ORBMATH_API double GaussTriangle(TMatrix& A, TVector& b, TVector& x);
 /// `GaussTriangle` on copies of `A` and `b`.
 ORBMATH_API double Gauss(const TMatrix& A, const TVector& b, TVector& x);

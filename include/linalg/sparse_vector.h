@@ -25,7 +25,7 @@ class ORBMATH_API TSparseVector {
   /// The unit vector: element `pos` stored as 1.0.
   /// \throws std::runtime_error "TSparseVector::TSparseVector(size_t size, size_t pos)" when `pos >= size`.
   TSparseVector(std::size_t size, std::size_t pos);
-  /// As above for any integer, so that a plain literal 0 is an index and no null pointer.
+  /// The unit vector for an index of any integer type, so that a plain literal 0 is an index and no null pointer.
   template <class Index, class = std::enable_if_t<std::is_integral<Index>::value>>
   TSparseVector(std::size_t size, Index pos) : TSparseVector(size, static_cast<std::size_t>(pos)) {}
   /// Stores the values that are not 0.0. \param src `size` values.
@@ -58,11 +58,11 @@ class ORBMATH_API TSparseVector {
   TSparseVector operator-() const;
   /// Changes the stored elements only: zeros that are not stored stay zero.
   TSparseVector& operator+=(double value);
-  /// As above.
+  /// Subtracts `value` from every stored element.
   TSparseVector& operator-=(double value);
-  /// As above.
+  /// Multiplies every stored element.
   TSparseVector& operator*=(double value);
-  /// As above; a true division.
+  /// Divides every stored element, a true division; zero is not tested for.
   TSparseVector& operator/=(double value);
 
   /// Removes the stored elements that are 0.0.

@@ -28,7 +28,7 @@ class ORBMATH_API TVector {
   /// The unit vector: `n` zeros with element `k` 1.0.
   /// \throws TZxMessage "@SatCommonUtils::TVector::TVector: TVector index error" when `k >= n`.
   TVector(std::size_t n, std::size_t k);
-  /// As above for any integer, so that a plain literal 0 is an index and no null pointer.
+  /// The unit vector for an index of any integer type, so that a plain literal 0 is an index and no null pointer.
   template <class Index, class = std::enable_if_t<std::is_integral<Index>::value>>
   TVector(std::size_t n, Index k) : TVector(n, static_cast<std::size_t>(k)) {}
   /// \param n number of elements. \param src `n` values to copy.
@@ -60,22 +60,22 @@ class ORBMATH_API TVector {
   std::size_t GetSize() const noexcept { return size_; }
   /// The elements, null when there are none; valid until the size changes.
   double* GetData() noexcept { return data_.get(); }
-  /// As above.
+  /// The elements to read, null when there are none; valid until the size changes.
   const double* GetData() const noexcept { return data_.get(); }
   /// Exchanges two elements, unchecked.
   void SwapElements(std::size_t i, std::size_t j);
 
   /// Element by element over the size of this vector.
   TVector& operator+=(const TVector& other);
-  /// As above.
+  /// Subtracts element by element over the size of this vector.
   TVector& operator-=(const TVector& other);
   /// The same for every element. Division is a true division; zero is not tested for.
   TVector& operator+=(double value);
-  /// As above.
+  /// Subtracts `value` from every element.
   TVector& operator-=(double value);
-  /// As above.
+  /// Multiplies every element.
   TVector& operator*=(double value);
-  /// As above.
+  /// Divides every element, a true division; zero is not tested for.
   TVector& operator/=(double value);
 
   /// Euclidean length, 0.0 for an empty vector; squares are summed in index order, without scaling.
@@ -89,7 +89,9 @@ class ORBMATH_API TVector {
   /// True when the vector is empty or every element is 0.0 (of either sign).
   bool IsNull() const;
 
+  /// Sets every element to 0.0.
   void FillWithZeroes();
+  /// Sets every element to `value`.
   void FillWithValue(double value);
   /// \param src `GetSize()` values to copy.
   void FillFromBuffer(const double* src);
@@ -115,7 +117,7 @@ class ORBMATH_API TVector {
   void DebugOutput() const;
   /// Sends the title, a blank, `Output()` and "\r\n" to the debug print. A null title counts as empty.
   void DebugOutput(const char* title) const;
-  /// As above.
+  /// Sends the title, a blank, `Output()` and "\r\n" to the debug print.
   void DebugOutput(const std::string& title) const;
 
   /// Writes `GetString()` as the value of `key`. \return the writer's result.
@@ -136,15 +138,15 @@ ORBMATH_API TVector operator+(TVector a, const TVector& b);
 ORBMATH_API TVector operator-(TVector a, const TVector& b);
 /// A copy of `a` with the scalar applied to each element.
 ORBMATH_API TVector operator+(TVector a, double value);
-/// As above.
+/// A copy of `a` with `value` added to each element.
 ORBMATH_API TVector operator+(double value, TVector a);
-/// As above.
+/// A copy of `a` with `value` subtracted from each element.
 ORBMATH_API TVector operator-(TVector a, double value);
-/// As above.
+/// A copy of `a` with each element times `value`.
 ORBMATH_API TVector operator*(TVector a, double value);
-/// As above.
+/// A copy of `a` with each element times `value`.
 ORBMATH_API TVector operator*(double value, TVector a);
-/// As above; a true division, zero is not tested for.
+/// A copy of `a` with each element divided by `value`, a true division; zero is not tested for.
 ORBMATH_API TVector operator/(TVector a, double value);
 /// A copy of `a` with each element multiplied by -1.0.
 ORBMATH_API TVector operator-(TVector a);

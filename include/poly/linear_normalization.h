@@ -25,7 +25,7 @@ class ORBMATH_API TLinearNormalization {
   TLinearNormalization() = default;
   /// As `Reset(offset, scale)`. \throws TZxMessage when it refuses.
   TLinearNormalization(const double& offset, const double& scale);
-  /// As above for whole numbers, so that a plain literal 0 is an offset and no null tree.
+  /// Offset and scale as whole numbers, so that a plain literal 0 is an offset and no null tree.
   template <class Offset, class Scale, class = IfIntegers<Offset, Scale>>
   TLinearNormalization(Offset offset, Scale scale)
       : TLinearNormalization(static_cast<double>(offset), static_cast<double>(scale)) {}
@@ -51,7 +51,7 @@ class ORBMATH_API TLinearNormalization {
 
   /// Stores both. \return false, with nothing changed, when `scale` equals 0; a NaN is taken.
   bool Reset(const double& offset, const double& scale) noexcept;
-  /// As above for whole numbers.
+  /// Offset and scale as whole numbers. \return false, changing nothing, for a scale of 0.
   template <class Offset, class Scale, class = IfIntegers<Offset, Scale>>
   bool Reset(Offset offset, Scale scale) noexcept {
     return Reset(static_cast<double>(offset), static_cast<double>(scale));

@@ -97,11 +97,11 @@ class ORBMATH_API TPolynome {
 
   /// Coefficient by coefficient; the order grows to that of `other` when that is higher, and never falls.
   TPolynome& operator+=(const TPolynome& other);
-  /// As above.
+  /// Subtracts coefficient by coefficient; the order never falls.
   TPolynome& operator-=(const TPolynome& other);
   /// Every coefficient.
   TPolynome& operator*=(double factor);
-  /// As above, a true division; zero is not tested for.
+  /// Divides every coefficient, a true division; zero is not tested for.
   TPolynome& operator/=(double divisor);
   /// A copy multiplied by -1.0.
   TPolynome operator-() const;

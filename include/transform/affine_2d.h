@@ -50,11 +50,11 @@ ORBMATH_API bool Invert2DAffineParams(const T2DAffineParams& src, T2DAffineParam
 /// Reads the keys "A1", "A2", "A3", "B1", "B2", "B3" of the current section.
 /// \param out untouched on failure. \return false when a key is missing or malformed.
 ORBMATH_API bool InitializeFromXML(TZxXIniReader* src, T2DAffineParams* out);
-/// As above, in the child section `key`; false also when there is no such section.
+/// Reads the six keys of the child section `key`. \return false, `*out` untouched, also when there is no such section.
 ORBMATH_API bool InitializeFromXML(TZxXIniReader* src, std::string key, T2DAffineParams* out);
 /// Writes the six keys into the current section. \return false when something could not be written.
 ORBMATH_API bool SaveToXML(const T2DAffineParams& params, TZxXIniWriter* dst);
-/// As above, into a child section `key`.
+/// Writes the six keys into a new child section `key`. \return false when something could not be written.
 ORBMATH_API bool SaveToXML(const T2DAffineParams& params, TZxXIniWriter* dst, std::string key);
 
 /// An affine map of the plane and its inverse, as a member of the family of 2D transforms; its content name is
@@ -84,6 +84,7 @@ class ORBMATH_API T2DAffineTransform : public TZx2DTransform {
   double GetTransformTime(bool inverse) const override;
   /// "sat_affine".
   const char* GetContentName() const override;
+  /// "sat_affine", the name under which the family keeps it.
   static const char* StaticGetContentName();
 
   /// Replaces both maps. \return false, the object unchanged, when `params` has no inverse.
@@ -99,11 +100,11 @@ class ORBMATH_API T2DAffineTransform : public TZx2DTransform {
   /// \return false, the object unchanged, when a section is incomplete or an inverse must be computed and does not
   /// exist.
   bool InitializeFromXML(TZxXIniReader* src);
-  /// As above, in the child section `key`; false also when there is no such section.
+  /// Loads both sections from the child section `key`. \return false, the object unchanged, also when there is none.
   bool InitializeFromXML(TZxXIniReader* src, std::string key);
   /// Writes both sections. \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst) const;
-  /// As above, into a child section `key`.
+  /// Writes both sections into a new child section `key`. \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst, std::string key) const;
 
  protected:

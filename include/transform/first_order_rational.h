@@ -32,22 +32,27 @@ class ORBMATH_API TRPC1 {
  public:
   /// All coefficients zero.
   TRPC1() = default;
+  /// Copies the coefficients.
   explicit TRPC1(const TRPC1Params& params);
+  /// Replaces the coefficients.
   TRPC1& operator=(const TRPC1Params& params);
 
+  /// Replaces the coefficients.
   void Set(const TRPC1Params& params);
+  /// Copies the coefficients out.
   void GetParams(TRPC1Params* out) const;
   /// All coefficients zero.
   void Reset();
 
-  /// Ground to image. A zero denominator is not tested: the quotient is what floating point gives.
+  /// Ground to image. \param X, Y, Z ground coordinates. \param line, sample image coordinates; may be among the
+  /// inputs. A zero denominator is not tested: the quotient is what floating point gives.
   void CalculateLineSample(const double& X, const double& Y, const double& Z, double* line, double* sample) const;
   /// Image to ground at a known Z. \return false, `X` and `Y` untouched, when the two equations are singular.
   bool CalculateXY(const double& line, const double& sample, const double& Z, double* X, double* Y) const;
 
   /// Takes over the coefficients of the current section. \return false, the model unchanged, when one is missing.
   bool InitializeFromXML(TZxXIniReader* src);
-  /// \return false when something could not be written.
+  /// Writes the sixteen keys into the current section. \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst) const;
 
  private:

@@ -34,11 +34,11 @@ ORBMATH_API bool Calculate2DProjectiveParams(const std::vector<T2DTransformParam
 /// Reads the keys "A1" to "A3", "B1" to "B3", "C1" and "C2" of the current section.
 /// \param out untouched on failure. \return false when a key is missing or malformed.
 ORBMATH_API bool InitializeFromXML(TZxXIniReader* src, T2DProjectiveParams* out);
-/// As above, in the child section `key`; false also when there is no such section.
+/// Reads the eight keys of the child section `key`. \return false, `*out` untouched, also when there is none.
 ORBMATH_API bool InitializeFromXML(TZxXIniReader* src, std::string key, T2DProjectiveParams* out);
 /// Writes the eight keys into the current section. \return false when something could not be written.
 ORBMATH_API bool SaveToXML(const T2DProjectiveParams& params, TZxXIniWriter* dst);
-/// As above, into a child section `key`.
+/// Writes the eight keys into a new child section `key`. \return false when something could not be written.
 ORBMATH_API bool SaveToXML(const T2DProjectiveParams& params, TZxXIniWriter* dst, std::string key);
 
 }  // namespace SatCommonUtils

@@ -66,11 +66,11 @@ ORBMATH_API void InvertParams(const T7Params& src, T7Params* out);
 /// Reads the keys "Alpha", "Beta", "Gamma", "dm", "dX", "dY", "dZ" of the current section.
 /// \param out untouched on failure. \return false when a key is missing or malformed.
 ORBMATH_API bool InitializeFromXML(TZxXIniReader* src, T7Params* out);
-/// As above, in the child section `key`; false also when there is no such section.
+/// Reads the seven keys of the child section `key`. \return false, `*out` untouched, also when there is none.
 ORBMATH_API bool InitializeFromXML(TZxXIniReader* src, std::string key, T7Params* out);
 /// Writes the seven keys into the current section, "dm" last. \return false when something could not be written.
 ORBMATH_API bool SaveToXML(const T7Params& params, TZxXIniWriter* dst);
-/// As above, into a child section `key`.
+/// Writes the seven keys, "dm" last, into a new child section `key`. \return false when something could not be written.
 ORBMATH_API bool SaveToXML(const T7Params& params, TZxXIniWriter* dst, std::string key);
 
 /// A similarity with its matrices at hand, R = Rz(Gamma)·Ry(Beta)·Rx(Alpha).
@@ -94,11 +94,12 @@ class ORBMATH_API T7ParamsTransform {
   bool Initialize(const T7Params& params);
   /// Reads the parameters and initializes. \return false, the object unchanged, when either fails.
   bool InitializeFromXML(TZxXIniReader* src);
-  /// As above, in the child section `key`; false also when there is no such section.
+  /// Reads the parameters from the child section `key` and initializes. \return false, the object unchanged, also when
+  /// there is none.
   bool InitializeFromXML(TZxXIniReader* src, std::string key);
   /// Saves the parameters into the current section. \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst) const;
-  /// As above, into a child section `key`.
+  /// Saves the parameters into a new child section `key`. \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst, std::string key) const;
 
   /// X' = m·R·X + T.
@@ -108,7 +109,8 @@ class ORBMATH_API T7ParamsTransform {
   /// `DirectTransform` of the first 3 elements of a vector. \param dst becomes 3 elements; may be `src`.
   /// \throws std::runtime_error "double& TVector::operator[] (size_t index)", `dst` untouched, when `src` has fewer.
   void DirectTransformVector(const TVector& src, TVector* dst) const;
-  /// `InverseTransform` of a vector; as above.
+  /// `InverseTransform` of the first 3 elements of a vector. \param dst becomes 3 elements; may be `src`.
+  /// \throws std::runtime_error as `DirectTransformVector`, `dst` untouched.
   void InverseTransformVector(const TVector& src, TVector* dst) const;
 
   /// The parameters it was built from.

@@ -1,3 +1,5 @@
+// Filling matrices of three rows of three.
+
 #include "geometry/matrix3.h"
 
 #include <cstddef>

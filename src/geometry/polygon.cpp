@@ -1,3 +1,6 @@
+// Polygons in the plane: the shoelace formula and the crossing number; elementary. Sides are decided without rounding
+// error, see segments.h.
+
 #include "geometry/polygon.h"
 
 #include <algorithm>

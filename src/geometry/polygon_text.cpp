@@ -1,3 +1,5 @@
+// The text form of polygons and vertices.
+
 #include "geometry/polygon_text.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// The XML form of polygons.
+
 #include <cstddef>
 #include <string>
 #include <string_view>

@@ -133,8 +133,8 @@ bool operator==(const TVector& v, const TQuaternion& q) { return q == v; }
 
 TQuaternion SLERP(const TQuaternion& q1, const TQuaternion& q2, const double& t) {
   const double c = q1 * q2 ? 1.0 : 0.0;
-  const double omega = std::acos(c);
-  const double s = std::sin(omega);
+  const double omega = std::acos(c);  // 0 or a right angle
+  const double s = std::sin(omega);   // which would divide by zero at 0
   double k1 = 1.0;
   double k2 = 0.0;
   if (s != 0.0) {

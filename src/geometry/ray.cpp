@@ -29,7 +29,7 @@ void ray_and_ellipsoid_intersection_cartesian(const double& a, const double& b, 
   const double qb = 2.0 * ((dx * px + dy * py) / a2 + dz * pz / b2);
   const double qc = (px * px + py * py) / a2 + pz * pz / b2 - 1.0;
   double discriminant = qb * qb - 4.0 * qa * qc;
-  if (discriminant < 0.0) discriminant = 0.0;
+  if (discriminant < 0.0) discriminant = 0.0;  // a miss: the nearest approach in the metric of the ellipsoid
   const double t = (-std::sqrt(discriminant) - qb) / (2.0 * qa);
   *X = px + t * dx;
   *Y = py + t * dy;
@@ -66,7 +66,7 @@ TVector ray_and_plane_intersection(const TVector& origin, const TVector& directi
                                    const TVector& planeNormal) {
   CheckVectors3(origin, direction, planePoint, planeNormal);
   const double q = direction * planeNormal;
-  if (q == 0.0) return TVector();
+  if (q == 0.0) return TVector();  // parallel, also when the ray lies in the plane
   const double t = (planePoint - origin) * planeNormal / q;
   if (t < 0.0) return TVector();
   return origin + t * direction;

@@ -1,3 +1,5 @@
+// Rotation matrices about the axes, their derivatives and the angles back; elementary.
+
 #include "geometry/rotation.h"
 
 #include <cmath>
@@ -15,6 +17,7 @@ constexpr double kPi = 3.14159265358979323846;
 double SinCosToAngle(const double& sinValue, const double& cosValue) {
   if (sinValue > 1.0) return kPi / 2.0;
   if (sinValue < -1.0) return -kPi / 2.0;
+  // The sine carries the digits, and halves them near ±1; the cosine says which half of the circle.
   const double angle = std::asin(sinValue);
   return cosValue < 0.0 ? kPi - angle : angle;
 }
@@ -69,6 +72,7 @@ void RzyxGetAlphaBetaGamma(const TMatrix& M, double* alpha, double* beta, double
   // The matrix itself checks columns only.
   if (M.GetHeight() < 3) ThrowIndexError();
   const double sb = M(0, 2);
+  // From ±1 on the cosine of beta, which divides below, is 0: only the sum or difference of the others is defined.
   if (std::fabs(sb) < 1.0) {
     *beta = std::asin(sb);
     const double cb = std::cos(*beta);

@@ -1,3 +1,5 @@
+// Taking characters and numbers off the front of a text.
+
 #include "geometry/text_scan.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The index error of the dense types.
+
 #include "linalg/checked_access.h"
 
 #include <stdexcept>

@@ -1,3 +1,7 @@
+// Matrix products in blocks that stay in the caches: K. Goto, R. A. van de Geijn, Anatomy of high-performance matrix
+// multiplication, 2008, doi:10.1145/1356052.1356053. Changed against it: no sum is split, so that the blocks of the
+// inner index follow each other, and of a symmetric result half is made.
+
 #include <algorithm>
 
 #include "linalg/kernels.h"

@@ -1,3 +1,5 @@
+// Products of matrices and vectors; elementary. Many sums run side by side, each in index order.
+
 #include <algorithm>
 
 #include "linalg/kernels.h"

@@ -108,6 +108,7 @@ bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n
 
 bool SolveEquationsSet(const double& a, const double& b, const double& c, const double& d, const double& e,
                        const double& f, double* x, double* y) {
+  // Only an exact zero counts as singular: how near is too near depends on units that are not known here.
   const double det = a * d - b * c;
   if (det == 0.0) return false;
   // Both are computed before either is written: an output may be one of the inputs.

@@ -1,3 +1,5 @@
+// Storage, access and element-wise arithmetic of the dense matrix; elementary.
+
 #include "linalg/matrix.h"
 
 #include <algorithm>

@@ -153,6 +153,7 @@ bool TNonlinearSystem::Newton(TNonlinearSystemNewtonMethodParams* params, double
       }
       right_side[i] -= Residual(i, at);
     }
+    // Solved for the new point instead of the step. Without a pivot `solution` stays that of the round before.
     Gauss(jacobian, right_side, solution);
     point = solution;
     converged = true;

@@ -1,3 +1,5 @@
+// Normal equations of weighted least squares: G. H. Golub, C. F. Van Loan, Matrix Computations, 4th ed., 2013, 5.3.2.
+
 #include "linalg/normal_equations.h"
 
 #include <cstddef>

@@ -1,3 +1,5 @@
+// The reader of number lists.
+
 #include "linalg/number_list.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// Allocation and filling of raw arrays.
+
 #include "linalg/raw_arrays.h"
 
 #include <algorithm>

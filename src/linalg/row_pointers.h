@@ -16,7 +16,7 @@ inline std::vector<const double*> RowPointers(const TMatrix& matrix) {
   return rows;
 }
 
-/// As above, for writing.
+/// Pointers to write through, valid until a row changes its size.
 inline std::vector<double*> RowPointers(TMatrix* matrix) {
   std::vector<double*> rows(matrix->GetHeight());
   for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = (*matrix)[i].GetData();

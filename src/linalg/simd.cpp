@@ -1,3 +1,5 @@
+// Which instruction set the kernels run on.
+
 #include "linalg/simd.h"
 
 #include <algorithm>

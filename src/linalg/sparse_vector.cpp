@@ -1,3 +1,5 @@
+// The sparse vector: a map from indices to what has been written; elementary.
+
 #include "linalg/sparse_vector.h"
 
 #include <stdexcept>

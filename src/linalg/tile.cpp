@@ -1,3 +1,6 @@
+// Tiles of sums and the panels that feed them: the micro-kernel and packing of K. Goto, R. A. van de Geijn, Anatomy of
+// high-performance matrix multiplication, 2008, doi:10.1145/1356052.1356053.
+
 #include "linalg/tile.h"
 
 #include <algorithm>

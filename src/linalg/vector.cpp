@@ -1,3 +1,5 @@
+// Storage and arithmetic of the dense vector; elementary.
+
 #include "linalg/vector.h"
 
 #include <algorithm>

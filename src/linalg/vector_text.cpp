@@ -1,3 +1,5 @@
+// The text, debug and XML forms of the dense vector.
+
 #include "linalg/vector_text.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// The map between a quantity and its normalised value; elementary.
+
 #include "poly/linear_normalization.h"
 
 #include <string>

@@ -46,6 +46,7 @@ bool Calculate2DAffineParams(const std::vector<T2DTransformParamsSourceDataItem>
     x_to[i] = points[i].Xto;
     y_to[i] = points[i].Yto;
   }
+  // The coordinates as they stand, not against their mean: the bits of the result are those of these sums.
   TVector a, b;
   TOverdefinedLinearSystem(design, x_to).Solution(a);
   TOverdefinedLinearSystem(design, y_to).Solution(b);

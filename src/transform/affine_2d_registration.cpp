@@ -1,3 +1,5 @@
+// The affine transform among the serializable ones: registered by the first start, taken out by the last stop.
+
 #include "transform/affine_2d_registration.h"
 
 #include <cstdint>

@@ -1,3 +1,6 @@
+// Quotients of linear forms; elementary. Multiplied out they are linear in the ground coordinates, which is how they
+// are inverted and intersected.
+
 #include "transform/first_order_rational.h"
 
 #include <algorithm>

@@ -128,11 +128,13 @@ bool Calculate7Params(const std::vector<T7ParamsSourceDataItem>& points, T7Param
       return false;
     }
     Add(increment, &state);
+    // The misfit is that before the step: of a step this small it differs by less than the limits below.
     if (!IsSmall(increment)) continue;
     const double error = RootMeanSquare(misfit);
     if (error < kSmallError || std::fabs(previous_error - error) < kErrorAtRest) break;
     previous_error = error;
   }
+  // The limit of the contract, on m and not on 1 + dm: a negative scale factor passes, which no similarity has.
   if (!(state.m > -1.0)) return false;
   *out = {state.alpha, state.beta, state.gamma, state.m - 1.0, state.shift(0), state.shift(1), state.shift(2)};
   return true;

@@ -1,3 +1,5 @@
+// The similarity with its matrices at hand; elementary.
+
 #include <algorithm>
 #include <iterator>
 

@@ -1,3 +1,5 @@
+// The debug print of tie points.
+
 #include "transform/tie_point.h"
 
 #include <string>
