@@ -57,6 +57,16 @@ void BM_FitRPC(benchmark::State& state) {
   CountPoints(state);
 }
 
+/// The same without the search for bad points.
+void BM_FitRPCNotSought(benchmark::State& state) {
+  const TRPCEstimationDataSet& data = Points(static_cast<std::size_t>(state.range(0)));
+  TRPCFitOptions options;
+  options.badPoints = TRPCBadPoints::NotSought;
+  TRPCData rpc;
+  for (auto _ : state) benchmark::DoNotOptimize(FitRPC(data, options, &rpc));
+  CountPoints(state);
+}
+
 #ifdef ORBMATH_WITH_EIGEN
 
 using TTerms = Eigen::Array<double, Eigen::Dynamic, 20>;
@@ -134,5 +144,6 @@ BENCHMARK(BM_EstimateRPC)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(BM_FitRPC)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FitRPCNotSought)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

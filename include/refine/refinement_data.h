@@ -163,17 +163,17 @@ class ORBMATH_API TRPCRefinementDataProjective : public TRPCRefinementDataBase {
 
 /// A new record of that kind in its reset state. \throws TZxMessage for a value outside 0 to 3.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataE(TRPCRefinementTransformType type);
-/// As above, empty instead of throwing.
+/// A new record of that kind in its reset state; empty for a value outside 0 to 3.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataN(TRPCRefinementTransformType type);
 /// A new record of the kind and values of `src`. \throws TZxMessage when its kind is unknown.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCRefinementDataBase& src);
-/// As above, empty instead of throwing.
+/// A new record of the kind and values of `src`; empty when its kind is unknown.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyN(const TRPCRefinementDataBase& src);
 /// A new record read from the current section. The kind is that of the key "RPCRefinementType", but affine in a section
 /// without the key "Ver": documents of the older form knew no other. \throws TZxMessage when the kind is unknown, a
 /// parameter is missing or `src` is null.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataFromXMLE(TZxXIniReader* src);
-/// As above, empty instead of throwing.
+/// A new record read as by `CreateRefinementDataFromXMLE`; empty where that throws.
 ORBMATH_API var_a<TRPCRefinementDataBase*> CreateRefinementDataFromXMLN(TZxXIniReader* src);
 
 }  // namespace SatCommonUtils

@@ -15,13 +15,12 @@ namespace SatCommonUtils {
 
 class TRPC;
 
-/// The share of bad points, of 60 points or more spread over the box, that cannot spoil a fit: what they say, in the
-/// image or on the ground, no matter by how much, moves its result no more than if they were not there. Of 100 points
-/// or more it is 0.3. Found by experiment, see docs/fitting.md, for models that a cubic polynomial follows
-/// more closely than the bad points are off, as it follows those of real sensors over their images. Of others, of
-/// points that lie so that few of them carry the model, and of bad ones that agree with each other, smaller numbers can
-/// do harm.
-constexpr double kRPCFitBreakdown = 0.2;
+/// The share of bad points, of 100 points or more spread over the box, that cannot spoil a fit: what they say, in the
+/// image or on the ground, no matter by how much, moves its result no more than if they were not there. Of 60 points it
+/// is a tenth. Found by experiment, see docs/fitting.md, for models that a cubic polynomial follows more closely than
+/// the bad points are off, as it follows those of real sensors over their images. Of others, of points that lie so that
+/// few of them carry the model, and of bad ones that agree with each other, smaller numbers can do harm.
+constexpr double kRPCFitBreakdown = 0.3;
 
 /// What becomes of points that do not belong to the others.
 enum class TRPCBadPoints {

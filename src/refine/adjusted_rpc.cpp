@@ -1,3 +1,5 @@
+// A model and its refinement as one model. Elementary: the chain rule.
+
 #include "refine/adjusted_rpc.h"
 
 #include <array>

@@ -25,6 +25,7 @@
 #include "linalg/vector.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/image_nodes.h"
+#include "refine/refinement_kinds.h"
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
 #include "rpc/polynomial_kernel.h"
@@ -56,29 +57,6 @@ double ValueAt(const TCubic& cubic, const TCubic& terms) {
   double sum = 0.0;
   for (std::size_t k = 0; k < kTermCount; ++k) sum += cubic[k] * terms[k];
   return sum;
-}
-
-/// The refinement as a matrix for (line, sample, 1); one that has no perspective ends with the row (0, 0, 1).
-matr3x3 MatrixOf(const TRPCRefinementDataBase& data) {
-  matr3x3 matrix;
-  matrix.fill_unity();
-  if (const auto* shift = dynamic_cast<const TRPCRefinementDataShift*>(&data)) {
-    matrix.m[0][2] = shift->d_line;
-    matrix.m[1][2] = shift->d_sample;
-  } else if (const auto* affine = dynamic_cast<const TRPCRefinementDataAffine*>(&data)) {
-    matrix = {{{affine->LineDrift, affine->LineTilt, affine->LineBias},
-               {affine->SampleDrift, affine->SampleTilt, affine->SampleBias},
-               {0.0, 0.0, 1.0}}};
-  } else if (const auto* projective = dynamic_cast<const TRPCRefinementDataProjective*>(&data)) {
-    matrix = projective->matr;
-    const double last = projective->matr[2][2];
-    if (projective->matr[2][0] == 0.0 && projective->matr[2][1] == 0.0) {
-      for (auto& row : matrix.m) {
-        for (double& element : row) element /= last;
-      }
-    }
-  }
-  return matrix;
 }
 
 /// B of the comment above. Differences of nearly equal numbers are taken before they are multiplied by an offset.
@@ -208,7 +186,7 @@ bool FoldBoth(const matr3x3& b, const TCubic& line_product, const TCubic& sample
          VisitRPCNumbers(*record, [](double number) { return std::isfinite(number); });
 }
 
-/// As above, with cubics fitted for T.
+/// Folds B into a record with cubics fitted for T.
 bool FoldWithFittedProducts(const std::vector<TImageNode>& nodes, const matr3x3& b, TRPCData* record) {
   const TCubic line_num = CubicOf(record->lineNumCoef), line_den = CubicOf(record->lineDenCoef);
   const TCubic samp_num = CubicOf(record->sampNumCoef), samp_den = CubicOf(record->sampDenCoef);
@@ -258,7 +236,7 @@ class TExporter {
       return Success(record_, "there is no correction to carry");
     }
     if (!IsFinite(*refinement)) return Failure("a parameter of the refinement is not finite");
-    const matr3x3 b = Normalized(MatrixOf(*refinement), record_);
+    const matr3x3 b = Normalized(FindRefinementKind(refinement->type)->matrixOf(*refinement), record_);
     if (SendsImageToInfinity(b)) return Failure("the refinement sends a part of the image to infinity");
     const TImageSampler sampler(model_);
     const bool is_exact = !NeedsProducts(b) || CubicOf(record_.lineDenCoef) == CubicOf(record_.sampDenCoef);

@@ -8,16 +8,12 @@
 #include "linalg/linear_systems.h"
 #include "linalg/normal_equations.h"
 #include "linalg/vector.h"
+#include "refine/refinement_kinds.h"
 
 namespace SatCommonUtils::refine {
 namespace {
 
-constexpr std::size_t kShiftParameters[] = {2, 5};
-constexpr std::size_t kAllParameters[] = {0, 1, 2, 3, 4, 5, 6, 7};
-
-const std::size_t* ParametersOf(TRPCRefinementTransformType type) {
-  return type == TRPCRefinementTransformType::Shift ? kShiftParameters : kAllParameters;
-}
+const std::size_t* ParametersOf(TRPCRefinementTransformType type) { return FindRefinementKind(type)->parameters; }
 
 double Denominator(const TPlaneMap& map, double x, double y) { return map[6] * x + map[7] * y + 1.0; }
 
@@ -97,16 +93,7 @@ double TPlaneFit::VarianceAt(TRPCRefinementTransformType type, double x, double 
   return 0.5 * sum;
 }
 
-std::size_t FreeParameters(TRPCRefinementTransformType type) {
-  switch (type) {
-    case TRPCRefinementTransformType::Shift:
-      return 2;
-    case TRPCRefinementTransformType::Affine:
-      return 6;
-    default:
-      return 8;
-  }
-}
+std::size_t FreeParameters(TRPCRefinementTransformType type) { return FindRefinementKind(type)->parameterCount; }
 
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneMap* map) {

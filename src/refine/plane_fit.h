@@ -50,7 +50,7 @@ std::size_t FreeParameters(TRPCRefinementTransformType type);
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneFit* fit);
 
-/// As above, the map only, without its cofactors.
+/// Fits the chosen ties, the map only, without its cofactors.
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneMap* map);
 

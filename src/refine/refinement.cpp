@@ -1,3 +1,5 @@
+// The transforms that only shift, and the factories of all kinds.
+
 #include "refine/refinement.h"
 
 #include "frame/zxstd/unset_mark.h"
@@ -19,40 +21,14 @@ void Shift(double line, double sample, double* out_line, double* out_sample, dou
   SetUnitDerivatives(by_line, by_sample);
 }
 
-/// A new `Transform` from `src` if that is of the class `Source`; empty otherwise.
-template <class Transform, class Source, class Base>
-var_a<TRPCRefinementBase*> CreateFrom(const Base& src) {
-  const auto* source = dynamic_cast<const Source*>(&src);
-  if (source == nullptr) return nullptr;
-  return make_var_a<Transform>(*source);
-}
-
 var_a<TRPCRefinementBase*> CreateFromRecord(const TRPCRefinementDataBase& src) {
-  switch (src.type) {
-    case TRPCRefinementTransformType::None:
-      return CreateFrom<TRPCRefinementNone, TRPCRefinementDataNone>(src);
-    case TRPCRefinementTransformType::Shift:
-      return CreateFrom<TRPCRefinementShift, TRPCRefinementDataShift>(src);
-    case TRPCRefinementTransformType::Affine:
-      return CreateFrom<TRPCRefinementAffine, TRPCRefinementDataAffine>(src);
-    case TRPCRefinementTransformType::Projective:
-      return CreateFrom<TRPCRefinementProjective, TRPCRefinementDataProjective>(src);
-  }
-  return nullptr;
+  const TRefinementKind* const kind = FindRefinementKind(src.type);
+  return kind == nullptr ? nullptr : kind->transformOf(src);
 }
 
 var_a<TRPCRefinementBase*> CreateCopy(const TRPCRefinementBase& src) {
-  switch (src.GetType()) {
-    case TRPCRefinementTransformType::None:
-      return CreateFrom<TRPCRefinementNone, TRPCRefinementNone>(src);
-    case TRPCRefinementTransformType::Shift:
-      return CreateFrom<TRPCRefinementShift, TRPCRefinementShift>(src);
-    case TRPCRefinementTransformType::Affine:
-      return CreateFrom<TRPCRefinementAffine, TRPCRefinementAffine>(src);
-    case TRPCRefinementTransformType::Projective:
-      return CreateFrom<TRPCRefinementProjective, TRPCRefinementProjective>(src);
-  }
-  return nullptr;
+  const TRefinementKind* const kind = FindRefinementKind(src.GetType());
+  return kind == nullptr ? nullptr : kind->copyOf(src);
 }
 
 }  // namespace
@@ -63,7 +39,7 @@ void TRPCRefinementBase::Reset() {}
 
 bool TRPCRefinementBase::SaveToXML(TZxXIniWriter* dst) const { return SaveRefinementKeys(dst, type_); }
 
-TRPCRefinementBase::operator bool() const { return IsKnownKind(type_); }
+TRPCRefinementBase::operator bool() const { return FindRefinementKind(type_) != nullptr; }
 
 void TRPCRefinementBase::RawToRefinedArray(std::size_t count, double* line, double* sample) const {
   for (std::size_t i = 0; i < count; ++i) RawToRefined(line[i], sample[i], &line[i], &sample[i], nullptr, nullptr);
@@ -141,8 +117,8 @@ TRPCRefinementShift::operator bool() const { return data_.d_line != kUnsetMark &
 
 var_a<TRPCRefinementBase*> CreateRefinementE(TRPCRefinementTransformType type) {
   return CreateOrThrow("var_a<TRPCRefinementBase*> CreateRefinementE(TRPCRefinementType::TType type)", [type] {
-    return CreateOfKind<TRPCRefinementBase, TRPCRefinementNone, TRPCRefinementShift, TRPCRefinementAffine,
-                        TRPCRefinementProjective>(type);
+    const TRefinementKind* const kind = FindRefinementKind(type);
+    return kind == nullptr ? nullptr : kind->newTransform();
   });
 }
 

@@ -1,3 +1,5 @@
+// What the records of all kinds share, and their factories.
+
 #include "refine/refinement_data.h"
 
 #include "frame/zxstd/debug_output.h"
@@ -7,17 +9,8 @@
 namespace SatCommonUtils {
 
 const char* GetRPCRefinementTransformTypeName(TRPCRefinementTransformType type) noexcept {
-  switch (type) {
-    case TRPCRefinementTransformType::None:
-      return "None";
-    case TRPCRefinementTransformType::Shift:
-      return "Shift";
-    case TRPCRefinementTransformType::Affine:
-      return "Affine";
-    case TRPCRefinementTransformType::Projective:
-      return "Projective";
-  }
-  return "Unknown";
+  const TRefinementKind* const kind = FindRefinementKind(type);
+  return kind == nullptr ? "Unknown" : kind->name;
 }
 
 TRPCRefinementDataBase::~TRPCRefinementDataBase() = default;
@@ -54,8 +47,8 @@ var_a<TRPCRefinementDataBase*> TRPCRefinementDataBase::CreateCopyN() const {
 
 var_a<TRPCRefinementDataBase*> CreateRefinementDataE(TRPCRefinementTransformType type) {
   return CreateOrThrow("var_a<TRPCRefinementDataBase*> CreateE(const TRPCRefinementType& src)", [type] {
-    return CreateOfKind<TRPCRefinementDataBase, TRPCRefinementDataNone, TRPCRefinementDataShift,
-                        TRPCRefinementDataAffine, TRPCRefinementDataProjective>(type);
+    const TRefinementKind* const kind = FindRefinementKind(type);
+    return kind == nullptr ? nullptr : kind->newRecord();
   });
 }
 
@@ -65,7 +58,7 @@ var_a<TRPCRefinementDataBase*> CreateRefinementDataN(TRPCRefinementTransformType
 
 var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCRefinementDataBase& src) {
   return CreateOrThrow("var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyE(const TRPCRefinementDataBase&)",
-                       [&] { return IsKnownKind(src.type) ? src.CreateCopyE() : nullptr; });
+                       [&] { return FindRefinementKind(src.type) != nullptr ? src.CreateCopyE() : nullptr; });
 }
 
 var_a<TRPCRefinementDataBase*> CreateRefinementDataCopyN(const TRPCRefinementDataBase& src) {

@@ -1,3 +1,6 @@
+// The choice of a kind and the story of a fit; the fit itself is robust_plane_fit.h. The F test of nested models is
+// textbook: N. Draper and H. Smith, "Applied Regression Analysis" (1998), chapter 6.
+
 #include "refine/refinement_fit.h"
 
 #include <algorithm>
@@ -8,6 +11,7 @@
 
 #include "frame/zxstd/text.h"
 #include "refine/refinement.h"
+#include "refine/refinement_kinds.h"
 #include "refine/robust_plane_fit.h"
 
 namespace SatCommonUtils {
@@ -196,7 +200,9 @@ bool TFitter::FitChosen(TCandidate* best, std::string* reason) const {
     *reason = "the numbers are too large for a fit";
     return false;
   }
-  for (const Type type : {Type::Affine, Type::Projective}) {
+  for (const TRefinementKind& kind : RefinementKinds()) {
+    const Type type = kind.type;
+    if (kind.parameterCount <= refine::FreeParameters(Type::Shift)) continue;
     TCandidate richer;
     if (ties_.size() < refine::FreeParameters(type) || !Fit(type, &richer)) continue;
     if (!(richer.corner_factor <= kLargestChosenCornerFactor)) continue;
@@ -218,40 +224,25 @@ bool TFitter::FitAll(TCandidate* candidate) const {
   return true;
 }
 
+// The map in pixels: frame to pixels · map · pixels to frame. Differences of nearly equal numbers are taken before they
+// are multiplied by a coordinate; without a perspective nothing is divided but by 1.
 var_a<TRPCRefinementDataBase*> TFitter::RecordOf(const TCandidate& candidate) const {
   const TPlaneMap& a = candidate.robust.fit.map;
-  const double s = frame_.scale, line = frame_.center[0], sample = frame_.center[1];
-  if (candidate.type == Type::Shift) {
-    const auto record = make_var_a<TRPCRefinementDataShift>();
-    record->d_line = s * a[2];
-    record->d_sample = s * a[5];
-    return record;
+  const double s = frame_.scale;
+  const double* const center = frame_.center;
+  const double perspective[2] = {a[6] / s, a[7] / s};
+  const double at_center = perspective[0] * center[0] + perspective[1] * center[1];
+  const double last = 1.0 - at_center;
+  matr3x3 matrix;
+  for (std::size_t i = 0; i < 2; ++i) {
+    const double* const row = a.data() + 3 * i;
+    for (std::size_t j = 0; j < 2; ++j) matrix[i][j] = (row[j] + center[i] * perspective[j]) / last;
+    matrix[i][2] =
+        (s * row[2] + (1.0 - row[i]) * center[i] - row[1 - i] * center[1 - i] - center[i] * at_center) / last;
+    matrix[2][i] = perspective[i] / last;
   }
-  if (candidate.type == Type::Affine) {
-    const auto record = make_var_a<TRPCRefinementDataAffine>();
-    record->LineBias = s * a[2] + (1.0 - a[0]) * line - a[1] * sample;
-    record->LineDrift = a[0];
-    record->LineTilt = a[1];
-    record->SampleBias = s * a[5] + (1.0 - a[4]) * sample - a[3] * line;
-    record->SampleDrift = a[3];
-    record->SampleTilt = a[4];
-    return record;
-  }
-  // frame to pixels · map · pixels to frame
-  double rows[3][3];
-  const double map[3][3] = {{a[0], a[1], a[2]}, {a[3], a[4], a[5]}, {a[6], a[7], 1.0}};
-  for (std::size_t i = 0; i < 3; ++i) {
-    rows[i][0] = map[i][0] / s;
-    rows[i][1] = map[i][1] / s;
-    rows[i][2] = map[i][2] - (map[i][0] * line + map[i][1] * sample) / s;
-  }
-  const auto record = make_var_a<TRPCRefinementDataProjective>();
-  for (std::size_t j = 0; j < 3; ++j) {
-    record->matr[0][j] = (s * rows[0][j] + line * rows[2][j]) / rows[2][2];
-    record->matr[1][j] = (s * rows[1][j] + sample * rows[2][j]) / rows[2][2];
-    record->matr[2][j] = rows[2][j] / rows[2][2];
-  }
-  return record;
+  matrix[2][2] = 1.0;
+  return FindRefinementKind(candidate.type)->recordOf(matrix);
 }
 
 /// Residuals of every tie, and their statistics.
@@ -301,16 +292,8 @@ std::vector<TRefinementTie> RawTies(const TAdjustedRPC& model, const std::vector
 }
 
 std::size_t LeastRefinementPoints(TRPCRefinementTransformType type) noexcept {
-  switch (type) {
-    case Type::Shift:
-      return 1;
-    case Type::Affine:
-      return 3;
-    case Type::Projective:
-      return 4;
-    default:
-      return 0;
-  }
+  const TRefinementKind* const kind = FindRefinementKind(type);
+  return kind == nullptr ? 0 : kind->leastPoints;
 }
 
 bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options,

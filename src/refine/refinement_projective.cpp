@@ -45,10 +45,13 @@ bool TRPCRefinementProjective::Setup(const TRPCRefinementDataProjective& data) {
 TRPCRefinementDataProjective TRPCRefinementProjective::RefinementData() const { return data_; }
 
 void TRPCRefinementProjective::Reset() {
-  for (double(&row)[3] : data_.matr.m) {
+  TRPCRefinementDataProjective unset;
+  for (double(&row)[3] : unset.matr.m) {
     for (double& element : row) element = kUnsetMark;
   }
-  transform_ = make_var_a<TProjectiveTransform>(data_.matr);
+  // What may want for memory comes first: the two stay one map.
+  transform_ = make_var_a<TProjectiveTransform>(unset.matr);
+  data_ = unset;
 }
 
 void TRPCRefinementProjective::RawToRefined(const double& line, const double& sample, double* refLine,

@@ -1,3 +1,5 @@
+// The exchange document as a tree of elements, read and written by one description of its content.
+
 #include "refine/rpc_exchange.h"
 
 #include <cstddef>

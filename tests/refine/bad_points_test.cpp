@@ -27,10 +27,10 @@ TEST(FitRPCBadPoints, CannotSpoilItBelowTheBreakdownPoint) {
     const TRPCData& source;
     std::size_t points;
     double share, size, noise;
-  } cases[] = {{smooth, 60, kRPCFitBreakdown, 30.0, kNoise},
+  } cases[] = {{smooth, 60, 0.1, 30.0, kNoise},
                {smooth, 60, 0.02, 1000.0, 0.0},
-               {smooth, 100, 0.3, 5.0, kNoise},
-               {smooth, 100, 0.3, 1e6, kNoise},
+               {smooth, 100, kRPCFitBreakdown, 5.0, kNoise},
+               {smooth, 100, kRPCFitBreakdown, 1e6, kNoise},
                {smooth, 100, 0.01, 30.0, 0.0},
                {smooth, 400, 0.3, 30.0, kNoise},
                {smooth, 400, kRPCFitBreakdown, 3000.0, 0.0},
@@ -38,7 +38,7 @@ TEST(FitRPCBadPoints, CannotSpoilItBelowTheBreakdownPoint) {
                {smooth, 1000, 0.05, 5.0, kNoise},
                {curved, 100, 0.01, 30.0, kNoise},
                {curved, 400, 0.05, 30.0, kNoise},
-               {curved, 400, kRPCFitBreakdown, 3000.0, 0.0}};
+               {curved, 400, 0.2, 3000.0, 0.0}};
   Random random("BadPoints");
   for (const auto& test : cases) {
     SCOPED_TRACE(::testing::Message() << test.points << " points, " << test.share << " bad by " << test.size);

@@ -75,7 +75,7 @@ TEST(FitBits, OfFitRefinement) {
     std::uint64_t hash;
   } rows[] = {{TRPCRefinementTransformType::Shift, 6, 0x9d1a514bbf2c1e5cu},
               {TRPCRefinementTransformType::Affine, 30, 0xc96da045caf6019cu},
-              {TRPCRefinementTransformType::Projective, 60, 0xf14fcc62cde0f50cu}};
+              {TRPCRefinementTransformType::Projective, 60, 0x8aafe6fa34117912u}};
   for (const auto& row : rows) {
     Lehmer numbers;
     std::vector<TRefinementTie> ties;

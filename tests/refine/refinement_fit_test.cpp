@@ -5,6 +5,7 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "refine/refinement.h"
@@ -26,17 +27,20 @@ constexpr double kExact = 0.01;
 constexpr double kGross = 30.0;
 constexpr double kTwoPi = 6.283185307179586;
 
-/// Simulated ties of a correction over an image of 10,000 x 10,000 pixels.
+/// Simulated ties of a correction over an image of 12,000 x 7,000 pixels. Sigmas differ; the noise of a tie is its
+/// sigma times `noise`.
 struct Simulation {
   Simulation(const TRPCRefinementDataBase& truth, std::size_t count, double noise, std::size_t every_bad)
       : random("refinement fit") {
     const auto refinement = CreateRefinementE(truth);
     for (std::size_t i = 0; i < count; ++i) {
       TRefinementTie tie;
-      tie.line = random.Uniform(0, 10000);
-      tie.sample = random.Uniform(0, 10000);
+      tie.line = random.Uniform(0, 12000);
+      tie.sample = random.Uniform(0, 7000);
+      tie.sigma = random.Uniform(0.7, 1.3);
       refinement->RawToRefined(tie.line, tie.sample, &tie.measuredLine, &tie.measuredSample, nullptr, nullptr);
-      if (noise > 0.0) tie.measuredLine += random.Normal(noise), tie.measuredSample += random.Normal(noise);
+      if (noise > 0.0)
+        tie.measuredLine += random.Normal(noise * tie.sigma), tie.measuredSample += random.Normal(noise * tie.sigma);
       if (every_bad > 0 && i % every_bad == 0) {
         const double direction = random.Uniform(0, kTwoPi);
         tie.measuredLine += kGross * std::cos(direction);
@@ -110,9 +114,12 @@ TEST(RefinementFit, KeptBadPointsAreStillNamed) {
   ASSERT_TRUE(FitRefinement(simulation.ties, options, &fit));
   EXPECT_EQ(simulation.NamedBad(fit), simulation.bad);
   EXPECT_EQ(fit.used, 20u);
-  double mean = 0.0;  // of all points: what least squares of a shift is
-  for (const auto& tie : simulation.ties) mean += (tie.measuredLine - tie.line) / 20.0;
-  EXPECT_NEAR(dynamic_cast<const TRPCRefinementDataShift&>(*fit.data).d_line, mean, 1e-9);
+  double sum = 0.0, weights = 0.0;  // the weighted mean of all points is what least squares of a shift is
+  for (const auto& tie : simulation.ties) {
+    sum += (tie.measuredLine - tie.line) / (tie.sigma * tie.sigma);
+    weights += 1.0 / (tie.sigma * tie.sigma);
+  }
+  EXPECT_NEAR(dynamic_cast<const TRPCRefinementDataShift&>(*fit.data).d_line, sum / weights, 1e-9);
 }
 
 TEST(RefinementFit, SigmasWeigh) {
@@ -122,6 +129,51 @@ TEST(RefinementFit, SigmasWeigh) {
   EXPECT_NEAR(dynamic_cast<const TRPCRefinementDataShift&>(*fit.data).d_line, (1.0 * 4 + 2.0 * 1) / 5.0, 1e-12);
   EXPECT_NEAR(fit.points[0].lineAfter, -0.2, 1e-12);
   EXPECT_NEAR(fit.points[1].lineBefore, 2.0, 1e-12);
+}
+
+TEST(RefinementFit, TheSigmaFactorIsOfTheStatedSigmas) {
+  // Stated sigmas a fifth of the true ones, the typical one 0.2 pixels.
+  Simulation simulation(orbmath_test::Affine(), 400, 1.0, 0);
+  for (TRefinementTie& tie : simulation.ties) tie.sigma *= 0.2;
+  TRefinementFit fit;
+  ASSERT_TRUE(FitRefinement(simulation.ties, Of(Type::Affine), &fit));
+  EXPECT_NEAR(fit.sigmaFactor, 5.0, 0.5);
+}
+
+TEST(RefinementFit, ATieIsTestedAgainstTheOthersAlone) {
+  Simulation simulation(orbmath_test::Shift(3, -2), 7, 1.0, 0);
+  for (TRefinementTie& tie : simulation.ties) tie.sigma = 1.0;
+  TRefinementFit fit;
+  ASSERT_TRUE(FitRefinement(simulation.ties, Of(Type::Shift), &fit));
+  ASSERT_EQ(fit.used, 7u);
+  for (std::size_t i = 0; i < 7; ++i) {
+    double mean[2] = {0.0, 0.0}, squares = 0.0;
+    for (std::size_t k = 0; k < 7; ++k) {
+      if (k == i) continue;
+      mean[0] += fit.points[k].lineBefore / 6.0;
+      mean[1] += fit.points[k].sampleBefore / 6.0;
+    }
+    const auto off = [&](std::size_t k) {
+      const double line = fit.points[k].lineBefore - mean[0], sample = fit.points[k].sampleBefore - mean[1];
+      return line * line + sample * sample;
+    };
+    for (std::size_t k = 0; k < 7; ++k) squares += k == i ? 0.0 : off(k);
+    // Twelve observations less two unknowns; the prediction adds the variance of a mean of six.
+    EXPECT_NEAR(fit.points[i].standardized, std::sqrt(off(i) / (1.0 + 1.0 / 6.0) / (squares / 10.0)), 1e-3);
+  }
+}
+
+TEST(RefinementFit, TheCornersAreThoseOfTheImage) {
+  // Points all over an image of 12,000 lines and 7,000 samples bear an affine map of it, not of one that lies across.
+  const Simulation simulation(orbmath_test::Affine(), 12, 0.01, 0);
+  TRefinementFitOptions options = Of(Type::Affine);
+  options.lines = 12000, options.samples = 7000;
+  TRefinementFit along, across;
+  ASSERT_TRUE(FitRefinement(simulation.ties, options, &along));
+  std::swap(options.lines, options.samples);
+  ASSERT_TRUE(FitRefinement(simulation.ties, options, &across));
+  EXPECT_LT(along.cornerFactor, 1.5);
+  EXPECT_GT(across.cornerFactor, 1.2 * along.cornerFactor);
 }
 
 TEST(RefinementFit, DegenerateSetsAreRefusedWithAReason) {

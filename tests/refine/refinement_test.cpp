@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -20,8 +21,6 @@ using Type = TRPCRefinementTransformType;
 
 namespace {
 
-/// Rounding of a map and its inverse of coordinates up to 1e4 pixels.
-constexpr double kPixelRounding = 1e-10;
 /// Error of a central difference over 2 pixels of a map with a curvature near 1e-8.
 constexpr double kDifference = 1e-9;
 
@@ -72,14 +71,14 @@ TEST(Refinement, LawsOfEveryKind) {
     EXPECT_EQ(refinement->IsUnity(), record->type == Type::None);
     const TPoint there = Refined(*refinement, 4321.5, 1234.25);
     const TPoint back = Raw(*refinement, there.line, there.sample);
-    EXPECT_NEAR(back.line, 4321.5, kPixelRounding);
-    EXPECT_NEAR(back.sample, 1234.25, kPixelRounding);
-    // In place.
+    EXPECT_NEAR(back.line, 4321.5, kRefinementRoundTrip) << "law 1";
+    EXPECT_NEAR(back.sample, 1234.25, kRefinementRoundTrip) << "law 1";
+    // Law 3.
     double line = 4321.5, sample = 1234.25;
     refinement->RawToRefined(line, sample, &line, &sample, nullptr, nullptr);
     EXPECT_EQ(line, there.line);
     EXPECT_EQ(sample, there.sample);
-    // Derivatives, both ways.
+    // Law 2.
     for (const auto map : {&TRPCRefinementBase::RawToRefined, &TRPCRefinementBase::RefinedToRaw}) {
       double by_line[2], by_sample[2];
       (*refinement.*map)(4321.5, 1234.25, &line, &sample, by_line, by_sample);
@@ -94,23 +93,40 @@ TEST(Refinement, LawsOfEveryKind) {
         EXPECT_NEAR(by_line[output], orbmath_test::CentralDifference(along_line, 4321.5, 1.0), kDifference);
         EXPECT_NEAR(by_sample[output], orbmath_test::CentralDifference(along_sample, 1234.25, 1.0), kDifference);
       }
-      // A single pointer is ignored.
+      // Law 4.
       double alone[2] = {kPoison, kPoison};
       (*refinement.*map)(1, 2, &line, &sample, alone, nullptr);
       (*refinement.*map)(1, 2, &line, &sample, nullptr, alone);
       EXPECT_EQ(alone[0], kPoison);
       EXPECT_EQ(alone[1], kPoison);
     }
-    // Copies, records, XML.
+    // Law 5.
     const std::string xml = XmlOf(*refinement);
     EXPECT_EQ(XmlOf(*CreateRefinementCopyE(*refinement)), xml);
     EXPECT_EQ(XmlOf(*CreateRefinementE(*refinement->GetRefinementData())), xml);
     EXPECT_EQ(XmlOf(*CreateRefinementFromXMLE(ReaderOf(xml).get())), xml);
-    // Records load what transforms saved, and transforms what records saved.
+    // Law 6.
     const std::string record_xml = SavedXml([&](TZxXIniWriter* writer) { record->SaveToXML(writer); });
     const auto record_again = CreateRefinementDataFromXMLE(ReaderOf(xml).get());
     EXPECT_EQ(SavedXml([&](TZxXIniWriter* writer) { record_again->SaveToXML(writer); }), record_xml);
     EXPECT_EQ(XmlOf(*CreateRefinementFromXMLE(ReaderOf(record_xml).get())), xml);
+    // Law 7.
+    double lines[3] = {4321.5, -7.0, 1e4}, samples[3] = {1234.25, 3.0, -2e3}, raw_lines[3], raw_samples[3];
+    refinement->RefinedToRawArray(3, lines, samples, raw_lines, raw_samples);
+    for (int i = 0; i < 3; ++i) {
+      const TPoint one = Raw(*refinement, lines[i], samples[i]);
+      EXPECT_TRUE(orbmath_test::SameBits(one.line, raw_lines[i]) && orbmath_test::SameBits(one.sample, raw_samples[i]));
+    }
+    double refined_lines[3], refined_samples[3];
+    std::copy_n(lines, 3, refined_lines);
+    std::copy_n(samples, 3, refined_samples);
+    refinement->RawToRefinedArray(3, refined_lines, refined_samples);
+    for (int i = 0; i < 3; ++i) {
+      const TPoint one = Refined(*refinement, lines[i], samples[i]);
+      EXPECT_TRUE(orbmath_test::SameBits(one.line, refined_lines[i]));
+      EXPECT_TRUE(orbmath_test::SameBits(one.sample, refined_samples[i]));
+    }
+    // Law 8.
     refinement->Reset();
     EXPECT_EQ(static_cast<bool>(*refinement), record->type == Type::None);
   }

@@ -160,6 +160,28 @@ TEST(EstimateRPCWithCallbacks, IsCancelledByTheSolversNotByTheProducts) {
   }
 }
 
+TEST(EstimateRPCWithCallbacks, GoesOnUntilBothOutputsHaveStopped) {
+  // Each time one output is a constant ratio that is found at once, the other needs its iterations.
+  for (const bool line_is_easy : {true, false}) {
+    TRPCData source = CurvedRecord();
+    // Mild enough for undamped steps never to go up.
+    for (double* polynomial : {source.lineNumCoef, source.lineDenCoef, source.sampNumCoef, source.sampDenCoef}) {
+      std::for_each(polynomial + 4, polynomial + 20, [](double& coefficient) { coefficient *= 0.1; });
+    }
+    double* const numerator = line_is_easy ? source.lineNumCoef : source.sampNumCoef;
+    double* const denominator = line_is_easy ? source.lineDenCoef : source.sampDenCoef;
+    std::fill_n(numerator, 20, 0.0);
+    std::fill_n(denominator + 1, 19, 0.0);
+    numerator[line_is_easy ? 2 : 1] = 0.9, numerator[3] = 0.1;
+    Random random("BothOutputs");
+    const TPoints points = RandomPoints(source, 600, 0.0, &random);
+    TRPCData fitted;
+    ASSERT_TRUE(WithoutCallbacks({points, false}, &fitted));
+    const TRPCFitResiduals residuals = ResidualsOfRPC(fitted, points, false);
+    EXPECT_LT(line_is_easy ? residuals.sample.maximum : residuals.line.maximum, kPlainAccuracy);
+  }
+}
+
 TEST(EstimateRPCWithCallbacks, NeverEndsWithAWorseModelThanTheFirstOrderOne) {
   // Undamped steps on noisy points of a nearly linear model blow up: what comes out must still be the best seen.
   Random random("NeverWorse");

@@ -1,3 +1,7 @@
+// Outlier tests of geodesy ("data snooping"): W. Baarda, "A testing procedure for use in geodetic networks" (1968),
+// with the variance estimated from the other points as in R. Cook and S. Weisberg, "Residuals and Influence in
+// Regression" (1982), chapter 2.
+
 #include "refine/estimation/bad_points.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Design rows of N/D: the derivatives of a quotient, vectorised over the points of a block, and sums of their products,
+// vectorised over their columns. Elementary.
+
 #include "refine/estimation/design_rows.h"
 
 #include <algorithm>

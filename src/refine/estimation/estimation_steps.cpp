@@ -1,3 +1,5 @@
+// The sums over all points that an iteration of the plain estimations needs, formed in small blocks. Elementary.
+
 #include "refine/estimation/estimation_steps.h"
 
 #include <algorithm>

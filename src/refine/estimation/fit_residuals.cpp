@@ -1,3 +1,5 @@
+// Residuals of a record over points and their statistics. Elementary.
+
 #include "refine/estimation/fit_residuals.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The inverse of a model as a model: a fit to nodes whose ground and image coordinates are exchanged. Elementary.
+
 #include <cmath>
 #include <vector>
 

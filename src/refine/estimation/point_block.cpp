@@ -1,3 +1,5 @@
+// Points brought to [-1, 1] and sorted into arrays by coordinate. Elementary.
+
 #include "refine/estimation/point_block.h"
 
 #include <algorithm>

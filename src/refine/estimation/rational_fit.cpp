@@ -1,3 +1,5 @@
+// Gauss-Newton with a ridge; see the header for the method and its sources. What stands here is how steps are accepted.
+
 #include "refine/estimation/rational_fit.h"
 
 #include <algorithm>

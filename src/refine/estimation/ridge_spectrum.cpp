@@ -1,3 +1,5 @@
+// Singular values by one-sided Jacobi rotations, and what follows from them for a ridge; sources in the header.
+
 #include "refine/estimation/ridge_spectrum.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The resistant fit of a record: sorts the points, fits both outputs in each degree, and lets points leave and come
+// back. Sources with each part: rational_fit.h, ridge_spectrum.h, suspects.h, bad_points.h.
+
 #include "refine/robust_fit.h"
 
 #include <algorithm>

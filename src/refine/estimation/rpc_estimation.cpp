@@ -1,3 +1,6 @@
+// The plain estimation: undamped Gauss-Newton on normal equations. C. Tao and Y. Hu, "A comprehensive study of the
+// rational function model for photogrammetric processing", Photogrammetric Engineering & Remote Sensing 67 (2001).
+
 #include "refine/rpc_estimation.h"
 
 #include "linalg/linear_systems.h"

@@ -1,6 +1,9 @@
+// The plain estimation on raw arrays, which tells its progress and can be stopped. Method as in rpc_estimation.cpp.
+
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <vector>
 
 #include "linalg/raw_arrays.h"
 #include "refine/estimation/estimation_steps.h"
@@ -15,30 +18,30 @@ using namespace estimation;
 // Pixels: an iteration that improves a root mean square by less did not improve it.
 constexpr double kSmallDecrease = 1e-10;
 
-// A square system on raw arrays.
+// A square system as the raw solvers want it: rows of pointers, here into one array.
 class TRawSystem {
  public:
   TRawSystem(const TNormalSums& sums, std::size_t unknowns)
-      : size_(unknowns), matrix_(CreateMatrix(unknowns, unknowns)), right_side_(CreateVector(unknowns)) {
+      : size_(unknowns), values_(unknowns * unknowns), rows_(unknowns), right_side_(unknowns) {
     for (std::size_t i = 0; i < unknowns; ++i) {
-      for (std::size_t j = 0; j < unknowns; ++j) matrix_[i][j] = sums.At(i, j);
+      rows_[i] = values_.data() + i * unknowns;
+      for (std::size_t j = 0; j < unknowns; ++j) rows_[i][j] = sums.At(i, j);
       right_side_[i] = sums.At(i, unknowns);
     }
   }
-  TRawSystem(const TRawSystem&) = delete;
-  TRawSystem& operator=(const TRawSystem&) = delete;
-  ~TRawSystem() {
-    ReleaseVector(right_side_);
-    ReleaseMatrix(matrix_, size_);
-  }
 
-  bool SolveByCholesky(double* x, int (*cancel)()) { return Cholesky(matrix_, right_side_, x, size_, cancel); }
-  bool SolveByElimination(double* x, int (*cancel)()) { return Gauss(matrix_, right_side_, x, size_, cancel) != 0.0; }
+  bool SolveByCholesky(double* x, int (*cancel)()) {
+    return Cholesky(rows_.data(), right_side_.data(), x, size_, cancel);
+  }
+  bool SolveByElimination(double* x, int (*cancel)()) {
+    return Gauss(rows_.data(), right_side_.data(), x, size_, cancel) != 0.0;
+  }
 
  private:
   std::size_t size_;
-  double** matrix_;
-  double* right_side_;
+  std::vector<double> values_;
+  std::vector<double*> rows_;
+  std::vector<double> right_side_;
 };
 
 // Tells and asks the caller, who may not want to hear.

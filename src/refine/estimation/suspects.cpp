@@ -1,3 +1,5 @@
+// A plane by least median of squares, then an M-estimate of a polynomial; sources in the header.
+
 #include "refine/estimation/suspects.h"
 
 #include <algorithm>

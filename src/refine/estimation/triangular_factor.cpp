@@ -1,3 +1,5 @@
+// Householder reflections that take up rows block by block, and pivoted Cholesky of sums; sources in the header.
+
 #include "refine/estimation/triangular_factor.h"
 
 #include <algorithm>
