@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "linalg/linear_systems.h"
-#include "linalg/normal_equations.h"
 #include "linalg/vector.h"
 #include "refine/refinement_kinds.h"
 
@@ -23,24 +23,33 @@ struct TNormalEquations {
   TVector free_term;
 };
 
-bool FormNormalEquations(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
-                         const std::vector<std::size_t>& chosen, const TPlaneMap& map, TNormalEquations* normal) {
+/// Sums over the ties one by one: a million of them take no memory.
+TNormalEquations FormNormalEquations(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+                                     const std::vector<std::size_t>& chosen, const TPlaneMap& map) {
+  constexpr std::size_t kMost = std::tuple_size<TPlaneMap>::value;
   const std::size_t unknowns = FreeParameters(type);
   const std::size_t* parameters = ParametersOf(type);
-  TMatrix design(unknowns, 2 * chosen.size());
-  TVector misfit(2 * chosen.size()), weights(2 * chosen.size());
-  for (std::size_t i = 0; i < chosen.size(); ++i) {
-    const TPlaneTie& tie = ties[chosen[i]];
+  double sums[kMost][kMost + 1] = {};
+  for (const std::size_t i : chosen) {
+    const TPlaneTie& tie = ties[i];
     const TPlaneEquations equations = EquationsAt(map, tie);
+    const double weight = tie.root_weight * tie.root_weight;
     for (std::size_t axis = 0; axis < 2; ++axis) {
-      const std::size_t row = 2 * i + axis;
-      for (std::size_t k = 0; k < unknowns; ++k) design[row][k] = equations.design[axis][parameters[k]];
-      misfit[row] = equations.residual[axis];
-      weights[row] = tie.root_weight * tie.root_weight;
+      double row[kMost + 1];
+      for (std::size_t k = 0; k < unknowns; ++k) row[k] = equations.design[axis][parameters[k]];
+      row[unknowns] = equations.residual[axis];
+      for (std::size_t k = 0; k < unknowns; ++k) {
+        const double weighted = weight * row[k];
+        for (std::size_t j = k; j <= unknowns; ++j) sums[k][j] += weighted * row[j];
+      }
     }
   }
-  return NormalEquationsMatrix(design, weights, &normal->matrix) &&
-         NormalEquationsFreeTerm(design, weights, misfit, &normal->free_term);
+  TNormalEquations normal{TMatrix(unknowns, unknowns), TVector(unknowns)};
+  for (std::size_t k = 0; k < unknowns; ++k) {
+    for (std::size_t j = 0; j < unknowns; ++j) normal.matrix[k][j] = k <= j ? sums[k][j] : sums[j][k];
+    normal.free_term[k] = sums[k][unknowns];
+  }
+  return normal;
 }
 
 /// True when no chosen tie lies near the line that the map sends to infinity.
@@ -81,12 +90,13 @@ double SquaredResidual(const TPlaneMap& map, const TPlaneTie& tie) {
 
 double TPlaneFit::VarianceAt(TRPCRefinementTransformType type, double x, double y) const {
   const std::size_t* parameters = ParametersOf(type);
+  const std::size_t unknowns = FreeParameters(type);
   const TPlaneEquations equations = EquationsAt(map, {{x, y}, {0.0, 0.0}, 1.0});
   double sum = 0.0;
   for (const auto& row : equations.design) {
-    for (std::size_t i = 0; i < FreeParameters(type); ++i) {
-      for (std::size_t j = 0; j < FreeParameters(type); ++j) {
-        sum += row[parameters[i]] * cofactors(i, j) * row[parameters[j]];
+    for (std::size_t i = 0; i < unknowns; ++i) {
+      for (std::size_t j = 0; j < unknowns; ++j) {
+        sum += row[parameters[i]] * cofactors[i * unknowns + j] * row[parameters[j]];
       }
     }
   }
@@ -100,13 +110,10 @@ bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
   constexpr int kMostSteps = 20;
   constexpr double kAtRest = 1e-13;  // coordinates are near 1
   TPlaneMap current = kIdentityMap;
-  TNormalEquations normal;
   TVector step;
   for (int round = 0; round < kMostSteps; ++round) {
-    if (!FormNormalEquations(type, ties, chosen, current, &normal) ||
-        !Cholesky(normal.matrix, normal.free_term, step)) {
-      return false;
-    }
+    const TNormalEquations normal = FormNormalEquations(type, ties, chosen, current);
+    if (!Cholesky(normal.matrix, normal.free_term, step)) return false;
     for (std::size_t k = 0; k < FreeParameters(type); ++k) current[ParametersOf(type)[k]] += step(k);
     if (!IsTame(current, ties, chosen)) return false;
     if (step.Norma1() < kAtRest) break;
@@ -117,14 +124,15 @@ bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
 
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneFit* fit) {
-  TNormalEquations normal;
-  if (!FitPlaneMap(type, ties, chosen, &fit->map) || !FormNormalEquations(type, ties, chosen, fit->map, &normal)) {
-    return false;
+  if (!FitPlaneMap(type, ties, chosen, &fit->map)) return false;
+  const TMatrix inverse = ~FormNormalEquations(type, ties, chosen, fit->map).matrix;
+  const std::size_t unknowns = FreeParameters(type);
+  for (std::size_t i = 0; i < unknowns; ++i) {
+    for (std::size_t j = 0; j < unknowns; ++j) fit->cofactors[i * unknowns + j] = inverse(i, j);
   }
-  fit->cofactors = ~normal.matrix;
   fit->sum_of_squares = 0.0;
   for (const std::size_t i : chosen) fit->sum_of_squares += SquaredResidual(fit->map, ties[i]);
-  return fit->cofactors(0, 0) > 0.0;
+  return fit->cofactors[0] > 0.0;
 }
 
 }  // namespace SatCommonUtils::refine

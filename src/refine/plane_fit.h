@@ -37,7 +37,8 @@ double SquaredResidual(const TPlaneMap& map, const TPlaneTie& tie);
 struct TPlaneFit {
   TPlaneMap map = kIdentityMap;
   double sum_of_squares = 0.0;  ///< of the weighted residuals
-  TMatrix cofactors;            ///< inverse of the normal matrix, of the parameters that the kind frees
+  /// Inverse of the normal matrix of the parameters that the kind frees, by rows.
+  std::array<double, 64> cofactors = {};
 
   /// Mean over both coordinates of the variance of the map at a point, for residuals of unit variance.
   double VarianceAt(TRPCRefinementTransformType type, double x, double y) const;

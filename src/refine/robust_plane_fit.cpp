@@ -73,7 +73,12 @@ bool FindStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& t
   ForEachSubset(ties.size(), subset_size, [&](const TIndices& subset) {
     TPlaneMap map;
     if (!FitPlaneMap(type, ties, subset, &map)) return;
-    for (std::size_t i = 0; i < squares.size(); ++i) squares[i] = SquaredResidual(map, ties[i * stride]);
+    // A map with too many residuals that are no smaller cannot have the smaller median: most are seen to be that early.
+    std::size_t not_smaller = 0;
+    for (std::size_t i = 0; i < squares.size(); ++i) {
+      squares[i] = SquaredResidual(map, ties[i * stride]);
+      if (!(squares[i] < *least_median) && ++not_smaller > squares.size() - 1 - middle) return;
+    }
     const auto at_middle = squares.begin() + static_cast<std::ptrdiff_t>(middle);
     std::nth_element(squares.begin(), at_middle, squares.end());
     if (*at_middle < *least_median) {

@@ -74,8 +74,8 @@ TEST(FitBits, OfFitRefinement) {
     std::size_t points;
     std::uint64_t hash;
   } rows[] = {{TRPCRefinementTransformType::Shift, 6, 0x9d1a514bbf2c1e5cu},
-              {TRPCRefinementTransformType::Affine, 30, 0xc96da045caf6019cu},
-              {TRPCRefinementTransformType::Projective, 60, 0x8aafe6fa34117912u}};
+              {TRPCRefinementTransformType::Affine, 30, 0xe3547652a72bf12du},
+              {TRPCRefinementTransformType::Projective, 60, 0xf698b4158623201u}};
   for (const auto& row : rows) {
     Lehmer numbers;
     std::vector<TRefinementTie> ties;
