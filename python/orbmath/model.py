@@ -224,7 +224,13 @@ class Model:
         return self._model.project_jacobian(lat, lon, height)
 
     def locate(
-        self, line: Numbers, sample: Numbers, height: Numbers | None = None, *, terrain: Terrain | None = None
+        self,
+        line: Numbers,
+        sample: Numbers,
+        height: Numbers | None = None,
+        *,
+        terrain: Terrain | None = None,
+        extrapolate: bool = False,
     ) -> Location:
         """Image to ground, at known heights or where the line of sight first meets a terrain.
 
@@ -236,6 +242,9 @@ class Model:
             Metres above the ellipsoid.
         terrain
             Instead of a height: the terrain, of which the point nearest to the sensor is found.
+        extrapolate
+            Give also points that the model cannot know, beyond a pole or a fold or far outside its box; their state
+            says so all the same. For heights only.
 
         Returns
         -------
@@ -252,7 +261,7 @@ class Model:
             raise TypeError("locate needs either a height or a terrain")
         if terrain is not None:
             return Location(*terrain._locator_of(self._model).locate(line, sample))
-        lat, lon, state, residual = _core.locate(self._model, line, sample, height)
+        lat, lon, state, residual = _core.locate(self._model, line, sample, height, extrapolate)
         return Location(lat, lon, height, state, residual)
 
     def footprint(self, height: float | None = None, points: int = 16, *, terrain: Terrain | None = None) -> Footprint:

@@ -21,17 +21,21 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-nb::object LocateOne(const TModel& model, double line, double sample, double height) {
+bool IsWanted(const TGroundSolution& solution, bool extrapolate) {
+  return static_cast<bool>(solution) || (extrapolate && HasDoubtfulPoint(solution.status.state));
+}
+
+nb::object LocateOne(const TModel& model, double line, double sample, double height, bool extrapolate) {
   const TGroundSolution solution = SolveLatLon(model.rpc(), line, sample, height);
-  const bool good = static_cast<bool>(solution);
+  const bool good = IsWanted(solution, extrapolate);
   return nb::make_tuple(good ? solution.lat : kNaN, good ? solution.lon : kNaN, static_cast<int>(solution.status.state),
                         solution.residual);
 }
 
 // Latitude, longitude, state and residual; a point without a solution is NaN.
-nb::object Locate(const TModel& model, nb::handle line, nb::handle sample, nb::handle height) {
+nb::object Locate(const TModel& model, nb::handle line, nb::handle sample, nb::handle height, bool extrapolate) {
   if (IsNumber(line) && IsNumber(sample) && IsNumber(height)) {
-    return LocateOne(model, AsNumber(line), AsNumber(sample), AsNumber(height));
+    return LocateOne(model, AsNumber(line), AsNumber(sample), AsNumber(height), extrapolate);
   }
   const TBroadcast points({line, sample, height});
   const TNewArray lat = NewArray(points.shape());
@@ -49,7 +53,7 @@ nb::object Locate(const TModel& model, nb::handle line, nb::handle sample, nb::h
       SolveLatLonArray(model.rpc(), count, points[0] + first, points[1] + first, points[2] + first, solutions.data());
       for (std::size_t i = 0; i < count; ++i) {
         const TGroundSolution& solution = solutions[i];
-        const bool good = static_cast<bool>(solution);
+        const bool good = IsWanted(solution, extrapolate);
         lat.data[first + i] = good ? solution.lat : kNaN;
         lon.data[first + i] = good ? solution.lon : kNaN;
         residual.data[first + i] = solution.residual;
@@ -107,7 +111,8 @@ nb::object Intersect(const std::vector<const TModel*>& models, const TInput& lin
 
 void DefineSolving(nb::module_& module) {
   module.def("locate", &Locate, nb::arg("model"), nb::arg("line"), nb::arg("sample"), nb::arg("height"),
-             nb::sig("def locate(model: Model, line: object, sample: object, height: object)"
+             nb::arg("extrapolate"),
+             nb::sig("def locate(model: Model, line: object, sample: object, height: object, extrapolate: bool)"
                      " -> tuple[typing.Any, typing.Any, typing.Any, typing.Any]"));
   module.def(
       "intersect", &Intersect, nb::arg("models"), nb::arg("line"), nb::arg("sample"), nb::arg("height").none(),

@@ -32,7 +32,18 @@ def test_points_without_a_solution_are_nan_with_a_state(left):
     found = left.locate([8000.0, np.nan, 1e9], 7000.0, 400.0)
     assert np.isfinite(found.lat[0]) and np.isnan(found.lat[1:]).all() and np.isnan(found.lon[1:]).all()
     assert found.state[0] == State.CONVERGED and (found.state[1:] != State.CONVERGED).all()
-    assert all(State(int(s)).sentence for s in found.state)
+    assert len({state.sentence for state in State}) == len(State)
+
+
+def test_points_beyond_a_pole_are_given_on_request_only(left):
+    record = left.to_dict()
+    record["LINE_DEN_COEFF"][2] = 1.3  # zero at a normalised latitude of -0.77
+    model = Model.from_dict(record)
+    ground = (record["LAT_OFF"] - 0.95 * record["LAT_SCALE"], record["LONG_OFF"], 450.0)
+    line, sample = model.project(*ground)
+    refused, wanted = model.locate([line], sample, 450.0), model.locate(line, sample, 450.0, extrapolate=True)
+    assert refused.state[0] == wanted.state == State.OTHER_BRANCH and np.isnan(refused.lat[0])
+    assert model.project(wanted.lat, wanted.lon, 450.0) == pytest.approx((line, sample))
 
 
 def test_jacobian_is_that_of_central_differences(left):
