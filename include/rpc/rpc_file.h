@@ -40,8 +40,8 @@ enum class TRPCFileForm {
 /// The name of a form for people: "RPB", "text", "XML", "adjusted XML", "DIMAP" ...
 ORBMATH_API const char* RPCFileFormName(TRPCFileForm form) noexcept;
 /// The form that the name of a file asks for, in any case of the letters: RPB for ".rpb", text for ".txt" and ".rpc",
-/// XML for ".xml", JSON for ".json"; nothing for any other name. Only for files to be written: what a file holds says
-/// its content.
+/// GDAL's metadata for ".aux.xml", XML for any other ".xml", JSON for ".json"; nothing for any other name. Only for
+/// files to be written: what a file holds says its content.
 ORBMATH_API std::optional<TRPCFileForm> RPCFileFormOfName(const std::string& path);
 
 /// What there is to know of a form before any file is opened.
@@ -132,6 +132,7 @@ struct TRPCFileOrigin {
   /// The container's own image-to-ground model in the layout of an inverse model: line and sample (pixels) in the
   /// places of latitude and longitude, and these (degrees) in theirs.
   std::optional<TRPCData> directModel;
+  std::string fitError;  ///< the maker's own error of the fit to its camera, as it states it; no error on the ground
   std::vector<std::string> notes;  ///< sentences for people: conversions made, doubts, what is missing
 };
 

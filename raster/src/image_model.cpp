@@ -9,6 +9,7 @@
 #include "frame/zxstd/stream.h"
 #include "gdal_session.h"
 #include "rpc/rpc_fields.h"
+#include "tiff_model.h"
 
 namespace SatCommonUtils {
 
@@ -28,6 +29,13 @@ std::string Escaped(const std::string& text) {
   std::string result = escaped;
   CPLFree(escaped);
   return result;
+}
+
+// Why an image was not opened. GDAL's own words say little of a file that is no image at all.
+std::string CauseOf(const GdalSession& session) {
+  const std::string& said = session.LastError();
+  const bool unknown = said.empty() || said.find("not recognized as a supported file format") != std::string::npos;
+  return unknown ? "is neither a model file that is read here nor an image that GDAL opens" : said;
 }
 
 // The domains of the dataset that say something of its model, as GDAL itself stores them beside an image.
@@ -77,6 +85,31 @@ void Describe(GDALDataset* dataset, const std::string& path, TRPCFile* file) {
   DescribeNitf(dataset, &file->origin);
 }
 
+// Each number back within the last digits of a double: GDAL prints the tag's numbers with 15 digits.
+bool SameModel(const TRPCData& a, const TRPCData& b) {
+  constexpr double kDigits = 1e-14;
+  const double* const x = reinterpret_cast<const double*>(&a);
+  const double* const y = reinterpret_cast<const double*>(&b);
+  for (std::size_t i = 0; i < sizeof(TRPCData) / sizeof(double); ++i) {
+    if (!(std::fabs(x[i] - y[i]) <= kDigits * std::fabs(x[i]))) return false;
+  }
+  return true;
+}
+
+// GDAL prints a tag's numbers with 15 digits. Where it took them from the tag, the tag's own bits count; a file beside
+// the image may have another model, which goes before.
+void TakeDigitsOf(const double* tag, TRPCFile* file) {
+  TRPCData record;
+  const double* next = tag + 2;  // behind the errors
+  for (const std::size_t i : {0, 2, 4, 6, 8, 1, 3, 5, 7, 9}) record.*RPCScalarFields()[i].value = *next++;
+  for (const TRPCCoefficientField& field : RPCCoefficientFields()) {
+    for (double& coefficient : record.*field.values) coefficient = *next++;
+  }
+  if (!SameModel(record, file->record)) return;
+  file->record = record;
+  file->origin.source += " (tag 50844)";
+}
+
 bool ReadMetadata(GDALDataset* dataset, const std::string& path, const TRPCFileOptions& options, TRPCFile* file,
                   TRPCFileError* error) {
   if (dataset->GetMetadata("RPC") == nullptr) {
@@ -90,6 +123,8 @@ bool ReadMetadata(GDALDataset* dataset, const std::string& path, const TRPCFileO
     return false;
   }
   Describe(dataset, path, file);
+  double tag[kTiffModelNumbers];
+  if (file->origin.variant == "GTiff" && !options.firstPixel && ReadTiffModel(path, tag)) TakeDigitsOf(tag, file);
   return true;
 }
 
@@ -116,24 +151,13 @@ void SetMetadata(GDALDataset* dataset, const TRPCData& record, const TRPCFileExt
   dataset->SetMetadata(items->List(), "RPC");
 }
 
-// Each number back within the last digits of a double: GDAL prints the tag's numbers with 15 digits.
-bool SameModel(const TRPCData& a, const TRPCData& b) {
-  constexpr double kDigits = 1e-14;
-  const double* const x = reinterpret_cast<const double*>(&a);
-  const double* const y = reinterpret_cast<const double*>(&b);
-  for (std::size_t i = 0; i < sizeof(TRPCData) / sizeof(double); ++i) {
-    if (!(std::fabs(x[i] - y[i]) <= kDigits * std::fabs(x[i]))) return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 bool ReadImageModel(const std::string& path, const TRPCFileOptions& options, TRPCFile* out, TRPCFileError* error) {
   GdalSession session;
   const DatasetHandle dataset = OpenRaster(path, false);
   if (dataset == nullptr) {
-    return Fail(path, session.LastError().empty() ? "is no image that GDAL opens" : session.LastError(), error);
+    return Fail(path, CauseOf(session), error);
   }
   TRPCFile file;
   if (!ReadMetadata(dataset.get(), path, options, &file, error)) return false;
@@ -152,7 +176,7 @@ bool WriteImageModel(const std::string& path, const TRPCData& record, const TRPC
     dataset = OpenRaster(path, false);
   }
   if (dataset == nullptr) {
-    return Fail(path, session.LastError().empty() ? "is no image that GDAL opens" : session.LastError(), error);
+    return Fail(path, CauseOf(session), error);
   }
   session.Clear();
   CPLStringList items;

@@ -3,6 +3,7 @@
 #include "raster/tool_functions.h"
 
 #include "raster/image_model.h"
+#include "version.h"
 
 const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions() {
   static constexpr SatCommonUtils::RasterFunctions kFunctions = {

@@ -65,7 +65,7 @@ bool ReadSource(Source&& source, const std::string& name, const TRPCFileOptions&
   TRPCFileError found;
   std::string content;
   file.origin.source = name;
-  file.origin.firstPixelRule = "the rule of this form";
+  file.origin.firstPixelRule = "whole numbers are pixel centres, the first 0 (GDAL, rpcm)";
   const bool good = RPCForms::ReadContent(source, &content, &found) && ReadAnyForm(content, options, &file, &found);
   if (good) *out = std::move(file);
   return Finish(good, std::move(found), name, error);
@@ -85,6 +85,8 @@ bool WriteForm(TZxStream* dst, TRPCFileForm form, const TRPCData& record, const 
 }  // namespace
 
 std::optional<TRPCFileForm> RPCFileFormOfName(const std::string& path) {
+  const std::string aux = ".AUX.XML";
+  if (path.size() > aux.size() && toupper(path.substr(path.size() - aux.size())) == aux) return TRPCFileForm::GdalXml;
   const std::size_t dot = path.find_last_of("./\\");
   const std::string suffix = dot == std::string::npos ? "" : toupper(path.substr(dot));
   if (suffix == ".RPB") return TRPCFileForm::RPB;

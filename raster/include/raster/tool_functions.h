@@ -15,7 +15,7 @@ namespace SatCommonUtils {
 
 /// The functions of the library by pointer; each as in the header that declares it.
 struct RasterFunctions {
-  const char* version;  ///< version of Orbmath that the library was built with
+  int version;  ///< `ORBMATH_VERSION` of the headers that the library was built with
   bool (*readImageModel)(const std::string&, const TRPCFileOptions&, TRPCFile*, TRPCFileError*);
   bool (*writeImageModel)(const std::string&, const TRPCData&, const TRPCFileExtras&, TRPCFileError*);
   bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);

@@ -114,12 +114,12 @@ void ReadDomains(Node validity, int first_pixel, TRPCFileOrigin* origin) {
   if (ends[4] && ends[5] && ends[6] && ends[7]) origin->groundDomain = {*ends[4], *ends[5], *ends[6], *ends[7]};
 }
 
-void NoteDoubts(Node model, bool version3, TRPCFileOrigin* origin) {
+void ReadFitError(Node model, bool version3, TRPCFileOrigin* origin) {
   const std::optional<std::string> row = XmlElements::Text(model, "ERR_BIAS_ROW");
   const std::optional<std::string> col = XmlElements::Text(model, "ERR_BIAS_COL");
   if (row && col) {
-    origin->notes.push_back("the maker's fit error, not that of the ground: ERR_BIAS_ROW " + row->substr(0, 32) +
-                            ", ERR_BIAS_COL " + col->substr(0, 32));
+    origin->fitError =
+        "line " + row->substr(0, 32) + ", sample " + col->substr(0, 32) + " (ERR_BIAS_ROW, ERR_BIAS_COL)";
   }
   if (version3 && origin->imageDomain &&
       (origin->imageDomain->firstLine != 0.0 || origin->imageDomain->firstSample != 0.0)) {
@@ -156,7 +156,7 @@ bool ReadModel(const XmlElements& xml, Node rfm, TRPCFile* out, TRPCFileError* e
   out->record.lineOffset -= origin.firstPixel;
   out->record.sampOffset -= origin.firstPixel;
   ReadDomains(validity, origin.firstPixel, &origin);
-  NoteDoubts(inverse, version3, &origin);
+  ReadFitError(inverse, version3, &origin);
   TRPCData record;
   if (ReadDirectModel(xml, direct, version1, version3 ? "LAT" : "LINE", version3 ? "LON" : "SAMP", order, out->record,
                       &record)) {

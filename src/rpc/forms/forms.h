@@ -129,6 +129,8 @@ bool ReadRecord(const RecordKeys& keys, TRPCTermOrder order, const KeyLookup& fi
                 TRPCFileError* error);
 /// A record from ten offsets and scales in the order of the text form (`kFileOrder`) and four lists behind them.
 bool ReadRecord(const std::array<double, 90>& numbers, TRPCData* record, TRPCFileError* error);
+/// A number without the unit that may follow it ("3754.00 pixels"); any other text as it is.
+std::string_view WithoutUnit(std::string_view value);
 /// Splits at blanks and commas into exactly `count` numbers.
 bool ReadNumbers(const KeyedText& text, const std::string& key, std::size_t count, double* numbers,
                  TRPCFileError* error);

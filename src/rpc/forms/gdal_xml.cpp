@@ -84,7 +84,8 @@ bool ReadGdalXml(const std::string& content, TRPCFile* out, TRPCFileError* error
     const KeyLookup find = [&](const std::string& key) -> std::optional<KeyedText> {
       const Node item = Item(rpc, key);
       if (!item) return std::nullopt;
-      return KeyedText{item.text().get(), xml.Line(item)};
+      // GDAL takes over the units of a text file beside the image.
+      return KeyedText{WithoutUnit(item.text().get()), xml.Line(item)};
     };
     return ReadRecord(TextKeys(), TRPCTermOrder::RPC00B, find, &out->record, error);
   } catch (const TZxMessage& message) {

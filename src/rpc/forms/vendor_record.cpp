@@ -71,6 +71,14 @@ RecordKeys SmallTextKeys() {
   return keys;
 }
 
+std::string_view WithoutUnit(std::string_view value) {
+  double ignored = 0.0;
+  const std::size_t size = ParseDoublePrefix(value, &ignored);
+  const std::string_view unit = Trimmed(value.substr(size));
+  if (size == 0 || unit.find_first_of("0123456789,.+-") != std::string_view::npos) return value;
+  return value.substr(0, size);
+}
+
 bool ReadNumbers(const KeyedText& text, const std::string& key, std::size_t count, double* numbers,
                  TRPCFileError* error) {
   std::string_view rest = text.text;

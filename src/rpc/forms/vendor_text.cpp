@@ -46,15 +46,6 @@ bool Split(std::string_view line, std::string* key, std::string_view* value) {
   return true;
 }
 
-// A value without the unit that may follow its number.
-std::string_view WithoutUnit(std::string_view value) {
-  double ignored = 0.0;
-  const std::size_t size = ParseDoublePrefix(value, &ignored);
-  const std::string_view unit = Trimmed(value.substr(size));
-  if (size == 0 || unit.find_first_of("0123456789,.+-") != std::string_view::npos) return value;
-  return value.substr(0, size);
-}
-
 bool LooksLikeVendorText(std::string_view content) {
   bool offset = false;
   bool list = false;

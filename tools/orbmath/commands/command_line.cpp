@@ -147,16 +147,33 @@ void CommandLine::Texts(const std::string& name, const std::string& value_name, 
   parser_->app.add_option(name, *target, help)->type_name(value_name)->expected(1)->take_all();
 }
 
+namespace {
+
+double FiniteNumber(const std::string& name, const std::string& text) {
+  double value = 0.0;
+  if (!SatCommonUtils::ParseDouble(text, &value) || !std::isfinite(value)) {
+    throw CLI::ValidationError(name, "'" + text + "' is not a number (digits with a decimal point)");
+  }
+  return value;
+}
+
+}  // namespace
+
 void CommandLine::Number(const std::string& name, const std::string& value_name, std::optional<double>* target,
                          const std::string& help) {
-  const auto take = [name, target](const std::string& text) {
-    double value = 0.0;
-    if (!SatCommonUtils::ParseDouble(text, &value) || !std::isfinite(value)) {
-      throw CLI::ValidationError(name, "'" + text + "' is not a number (digits with a decimal point)");
-    }
-    *target = value;
-  };
+  const auto take = [name, target](const std::string& text) { *target = FiniteNumber(name, text); };
   parser_->Add(name, value_name, take, help);
+}
+
+void CommandLine::Numbers(const std::string& name, const std::string& value_names, std::size_t count,
+                          std::vector<double>* target, const std::string& help) {
+  const auto take = [name, target](const std::vector<std::string>& texts) {
+    target->clear();
+    for (const std::string& text : texts) target->push_back(FiniteNumber(name, text));
+  };
+  parser_->app.add_option_function<std::vector<std::string>>(name, take, help)
+      ->type_name(value_names)
+      ->expected(static_cast<int>(count));
 }
 
 void CommandLine::Count(const std::string& name, const std::string& value_name, int least, int most,

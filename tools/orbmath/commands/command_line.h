@@ -34,6 +34,9 @@ class CommandLine {
   /// A finite number.
   void Number(const std::string& name, const std::string& value_name, std::optional<double>* target,
               const std::string& help);
+  /// Exactly `count` finite numbers behind one name; the target stays empty without it.
+  void Numbers(const std::string& name, const std::string& value_names, std::size_t count, std::vector<double>* target,
+               const std::string& help);
   /// A whole number from `least` to `most`.
   void Count(const std::string& name, const std::string& value_name, int least, int most, std::optional<int>* target,
              const std::string& help);

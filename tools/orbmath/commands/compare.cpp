@@ -90,11 +90,12 @@ class Compare : public Command {
     line.Argument("A", &a_, "model file of any form");
     line.Argument("B", &b_, "model file of any form");
     line.Flag("--json", &json_, "one JSON object");
+    reading_.Declare(line);
   }
 
   int Run() override {
-    const Model a = ReadModel(a_);
-    const Model b = ReadModel(b_);
+    const Model a = ReadModel(a_, reading_);
+    const Model b = ReadModel(b_, reading_);
     Report report;
     AddFields(CompareFields(a.file.record, b.file.record), &report);
     const bool inverse = IsInverse(a.file.record) || IsInverse(b.file.record);
@@ -111,6 +112,7 @@ class Compare : public Command {
   }
 
  private:
+  ModelReading reading_;
   std::string a_;
   std::string b_;
   bool json_ = false;

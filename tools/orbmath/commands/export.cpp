@@ -25,13 +25,14 @@ class Export : public Command {
   void Declare(CommandLine& line) override {
     line.Argument("ADJUSTED", &model_, "adjusted model file");
     line.Argument("OUT", &out_, "file to be written, '-' for standard output");
-    form_.Declare(line);
+    form_.Declare(line, true);
     line.Flag("--json", &json_, "report as one JSON object");
+    reading_.Declare(line);
   }
 
   int Run() override {
     const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
-    const Model model = ReadGroundModel(model_);
+    const Model model = ReadGroundModel(model_, reading_);
     if (AsRefined(model) == nullptr) Note(model_ + ": holds no refinement, its record is written as it is");
     TRPC plain(OntoDigitsOf(form, PlainRecord(model), out_), nullptr);
     CopyImage(*model.rpc, &plain);
@@ -50,6 +51,7 @@ class Export : public Command {
   }
 
  private:
+  ModelReading reading_;
   std::string model_;
   std::string out_;
   OutputForm form_;

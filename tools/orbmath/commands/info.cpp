@@ -37,23 +37,113 @@ const char* UnitName(SatCommonUtils::TRPCFieldUnit unit) {
   }
 }
 
+std::string JsonNumbers(const double* numbers, int count) {
+  std::string json;
+  for (int i = 0; i < count; ++i) json += (i == 0 ? "[" : ",") + JsonNumber(numbers[i]);
+  return json + "]";
+}
+
+/// A row for people only when something is known, for programs null otherwise.
+void AddKnownText(const std::string& key, const std::string& label, const std::string& text, Report* report) {
+  if (text.empty()) {
+    report->Json(key, "null");
+  } else {
+    report->Text(key, label, text);
+  }
+}
+
+void AddKnownMetres(const std::string& key, const std::string& label, const std::optional<double>& number,
+                    Report* report) {
+  if (number) {
+    report->Number(key, label, *number, Report::kExact, "m");
+  } else {
+    report->Json(key, "null");
+  }
+}
+
 void AddFile(const Model& model, Report* report) {
   const SatCommonUtils::TRPCFileExtras& extras = model.file.extras;
+  const SatCommonUtils::TRPCFileOrigin& origin = model.file.origin;
   report->Text("file", "file", model.name);
   report->Text("form", "form", SatCommonUtils::RPCFileFormName(model.file.form));
-  if (extras.satelliteId) report->Text("satellite", "satellite", *extras.satelliteId);
-  if (extras.bandId) report->Text("band", "band", *extras.bandId);
-  if (extras.biasError) report->Number("bias_error", "bias error", *extras.biasError, Report::kExact, "m");
-  if (extras.randomError) report->Number("random_error", "random error", *extras.randomError, Report::kExact, "m");
+  AddKnownText("variant", "variant", origin.variant, report);
+  if (origin.source == model.name) {
+    report->Json("source", JsonString(origin.source));
+  } else {
+    AddKnownText("source", "read from", origin.source, report);
+  }
+  AddKnownText("satellite", "satellite", extras.satelliteId.value_or(""), report);
+  AddKnownText("band", "band", extras.bandId.value_or(""), report);
+  AddKnownText("acquired", "acquired", origin.acquisitionTime, report);
+  AddKnownMetres("bias_error", "bias error", extras.biasError, report);
+  AddKnownMetres("random_error", "random error", extras.randomError, report);
+  AddKnownText("fit_error", "maker's fit error", origin.fitError, report);
+}
+
+/// What the file counts from, in which order its terms stand, where it says that its model holds.
+void AddConventions(const Model& model, Report* report) {
+  const SatCommonUtils::TRPCFileOrigin& origin = model.file.origin;
+  report->Heading("Conventions of the file; the numbers below have the first pixel at 0 and RPC00B");
+  report->Count("first_pixel", "first pixel", static_cast<std::size_t>(origin.firstPixel));
+  report->Text("first_pixel_rule", "  by", origin.firstPixelRule);
+  report->Text("term_order", "order of terms", SatCommonUtils::RPCTermOrderName(origin.termOrder));
+  report->Text("direct_model", "image-to-ground model", origin.directModel ? "in the file, not used" : "none");
+  if (const auto& image = origin.imageDomain) {
+    const double ends[] = {image->firstLine, image->firstSample, image->lastLine, image->lastSample};
+    report->Json("image_domain", JsonNumbers(ends, 4));
+    report->Lines("holds for lines " + SatCommonUtils::FormatDouble(ends[0]) + " to " +
+                  SatCommonUtils::FormatDouble(ends[2]) + ", samples " + SatCommonUtils::FormatDouble(ends[1]) +
+                  " to " + SatCommonUtils::FormatDouble(ends[3]) + "\n");
+  }
+  if (const auto& ground = origin.groundDomain) {
+    const double ends[] = {ground->firstLat, ground->firstLon, ground->lastLat, ground->lastLon};
+    report->Json("ground_domain", JsonNumbers(ends, 4));
+    report->Lines("holds for latitudes " + SatCommonUtils::FormatDouble(ends[0]) + " to " +
+                  SatCommonUtils::FormatDouble(ends[2]) + ", longitudes " + SatCommonUtils::FormatDouble(ends[1]) +
+                  " to " + SatCommonUtils::FormatDouble(ends[3]) + "\n");
+  }
+  std::string notes;
+  for (const std::string& note : origin.notes) {
+    notes += (notes.empty() ? "" : ",") + JsonString(note);
+    report->Lines("note: " + note + "\n");
+  }
+  report->Json("notes", "[" + notes + "]");
+}
+
+/// Whether the model counts in this image, or in a scene of which it is a tile: seen from where the two lie.
+void AddFrame(const TRPC& model, Report* report) {
+  int width = 0;
+  int height = 0;
+  if (!model.GetRasterDims(&width, &height)) return;
+  const auto within = [](double a, double b, double size) {
+    // A model's box is at most a little larger than the image that it was fitted to.
+    constexpr double kSlack = 0.5;
+    return std::min(a, b) > -kSlack * size && std::max(a, b) < (1.0 + kSlack) * size;
+  };
+  const bool image = within(model.GetMinLine(), model.GetMaxLine(), height) &&
+                     within(model.GetMinSample(), model.GetMaxSample(), width);
+  report->Text("counts_in", "counts in",
+               image ? "this image" : "a larger scene or another image: its box is not that of this raster");
+}
+
+/// In an inverse model pixels and degrees stand in each other's places.
+SatCommonUtils::TRPCFieldUnit UnitIn(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFieldUnit unit) {
+  using Unit = SatCommonUtils::TRPCFieldUnit;
+  if (!IsInverse(record) || unit == Unit::Metres) return unit;
+  return unit == Unit::Pixels ? Unit::Degrees : Unit::Pixels;
 }
 
 void AddOffsetsAndScales(const SatCommonUtils::TRPCData& record, double shift, Report* report) {
   report->Heading("Offsets and scales");
-  for (const SatCommonUtils::TRPCScalarField& field : SatCommonUtils::RPCScalarFields()) {
-    const bool pixel_offset =
-        field.value == &SatCommonUtils::TRPCData::lineOffset || field.value == &SatCommonUtils::TRPCData::sampOffset;
-    report->Number(field.rpbKey, field.rpbKey, record.*field.value + (pixel_offset ? shift : 0.0), Report::kExact,
-                   UnitName(field.unit));
+  const auto& fields = SatCommonUtils::RPCScalarFields();
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const SatCommonUtils::TRPCFieldUnit unit = UnitIn(record, fields[i].unit);
+    const bool pixel_offset = i % 2 == 0 && unit == SatCommonUtils::TRPCFieldUnit::Pixels;
+    report->Number(fields[i].rpbKey, fields[i].rpbKey, record.*fields[i].value + (pixel_offset ? shift : 0.0),
+                   Report::kExact, UnitName(unit));
+  }
+  for (const SatCommonUtils::TRPCCoefficientField& field : SatCommonUtils::RPCCoefficientFields()) {
+    report->Json(field.rpbKey, JsonNumbers(record.*field.values, 20));
   }
 }
 
@@ -169,15 +259,20 @@ class Info : public Command {
     line.Argument("MODEL", &model_, "model file of any form");
     line.Flag("--json", &json_, "one JSON object");
     origin_.Declare(line);
+    reading_.Declare(line);
   }
 
   int Run() override {
-    const Model model = ReadModel(model_);
+    const Model model = ReadModel(model_, reading_);
     const double shift = origin_.Shift();
     Report report;
     AddFile(model, &report);
+    AddConventions(model, &report);
     AddOffsetsAndScales(model.file.record, shift, &report);
-    AddExtents(*model.rpc, shift, &report);
+    if (!IsInverse(model.file.record)) {
+      AddExtents(*model.rpc, shift, &report);
+      AddFrame(*model.rpc, &report);
+    }
     AddRefinement(model, &report);
     if (IsInverse(model.file.record)) {
       report.Text("inverse", "inverse", "line and sample stand in the places of latitude and longitude");
@@ -190,6 +285,7 @@ class Info : public Command {
   }
 
  private:
+  ModelReading reading_;
   std::string model_;
   bool json_ = false;
   PixelOrigin origin_;

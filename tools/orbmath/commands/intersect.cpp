@@ -130,6 +130,7 @@ class Intersect : public Command {
     line.Flag("--extrapolate", &intersection_.extrapolate, "give points that no image can mean instead of error lines");
     origin_.Declare(line);
     options_.DeclareOutput(line);
+    reading_.Declare(line);
   }
 
   int Run() override {
@@ -138,7 +139,7 @@ class Intersect : public Command {
     if (intersection_.sigma.value_or(1.0) <= 0.0) throw UsageError("--sigma must be above 0");
     if (intersection_.largest_rms.value_or(1.0) <= 0.0) throw UsageError("--max-rms must be above 0");
     std::vector<Model> models;
-    for (const std::string& name : names_) models.push_back(ReadGroundModel(name));
+    for (const std::string& name : names_) models.push_back(ReadGroundModel(name, reading_));
     IntersectTask task(models, intersection_, origin_.Shift(), options_);
     const int status = options_.Run(&task);
     task.Marks().Report();
@@ -146,6 +147,7 @@ class Intersect : public Command {
   }
 
  private:
+  ModelReading reading_;
   std::vector<std::string> names_;
   IntersectionOptions intersection_;
   PixelOrigin origin_;

@@ -80,11 +80,12 @@ class Invert : public Command {
     form_.Declare(line);
     line.Count("--grid", "N", 3, 200, &grid_, "cells of the grid along each of line, sample and height (default 20)");
     line.Flag("--json", &json_, "report as one JSON object");
+    reading_.Declare(line);
   }
 
   int Run() override {
     const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
-    const Model model = ReadGroundModel(model_);
+    const Model model = ReadGroundModel(model_, reading_);
     const int grid = grid_.value_or(kDefaultGrid);
     WorkProgress progress("fitting");
     TRPCData record;
@@ -106,6 +107,7 @@ class Invert : public Command {
   }
 
  private:
+  ModelReading reading_;
   std::string model_;
   std::string out_;
   OutputForm form_;

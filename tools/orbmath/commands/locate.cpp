@@ -98,10 +98,11 @@ class Locate : public Command {
     line.Flag("--extrapolate", &extrapolate_, "give points that the model cannot know instead of error lines");
     origin_.Declare(line);
     options_.DeclareOutput(line);
+    reading_.Declare(line);
   }
 
   int Run() override {
-    const Model model = ReadGroundModel(model_);
+    const Model model = ReadGroundModel(model_, reading_);
     LocateTask task(model, height_, status_, extrapolate_, origin_.Shift(), options_);
     const int status = options_.Run(&task);
     task.Marks().Report();
@@ -109,6 +110,7 @@ class Locate : public Command {
   }
 
  private:
+  ModelReading reading_;
   std::string model_;
   std::optional<double> height_;
   bool status_ = false;

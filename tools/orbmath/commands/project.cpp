@@ -104,10 +104,11 @@ class Project : public Command {
     line.Flag("--derivatives", &derivatives_, "add the six derivatives");
     origin_.Declare(line);
     options_.DeclareOutput(line);
+    reading_.Declare(line);
   }
 
   int Run() override {
-    const Model model = ReadModel(model_);
+    const Model model = ReadModel(model_, reading_);
     if (IsInverse(model.file.record)) {
       if (derivatives_) throw UsageError("--derivatives does not go with an inverse model");
       InverseTask task(model, origin_.Shift(), options_);
@@ -120,6 +121,7 @@ class Project : public Command {
   }
 
  private:
+  ModelReading reading_;
   std::string model_;
   bool derivatives_ = false;
   PixelOrigin origin_;

@@ -119,6 +119,7 @@ class Refine : public Command {
     PointTable::DeclareColumns(line, &columns_);
     origin_.Declare(line);
     line.Flag("--json", &json_, "report as one JSON object");
+    reading_.Declare(line);
   }
 
   int Run() override {
@@ -127,7 +128,7 @@ class Refine : public Command {
     if (suffix && *suffix != SatCommonUtils::TRPCFileForm::XML) {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
     }
-    const Model model = ReadGroundModel(model_);
+    const Model model = ReadGroundModel(model_, reading_);
     const PointTable table(points_, ColumnsOf(ties_), columns_);
     RefuseBadSigma(table, ties_ ? 4 : 5);
     const double shift = origin_.Shift();
@@ -180,6 +181,7 @@ class Refine : public Command {
     report.Print(json_, out_ == "-");
   }
 
+  ModelReading reading_;
   std::string model_;
   std::string points_;
   std::string out_;

@@ -1,11 +1,14 @@
 #include "models/model.h"
 
+#include <fstream>
+
 #include "errors.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/stream.h"
 #include "frame/zxstd/xini_reader.h"
 #include "frame/zxstd/xini_writer.h"
 #include "models/inverse_model.h"
+#include "models/raster_library.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/robust_fit.h"
 #include "rpc/rpc_fields.h"
@@ -20,12 +23,25 @@ namespace {
 
 SatCommonUtils::var_a<TRPC*> BuildModel(const SatCommonUtils::TRPCFile& file) {
   if (file.form != TRPCFileForm::XML && file.form != TRPCFileForm::AdjustedXML) {
-    return SatCommonUtils::make_var_a<TRPC>(file.record, nullptr);
+    auto model = SatCommonUtils::make_var_a<TRPC>(file.record, nullptr);
+    const SatCommonUtils::TRPCFileOrigin& origin = file.origin;
+    if (origin.rasterWidth && origin.rasterHeight) model->SetRasterDims(*origin.rasterWidth, *origin.rasterHeight);
+    return model;
   }
   SatCommonUtils::TZxStringStream stream(file.xml);
   SatCommonUtils::TZxXIniStreamReader reader(&stream);
   if (file.form == TRPCFileForm::XML) return SatCommonUtils::make_var_a<TRPC>(&reader);
   return SatCommonUtils::make_var_a<SatCommonUtils::TAdjustedRPC>(&reader);
+}
+
+/// A model file by itself, or else the model of an image.
+SatCommonUtils::TRPCFile ReadAnyFile(const std::string& name, const SatCommonUtils::TRPCFileOptions& options) {
+  if (name.compare(0, 4, "/vsi") == 0) return ReadImage(name, options);
+  SatCommonUtils::TRPCFile file;
+  SatCommonUtils::TRPCFileError error;
+  if (SatCommonUtils::ReadRPCFile(name, options, &file, &error)) return file;
+  if (!error.unknownForm) throw Failure(error.GetText());
+  return ReadImage(name, options);
 }
 
 /// The model and what stands beside it as one XML document.
@@ -54,11 +70,21 @@ bool SameScalars(const TRPCData& a, const TRPCData& b) {
 
 }  // namespace
 
-Model ReadModel(const std::string& name) {
+void ModelReading::Declare(CommandLine& line) {
+  line.Count("--first-pixel", "0|1", 0, 1, &first_pixel_,
+             "what model files count the centre of their first pixel as (default: by the rule of each form)");
+}
+
+SatCommonUtils::TRPCFileOptions ModelReading::Options() const {
+  SatCommonUtils::TRPCFileOptions options;
+  options.firstPixel = first_pixel_;
+  return options;
+}
+
+Model ReadModel(const std::string& name, const ModelReading& reading) {
   Model model;
   model.name = name;
-  SatCommonUtils::TRPCFileError error;
-  if (!SatCommonUtils::ReadRPCFile(name, &model.file, &error)) throw Failure(error.GetText());
+  model.file = ReadAnyFile(name, reading.Options());
   try {
     model.rpc = BuildModel(model.file);
   } catch (const SatCommonUtils::TZxMessage&) {
@@ -67,8 +93,8 @@ Model ReadModel(const std::string& name) {
   return model;
 }
 
-Model ReadGroundModel(const std::string& name) {
-  Model model = ReadModel(name);
+Model ReadGroundModel(const std::string& name, const ModelReading& reading) {
+  Model model = ReadModel(name, reading);
   if (IsInverse(model.file.record)) throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
   return model;
 }
@@ -86,15 +112,19 @@ TRPCData PlainRecord(const Model& model) {
   return exported.record;
 }
 
-void OutputForm::Declare(CommandLine& line) {
-  line.Choice("--to", {"rpb", "text", "xml"}, &choice_, "form of the written file (default: by the suffix of OUT)");
+void OutputForm::Declare(CommandLine& line, bool images) {
+  images_ = images;
+  line.Choice("--to", {"rpb", "text", "xml", "json", "aux"}, &choice_,
+              "form of the written file (default: by the suffix of OUT)");
 }
 
 TRPCFileForm OutputForm::Of(const std::string& name) const {
-  constexpr TRPCFileForm kForms[] = {TRPCFileForm::RPB, TRPCFileForm::Text, TRPCFileForm::XML};
+  constexpr TRPCFileForm kForms[] = {TRPCFileForm::RPB, TRPCFileForm::Text, TRPCFileForm::XML, TRPCFileForm::Json,
+                                     TRPCFileForm::GdalXml};
   if (choice_ >= 0) return kForms[choice_];
   const std::optional<TRPCFileForm> form = SatCommonUtils::RPCFileFormOfName(name);
-  if (!form) throw UsageError("the name '" + name + "' does not tell the form, add --to rpb|text|xml");
+  if (!form && images_ && std::ifstream(name).good()) return TRPCFileForm::Image;
+  if (!form) throw UsageError("the name '" + name + "' does not tell the form, add --to rpb|text|xml|json|aux");
   return *form;
 }
 
@@ -117,6 +147,7 @@ TRPCData AsWritten(const TRPCData& record, TRPCFileForm form, const std::string&
 }
 
 TRPCData OntoDigitsOf(TRPCFileForm form, const TRPCData& record, const std::string& name) {
+  if (form == TRPCFileForm::Image) return record;
   TRPCData moved = AsWritten(record, form, name);
   if (SameScalars(moved, record)) return record;
   if (!SatCommonUtils::RenormalizeRPC(record, &moved)) {
@@ -128,6 +159,12 @@ TRPCData OntoDigitsOf(TRPCFileForm form, const TRPCData& record, const std::stri
 
 TRPCData WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
                     const std::string& name) {
+  if (form == TRPCFileForm::Image) {
+    TRPCData record;
+    model.GetRPCData(&record);
+    WriteImage(name, record, extras);
+    return record;
+  }
   OutputFile file(name);
   const TRPCData written = WriteModel(model, extras, form, &file);
   OutputFile::Commit({&file});

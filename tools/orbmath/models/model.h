@@ -2,6 +2,7 @@
 /// \file
 /// The model files that the commands take.
 
+#include <optional>
 #include <string>
 
 #include "commands/command_line.h"
@@ -24,10 +25,22 @@ struct Model {
       rpc;  ///< Never empty; a `TAdjustedRPC` when the file is an adjusted one.
 };
 
-/// Reads a model file of any form. \throws Failure naming file, line and key of what is wrong.
-Model ReadModel(const std::string& name);
+/// How the model files of a command are read.
+class ModelReading {
+ public:
+  /// Declares `--first-pixel`.
+  void Declare(CommandLine& line);
+  SatCommonUtils::TRPCFileOptions Options() const;
+
+ private:
+  std::optional<int> first_pixel_;
+};
+
+/// Reads a model file of any form, or the model of an image. \throws Failure naming file, line and key of what is
+/// wrong.
+Model ReadModel(const std::string& name, const ModelReading& reading = {});
 /// The same. \throws Failure for an inverse model too, which does not map the ground into an image.
-Model ReadGroundModel(const std::string& name);
+Model ReadGroundModel(const std::string& name, const ModelReading& reading = {});
 
 /// The model when it carries a refinement, or null.
 const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model);
@@ -38,12 +51,15 @@ SatCommonUtils::TRPCData PlainRecord(const Model& model);
 /// The form of a file to be written: what `--to` says, or else the suffix of its name.
 class OutputForm {
  public:
-  void Declare(CommandLine& line);
-  /// \throws UsageError when neither tells.
+  /// \param images whether the command sets the model of an image too: `Of` then gives `TRPCFileForm::Image` for a file
+  /// that is there and whose name tells no other form.
+  void Declare(CommandLine& line, bool images = false);
+  /// \throws UsageError when nothing tells.
   SatCommonUtils::TRPCFileForm Of(const std::string& name) const;
 
  private:
   int choice_ = -1;
+  bool images_ = false;
 };
 
 /// The text of a model file. XML holds the whole model, the other forms its record alone.
