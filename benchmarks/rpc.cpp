@@ -166,7 +166,7 @@ struct Intersections {
     }
   }
 
-  static constexpr std::size_t kCount = 2000;
+  static constexpr std::size_t kCount = 20480;  // ten blocks of points, for the threads
   std::vector<std::unique_ptr<TRPC>> models;
   std::vector<std::vector<double>> line, sample;
 };
