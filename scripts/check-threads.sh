@@ -17,7 +17,7 @@ declare -A filters=(
   [terrain]='*Thread*'
   [accuracy]='*Thread*'
   [block]='*Thread*'
-  [tool]='StreamsTest.*:*Thread*'
+  [tool]='StreamsTest.*'
 )
 cmake --preset tsan -DORBMATH_BUILD_RASTER=OFF >/dev/null
 targets=$(ninja -C build/tsan -t targets all)
