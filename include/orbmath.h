@@ -66,6 +66,7 @@
 #include "rpc/rpc_file.h"
 #include "rpc/rpc_model.h"
 #include "rpc/rpc_prepared.h"
+#include "rpc/rpc_renormalize.h"
 #include "rpc/rpc_terms.h"
 #include "stereo/stereopairs_by_overlap.h"
 #include "terrain/height_grid.h"

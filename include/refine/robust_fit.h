@@ -9,6 +9,7 @@
 #include "../frame/api.h"
 #include "../frame/zxstd/progress.h"
 #include "../rpc/rpc_data.h"
+#include "../rpc/rpc_renormalize.h"
 #include "rpc_estimation.h"
 
 namespace SatCommonUtils {
@@ -141,13 +142,6 @@ ORBMATH_API bool FitRPC(const TRPCEstimationDataSet& data, const TRPCFitOptions&
 /// \return false for a grid size out of range, fewer than 40 located nodes, or a failed fit.
 ORBMATH_API bool FitInvertedRPC(const TRPC& rpc, TRPCData* inverted, int gridSize,
                                 TZxProgressHandler* progress = nullptr, TRPCFitReport* report = nullptr);
-
-/// Expresses a record with other offsets and scales: the same model, up to rounding, with changed coefficients.
-/// \param from a complete record. \param to holds the five pairs to use (scales finite and not 0) and receives the
-///   coefficients.
-/// \return false, `*to` untouched, when a number involved is not usable, or when a denominator vanishes at the new
-///   origin.
-ORBMATH_API bool RenormalizeRPC(const TRPCData& from, TRPCData* to);
 
 /// The residuals of a record over points, in the units of the record. Longitudes in any turn.
 /// \param normalized the points are normalised with the record's offsets and scales.

@@ -18,6 +18,15 @@
 
 namespace SatCommonUtils {
 
+/// Gauss-Newton steps of an inversion at a known height, at most.
+constexpr int kRPCLargestSteps = 10;
+/// A step of that inversion whose length is at most this, in normalised coordinates, ends it.
+constexpr double kRPCSmallestStep = 1e-10;
+/// Nodes along each axis of the grid from which an approximation is built when it is needed.
+constexpr int kRPCApproximationGrid = 5;
+/// An approximation that misses a node by this many pixels or more gives way to an affine one.
+constexpr double kRPCLargestApproximationMiss = 1000.0;
+
 /// A rational polynomial camera model (RPC00B): ground (latitude, longitude in degrees, height in metres above the
 /// ellipsoid) to image (line, sample in pixels) as ratios of cubic polynomials in normalised coordinates.
 ///
@@ -29,6 +38,15 @@ namespace SatCommonUtils {
 ///
 /// Thread safety: const operations may run on one model from several threads. The first-order approximation is built by
 /// the first call that needs it, once, under a lock that later calls do not take.
+///
+/// Laws, which the tests quote by their numbers:
+///  1. Whole turns of longitude change a projection by no more than the rounding of the longitude.
+///  2. Ground to image and back is the identity to within `kRPCSmallestStep` in normalised coordinates, wherever the
+///     iteration converges.
+///  3. Derivatives are those of the projection, in its units.
+///  4. Many points at once are single points, bit for bit, whatever the threads, the instruction set and the addresses.
+///  5. The record comes back bit for bit: from the model, from its copies, and from what was saved and loaded.
+///  6. An approximation is built once, and from then on stays what it is until the record changes.
 ///
 /// What a derived class overrides it overrides in both forms, single point and arrays: the array forms of this class
 /// know nothing of an overridden single-point form.
@@ -87,7 +105,7 @@ class ORBMATH_API TRPC {
   virtual bool SaveToXML(TZxXIniWriter* dst) const;
 
   /// `CalculateLineSample` of `count` points, bit for bit, on up to `ZxGetThreadsCount()` threads. Allocates nothing.
-  /// \param lat, lon, h `count` values each, units as above. \param line, sample room for `count` values each; an
+  /// \param lat, lon, h `count` values each, degrees and metres. \param line, sample room for `count` values each; an
   ///   output may be the same buffer as an input, but must not overlap one in part.
   /// \param dLine null, or three arrays of `count`: derivatives by latitude, longitude, height.
   /// \param dSample null, or the same three of the sample.
@@ -97,7 +115,8 @@ class ORBMATH_API TRPC {
 
   /// `CalculateLatLon` of `count` points, bit for bit, on up to `ZxGetThreadsCount()` threads. Allocates nothing once
   /// the approximation is built.
-  /// \param line, sample, h `count` values each. \param lat, lon room for `count` values each; buffers as above.
+  /// \param line, sample, h `count` values each. \param lat, lon room for `count` values each; an output may be
+  /// the same buffer as an input, but must not overlap one in part.
   /// \param status null, or room for `count`: how each point ended.
   /// \return the number of points that converged.
   virtual std::size_t CalculateLatLonArray(std::size_t count, const double* line, const double* sample, const double* h,
@@ -113,8 +132,8 @@ class ORBMATH_API TRPC {
   void CalculateLineSampleApproximately(const double& lat, const double& lon, const double& h, double* line,
                                         double* sample) const;
 
-  /// Image to ground at a known normalised height: from `CalculateLatLonApproximately`, at most 10 Gauss-Newton steps;
-  /// stops without applying a step whose norm is at most 1e-10.
+  /// Image to ground at a known normalised height: from `CalculateLatLonApproximately`, at most `kRPCLargestSteps`
+  /// Gauss-Newton steps; stops without applying a step whose norm is at most `kRPCSmallestStep`.
   /// \return false without an approximation (outputs untouched) or when a normal matrix was singular (outputs hold the
   ///   last estimate); true also after 10 steps that did not converge.
   bool CalculateLatLonNormalized(const double& lineN, const double& sampleN, const double& hN, double* latN,
@@ -213,7 +232,7 @@ class ORBMATH_API TRPC {
   /// point that reprojects within 1e-5 pixels. \return false after 20 steps, or when a fit fails; outputs then
   /// untouched.
   bool CalculateLatLonAlt(const double& line, const double& sample, const double& h, double* lat, double* lon) const;
-  /// As above in normalised coordinates, with a check of the result.
+  /// The same search in normalised coordinates, arguments as `CalculateLatLonNormalized`, with a check of the result.
   /// \throws TZxMessage "TRPC::CalculateLatLonNormalizedAlt debug check failure" when that fails.
   bool CalculateLatLonNormalizedAlt(const double& lineN, const double& sampleN, const double& hN, double* latN,
                                     double* lonN) const;

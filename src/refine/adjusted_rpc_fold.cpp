@@ -30,6 +30,7 @@
 #include "refine/rpc_estimation.h"
 #include "rpc/polynomial_kernel.h"
 #include "rpc/rpc_fields.h"
+#include "rpc/rpc_terms.h"
 
 namespace SatCommonUtils {
 namespace {
@@ -37,7 +38,7 @@ namespace {
 using refine::TImageNode;
 using refine::TImageSampler;
 
-constexpr std::size_t kTermCount = 20;
+constexpr std::size_t kTermCount = kRPCTermCount;
 using TCubic = std::array<double, kTermCount>;
 
 TCubic CubicOf(const double (&coefficients)[kTermCount]) {

@@ -27,7 +27,6 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/refinement_of_control.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_projective.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_records.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/renormalize_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/robust_plane_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_exchange.cpp
 )

@@ -3,6 +3,7 @@
 // iteration in normalised coordinates.
 
 #include "rpc/projection_kernel.h"
+#include "rpc/rpc_model.h"
 #include "rpc/small_systems.h"
 
 namespace SatCommonUtils::rpc {
@@ -15,9 +16,9 @@ struct TApproximationView {
   const double* D;
 };
 
-constexpr int kLargestSteps = 10;
+constexpr int kLargestSteps = kRPCLargestSteps;
 
-/// The largest square whose root is at most 1e-10, the length of a step that counts as none.
+/// The largest square whose root is at most `kRPCSmallestStep`: comparing squares needs no root.
 constexpr double kSmallestStepSquared = 0x1.79ca10c924224p-67;
 
 /// Inverse of the approximation at height `h`: degrees.

@@ -1,4 +1,10 @@
 // The first-order rational approximation of a model, from which its inversions start.
+//
+// num.g / den.g = value becomes num.g - value · den.g = 0, linear in the coefficients once the denominator's constant
+// is 1: the equations of the direct linear transformation (Y. I. Abdel-Aziz and H. M. Karara, 1971, reprinted 2015,
+// doi:10.14358/PERS.81.2.103), by least squares over a grid. They count a node the more the larger its denominator is,
+// which does not matter where denominators are nearly constant. Degrees, metres and pixels stay as they are: the normal
+// equations are then badly scaled, and a fit that fell victim to that shows in the miss at the nodes.
 
 #include <cmath>
 #include <cstddef>
@@ -13,10 +19,6 @@
 namespace SatCommonUtils {
 
 namespace {
-
-constexpr int kDefaultGrid = 5;
-// A rational fit that misses a node by this many pixels or more is given up for an affine one.
-constexpr double kLargestMiss = 1000.0;
 
 /// A ground point (latitude, longitude, height) and the image coordinate being fitted.
 struct TNode {
@@ -56,7 +58,7 @@ void Fit(const std::vector<TNode>& nodes, double TNode::*coordinate, bool ration
 bool FitsNodes(const std::vector<TNode>& nodes, double TNode::*coordinate, const double* num, const double* den) {
   for (const TNode& node : nodes) {
     const double miss = std::fabs(Ratio(num, den, node.ground) - node.*coordinate);
-    if (!(miss < kLargestMiss)) return false;
+    if (!(miss < kRPCLargestApproximationMiss)) return false;
   }
   return true;
 }
@@ -108,7 +110,7 @@ bool TRPC::CreateApproximation(int n) const {
 bool TRPC::EnsureApproximation() const {
   if (hasApproximation_) return true;
   const std::lock_guard<std::recursive_mutex> lock(BuildMutex());
-  return hasApproximation_ || CreateApproximation(kDefaultGrid);
+  return hasApproximation_ || CreateApproximation(kRPCApproximationGrid);
 }
 
 bool TRPC::GetApproximation(double* A, double* B, double* C, double* D) const {

@@ -39,6 +39,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/rpc_model_xml.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_prepared.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/rpc_renormalize.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_terms.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_two_images.cpp
   ${CMAKE_CURRENT_LIST_DIR}/solution_flags.cpp

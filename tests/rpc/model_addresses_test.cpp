@@ -105,6 +105,7 @@ void ExpectSameEverywhere() {
   }
 }
 
+// Law 4 of `TRPC`.
 // A model at an address 8 beyond a multiple of 16 ended the process (November 2026).
 TEST(ModelAddresses, PlainModel) { ExpectSameEverywhere<OpenModel>(); }
 TEST(ModelAddresses, DerivedModel) { ExpectSameEverywhere<NamedModel>(); }

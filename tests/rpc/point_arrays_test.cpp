@@ -60,6 +60,7 @@ void WithThreads(const Check& check) {
 
 using Column = std::vector<double>;
 
+// Law 4 of `TRPC`.
 TEST(PointArrays, ProjectLikeSinglePoints) {
   const TRPC model = CameraModel();
   const Points points("project");
@@ -117,6 +118,7 @@ TEST(PointArrays, EveryShortLengthWorksInPlace) {
   }
 }
 
+// Law 4 of `TRPC`.
 TEST(PointArrays, InvertLikeSinglePoints) {
   TRPCData wild = CameraRecord(1.4);
   for (int k = 10; k < 20; ++k) wild.lineNumCoef[k] = wild.sampDenCoef[k] = 0.3;  // some points do not converge

@@ -8,6 +8,7 @@
 #include "linalg/linear_systems.h"
 #include "linalg/normal_equations.h"
 #include "rpc/models.h"
+#include "rpc/rpc_boxes.h"
 #include "support/bits.h"
 #include "support/random.h"
 
@@ -165,6 +166,20 @@ TEST(RPCInversion, IsTheIterationOfTheGeneralSolversBitForBit) {
     EXPECT_EQ(model.CalculateLatLonNormalized(l, s, h, &lat, &lon), IterateByMatrices(model, l, s, h, &lat1, &lon1));
     EXPECT_TRUE(SameBits(lat, lat1));
     EXPECT_TRUE(SameBits(lon, lon1));
+  }
+}
+
+// Law 2 of `TRPC`.
+TEST(RPCInversion, BringsAProjectedPointBack) {
+  const TRPC model = CameraModel();
+  const TRPCNormalization& axes = model.GetNormalization();
+  for (const TGroundPoint& point : GroundBoxOf(model).Grid(7, 6, 5, TGridNodes::Ends)) {
+    TImagePoint image;
+    TGroundPoint found = point;
+    model.CalculateLineSample(point.lat, point.lon, point.h, &image.line, &image.sample, nullptr, nullptr);
+    ASSERT_TRUE(model.CalculateLatLon(image.line, image.sample, point.h, &found.lat, &found.lon));
+    EXPECT_NEAR(axes.Normalize(found).lat, axes.Normalize(point).lat, kRPCSmallestStep);
+    EXPECT_NEAR(axes.Normalize(found).lon, axes.Normalize(point).lon, kRPCSmallestStep);
   }
 }
 

@@ -41,6 +41,7 @@ double LineAt(const TRPC& model, double lat, double lon, double h) {
   return line;
 }
 
+// Law 5 of `TRPC`.
 TEST(RPCModel, HoldsTheRecordBitForBit) {
   const TRPCData record = orbmath_test::CountingRecord();
   EXPECT_TRUE(SameRecord(RecordOf(TRPC(record, nullptr)), record));
@@ -56,6 +57,7 @@ TEST(RPCModel, TakesAnyRecord) {
   EXPECT_TRUE(SameRecord(RecordOf(TRPC(TRPCData(), nullptr)), TRPCData()));
 }
 
+// Law 5 of `TRPC`.
 TEST(RPCModel, CopiesStandOnTheirOwn) {
   auto original = std::make_unique<TRPC>(CameraRecord(1.4), &kMargin);
   ASSERT_TRUE(original->SetRasterDims(12000, 14000));
@@ -180,6 +182,7 @@ TEST(RPCModelXml, CarriesOnlyWhatThereIs) {
   }
 }
 
+// Law 6 of `TRPC`.
 TEST(RPCModelXml, ALoadedApproximationIsNotRebuilt) {
   TRPC model = CameraModel();
   model.EnsureApproximation();

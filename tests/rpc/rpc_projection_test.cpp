@@ -83,6 +83,7 @@ TEST(RPCProjection, MatchesTheTableOfTerms) {
   }
 }
 
+// Law 3 of `TRPC`.
 TEST(RPCProjection, DerivativesAreThoseOfPixelsByDegreesAndMetres) {
   const TRPC model = CameraModel();
   const double at[] = {43.63, 1.37, 410.0};
@@ -127,6 +128,7 @@ TEST(RPCProjection, OneDerivativeOutputLeavesTheOtherAlone) {
   EXPECT_TRUE(SameBits(sample, sample2));
 }
 
+// Law 1 of `TRPC`.
 TEST(RPCProjection, BringsLongitudesToTheTurnOfTheModel) {
   struct Case {
     double offset;  // of the model

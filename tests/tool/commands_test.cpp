@@ -176,6 +176,26 @@ TEST(CommandsTest, CompareCountsFieldsAndPixels) {
   EXPECT_NE(RunToolLine("compare flat.RPB right.RPB").out.find("sampNumCoef[3]"), std::string::npos);
 }
 
+TEST(CommandsTest, ComparesModelsOnBothSidesOfTheAntimeridian) {
+  const std::string text = ReadText("flat.RPB");
+  const auto moved = [&text](const std::string& longitude, const std::string& sample) {
+    std::string copy = text;
+    for (const auto& [key, value] : {std::pair<std::string, std::string>{"longOffset = ", longitude},
+                                     std::pair<std::string, std::string>{"sampOffset = ", sample}}) {
+      const std::size_t place = copy.find(key) + key.size();
+      copy.replace(place, copy.find(';', place) - place, value);
+    }
+    return copy;
+  };
+  WriteText("east.RPB", moved("179.95000000", "2000.00"));
+  // 0.1 degrees further east, with the same ground at samples 3 pixels on.
+  WriteText("west.RPB", moved("-179.95000000", "3003.00"));
+  for (const char* const line : {"compare east.RPB west.RPB --json", "compare west.RPB east.RPB --json"}) {
+    const std::string out = RunToolLine(line).out;
+    EXPECT_NEAR(std::atof(out.c_str() + out.find("\"max_px\":") + 9), 3.0, 1e-6) << out;
+  }
+}
+
 }  // namespace
 
 }  // namespace orbmath_test

@@ -29,7 +29,7 @@ constexpr double kLargestLeverage = 4.0;
 // The share of its own residual that a fitted point has to leave visible to be tested.
 constexpr double kUntestable = 1e-6;
 
-TLinearNormalization OutputOf(const TPointNormalization& normalization, TOutput output) {
+TLinearNormalization OutputOf(const TRPCNormalization& normalization, TOutput output) {
   return output == TOutput::Line ? normalization.line : normalization.sample;
 }
 

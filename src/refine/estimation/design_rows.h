@@ -4,10 +4,11 @@
 #include <cstddef>
 
 #include "refine/estimation/point_block.h"
+#include "rpc/rpc_terms.h"
 
 namespace SatCommonUtils::estimation {
 
-constexpr std::size_t kTerms = 20;
+constexpr std::size_t kTerms = kRPCTermCount;
 
 /// Which output of a point a fit is for.
 enum class TOutput { Line, Sample };

@@ -23,7 +23,7 @@ struct TWorkspace {
 // Calls work(block, output, its workspace) for every block of points and both outputs. With two threads each takes one
 // output: the sums of an output are never shared out, so that they do not depend on the threads.
 template <class Work>
-void ForBlocks(TPointSpan points, const TPointNormalization* normalization, const Work& work) {
+void ForBlocks(TPointSpan points, const TRPCNormalization* normalization, const Work& work) {
   const auto workspaces = std::make_unique<TWorkspace[]>(2);
   const int shares = points.count >= kMinPointsForThreads && ZxGetThreadsCount() > 1 ? 2 : 1;
 #pragma omp parallel for num_threads(shares) schedule(static, 1) if (shares > 1)
@@ -102,12 +102,12 @@ bool AllFinite(const TRational& rational) {
          std::all_of(std::begin(rational.denominator), std::end(rational.denominator), finite);
 }
 
-void SetRecord(const TRationalPair& model, const TPointNormalization* normalization, TRPCData* rpc) {
+void SetRecord(const TRationalPair& model, const TRPCNormalization* normalization, TRPCData* rpc) {
   std::copy_n(model.line.numerator, kTerms, rpc->lineNumCoef);
   std::copy_n(model.line.denominator, kTerms, rpc->lineDenCoef);
   std::copy_n(model.sample.numerator, kTerms, rpc->sampNumCoef);
   std::copy_n(model.sample.denominator, kTerms, rpc->sampDenCoef);
-  if (normalization != nullptr) SetNormalization(*normalization, rpc);
+  if (normalization != nullptr) normalization->CopyTo(rpc);
 }
 
 }  // namespace SatCommonUtils::estimation

@@ -44,12 +44,12 @@ class TEstimationPoints {
   TRootMeanSquares ResidualsOf(const TRationalPair& model) const;
 
   /// The computed offsets and scales; null when the points came normalised.
-  const TPointNormalization* Normalization() const { return computed_ ? &normalization_ : nullptr; }
+  const TRPCNormalization* Normalization() const { return computed_ ? &normalization_ : nullptr; }
 
  private:
   TPointSpan points_;
   bool computed_ = false;
-  TPointNormalization normalization_;
+  TRPCNormalization normalization_;
 };
 
 /// The coefficients of the start from the solution of the first-order system.
@@ -61,6 +61,6 @@ void Correct(const double* correction, double sign, TRational* rational);
 bool AllFinite(const TRational& rational);
 
 /// Writes coefficients and, when there is one, the normalisation.
-void SetRecord(const TRationalPair& model, const TPointNormalization* normalization, TRPCData* rpc);
+void SetRecord(const TRationalPair& model, const TRPCNormalization* normalization, TRPCData* rpc);
 
 }  // namespace SatCommonUtils::estimation

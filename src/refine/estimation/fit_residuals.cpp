@@ -7,7 +7,6 @@
 #include <memory>
 
 #include "refine/estimation/design_rows.h"
-#include "rpc/longitude_turns.h"
 
 namespace SatCommonUtils {
 
@@ -45,10 +44,6 @@ std::size_t PartOf(double value, double least, double largest, std::size_t parts
 
 }  // namespace
 
-double LongitudeNear(double center, double longitude) {
-  return longitude + 360.0 * rpc::LongitudeTurns(center, longitude);
-}
-
 TRPCFitResiduals ResidualsOf(const TRPCData& rpc, TPointSpan points, bool normalized) {
   struct TWork {
     TRPCEstimationPoint points[TPointBlock::kSize];
@@ -56,7 +51,7 @@ TRPCFitResiduals ResidualsOf(const TRPCData& rpc, TPointSpan points, bool normal
     TOutputValues line, sample;
   };
   const auto work = std::make_unique<TWork>();
-  const TPointNormalization normalization = NormalizationOf(rpc);
+  const TRPCNormalization normalization = TRPCNormalization(rpc);
   const TRational line = RationalOf(rpc.lineNumCoef, rpc.lineDenCoef);
   const TRational sample = RationalOf(rpc.sampNumCoef, rpc.sampDenCoef);
 

@@ -12,7 +12,4 @@ TRPCFitResiduals ResidualsOf(const TRPCData& rpc, TPointSpan points, bool normal
 /// See `TRPCFitReport::coverage`.
 double CoverageOf(TPointSpan points, const TPointRanges& ranges, bool flat);
 
-/// `longitude` moved by whole turns to within 180 degrees of `center`.
-double LongitudeNear(double center, double longitude);
-
 }  // namespace SatCommonUtils::estimation

@@ -57,7 +57,7 @@ TPointRanges RangesOf(TPointSpan points) {
   return ranges;
 }
 
-bool NormalizationOfRanges(const TPointRanges& ranges, TPointNormalization* normalization) {
+bool NormalizationOfRanges(const TPointRanges& ranges, TRPCNormalization* normalization) {
   const TRPCEstimationPoint& a = ranges.least;
   const TRPCEstimationPoint& b = ranges.largest;
   return MapRange(a.Line, b.Line, &normalization->line) && MapRange(a.Sample, b.Sample, &normalization->sample) &&
@@ -65,35 +65,7 @@ bool NormalizationOfRanges(const TPointRanges& ranges, TPointNormalization* norm
          MapRange(a.Height, b.Height, &normalization->height);
 }
 
-TPointNormalization NormalizationOf(const TRPCData& rpc) {
-  using TMap = TLinearNormalization;
-  return {TMap::Unchecked(rpc.lineOffset, rpc.lineScale), TMap::Unchecked(rpc.sampOffset, rpc.sampScale),
-          TMap::Unchecked(rpc.latOffset, rpc.latScale), TMap::Unchecked(rpc.longOffset, rpc.longScale),
-          TMap::Unchecked(rpc.heightOffset, rpc.heightScale)};
-}
-
-bool HasUsableNormalization(const TRPCData& rpc) {
-  const double offsets[] = {rpc.lineOffset, rpc.sampOffset, rpc.latOffset, rpc.longOffset, rpc.heightOffset};
-  const double scales[] = {rpc.lineScale, rpc.sampScale, rpc.latScale, rpc.longScale, rpc.heightScale};
-  const auto given = [](double value) { return std::isfinite(value) && value != kUnsetMark; };
-  return std::all_of(std::begin(offsets), std::end(offsets), given) &&
-         std::all_of(std::begin(scales), std::end(scales), [&](double scale) { return given(scale) && scale != 0.0; });
-}
-
-void SetNormalization(const TPointNormalization& normalization, TRPCData* rpc) {
-  rpc->lineOffset = normalization.line.GetOffset();
-  rpc->lineScale = normalization.line.GetScale();
-  rpc->sampOffset = normalization.sample.GetOffset();
-  rpc->sampScale = normalization.sample.GetScale();
-  rpc->latOffset = normalization.latitude.GetOffset();
-  rpc->latScale = normalization.latitude.GetScale();
-  rpc->longOffset = normalization.longitude.GetOffset();
-  rpc->longScale = normalization.longitude.GetScale();
-  rpc->heightOffset = normalization.height.GetOffset();
-  rpc->heightScale = normalization.height.GetScale();
-}
-
-void LoadBlock(TPointSpan points, std::size_t first, const TPointNormalization* normalization, TPointBlock* block) {
+void LoadBlock(TPointSpan points, std::size_t first, const TRPCNormalization* normalization, TPointBlock* block) {
   block->count = std::min(TPointBlock::kSize, points.count - first);
   for (std::size_t i = 0; i < TPointBlock::kSize; ++i) {
     const TRPCEstimationPoint& point = points.points[first + std::min(i, block->count - 1)];

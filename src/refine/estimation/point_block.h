@@ -3,19 +3,13 @@
 
 #include <cstddef>
 
-#include "poly/linear_normalization.h"
 #include "refine/rpc_estimation.h"
-#include "rpc/rpc_data.h"
+#include "rpc/rpc_axes.h"
 
 namespace SatCommonUtils::estimation {
 
 /// The least number of points for a cubic fit: one more than the 39 unknowns of an output.
 constexpr std::size_t kMinCubicPoints = 40;
-
-/// The five maps, in the order of a record's pairs.
-struct TPointNormalization {
-  TLinearNormalization line, sample, latitude, longitude, height;
-};
 
 /// The least and largest of each coordinate.
 struct TPointRanges {
@@ -36,16 +30,7 @@ bool AllFinite(TPointSpan points);
 TPointRanges RangesOf(TPointSpan points);
 
 /// Maps the range of each coordinate onto [-1, 1]. \return false, some maps changed, for a coordinate without spread.
-bool NormalizationOfRanges(const TPointRanges& ranges, TPointNormalization* normalization);
-
-/// The five pairs of a record, taken as they are.
-TPointNormalization NormalizationOf(const TRPCData& rpc);
-
-/// True when the five offsets of a record are given and finite, its scales not 0 either.
-bool HasUsableNormalization(const TRPCData& rpc);
-
-/// Writes the five pairs into a record.
-void SetNormalization(const TPointNormalization& normalization, TRPCData* rpc);
+bool NormalizationOfRanges(const TPointRanges& ranges, TRPCNormalization* normalization);
 
 /// Normalised points, one array a coordinate. P, L, H: latitude, longitude, height.
 struct TPointBlock {
@@ -60,6 +45,6 @@ struct TPointBlock {
 
 /// Loads the block that begins at point `first`; lanes behind the last point repeat it.
 /// \param normalization null: the points are normalised already.
-void LoadBlock(TPointSpan points, std::size_t first, const TPointNormalization* normalization, TPointBlock* block);
+void LoadBlock(TPointSpan points, std::size_t first, const TRPCNormalization* normalization, TPointBlock* block);
 
 }  // namespace SatCommonUtils::estimation

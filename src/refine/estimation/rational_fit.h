@@ -25,7 +25,7 @@ constexpr double kDenominatorWeight = 10.0;
 /// What a fit works on. All coordinates end up in [-1, 1].
 struct TFitPoints {
   TPointSpan points;
-  const TPointNormalization* normalization = nullptr;
+  const TRPCNormalization* normalization = nullptr;
   /// Square roots of the weights, or null for all 1.
   const double* root_weights = nullptr;
 };

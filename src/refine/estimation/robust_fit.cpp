@@ -90,7 +90,7 @@ struct TSetFit {
   const double* root_weights = nullptr;  // null: all 1
   TPointRanges ranges{};
   bool flat = false;
-  TPointNormalization box;
+  TRPCNormalization box;
   TFittedDegrees line, sample;
   std::vector<TRPCEstimationPoint> storage;
   std::vector<double> weight_storage;
@@ -175,7 +175,7 @@ bool TRecordFit::CheckInput(const TRPCData& rpc) {
       !estimation::AllFinite(TPointSpan{options_.checkPoints.data(), options_.checkPoints.size()})) {
     return Fail("a coordinate is not finite");
   }
-  if (KeepsNormalization() && !HasUsableNormalization(rpc)) {
+  if (KeepsNormalization() && !TRPCNormalization(rpc).IsUsable()) {
     return Fail("the given offsets and scales are not usable");
   }
   return true;
@@ -378,7 +378,7 @@ bool TRecordFit::FitOutput(const TFitPoints& all, TOutput output, TFittedDegrees
 }
 
 bool TRecordFit::MakeRecord(const TSetFit& fit, const TRPCData& given, TRPCData* result) const {
-  TPointNormalization box = fit.box;
+  TRPCNormalization box = fit.box;
   const double center = box.longitude.GetOffset();
   if (!data_.IsNormalized) {
     box.longitude.Reset(LongitudeNear(KeepsNormalization() ? given.longOffset : 0.0, center), box.longitude.GetScale());
@@ -389,12 +389,12 @@ bool TRecordFit::MakeRecord(const TSetFit& fit, const TRPCData& given, TRPCData*
   if (!KeepsNormalization()) return true;
   // Points that came normalised are in units of the given record: there its pairs are the identity.
   if (data_.IsNormalized) {
-    SetNormalization(TPointNormalization(), result);
+    TRPCNormalization().CopyTo(result);
   } else {
-    SetNormalization(NormalizationOf(given), result);
+    TRPCNormalization(given).CopyTo(result);
   }
   const bool converted = RenormalizeRPC(in_box, result);
-  SetNormalization(NormalizationOf(given), result);
+  TRPCNormalization(given).CopyTo(result);
   return converted;
 }
 

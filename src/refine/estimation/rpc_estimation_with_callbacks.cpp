@@ -107,8 +107,8 @@ bool EstimateRPC(const TRPCEstimationDataSet& data, TRPCData* rpc, void (*progre
   const TCaller caller{progress, cancel};
   TEstimationPoints points;
   if (!points.Set(data)) return false;
-  const TPointNormalization normalization =
-      points.Normalization() != nullptr ? *points.Normalization() : NormalizationOf(*rpc);
+  const TRPCNormalization normalization =
+      points.Normalization() != nullptr ? *points.Normalization() : TRPCNormalization(*rpc);
   const double line_scale = std::fabs(normalization.line.GetScale());
   const double sample_scale = std::fabs(normalization.sample.GetScale());
 

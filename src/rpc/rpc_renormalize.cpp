@@ -1,20 +1,17 @@
+// A record expressed with other offsets and scales: a linear substitution in its polynomials. Elementary.
+
+#include "rpc/rpc_renormalize.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 
-#include "refine/estimation/design_rows.h"
-#include "refine/robust_fit.h"
+#include "rpc/rpc_axes.h"
+#include "rpc/rpc_terms.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
-using estimation::kTerms;
-
-// Powers of (P, L, H) of each term, in the order of `TRPCData`.
-constexpr int kPowers[kTerms][3] = {{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 1}, {1, 1, 0}, {0, 1, 1}, {1, 0, 1},
-                                    {0, 2, 0}, {2, 0, 0}, {0, 0, 2}, {1, 1, 1}, {0, 3, 0}, {2, 1, 0}, {0, 1, 2},
-                                    {1, 2, 0}, {3, 0, 0}, {1, 0, 2}, {0, 2, 1}, {2, 0, 1}, {0, 0, 3}};
 constexpr double kBinomial[4][4] = {{1, 0, 0, 0}, {1, 1, 0, 0}, {1, 2, 1, 0}, {1, 3, 3, 1}};
 
 // A denominator whose constant is below this share of its largest coefficient has no usable origin.
@@ -26,21 +23,25 @@ struct TChange {
   double shift;
 };
 
-TChange ChangeOf(double old_offset, double old_scale, double new_offset, double new_scale) {
-  return {new_scale / old_scale, (new_offset - old_offset) / old_scale};
+TChange ChangeOf(const TLinearNormalization& from, const TLinearNormalization& to) {
+  return {to.GetScale() / from.GetScale(), (to.GetOffset() - from.GetOffset()) / from.GetScale()};
 }
 
+// The exponent of one variable in a term.
+using TPower = int TRPCTermPowers::*;
+constexpr TPower kVariables[] = {&TRPCTermPowers::lat, &TRPCTermPowers::lon, &TRPCTermPowers::h};
+
 // Substitutes one variable: x^e = Σ binomial(e, f) · factor^f · shift^(e - f) · x^f.
-void Substitute(const TChange& change, int variable, double* coefficients) {
-  double result[kTerms] = {};
-  for (std::size_t from = 0; from < kTerms; ++from) {
-    for (std::size_t to = 0; to < kTerms; ++to) {
+void Substitute(const TChange& change, TPower variable, double* coefficients) {
+  double result[kRPCTermCount] = {};
+  for (int from = 0; from < kRPCTermCount; ++from) {
+    for (int to = 0; to < kRPCTermCount; ++to) {
       bool others_equal = true;
-      for (int other = 0; other < 3; ++other) {
-        others_equal = others_equal && (other == variable || kPowers[from][other] == kPowers[to][other]);
+      for (const TPower other : kVariables) {
+        others_equal = others_equal && (other == variable || kRPCTermPowers[from].*other == kRPCTermPowers[to].*other);
       }
-      const int e = kPowers[from][variable];
-      const int f = kPowers[to][variable];
+      const int e = kRPCTermPowers[from].*variable;
+      const int f = kRPCTermPowers[to].*variable;
       if (!others_equal || f > e) continue;
       double product = coefficients[from] * kBinomial[e][f];
       for (int i = 0; i < f; ++i) product *= change.factor;
@@ -48,25 +49,25 @@ void Substitute(const TChange& change, int variable, double* coefficients) {
       result[to] += product;
     }
   }
-  std::copy_n(result, kTerms, coefficients);
+  std::copy_n(result, kRPCTermCount, coefficients);
 }
 
 // new = (old scale · N + (old offset - new offset) · D) / (new scale · D), in the new variables.
 bool ConvertOutput(const TChange (&variables)[3], const TChange& output, const double* numerator,
                    const double* denominator, double* new_numerator, double* new_denominator) {
-  double n[kTerms], d[kTerms];
-  std::copy_n(numerator, kTerms, n);
-  std::copy_n(denominator, kTerms, d);
+  double n[kRPCTermCount], d[kRPCTermCount];
+  std::copy_n(numerator, kRPCTermCount, n);
+  std::copy_n(denominator, kRPCTermCount, d);
   for (int variable = 0; variable < 3; ++variable) {
-    Substitute(variables[variable], variable, n);
-    Substitute(variables[variable], variable, d);
+    Substitute(variables[variable], kVariables[variable], n);
+    Substitute(variables[variable], kVariables[variable], d);
   }
   double largest = 0.0;
   for (const double value : d) largest = std::max(largest, std::fabs(value));
   const double constant = d[0];
   if (!(std::fabs(constant) > kLeastConstant * largest)) return false;
   bool finite = true;
-  for (std::size_t k = 0; k < kTerms; ++k) {
+  for (int k = 0; k < kRPCTermCount; ++k) {
     new_numerator[k] = (n[k] - output.shift * d[k]) / output.factor / constant;
     new_denominator[k] = d[k] / constant;
     finite = finite && std::isfinite(new_numerator[k]) && std::isfinite(new_denominator[k]);
@@ -77,12 +78,14 @@ bool ConvertOutput(const TChange (&variables)[3], const TChange& output, const d
 }  // namespace
 
 bool RenormalizeRPC(const TRPCData& from, TRPCData* to) {
-  if (!estimation::HasUsableNormalization(from) || !estimation::HasUsableNormalization(*to)) return false;
-  const TChange variables[3] = {ChangeOf(from.latOffset, from.latScale, to->latOffset, to->latScale),
-                                ChangeOf(from.longOffset, from.longScale, to->longOffset, to->longScale),
-                                ChangeOf(from.heightOffset, from.heightScale, to->heightOffset, to->heightScale)};
-  const TChange line = ChangeOf(from.lineOffset, from.lineScale, to->lineOffset, to->lineScale);
-  const TChange sample = ChangeOf(from.sampOffset, from.sampScale, to->sampOffset, to->sampScale);
+  const TRPCNormalization old_axes(from);
+  const TRPCNormalization new_axes(*to);
+  if (!old_axes.IsUsable() || !new_axes.IsUsable()) return false;
+  const TChange variables[3] = {ChangeOf(old_axes.latitude, new_axes.latitude),
+                                ChangeOf(old_axes.longitude, new_axes.longitude),
+                                ChangeOf(old_axes.height, new_axes.height)};
+  const TChange line = ChangeOf(old_axes.line, new_axes.line);
+  const TChange sample = ChangeOf(old_axes.sample, new_axes.sample);
   TRPCData result = *to;
   if (!ConvertOutput(variables, line, from.lineNumCoef, from.lineDenCoef, result.lineNumCoef, result.lineDenCoef) ||
       !ConvertOutput(variables, sample, from.sampNumCoef, from.sampDenCoef, result.sampNumCoef, result.sampDenCoef)) {
