@@ -91,7 +91,7 @@ struct TInversionStep {
 template <int Quarter, class T>
 [[gnu::always_inline]] inline void EvaluateQuarter(const TRPCPrepared& model, const TInversion<T>& inversion,
                                                    TInversionStep<T>& step) {
-  const typename TSums<T>::TRows coefficients{model.terms[0]};
+  const typename TSums<T>::TRows coefficients{model.Terms()};
   T* const f = step.factors;
   if constexpr (Quarter == 0) {
     FormTerms(inversion.latN, inversion.lonN, inversion.hN, f);
@@ -169,7 +169,7 @@ template <int Quarter, class T>
 }
 
 /// One step of one point: the same functions one after the other.
-inline void TakeStep(const TRPCPrepared& model, TInversion<double>& inversion) {
+[[gnu::always_inline]] inline void TakeStep(const TRPCPrepared& model, TInversion<double>& inversion) {
   TInversionStep<double> step;
   EvaluateQuarter<0>(model, inversion, step);
   EvaluateQuarter<1>(model, inversion, step);

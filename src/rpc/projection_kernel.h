@@ -22,15 +22,12 @@ struct TFourLanes {
   [[gnu::always_inline]] friend TFourLanes operator*(const TFourLanes& a, double b) { return {a.line * b, a.samp * b}; }
 };
 
-/// The coefficients by term: element k holds the four of term k, in lanes.
+/// The coefficients by term, aligned to a vector: element k holds the four of term k, in lanes.
 struct TLaneRows {
   const double* terms;
   [[gnu::always_inline]] TFourLanes operator[](int k) const {
-    // A model may stand at any address that holds a double.
-    TFourLanes row;
-    simd::Load(terms + std::ptrdiff_t{4} * k, row.line);
-    simd::Load(terms + std::ptrdiff_t{4} * k + 2, row.samp);
-    return row;
+    const auto* const pairs = reinterpret_cast<const TFourLanes::TPair*>(terms + std::ptrdiff_t{4} * k);
+    return {pairs[0], pairs[1]};
   }
 };
 
@@ -101,7 +98,7 @@ template <class T>
 [[gnu::always_inline]] inline void DerivePolynomials(const TRPCPrepared& model, const TDerivative& derivative,
                                                      const T* f, TFour<T>& result) {
   typename TSums<T>::TSum sum;
-  PolynomialDerivative(typename TSums<T>::TRows{model.terms[0]}, derivative, f, sum);
+  PolynomialDerivative(typename TSums<T>::TRows{model.Terms()}, derivative, f, sum);
   TakeApart(sum, result);
 }
 
@@ -118,7 +115,7 @@ template <bool Derivatives, class T>
   T f[kFactorCount];
   FormTerms(P, L, H, f);
   typename TSums<T>::TSum sum;
-  PolynomialValue(typename TSums<T>::TRows{model.terms[0]}, f, sum);
+  PolynomialValue(typename TSums<T>::TRows{model.Terms()}, f, sum);
   TakeApart(sum, result.value);
   if constexpr (Derivatives) {
     FormTermDerivatives(f);

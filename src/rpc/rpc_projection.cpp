@@ -38,11 +38,12 @@ void ProjectNormalized(const TRPCPrepared& model, double P, double L, double H, 
 }
 
 /// From derivatives of normalised by normalised coordinates to pixels per degree and per metre.
-void ScaleDerivatives(const TRPCNormalization& axes, const TLinearNormalization& image, double* derivatives) {
+void ScaleDerivatives(const TRPCNormalization& axes, double image_scale, double* derivatives) {
   if (derivatives == nullptr) return;
-  derivatives[0] = derivatives[0] * image.GetScale() / axes.latitude.GetScale();
-  derivatives[1] = derivatives[1] * image.GetScale() / axes.longitude.GetScale();
-  derivatives[2] = derivatives[2] * image.GetScale() / axes.height.GetScale();
+  const double scales[3] = {axes.latitude.GetScale(), axes.longitude.GetScale(), axes.height.GetScale()};
+  for (int variable = 0; variable < 3; ++variable) {
+    derivatives[variable] = derivatives[variable] * image_scale / scales[variable];
+  }
 }
 
 /// The arrays of one call, or of a part of it.
@@ -207,8 +208,8 @@ void TRPC::CalculateLineSample(const double& lat, const double& lon, const doubl
   ProjectNormalized(prepared_, P, L, H, &lineN, &sampleN, dLine, dSample);
   rpc::Denormalize(axes.line, lineN, *line);
   rpc::Denormalize(axes.sample, sampleN, *sample);
-  ScaleDerivatives(axes, axes.line, dLine);
-  ScaleDerivatives(axes, axes.sample, dSample);
+  ScaleDerivatives(axes, axes.line.GetScale(), dLine);
+  ScaleDerivatives(axes, axes.sample.GetScale(), dSample);
 }
 
 void TRPC::CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h,

@@ -32,7 +32,7 @@ void AddFirstOrder(const TRPCPrepared& model, const TRPCPrepared& reference, con
                                                   model.normalization.longitude.GetOffset());
   for (int i = 0; i < 2; ++i) {
     const auto coefficient = [&](int term) {
-      return model.terms[term][numerators[i]] - measured[i] * model.terms[term][numerators[i] + 1];
+      return model.Terms()[4 * term + numerators[i]] - measured[i] * model.Terms()[4 * term + numerators[i] + 1];
     };
     double row[3];
     double constant = coefficient(0);
