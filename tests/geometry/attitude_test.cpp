@@ -163,6 +163,21 @@ TEST(Attitude, OrbitalFrame) {
   }
 }
 
+// On either side of the limits that the header names.
+TEST(Attitude, LimitsAreWhereTheyAreNamed) {
+  TAttitudeAngles angles, rates;
+  TMatrix frame;
+  for (const bool within : {false, true}) {
+    const double factor = within ? 1.01 : 0.99;
+    TMatrix nearly(3);
+    nearly[0][1] = kRotationTolerance / factor;
+    EXPECT_EQ(angles.SetMatrix(nearly), within);
+    angles = TAttitudeAngles(0.3, kPi / 2 - kSmallestCosineOfPitch * factor, 0.1);
+    EXPECT_EQ(GetAngleRates(angles, {0.1, 0.2, 0.3}, &rates), within);
+    EXPECT_EQ(GetOrbitalFrame({7e6, 0, 0}, {7e3, 0, 7e3 * kSmallestSineOfOrbit * factor}, &frame), within);
+  }
+}
+
 TEST(Attitude, FormsComeBackBitForBit) {
   const std::vector<double> values = orbmath_test::SpecialDoubles();
   for (std::size_t i = 0; i + 2 < values.size(); ++i) {

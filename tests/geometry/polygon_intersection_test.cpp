@@ -155,6 +155,16 @@ TEST(PolygonIntersection, AClosedRingCountsAsTheOpenOne) {
   EXPECT_FALSE(IntersectPolygons(TPolygon(closed), other, &turned)) << "closed twice";
 }
 
+// A strip along a common side, on either side of the width that counts.
+TEST(PolygonIntersection, StripsCountFromTheThinnestOn) {
+  for (const bool counts : {false, true}) {
+    const double width = 4.0 * kThinnestIntersection * (counts ? 1.5 : 0.75);
+    std::vector<TPolygon> pieces;
+    ASSERT_TRUE(IntersectPolygons(Square(), TPolygon({{1, -4}, {3, -4}, {3, width}, {1, width}}), &pieces));
+    EXPECT_EQ(pieces.size(), counts ? 1u : 0u);
+  }
+}
+
 // Where the common area narrows to a rounding error it parts into pieces that touch.
 TEST(PolygonIntersection, ANeckOfARoundingErrorParts) {
   const TPolygon hourglass({{0, 0}, {4, 2 - 1e-15}, {8, 0}, {8, 4}, {4, 2 + 1e-15}, {0, 4}});

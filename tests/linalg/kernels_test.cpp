@@ -69,6 +69,7 @@ TEST(NumberList, KnowsTheLongestToken) {
   EXPECT_EQ(values[0], 2.0);
   const std::string overlong = "(2;" + longest + "0)";
   EXPECT_TRUE(HasOverlongToken(overlong.c_str(), kVectorDelimiters));
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // the solvers' threads may be there
   EXPECT_DEATH(ReadNumberList(overlong.c_str(), kVectorDelimiters), "128 or more characters");
 }
 

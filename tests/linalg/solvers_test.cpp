@@ -71,7 +71,7 @@ TEST(CholeskySolver, SolvesAndRefusesByThePivotLimit) {
   const TVector b(2, std::vector<double>{2, 1}.data());
   EXPECT_TRUE(Cholesky(MatrixOf({{4, 2}, {2, 3}}), b, x));
   EXPECT_EQ(x.GetString(), "(0.5;0)");
-  for (const double pivot : {1e-21, 1e-20, 0.0, -1.0}) {
+  for (const double pivot : {1e-21, kSmallestCholeskyPivot, 0.0, -1.0}) {
     RawMatrix a(Rows{{pivot}}), inverse(1, 1);
     double right = 1.0, unknown = kPoison;
     EXPECT_FALSE(Cholesky(a.Get(), &right, &unknown, 1, nullptr)) << pivot;
@@ -80,7 +80,7 @@ TEST(CholeskySolver, SolvesAndRefusesByThePivotLimit) {
     EXPECT_FALSE(Cholesky(MatrixOf({{pivot}}), TVector(1), x));
     EXPECT_EQ(x.GetString(), "(0.5;0)") << "a failure touched the output";
   }
-  EXPECT_TRUE(Cholesky(MatrixOf({{1.0000001e-20}}), TVector(1), x));
+  EXPECT_TRUE(Cholesky(MatrixOf({{1.0000001 * kSmallestCholeskyPivot}}), TVector(1), x));
   EXPECT_THROW(Cholesky(TMatrix(3, 2), b, x), std::runtime_error);
   EXPECT_THROW(Cholesky(TMatrix(3), b, x), std::runtime_error);
 }

@@ -51,6 +51,7 @@ TEST(Vector, IsBuiltFromSizesUnitsNumbersAndText) {
   } catch (const TZxMessage& message) {
     EXPECT_EQ(message.GetText(), "@SatCommonUtils::TVector::TVector: TVector index error");
   }
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // the solvers' threads may be there
   EXPECT_DEATH(TVector("(" + std::string(128, '1') + ")"), "128");
   EXPECT_EQ(TVector("(" + std::string(127, '0') + ")").GetSize(), 1u);
 }

@@ -92,6 +92,16 @@ TEST(SevenParamsClosedForm, KeepsItsDigitsFarFromTheOrigin) {
   EXPECT_LT(fit.rms, 1e-8) << "some units in the last place of 4e6";
 }
 
+// Three points, the third beside the line of the others by a share of their distance: the two best rotations differ by
+// about its square.
+TEST(SevenParamsClosedForm, TakesPointsThatHardlyDetermineTheRotation) {
+  for (const double factor : {0.1, 10.0}) {
+    const double beside = factor * std::sqrt(kSmallestRotationGap);
+    Points points = {{-1, 0, 0, -1, 0, 0}, {1, 0, 0, 1, 0, 0}, {0, beside, 0, 0, beside, 0}};
+    EXPECT_EQ(Fit7Params(points).state, factor > 1.0 ? T7ParamsFitState::Done : T7ParamsFitState::Undetermined);
+  }
+}
+
 TEST(SevenParamsClosedForm, SaysWhyThereIsNone) {
   Random random("seven parameters, none");
   const Points good = PointsOf(RandomParams(random, 1.0), 6, random);
