@@ -23,6 +23,8 @@ class FitReport(NamedTuple):
         Share of the cells of image and height that hold a point, 0 to 1.
     flat
         True: the points share one height, and the model holds there only.
+    bad
+        Places of the bad points among the flattened points.
     fitted, check
         {"count", "line", "sample", "distance"}: over fitted and over held-out points, the three as (root mean square,
         95th percentile, largest) in pixels.
@@ -31,6 +33,7 @@ class FitReport(NamedTuple):
     message: str
     coverage: float
     flat: bool
+    bad: list[int]
     fitted: dict[str, Any]
     check: dict[str, Any]
 
@@ -46,6 +49,7 @@ def fit(
     ridge: float = -1.0,
     weights: Sequence[float] | None = None,
     hold_out: int = 0,
+    keep_all: bool = False,
 ) -> tuple[Model, FitReport]:
     """Fit a model to correspondences so that it cannot blow up.
 
@@ -61,6 +65,8 @@ def fit(
         1 / variance of each point up to a common factor, in the order of the flattened points.
     hold_out
         Each so-many-th point is kept out and checks the fit; 0 for none.
+    keep_all
+        Bad points are named but take part.
 
     Raises
     ------
@@ -69,7 +75,7 @@ def fit(
     """
     chosen = None if weights is None else np.asarray(weights, dtype=np.float64).ravel().tolist()
     try:
-        core, report = _core.fit(lat, lon, height, line, sample, order, ridge, chosen, hold_out)
+        core, report = _core.fit(lat, lon, height, line, sample, order, ridge, chosen, hold_out, keep_all)
     except RuntimeError as error:
         raise ValueError(str(error)) from None
     return Model(core), FitReport(**report)

@@ -35,6 +35,8 @@ class RefineReport(NamedTuple):
         Length of each residual after the fit in its own standard deviations.
     bad
         True for points that do not belong to the others; they are left out unless all are kept.
+    outside
+        True for points outside the box of the image or of the ground that the model was made for.
     """
 
     kind: str
@@ -48,6 +50,7 @@ class RefineReport(NamedTuple):
     residuals_after: Doubles
     standardized: Doubles
     bad: NDArray[np.bool_]
+    outside: NDArray[np.bool_]
 
 
 def refine(
@@ -61,6 +64,7 @@ def refine(
     sigma: Numbers = 1.0,
     kind: str = "auto",
     keep_all: bool = False,
+    max_misfit: float = 0.0,
 ) -> tuple[Model, RefineReport]:
     """Correct a model by control points; bad ones are found, named and left out.
 
@@ -78,6 +82,9 @@ def refine(
         "auto", "shift", "affine" or "projective".
     keep_all
         Bad points are named but take part.
+    max_misfit
+        Largest root mean square misfit after the correction that is accepted, pixels; 0: 20 pixels, or 20 m by the
+        model's own scale where those are more. `numpy.inf` accepts whatever it is.
 
     Returns
     -------
@@ -89,12 +96,12 @@ def refine(
     Raises
     ------
     ValueError
-        With the library's sentence where no correction can be had.
+        With the library's sentence where no correction can be had; where columns look exchanged it names them.
     """
     if kind not in ("auto", "shift", "affine", "projective"):
         raise ValueError(f"kind is 'auto', 'shift', 'affine' or 'projective', not {kind!r}")
     try:
-        core, report = _core.refine(model._model, lat, lon, height, line, sample, sigma, kind, keep_all)
+        core, report = _core.refine(model._model, lat, lon, height, line, sample, sigma, kind, keep_all, max_misfit)
     except RuntimeError as error:
         raise ValueError(str(error)) from None
     return Model(core, model.name), RefineReport(**{**report, "kind": report["kind"].lower()})

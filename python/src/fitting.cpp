@@ -32,13 +32,14 @@ nb::dict DictOf(const TRPCFitReport& report) {
   dict["message"] = report.message;
   dict["coverage"] = report.coverage;
   dict["flat"] = report.flat;
+  dict["bad"] = report.bad;
   dict["fitted"] = DictOf(report.fitted);
   dict["check"] = DictOf(report.check);
   return dict;
 }
 
 nb::object Fit(nb::handle lat, nb::handle lon, nb::handle height, nb::handle line, nb::handle sample, int order,
-               double ridge, std::optional<std::vector<double>> weights, std::size_t holdOut) {
+               double ridge, std::optional<std::vector<double>> weights, std::size_t holdOut, bool keepAll) {
   const TBroadcast points({lat, lon, height, line, sample});
   TRPCEstimationDataSet set;
   TRPCFitOptions options;
@@ -46,6 +47,7 @@ nb::object Fit(nb::handle lat, nb::handle lon, nb::handle height, nb::handle lin
   options.ridge = ridge;
   if (weights) options.weights = std::move(*weights);
   options.holdOut = holdOut;
+  if (keepAll) options.badPoints = TRPCBadPoints::Kept;
   TRPCData record;
   TRPCFitReport report;
   bool good = false;
@@ -66,10 +68,10 @@ nb::object Fit(nb::handle lat, nb::handle lon, nb::handle height, nb::handle lin
 void DefineFitting(nb::module_& module) {
   module.def(
       "fit", &Fit, nb::arg("lat"), nb::arg("lon"), nb::arg("height"), nb::arg("line"), nb::arg("sample"),
-      nb::arg("order"), nb::arg("ridge"), nb::arg("weights").none(), nb::arg("hold_out"),
+      nb::arg("order"), nb::arg("ridge"), nb::arg("weights").none(), nb::arg("hold_out"), nb::arg("keep_all"),
       nb::sig(
           "def fit(lat: object, lon: object, height: object, line: object, sample: object, order: int, ridge: float, "
-          "weights: list[float] | None, hold_out: int) -> tuple[Model, dict[str, typing.Any]]"));
+          "weights: list[float] | None, hold_out: int, keep_all: bool) -> tuple[Model, dict[str, typing.Any]]"));
 }
 
 }  // namespace orbmath_python

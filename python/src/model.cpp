@@ -262,11 +262,9 @@ const TAdjustedRPC* TModel::adjusted() const {
 
 TModel TModel::Plain() const {
   if (adjusted() == nullptr) return *this;
-  TRPCData record;
-  if (!adjusted()->ExportRefined(&record)) {
-    throw std::runtime_error("no plain model comes within 0.01 pixels of this refinement");
-  }
-  auto rpc = make_var_a<TRPC>(record, nullptr);
+  const TRefinedExport plain = adjusted()->ExportRefined();
+  if (!plain.success) throw std::runtime_error(plain.message);
+  auto rpc = make_var_a<TRPC>(plain.record, nullptr);
   CopyImage(*rpc_, rpc.get());
   return {rpc, extras_};
 }

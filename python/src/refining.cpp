@@ -2,6 +2,7 @@
 
 #include <nanobind/stl/string.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -37,6 +38,10 @@ nb::dict DictOf(const TRefinementFit& fit) {
   const TNewArray before = NewArray(shape), after = NewArray(shape), standardized = NewArray(each);
   nb::object badObject;
   bool* const bad = NewArrayOf<bool>(each, "bool", &badObject);
+  nb::object outsideObject;
+  bool* const outside = NewArrayOf<bool>(each, "bool", &outsideObject);
+  std::fill(outside, outside + fit.points.size(), false);
+  for (const std::size_t place : fit.outside) outside[place] = true;
   for (std::size_t i = 0; i < fit.points.size(); ++i) {
     const TRefinementResidual& point = fit.points[i];
     before.data[2 * i] = point.lineBefore;
@@ -58,13 +63,16 @@ nb::dict DictOf(const TRefinementFit& fit) {
   dict["residuals_after"] = after.object;
   dict["standardized"] = standardized.object;
   dict["bad"] = badObject;
+  dict["outside"] = outsideObject;
   return dict;
 }
 
 nb::object Refine(const TModel& model, nb::handle lat, nb::handle lon, nb::handle height, nb::handle line,
-                  nb::handle sample, nb::handle sigma, const std::string& kind, bool keepAll) {
+                  nb::handle sample, nb::handle sigma, const std::string& kind, bool keepAll, double maxMisfit) {
   if (model.adjusted() != nullptr) throw std::invalid_argument("the model is refined already: refine its plain()");
   const TBroadcast points({lat, lon, height, line, sample, sigma});
+  TRefinementFitOptions options = OptionsOf(model, kind, keepAll);
+  options.largestMisfit = maxMisfit;
   TRefinementFit fit;
   bool good = false;
   {
@@ -73,7 +81,7 @@ nb::object Refine(const TModel& model, nb::handle lat, nb::handle lon, nb::handl
     for (std::size_t i = 0; i < points.size(); ++i) {
       control[i] = {points[0][i], points[1][i], points[2][i], points[3][i], points[4][i], points[5][i]};
     }
-    good = FitRefinement(TiesOfGroundControl(model.rpc(), control), OptionsOf(model, kind, keepAll), &fit);
+    good = FitGroundControl(model.rpc(), control, options, &fit);
   }
   if (!good) throw std::runtime_error(fit.message);
   return nb::make_tuple(TModel::Adjusted(model, *fit.data), DictOf(fit));
@@ -83,10 +91,10 @@ nb::object Refine(const TModel& model, nb::handle lat, nb::handle lon, nb::handl
 
 void DefineRefining(nb::module_& module) {
   module.def("refine", &Refine, nb::arg("model"), nb::arg("lat"), nb::arg("lon"), nb::arg("height"), nb::arg("line"),
-             nb::arg("sample"), nb::arg("sigma"), nb::arg("kind"), nb::arg("keep_all"),
+             nb::arg("sample"), nb::arg("sigma"), nb::arg("kind"), nb::arg("keep_all"), nb::arg("max_misfit"),
              nb::sig("def refine(model: Model, lat: object, lon: object, height: object, line: object, sample: object, "
                      "sigma: object, "
-                     "kind: str, keep_all: bool) -> tuple[Model, dict[str, typing.Any]]"));
+                     "kind: str, keep_all: bool, max_misfit: float) -> tuple[Model, dict[str, typing.Any]]"));
 }
 
 }  // namespace orbmath_python

@@ -83,6 +83,26 @@ def test_a_correction_needs_points_and_a_known_kind(left):
         orbmath.refine(left, [47.3], [8.5], [400.0], [8838.0], [7240.0], kind="affine")
 
 
+def test_exchanged_columns_are_named(left):
+    lat, lon, height = ground(9, 30)
+    line, sample = left.project(lat, lon, height)
+    with pytest.raises(ValueError, match="line and sample"):
+        orbmath.refine(left, lat, lon, height, sample, line)
+    with pytest.raises(ValueError, match="atitude and longitude"):
+        orbmath.refine(left, lon, lat, height, line, sample)
+
+
+def test_a_fit_names_the_bad_point(left):
+    lat, lon, height = ground(10, 300)
+    line, sample = left.project(lat, lon, height)
+    line[17] += 30
+    model, report = orbmath.fit(lat, lon, height, line, sample)
+    assert report.bad == [17]
+    away = np.hypot(*(np.array(model.project(lat, lon, height)) - left.project(lat, lon, height)))
+    assert away.max() < 0.01
+    assert orbmath.fit(lat, lon, height, line, sample, keep_all=True)[1].bad == [17]
+
+
 def test_comparison_sees_a_shift(left):
     moved = Model.from_dict({**left.to_dict(), "LINE_OFF": left.to_dict()["LINE_OFF"] + 3})
     found = orbmath.compare(left, moved, points=5, heights=1)
