@@ -9,8 +9,9 @@
 
 namespace SatCommonUtils {
 
-/// How a model's box looks from its centre. A pole lies where a denominator is zero, a fold where the determinant of the
-/// derivatives of line and sample by latitude and longitude is: behind either the image repeats itself or means nothing.
+/// How a model's box looks from its centre. A pole lies where a denominator is zero, a fold where the determinant of
+/// the derivatives of line and sample by latitude and longitude is: behind either the image repeats itself or means
+/// nothing.
 struct TBoxExamination {
   /// Interval arithmetic shows that neither is in the box (for a derived class: in that of its record).
   bool provenFree = false;
