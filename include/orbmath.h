@@ -10,6 +10,7 @@
 #include "frame/sat_data_container/start_stop.h"
 #include "frame/sat_data_container/string_tree.h"
 #include "frame/zxstd/debug_output.h"
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/matr3x3.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"

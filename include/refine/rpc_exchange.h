@@ -47,7 +47,7 @@ class ORBMATH_API TCipherRPCImpExpDataset {
   virtual ~TCipherRPCImpExpDataset();
 
   /// Replaces the list by the images of the file at `path` (UTF-8). \return false, the list untouched, when it cannot
-  /// be read, is no well-formed XML, or its root is not "DE_RPC".
+  /// be read, is longer than 256 MiB, is no well-formed XML, or its root is not "DE_RPC".
   bool InitializeFromXML(const std::string& path);
   /// Replaces the list by the "image" children of `root`. \return false, the list untouched, when `root` is null.
   bool InitializeFromXML(TZxXmlTagItem* root);

@@ -1,3 +1,5 @@
+// Start and stop of the library, and what it knows of its own file.
+
 #include "frame/module.h"
 
 #include <memory>
@@ -25,18 +27,26 @@ struct TModule {
   std::unique_ptr<TRegistrationToken> token;
 };
 
-// Never destroyed: a host's static objects may stop the library while they go.
+// Never destroyed: a host's static objects may stop the library while they go. It stands in memory that is there from
+// the beginning, so that a start without free memory is counted, too.
 TModule& Module() {
-  static TModule* const module = new TModule;
+  alignas(TModule) static unsigned char place[sizeof(TModule)];
+  static TModule* const module = new (place) TModule;
   return *module;
 }
 
+/// A start reports no failure: what there is no memory for stays empty, and is not registered.
 void Start(TModule* module) {
   Init_SatDataContainer();
-  module->file = FindOwnModule(module->base_name + "." + module->extension);
-  module->parts = SplitPath(module->file.path);
+  try {
+    module->file = FindOwnModule(module->base_name + "." + module->extension);
+    module->parts = SplitPath(module->file.path);
+  } catch (const std::bad_alloc&) {
+    module->file = {};
+    module->parts = {};
+  }
   module->token.reset(new (std::nothrow) TRegistrationToken);
-  if (module->token) Register2DAffineTransform();
+  if (module->token && !Register2DAffineTransform()) module->token.reset();
 }
 
 void Stop(TModule* module) {

@@ -1,3 +1,5 @@
+// Where the library's own file lies, from the system's loader; elementary.
+
 #include "frame/module_file.h"
 
 #include <cstddef>
@@ -12,7 +14,14 @@
 #else
 #include <dlfcn.h>
 
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <memory>
+#include <string_view>
 #include <system_error>
 #endif
 
@@ -47,6 +56,29 @@ constexpr const char* kSeparators = "/";
 /// An object of the library by whose address the loader finds it.
 const char kAnchor = 0;
 
+/// The full path of the file that is mapped at an address, as /proc/self/maps has it (Linux, proc(5)); empty when there
+/// is no such list, or the file has been deleted.
+std::string MappedFile(const void* address) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> maps(std::fopen("/proc/self/maps", "re"), &std::fclose);
+  if (!maps) return std::string();
+  const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+  char* line = nullptr;
+  std::size_t size = 0;
+  std::string path;
+  while (path.empty() && getline(&line, &size, maps.get()) > 0) {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    if (std::sscanf(line, "%" SCNxPTR "-%" SCNxPTR, &begin, &end) != 2 || wanted < begin || wanted >= end) continue;
+    const char* const slash = std::strchr(line, '/');
+    if (slash != nullptr) path.assign(slash, std::strcspn(slash, "\n"));
+  }
+  std::free(line);
+  constexpr std::string_view kDeleted = " (deleted)";
+  const bool deleted =
+      path.size() > kDeleted.size() && path.compare(path.size() - kDeleted.size(), std::string::npos, kDeleted) == 0;
+  return deleted ? std::string() : path;
+}
+
 #endif
 
 }  // namespace
@@ -65,9 +97,20 @@ TModuleFile FindOwnModule(const std::string& file_name) {
 TModuleFile FindOwnModule(const std::string& /*file_name*/) {
   Dl_info info;
   if (dladdr(&kAnchor, &info) == 0 || info.dli_fname == nullptr) return {};
-  std::error_code error;
-  const std::filesystem::path full = std::filesystem::absolute(info.dli_fname, error);
-  return {info.dli_fbase, error ? std::string(info.dli_fname) : full.string()};
+  std::string path = info.dli_fname;
+  // A library that was found by a relative path ("." in the search path, say) is known to the loader by that path,
+  // which leads elsewhere once the working directory has changed. The kernel knows the file itself.
+  if (path.empty() || path.front() != '/') {
+    const std::string mapped = MappedFile(&kAnchor);
+    std::error_code error;
+    if (mapped.empty()) {
+      const std::filesystem::path full = std::filesystem::absolute(path, error);
+      if (!error) path = full.string();
+    } else {
+      path = mapped;
+    }
+  }
+  return {info.dli_fbase, path};
 }
 
 #endif

@@ -3,6 +3,7 @@
 #include "refine/rpc_exchange.h"
 
 #include <cstddef>
+#include <utility>
 
 #include "frame/zxstd/keyed_fields.h"
 #include "frame/zxstd/number_text.h"
@@ -16,6 +17,8 @@ namespace SatCommonUtils {
 namespace {
 
 constexpr const char* kRootTag = "DE_RPC";
+/// Room for some 30,000 images.
+constexpr std::size_t kLongestDocument = std::size_t{256} << 20;
 constexpr const char* kImageTag = "image";
 constexpr const char* kNameTag = "name";
 constexpr const char* kRefinementTag = "Refinement";
@@ -124,8 +127,10 @@ TCipherRPCImpExpDataset::~TCipherRPCImpExpDataset() = default;
 
 bool TCipherRPCImpExpDataset::InitializeFromXML(const std::string& path) {
   TZxFileStream file;
-  if (!file.Open(TZxPath(path), TZxOpenMode::Read)) return false;
-  const var_a<TZxXmlTagItem*> root = ZxReadXml(&file);
+  std::string text;
+  if (!file.Open(TZxPath(path), TZxOpenMode::Read) || !ZxReadAll(&file, &text, kLongestDocument)) return false;
+  TZxStringStream stream(std::move(text));
+  const var_a<TZxXmlTagItem*> root = ZxReadXml(&stream);
   return root && LocalName(root->name) == kRootTag && InitializeFromXML(root.get());
 }
 

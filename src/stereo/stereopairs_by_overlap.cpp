@@ -131,6 +131,7 @@ TStereopairsByOverlapParams::operator bool() const {
 }
 
 bool TStereopairsByOverlapParams::InitializeFromXML(TZxXIniReader* reader) {
+  if (reader == nullptr) return false;
   Invalidate();
   TStereopairsByOverlapParams read;
   VisitAll([&](const auto& field) {
@@ -146,7 +147,8 @@ bool TStereopairsByOverlapParams::InitializeFromXML(TZxXIniReader* reader, const
 }
 
 bool TStereopairsByOverlapParams::SaveToXML(TZxXIniWriter* writer) const {
-  return VisitAll([&](const auto& field) { return writer->WriteS(field.key, this->*field.member); });
+  return writer != nullptr &&
+         VisitAll([&](const auto& field) { return writer->WriteS(field.key, this->*field.member); });
 }
 
 bool TStereopairsByOverlapParams::SaveToXML(TZxXIniWriter* writer, const std::string& key) const {

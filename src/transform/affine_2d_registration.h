@@ -3,9 +3,12 @@
 
 namespace SatCommonUtils {
 
-/// Adds a user of the registration; the first registers "sat_affine" with a factory of identities. Not locked.
-void Register2DAffineTransform();
-/// Removes a user; the last one takes the registration away. Without a user nothing happens. Not locked.
-void Unregister2DAffineTransform();
+/// Adds a user of the registration; the first registers "sat_affine" with a factory of identities. A factory that a
+/// host has registered under that name before stays. Not locked. \return false, no user added, when there is no memory
+/// for it.
+bool Register2DAffineTransform() noexcept;
+/// Removes a user; the last one takes the registration away, and puts a host's own back. Without a user nothing
+/// happens. Not locked.
+void Unregister2DAffineTransform() noexcept;
 
 }  // namespace SatCommonUtils

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#if defined(__linux__)
+#include <dlfcn.h>
+#endif
 
 #include "frame/sat_data_container/start_stop.h"
 #include "frame/zxstd/transform_2d.h"
@@ -49,6 +53,26 @@ TEST(Module, SavedAffineTransformsLoadAsTheirClass) {
   EXPECT_FALSE(TZx2DTransform::TSerializer::LoadN(reader.get(), "chain"));
 }
 
+TEST(Module, AHostsOwnRegistrationIsBackAfterTheStop) {
+  class Mine : public T2DAffineTransform {};
+  ASSERT_TRUE(TZx2DTransform::TSerializer::RegisterName("sat_affine", [] { return make_var_a<Mine>(); }));
+  const auto is_mine = [] {
+    return dynamic_cast<const Mine*>(TZx2DTransform::TSerializer::CreateN("sat_affine").get()) != nullptr;
+  };
+  for (int round = 0; round < 2; ++round) {
+    Init_Orbmath();
+    EXPECT_TRUE(IsRegistered());
+    Deinit_Orbmath();
+    EXPECT_TRUE(is_mine());
+  }
+  // One that a host has put in the place of the library's meanwhile stays, too.
+  EXPECT_TRUE(TZx2DTransform::TSerializer::UnregisterName("sat_affine"));
+  Init_Orbmath();
+  EXPECT_FALSE(is_mine());
+  Deinit_Orbmath();
+  EXPECT_FALSE(IsRegistered());
+}
+
 TEST(Module, KnowsItsOwnFile) {
   Init_Orbmath();
   const TOrbmathModuleInfo info = GetOrbmathModuleInfo();
@@ -60,3 +84,31 @@ TEST(Module, KnowsItsOwnFile) {
   const char separator = std::filesystem::path::preferred_separator;
   EXPECT_EQ(info.directory + separator + info.base_name + "." + info.extension, info.path);
 }
+
+#if defined(__linux__)
+TEST(Module, KnowsItsOwnFileWhenItWasFoundByARelativePath) {
+  namespace fs = std::filesystem;
+  Init_Orbmath();
+  const fs::path library = GetOrbmathModuleInfo().path;
+  Deinit_Orbmath();
+  if (library.string().find(".so") == std::string::npos) GTEST_SKIP() << "the library is part of this program";
+  const fs::path before = fs::current_path();
+  std::string folder = (fs::temp_directory_path() / "orbmath_module_XXXXXX").string();
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  fs::copy_file(library, fs::path(folder) / "libcopy.so");
+  fs::current_path(folder);
+  void* const copy = dlopen("./libcopy.so", RTLD_NOW | RTLD_LOCAL);
+  fs::current_path("/");
+  ASSERT_NE(copy, nullptr) << dlerror();
+  const auto start = reinterpret_cast<void (*)()>(dlsym(copy, "_ZN14SatCommonUtils12Init_OrbmathEv"));
+  const auto info =
+      reinterpret_cast<TOrbmathModuleInfo (*)()>(dlsym(copy, "_ZN14SatCommonUtils20GetOrbmathModuleInfoEv"));
+  const auto stop = reinterpret_cast<void (*)()>(dlsym(copy, "_ZN14SatCommonUtils14Deinit_OrbmathEv"));
+  ASSERT_TRUE(start != nullptr && info != nullptr && stop != nullptr);
+  start();
+  EXPECT_EQ(info().path, (fs::canonical(folder) / "libcopy.so").string());
+  stop();
+  fs::current_path(before);
+  fs::remove_all(folder);
+}
+#endif

@@ -152,5 +152,14 @@ TEST(StereopairsByOverlap, MandatoryAndOptionalKeys) {
   EXPECT_FALSE(old.CheckDateGap || old.CheckSunAzimuthDiff || old.CheckSunElevationDiff);
 }
 
+TEST(StereopairsByOverlap, WithoutReaderOrWriterNothingHappens) {
+  Params params = AllChecked();
+  EXPECT_FALSE(params.InitializeFromXML(nullptr));
+  EXPECT_FALSE(params.InitializeFromXML(nullptr, "Criteria"));
+  EXPECT_EQ(Joined(params), Joined(AllChecked()));
+  EXPECT_FALSE(params.SaveToXML(nullptr));
+  EXPECT_FALSE(params.SaveToXML(nullptr, "Criteria"));
+}
+
 }  // namespace
 }  // namespace StereopairsByOverlap

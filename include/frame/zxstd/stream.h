@@ -78,6 +78,10 @@ class ORBMATH_API TZxStringStream : public TZxStream {
   std::size_t position_ = 0;
 };
 
+/// Bytes that a reader of XML takes from a stream: 1 GiB, room for a matrix of 4,000 by 4,000. Readers of files of one
+/// purpose have smaller limits.
+constexpr std::size_t kZxMaxXmlBytes = std::size_t{1} << 30;
+
 /// Reads everything that is left of `stream`. \return false when the stream is null, fails, or is longer than `limit`
 /// bytes; `text` then holds what was read so far.
 ORBMATH_API bool ZxReadAll(TZxStream* stream, std::string* text, std::size_t limit = SIZE_MAX);

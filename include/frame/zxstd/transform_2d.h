@@ -84,6 +84,9 @@ class ORBMATH_API TZx2DTransform::TSerializer {
   /// Takes an entry away. \return false when there is none of that name.
   static bool UnregisterName(const std::string& name);
 
+  /// A copy of the factory that is registered under the name; empty when there is none.
+  static TFactory FindFactory(const std::string& name);
+
   /// A new default transform; empty when the name is not registered.
   static var_a<TZx2DTransform*> CreateN(const std::string& name);
   /// As above. \throws TZxMessage when the name is not registered.

@@ -114,7 +114,8 @@ constexpr std::size_t kZxMaxXmlDepth = 256;
 /// are not.
 /// \param stream not owned. \param flag reserved, 0. \param progress may be null; told when the bytes are there (0.5)
 /// and when the tree is (1). \return the root element, or an empty pointer when the stream is null, holds no
-/// well-formed document or one nested deeper than `kZxMaxXmlDepth`, or when `progress` asks for a stop.
+/// well-formed document, one of more than `kZxMaxXmlBytes` or one nested deeper than `kZxMaxXmlDepth`, or when
+/// `progress` asks for a stop.
 ORBMATH_API var_a<TZxXmlTagItem*> ZxReadXml(TZxStream* stream, int flag = 0, TZxProgressHandler* progress = nullptr);
 /// As above. \throws TZxMessage, with line and cause, instead of returning an empty pointer.
 ORBMATH_API var_a<TZxXmlTagItem*> ZxReadXmlE(TZxStream* stream, int flag = 0, TZxProgressHandler* progress = nullptr);

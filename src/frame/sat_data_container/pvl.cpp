@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "frame/sat_data_container/pvl_scanner.h"
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/quoted.h"
 #include "frame/zxstd/text.h"
@@ -211,11 +212,11 @@ class PvlConverter {
 };
 
 std::string_view WithoutByteOrderMark(std::string_view text) {
-  constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-  if (text.substr(0, 2) == "\xFF\xFE" || text.substr(0, 2) == "\xFE\xFF") {
+  const TZxTextEncoding encoding = ZxByteOrderMark(text);
+  if (encoding == TZxTextEncoding::Utf16LittleEndian || encoding == TZxTextEncoding::Utf16BigEndian) {
     throw PvlFault{1, "the text is UTF-16, not UTF-8"};
   }
-  return text.substr(0, kUtf8Mark.size()) == kUtf8Mark ? text.substr(kUtf8Mark.size()) : text;
+  return ZxWithoutUtf8Mark(text);
 }
 
 }  // namespace

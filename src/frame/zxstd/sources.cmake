@@ -1,5 +1,6 @@
 target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/debug_output.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/encoding.cpp
   ${CMAKE_CURRENT_LIST_DIR}/matr3x3.cpp
   ${CMAKE_CURRENT_LIST_DIR}/message.cpp
   ${CMAKE_CURRENT_LIST_DIR}/number_text.cpp
@@ -20,6 +21,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/xini_layout.cpp
   ${CMAKE_CURRENT_LIST_DIR}/xini_reader.cpp
   ${CMAKE_CURRENT_LIST_DIR}/xini_writer.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/xml_check.cpp
   ${CMAKE_CURRENT_LIST_DIR}/xml_parse.cpp
   ${CMAKE_CURRENT_LIST_DIR}/xml_text.cpp
   ${CMAKE_CURRENT_LIST_DIR}/xml_tree.cpp

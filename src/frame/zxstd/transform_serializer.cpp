@@ -50,17 +50,17 @@ bool TZx2DTransform::TSerializer::UnregisterName(const std::string& name) {
   return registry.factories.erase(name) > 0;
 }
 
+TZx2DTransform::TSerializer::TFactory TZx2DTransform::TSerializer::FindFactory(const std::string& name) {
+  Registry& registry = TheRegistry();
+  const std::lock_guard<std::mutex> lock(registry.mutex);
+  const auto entry = registry.factories.find(name);
+  return entry == registry.factories.end() ? TFactory() : entry->second;
+}
+
 var_a<TZx2DTransform*> TZx2DTransform::TSerializer::CreateN(const std::string& name) {
-  TFactory factory;
-  {
-    Registry& registry = TheRegistry();
-    const std::lock_guard<std::mutex> lock(registry.mutex);
-    const auto entry = registry.factories.find(name);
-    if (entry == registry.factories.end()) return nullptr;
-    factory = entry->second;
-  }
   // Outside the lock: a factory may use the registry.
-  return factory();
+  const TFactory factory = FindFactory(name);
+  return factory ? factory() : nullptr;
 }
 
 var_a<TZx2DTransform*> TZx2DTransform::TSerializer::CreateE(const std::string& name) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"
@@ -19,7 +20,8 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 // Turns the elements of a parsed XML text into nodes, level by level, so that no depth of nesting uses the stack.
 class DocumentBuilder {
  public:
-  explicit DocumentBuilder(const std::string& xml) : xml_(xml, pugi::parse_default | pugi::parse_ws_pcdata_single) {}
+  explicit DocumentBuilder(std::string xml)
+      : xml_(std::move(xml), pugi::parse_default | pugi::parse_ws_pcdata_single) {}
 
   std::vector<XIniNode> Build() {
     AddRoot();
@@ -152,7 +154,7 @@ std::size_t XIniKeyIndex::Find(const std::string& key, std::size_t start) {
   return *found;
 }
 
-XIniDocument::XIniDocument(const std::string& xml) : nodes_(DocumentBuilder(xml).Build()) {}
+XIniDocument::XIniDocument(std::string xml) : nodes_(DocumentBuilder(std::move(xml)).Build()) {}
 
 const XIniNode* XIniDocument::Child(std::size_t node, std::size_t index) const {
   const XIniNode& section = nodes_[node];

@@ -50,7 +50,7 @@ class XIniKeyIndex {
 class XIniDocument {
  public:
   /// \throws TZxMessage when `xml` is no document of sections and items.
-  explicit XIniDocument(const std::string& xml);
+  explicit XIniDocument(std::string xml);
 
   const XIniNode& At(std::size_t node) const { return nodes_[node]; }
   /// The child of section `node` at `index`, or null past the end.

@@ -7,6 +7,7 @@
 #include "frame/zxstd/progress_report.h"
 #include "frame/zxstd/quoted.h"
 #include "frame/zxstd/xini_document.h"
+#include "frame/zxstd/xml_parse.h"
 
 namespace SatCommonUtils {
 
@@ -115,10 +116,9 @@ bool TZxXIniSection::Leave() {
 }
 
 TZxXIniStreamReader::TZxXIniStreamReader(TZxStream* stream, int /*flag*/, TZxProgressHandler* progress) {
-  std::string xml;
-  if (!ZxReadAll(stream, &xml)) throw TZxMessage("the stream cannot be read");
+  std::string xml = ReadXmlTextE(stream, kZxMaxXmlBytes);
   ReportProgressE(progress, 0.5);
-  document_ = std::make_unique<XIniDocument>(xml);
+  document_ = std::make_unique<XIniDocument>(std::move(xml));
   ReportProgressE(progress, 1.0);
 }
 

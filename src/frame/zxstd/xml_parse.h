@@ -6,13 +6,18 @@
 #include <string>
 #include <vector>
 
+#include "frame/zxstd/stream.h"
+
 namespace SatCommonUtils {
+
+/// All that is left of a stream. \throws TZxMessage when it cannot be read or is longer than `limit` bytes.
+std::string ReadXmlTextE(TZxStream* stream, std::size_t limit);
 
 /// A well-formed XML text with one root element.
 class ParsedXml {
  public:
   /// \param options parse flags of pugixml. \throws TZxMessage when the text is not well-formed.
-  ParsedXml(const std::string& xml, unsigned int options);
+  ParsedXml(std::string text, unsigned int options);
 
   pugi::xml_node Root() const { return document_.document_element(); }
   /// Line, from 1, of an element; 0 when it is not known.
@@ -24,9 +29,7 @@ class ParsedXml {
   std::size_t LineAt(std::ptrdiff_t offset) const;
 
   pugi::xml_document document_;
-  // Where the line feeds of the text are; empty when it is not UTF-8, whose offsets are not those of the text.
-  std::vector<std::ptrdiff_t> line_ends_;
-  bool lines_known_ = false;
+  std::vector<std::ptrdiff_t> line_ends_;  // where the line feeds of the text are, as UTF-8
 };
 
 }  // namespace SatCommonUtils

@@ -1,6 +1,6 @@
 #include "frame/zxstd/xml_text.h"
 
-#include <cstdint>
+#include "frame/zxstd/encoding.h"
 
 namespace SatCommonUtils {
 
@@ -47,21 +47,10 @@ bool IsNameStart(unsigned char c) {
 }  // namespace
 
 std::size_t XmlCharacterSize(std::string_view text) {
-  if (text.empty()) return 0;
-  const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(text[i])); };
-  const std::uint32_t lead = byte(0);
-  if (lead < 0x80) return lead >= 0x20 || lead == '\t' || lead == '\n' || lead == '\r' ? 1 : 0;
-  const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < size) return 0;
-  std::uint32_t code = lead & (0x7Fu >> size);
-  for (std::size_t i = 1; i < size; ++i) {
-    if ((byte(i) & 0xC0u) != 0x80u) return 0;
-    code = (code << 6) | (byte(i) & 0x3Fu);
-  }
-  const std::uint32_t least = size == 4 ? 0x10000 : size == 3 ? 0x800 : 0x80;
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  if (code < least || code > 0x10FFFF || surrogate || code == 0xFFFE || code == 0xFFFF) return 0;
-  return size;
+  const std::size_t size = ZxUtf8Size(text);
+  if (size == 1) return text[0] >= 0x20 || text[0] == '\t' || text[0] == '\n' || text[0] == '\r' ? 1 : 0;
+  // U+FFFE and U+FFFF
+  return text.substr(0, size) == "\xEF\xBF\xBE" || text.substr(0, size) == "\xEF\xBF\xBF" ? 0 : size;
 }
 
 bool IsXmlText(std::string_view text) {

@@ -91,10 +91,9 @@ bool AppendTree(const TZxXmlTagItem& root, std::string* xml) {
 }  // namespace
 
 var_a<TZxXmlTagItem*> ZxReadXmlE(TZxStream* stream, int /*flag*/, TZxProgressHandler* progress) {
-  std::string text;
-  if (!ZxReadAll(stream, &text)) throw TZxMessage("the stream cannot be read");
+  std::string text = ReadXmlTextE(stream, kZxMaxXmlBytes);
   ReportProgressE(progress, 0.5);
-  var_a<TZxXmlTagItem*> tree = BuildTree(ParsedXml(text, pugi::parse_default | pugi::parse_ws_pcdata));
+  var_a<TZxXmlTagItem*> tree = BuildTree(ParsedXml(std::move(text), pugi::parse_default | pugi::parse_ws_pcdata));
   ReportProgressE(progress, 1.0);
   return tree;
 }

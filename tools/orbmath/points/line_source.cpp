@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "errors.h"
+#include "frame/zxstd/encoding.h"
 
 namespace orbmath_tool {
 
@@ -20,8 +21,6 @@ namespace {
 /// Large enough that handing a block from thread to thread costs nothing beside its points, small enough for the cache.
 constexpr std::size_t kBlockBytes = 64 * 1024;
 static_assert(kBlockBytes > 2 * kLongestLine, "a block must hold a longest line and the reading behind it");
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool HasMore(int descriptor) {
   pollfd state{descriptor, POLLIN, 0};
@@ -106,10 +105,10 @@ bool LineSource::ReadBlock(CharBuffer* text) {
   }
   carry_.Append(text->view().substr(whole));
   text->TakeUpTo(text->data() + whole);
-  if (std::exchange(at_start_, false) && text->view().substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-    const std::size_t rest = text->size() - kByteOrderMark.size();
-    std::memmove(text->data(), text->data() + kByteOrderMark.size(), rest);
-    text->TakeUpTo(text->data() + rest);
+  if (std::exchange(at_start_, false)) {
+    const std::string_view rest = SatCommonUtils::ZxWithoutUtf8Mark(text->view());
+    std::memmove(text->data(), rest.data(), rest.size());
+    text->TakeUpTo(text->data() + rest.size());
   }
   return true;
 }
