@@ -67,6 +67,22 @@ TEST(FilesTest, TwoFilesOfACommandComeTogetherOrNotAtAll) {
   EXPECT_NE(ReadText("r.txt"), "");
 }
 
+TEST(FilesTest, AModelMayComeFromStandardInputAndInfoTakesMany) {
+  Workspace();
+  WriteText("one.txt", "45.05 7.1 500.5\n");
+  const std::string model = ReadText("flat.RPB");
+  EXPECT_EQ(RunToolLine("project - one.txt --precision 2", model).out, "500.00 3000.20\n");
+  const ToolRun twice = RunToolLine("project - -", model);
+  EXPECT_EQ(twice.status, 2);
+  EXPECT_NE(twice.err.find("standard input is the model already"), std::string::npos) << twice.err;
+  EXPECT_EQ(RunToolLine("info -", "no model").err.find("orbmath: standard input"), 0u);
+
+  const ToolRun many = RunToolLine("info flat.RPB nowhere.RPB right.RPB --json");
+  EXPECT_EQ(many.status, 1);
+  EXPECT_EQ(std::count(many.out.begin(), many.out.end(), '\n'), 3);
+  EXPECT_NE(many.out.find("\n{\"file\":\"nowhere.RPB\",\"error\":"), std::string::npos) << many.out;
+}
+
 TEST(FilesTest, ARefusedThreadIsCalledThat) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "a sanitizer needs more address space than this test leaves";

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -30,6 +31,45 @@ TEST(ManualTest, HelpTextsAreThoseOfTheTool) {
     EXPECT_NE(page.find(block), std::string::npos)
         << "docs/tool.md has another text for 'orbmath " << line << "': bash tools/orbmath/update_manual.sh";
   }
+}
+
+TEST(ManualTest, PagesAndCompletionsHaveEveryOptionOfTheHelp) {
+  const std::string bash = RunToolLine("completion bash").out;
+  const std::string zsh = RunToolLine("completion zsh").out;
+  const std::string fish = RunToolLine("completion fish").out;
+  EXPECT_NE(RunToolLine("help --man").out.find(".BR orbmath\\-locate (1)"), std::string::npos);
+  for (const char* command : {"info", "project", "locate", "intersect", "fit", "refine", "help"}) {
+    const std::string help = RunToolLine(std::string("help ") + command).out;
+    EXPECT_EQ(help, RunToolLine(std::string(command) + " --help").out);
+    const std::string page = RunToolLine(std::string("help --man ") + command).out;
+    std::size_t options = 0;
+    std::istringstream lines(help);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.compare(0, 4, "  --") != 0) continue;
+      const std::string option = line.substr(2, line.find(' ', 2) - 2);
+      std::string dashes;
+      for (const char c : option) dashes += c == '-' ? std::string("\\-") : std::string(1, c);
+      EXPECT_NE(page.find("\n.B " + dashes), std::string::npos) << command << " " << option;
+      EXPECT_NE(bash.find(" " + option), std::string::npos) << command << " " << option;
+      EXPECT_NE(zsh.find("'" + option + "["), std::string::npos) << command << " " << option;
+      EXPECT_NE(fish.find(std::string("from ") + command + "' -l " + option.substr(2)), std::string::npos)
+          << command << " " << option;
+      ++options;
+    }
+    EXPECT_GE(options, 1u) << command;
+  }
+}
+
+TEST(ManualTest, BashCompletesCommandsOptionsAndWords) {
+  WriteText("complete.sh", "source <('" ORBMATH_TOOL
+                           "' completion bash)\n"
+                           "c() { COMP_WORDS=(orbmath \"$@\"); COMP_CWORD=$#; _orbmath; echo \"${COMPREPLY[*]}\"; }\n"
+                           "c loc; c locate --prec; c locate --origin c; c help inv; c locate a\n");
+  const std::string out = Workspace() + "/completed";
+  if (std::system(("bash '" + Workspace() + "/complete.sh' > '" + out + "'").c_str()) != 0) {
+    GTEST_SKIP() << "there is no bash";
+  }
+  EXPECT_EQ(ReadText("completed"), "locate\n--precision\ncenter corner\ninvert\n\n");
 }
 
 }  // namespace

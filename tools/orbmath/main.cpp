@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "commands/command.h"
+#include "commands/manual.h"
+#include "commands/registry.h"
 #include "errors.h"
 #include "version.h"
 
@@ -14,65 +15,28 @@ namespace orbmath_tool {
 
 namespace {
 
-struct Entry {
-  const char* name;
-  const char* summary;
-  std::unique_ptr<Command> (*make)();
-};
-
-constexpr Entry kCommands[] = {
-    {"info", "Say what a model file holds and how well its approximation and inversion do.", MakeInfo},
-    {"project", "Ground points to image points.", MakeProject},
-    {"locate", "Image points to ground points at a known height.", MakeLocate},
-    {"intersect", "Points seen in several images to ground points.", MakeIntersect},
-    {"convert", "Write a model file in another form.", MakeConvert},
-    {"fit", "Fit a model to points whose ground and image coordinates are known.", MakeFit},
-    {"invert", "Fit the inverse of a model: image and height to latitude and longitude.", MakeInvert},
-    {"refine", "Correct a model in image space with ground control or image ties.", MakeRefine},
-    {"export", "Write an adjusted model as a plain one that carries its refinement.", MakeExport},
-    {"compare", "Compare two models field by field and pixel by pixel.", MakeCompare},
-};
-
-void PrintHelp() {
-  std::puts("Rational polynomial camera models (RPC) at the shell.\n\nUsage: orbmath COMMAND [arguments] [options]\n");
-  std::puts("Commands:");
-  for (const Entry& entry : kCommands) std::printf("  %-10s %s\n", entry.name, entry.summary);
-  std::puts(
-      "\n'orbmath COMMAND --help' tells more, 'orbmath --version' prints the version.\n\n"
-      "Angles are degrees, heights metres above the ellipsoid, image coordinates pixels. Ground points are\n"
-      "'lat lon height', image points 'line sample', one point a line, between blanks, tabs or commas; '#' starts a\n"
-      "comment. A line that cannot be computed becomes a line beginning with 'ERROR: ' in its place.\n\n"
-      "Exit status: 0 when all went well, 1 when a point, a file or a computation failed, 2 for wrong usage.");
-}
-
 /// The usage errors of a command end with where its help is.
-int RunCommand(const Entry& entry, const std::vector<std::string>& arguments) {
-  const std::string name = std::string("orbmath ") + entry.name;
+int RunCommand(const CommandEntry& entry, const std::vector<std::string>& arguments) {
   try {
-    const std::unique_ptr<Command> command = entry.make();
-    CommandLine line(name, entry.summary, command->Notes());
-    command->Declare(line);
-    return line.Parse(arguments) ? command->Run() : kSuccess;
+    const DeclaredCommand declared = Declare(entry);
+    return declared.line->Parse(arguments) ? declared.command->Run() : kSuccess;
   } catch (const UsageError& error) {
-    throw UsageError(std::string(entry.name) + ": " + error.what() + " (see '" + name + " --help')");
+    throw UsageError(std::string(entry.name) + ": " + error.what() + " (see 'orbmath " + entry.name + " --help')");
   }
 }
 
 int Dispatch(const std::vector<std::string>& arguments) {
-  const std::string first = arguments.empty() ? "" : arguments.front();
+  if (arguments.empty()) throw UsageError("no command given, 'orbmath --help' lists them");
+  const std::string& first = arguments.front();
   if (first == "--help" || first == "-h") {
-    PrintHelp();
+    PrintOverview();
     return kSuccess;
   }
   if (first == "--version") {
     std::printf("orbmath %s\n", SatCommonUtils::GetOrbmathVersionText());
     return kSuccess;
   }
-  for (const Entry& entry : kCommands) {
-    if (first == entry.name) return RunCommand(entry, {arguments.begin() + 1, arguments.end()});
-  }
-  const std::string what = arguments.empty() ? "no command given" : "'" + first + "' is no command";
-  throw UsageError(what + ", 'orbmath --help' lists them");
+  return RunCommand(FindCommand(first), {arguments.begin() + 1, arguments.end()});
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// What a command is: its options and its work. One file a command holds the class; `main.cpp` only dispatches.
+/// What a command is: its options and its work. One file a command holds the class; `registry.cpp` lists them.
 
 #include <memory>
 
@@ -30,5 +30,7 @@ std::unique_ptr<Command> MakeInvert();
 std::unique_ptr<Command> MakeRefine();
 std::unique_ptr<Command> MakeExport();
 std::unique_ptr<Command> MakeCompare();
+std::unique_ptr<Command> MakeHelp();
+std::unique_ptr<Command> MakeCompletion();
 
 }  // namespace orbmath_tool

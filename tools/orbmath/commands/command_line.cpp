@@ -7,6 +7,7 @@
 #include <functional>
 #include <sstream>
 
+#include "commands/did_you_mean.h"
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
 
@@ -58,49 +59,47 @@ void Wrap(const std::string& text, std::size_t at, std::size_t indent, std::size
   *out += "\n";
 }
 
+constexpr std::size_t kPageWidth = 110;
+
 /// Usage line, arguments and options wrapped to a page, notes.
 class HelpLayout : public CLI::Formatter {
  public:
   HelpLayout() { label("Positionals", "Arguments"); }
 
-  std::string make_usage(const CLI::App* app, std::string name) const override {
-    std::string usage = "\nUsage: " + name;
-    for (const CLI::Option* argument : app->get_options([](const CLI::Option* o) { return o->get_positional(); })) {
-      const bool many = argument->get_expected_max() > 1;
-      const std::string shown = argument->get_name(true, false) + (many ? "..." : "");
-      usage += argument->get_required() ? " " + shown : " [" + shown + "]";
-    }
-    return usage + " [options]\n";
+  std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override {
+    return "\nUsage: " + usage_ + "\n";
   }
+  void SetUsage(const std::string& usage) { usage_ = usage; }
 
   std::string make_option(const CLI::Option* option, bool is_positional) const override {
     std::string shown = "  " + option->get_name(is_positional, !is_positional);
     if (option->get_type_size() > 0 && !option->get_type_name().empty()) shown += " " + option->get_type_name();
     const std::size_t at = shown.size();
-    Wrap(option->get_description(), at, kIndent, kWidth, &shown);
+    Wrap(option->get_description(), at, kIndent, kPageWidth, &shown);
     return shown;
   }
 
-  /// Paragraphs are wrapped, lines that begin with a blank are examples.
-  std::string make_footer(const CLI::App* app) const override {
-    std::string shown;
-    std::istringstream lines(app->get_footer());
-    for (std::string line; std::getline(lines, line);) {
-      if (line.empty() || line.front() == ' ') {
-        shown += line + "\n";
-      } else {
-        Wrap(line, 0, 0, kWidth, &shown);
-      }
-    }
-    return shown;
-  }
+  std::string make_footer(const CLI::App* app) const override { return WrapParagraphs(app->get_footer(), kPageWidth); }
 
  private:
   static constexpr std::size_t kIndent = 22;
-  static constexpr std::size_t kWidth = 110;
+  std::string usage_;
 };
 
 }  // namespace
+
+std::string WrapParagraphs(const std::string& text, std::size_t width) {
+  std::string shown;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.empty() || line.front() == ' ') {
+      shown += line + "\n";
+    } else {
+      Wrap(line, 0, 0, width, &shown);
+    }
+  }
+  return shown;
+}
 
 struct CommandLine::Parser {
   explicit Parser(const std::string& summary) : app(summary) {}
@@ -110,41 +109,65 @@ struct CommandLine::Parser {
     return app.add_option_function<std::string>(name, take, help)->type_name(value_name);
   }
 
+  void Note(const std::string& name, const std::string& value_name, const std::string& help,
+            const std::vector<std::string>& words = {}) {
+    options.push_back({{name}, value_name, words, help});
+  }
+
+  /// The unknown option and the one that was probably meant.
+  std::string UnknownText(const std::string& given) const {
+    if (given.empty() || given.front() != '-') return "'" + given + "' is one argument too many";
+    std::vector<std::string> names = {"--help"};
+    for (const OptionInfo& option : options) names.insert(names.end(), option.names.begin(), option.names.end());
+    return "there is no option " + given + DidYouMean(given.substr(0, given.find('=')), names);
+  }
+
   CLI::App app;
+  std::shared_ptr<HelpLayout> layout = std::make_shared<HelpLayout>();
+  std::string full_name;
+  std::vector<ArgumentInfo> arguments;
+  std::vector<OptionInfo> options;
 };
 
 CommandLine::CommandLine(const std::string& name, const std::string& summary, const std::string& notes)
     : parser_(new Parser(summary)) {
   parser_->app.name(name);
   parser_->app.footer(notes);
-  parser_->app.formatter(std::make_shared<HelpLayout>());
+  parser_->full_name = name;
+  parser_->app.formatter(parser_->layout);
   parser_->app.set_help_flag("-h,--help", "print this help and stop");
+  parser_->options.push_back({{"-h", "--help"}, "", {}, "print this help and stop"});
 }
 
 CommandLine::~CommandLine() = default;
 
 void CommandLine::Argument(const std::string& name, std::string* target, const std::string& help) {
   parser_->app.add_option(name, *target, help)->required()->type_name("");
+  parser_->arguments.push_back({name, help, true, false});
 }
 
 void CommandLine::Arguments(const std::string& name, std::vector<std::string>* target, int least,
                             const std::string& help) {
   CLI::Option* option = parser_->app.add_option(name, *target, help)->type_name("");
   if (least > 0) option->required()->expected(least, CLI::detail::expected_max_vector_size);
+  parser_->arguments.push_back({name, help, least > 0, true});
 }
 
 void CommandLine::Flag(const std::string& name, bool* target, const std::string& help) {
   parser_->app.add_flag(name, *target, help);
+  parser_->Note(name, "", help);
 }
 
 void CommandLine::Text(const std::string& name, const std::string& value_name, std::string* target,
                        const std::string& help) {
   parser_->app.add_option(name, *target, help)->type_name(value_name);
+  parser_->Note(name, value_name, help);
 }
 
 void CommandLine::Texts(const std::string& name, const std::string& value_name, std::vector<std::string>* target,
                         const std::string& help) {
   parser_->app.add_option(name, *target, help)->type_name(value_name)->expected(1)->take_all();
+  parser_->Note(name, value_name, help);
 }
 
 namespace {
@@ -163,6 +186,7 @@ void CommandLine::Number(const std::string& name, const std::string& value_name,
                          const std::string& help) {
   const auto take = [name, target](const std::string& text) { *target = FiniteNumber(name, text); };
   parser_->Add(name, value_name, take, help);
+  parser_->Note(name, value_name, help);
 }
 
 void CommandLine::Numbers(const std::string& name, const std::string& value_names, std::size_t count,
@@ -187,6 +211,7 @@ void CommandLine::Count(const std::string& name, const std::string& value_name, 
     *target = value;
   };
   parser_->Add(name, value_name, take, help);
+  parser_->Note(name, value_name, help);
 }
 
 void CommandLine::Choice(const std::string& name, const std::vector<std::string>& words, int* target,
@@ -197,9 +222,24 @@ void CommandLine::Choice(const std::string& name, const std::vector<std::string>
     *target = static_cast<int>(found - words.begin());
   };
   parser_->Add(name, Alternatives(words), take, help);
+  parser_->Note(name, Alternatives(words), help, words);
+}
+
+const std::vector<ArgumentInfo>& CommandLine::DeclaredArguments() const { return parser_->arguments; }
+
+const std::vector<OptionInfo>& CommandLine::DeclaredOptions() const { return parser_->options; }
+
+std::string CommandLine::Usage() const {
+  std::string usage = parser_->full_name;
+  for (const ArgumentInfo& argument : parser_->arguments) {
+    const std::string shown = argument.name + (argument.many ? "..." : "");
+    usage += argument.required ? " " + shown : " [" + shown + "]";
+  }
+  return usage + " [options]";
 }
 
 bool CommandLine::Parse(const std::vector<std::string>& arguments) {
+  parser_->layout->SetUsage(Usage());
   // The parser takes its arguments from the back.
   try {
     parser_->app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -209,6 +249,8 @@ bool CommandLine::Parse(const std::vector<std::string>& arguments) {
     return false;
   } catch (const CLI::ArgumentMismatch& error) {
     throw UsageError(MismatchText(error.what()));
+  } catch (const CLI::ExtrasError&) {
+    throw UsageError(parser_->UnknownText(parser_->app.remaining().front()));
   } catch (const CLI::ParseError& error) {
     throw UsageError(OneLine(error.what()));
   }

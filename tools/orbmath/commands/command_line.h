@@ -9,6 +9,23 @@
 
 namespace orbmath_tool {
 
+/// What a command line accepts, as manual pages and completions need to know it.
+struct ArgumentInfo {
+  std::string name;
+  std::string help;
+  bool required = true;
+  bool many = false;
+};
+struct OptionInfo {
+  std::vector<std::string> names;  ///< with their dashes
+  std::string value_name;          ///< empty: takes no value
+  std::vector<std::string> words;  ///< the values it takes, when they are words of a list
+  std::string help;
+};
+
+/// Paragraphs of one line each are wrapped before column `width`; lines that begin with a blank stay as they are.
+std::string WrapParagraphs(const std::string& text, std::size_t width);
+
 /// The command line of one command: what it accepts, and its help. Targets must outlive `Parse`.
 ///
 /// Every error is a `UsageError` with one line. Numbers are read by the library's routine, so a negative number may
@@ -42,6 +59,12 @@ class CommandLine {
              const std::string& help);
   /// One of some words; the target becomes the number of the word.
   void Choice(const std::string& name, const std::vector<std::string>& words, int* target, const std::string& help);
+
+  /// What has been declared, in its order.
+  const std::vector<ArgumentInfo>& DeclaredArguments() const;
+  const std::vector<OptionInfo>& DeclaredOptions() const;
+  /// "orbmath project MODEL [POINTS...] [options]"
+  std::string Usage() const;
 
   /// Reads the arguments behind the command's name.
   /// \return false when help was asked for and has been printed. \throws UsageError

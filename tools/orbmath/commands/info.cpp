@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <optional>
 #include <vector>
 
 #include "commands/command.h"
+#include "errors.h"
 #include "frame/zxstd/number_text.h"
 #include "models/ground_grid.h"
 #include "models/inverse_model.h"
@@ -251,19 +253,38 @@ class Info : public Command {
  public:
   const char* Notes() const override {
     return "Line and sample are those of the model file unless --origin says otherwise.\n\n"
-           "Example:\n"
-           "  orbmath info image.RPB";
+           "Examples:\n"
+           "  orbmath info image.RPB\n"
+           "  orbmath info *.RPB --json";
   }
 
   void Declare(CommandLine& line) override {
-    line.Argument("MODEL", &model_, "model file of any form");
-    line.Flag("--json", &json_, "one JSON object");
+    line.Arguments("MODEL", &models_, 1, "model files of any form, '-' for standard input");
+    line.Flag("--json", &json_, "one JSON object a model, one line each");
     origin_.Declare(line);
     reading_.Declare(line);
   }
 
   int Run() override {
-    const Model model = ReadModel(model_, reading_);
+    int status = kSuccess;
+    for (const std::string& name : models_) {
+      if (!json_ && &name != &models_.front()) std::puts("");
+      try {
+        ReportOf(ReadModel(name, reading_)).Print(json_);
+      } catch (const Failure& failure) {
+        // The others are still told of; a program finds an object in the place of each.
+        if (models_.size() == 1) throw;
+        if (json_)
+          std::printf("{\"file\":%s,\"error\":%s}\n", JsonString(name).c_str(), JsonString(failure.what()).c_str());
+        Note(failure.what());
+        status = kFailure;
+      }
+    }
+    return status;
+  }
+
+ private:
+  Report ReportOf(const Model& model) const {
     const double shift = origin_.Shift();
     Report report;
     AddFile(model, &report);
@@ -280,13 +301,11 @@ class Info : public Command {
       AddAccuracy(*model.rpc, &report);
       AddBranch(*model.rpc, &report);
     }
-    report.Print(json_);
-    return 0;
+    return report;
   }
 
- private:
   ModelReading reading_;
-  std::string model_;
+  std::vector<std::string> models_;
   bool json_ = false;
   PixelOrigin origin_;
 };

@@ -1,5 +1,6 @@
 #include "models/model.h"
 
+#include <cstdio>
 #include <fstream>
 
 #include "errors.h"
@@ -9,6 +10,7 @@
 #include "frame/zxstd/xini_writer.h"
 #include "models/inverse_model.h"
 #include "models/raster_library.h"
+#include "points/line_source.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/robust_fit.h"
 #include "rpc/rpc_fields.h"
@@ -53,6 +55,13 @@ std::string FormatXml(const TRPC& model, const SatCommonUtils::TRPCFileExtras& e
   return stream.GetString();
 }
 
+class StandardInput : public SatCommonUtils::TZxStream {
+ public:
+  std::size_t Write(const void* /*buffer*/, std::size_t /*count*/) override { return 0; }
+  std::size_t Read(void* buffer, std::size_t count) override { return std::fread(buffer, 1, count, stdin); }
+  bool ReadFailed() const override { return std::ferror(stdin) != 0; }
+};
+
 TRPCData ParseRecord(const std::string& content, const std::string& name) {
   SatCommonUtils::TZxStringStream stream(content);
   SatCommonUtils::TRPCFile file;
@@ -81,14 +90,25 @@ SatCommonUtils::TRPCFileOptions ModelReading::Options() const {
   return options;
 }
 
-Model ReadModel(const std::string& name, const ModelReading& reading) {
+Model ReadModel(const std::string& given, const ModelReading& reading) {
   Model model;
-  model.name = name;
-  model.file = ReadAnyFile(name, reading.Options());
+  if (given == "-") {
+    model.name = "standard input";
+    TakeStandardInput("the model");
+    StandardInput input;
+    SatCommonUtils::TRPCFileError error;
+    if (!SatCommonUtils::ReadRPCStream(&input, model.name, reading.Options(), &model.file, &error)) {
+      throw Failure(error.GetText());
+    }
+  } else {
+    model.name = given;
+    model.file = ReadAnyFile(given, reading.Options());
+  }
   try {
     model.rpc = BuildModel(model.file);
   } catch (const SatCommonUtils::TZxMessage&) {
-    throw Failure(name + ": the model in this file is damaged: its record can be read, what stands beside it cannot");
+    throw Failure(model.name +
+                  ": the model in this file is damaged: its record can be read, what stands beside it cannot");
   }
   return model;
 }

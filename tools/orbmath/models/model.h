@@ -19,7 +19,7 @@ namespace orbmath_tool {
 
 /// A model file that has been read, and the model in it.
 struct Model {
-  std::string name;  ///< As on the command line.
+  std::string name;  ///< As on the command line, or "standard input".
   SatCommonUtils::TRPCFile file;
   SatCommonUtils::var_a<SatCommonUtils::TRPC*>
       rpc;  ///< Never empty; a `TAdjustedRPC` when the file is an adjusted one.
@@ -36,9 +36,9 @@ class ModelReading {
   std::optional<int> first_pixel_;
 };
 
-/// Reads a model file of any form, or the model of an image. \throws Failure naming file, line and key of what is
-/// wrong.
-Model ReadModel(const std::string& name, const ModelReading& reading = {});
+/// Reads a model file of any form, "-" from standard input, or the model of an image. \throws Failure naming file, line
+/// and key of what is wrong.
+Model ReadModel(const std::string& given, const ModelReading& reading = {});
 /// The same. \throws Failure for an inverse model too, which does not map the ground into an image.
 Model ReadGroundModel(const std::string& name, const ModelReading& reading = {});
 

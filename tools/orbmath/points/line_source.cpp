@@ -38,10 +38,19 @@ const char* DropLineRest(char* begin, const char* end) {
 
 }  // namespace
 
+void TakeStandardInput(const std::string& by) {
+  static std::string taken_by;
+  if (!taken_by.empty()) {
+    throw UsageError("standard input is " + taken_by + " already, so " + by + " must come from a file");
+  }
+  taken_by = by;
+}
+
 LineSource::LineSource(const std::vector<std::string>& names) {
   bool all_plain = true;
   for (const std::string& name : names.empty() ? std::vector<std::string>{"-"} : names) {
     const bool standard = name == "-";
+    if (standard) TakeStandardInput("the file of points");
     const int descriptor = standard ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) throw Failure(name + ": " + std::strerror(errno));
     inputs_.push_back({standard ? "standard input" : name, descriptor});

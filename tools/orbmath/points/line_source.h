@@ -11,6 +11,10 @@
 
 namespace orbmath_tool {
 
+/// Notes that standard input is taken. \param by what reads it, e.g. "the model". \throws UsageError when something
+/// else has taken it before: it can be read once only.
+void TakeStandardInput(const std::string& by);
+
 /// Bytes of a line that are kept. The rest of a longer line is dropped, so that no input makes the tool grow;
 /// whoever parses the line sees its length and refuses it.
 constexpr std::size_t kLongestLine = 16 * 1024;
