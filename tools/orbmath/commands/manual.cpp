@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "report/fixed_digits.h"
+#include "version.h"
 
 namespace orbmath_tool {
 
@@ -31,8 +32,9 @@ std::string Roff(const std::string& text) {
 }
 
 std::string Head(const std::string& title, const std::string& summary, const std::string& synopsis) {
-  return ".TH " + title + " 1 \"\" \"orbmath " ORBMATH_VERSION "\" \"Orbmath\"\n.SH NAME\n" + Roff(title) + " \\- " +
-         Roff(summary.substr(0, summary.size() - 1)) + "\n.SH SYNOPSIS\n.nf\n" + Roff(synopsis) + "\n.fi\n";
+  return ".TH " + title + " 1 \"\" \"orbmath " + SatCommonUtils::GetOrbmathVersionText() +
+         "\" \"Orbmath\"\n.SH NAME\n" + Roff(title) + " \\- " + Roff(summary.substr(0, summary.size() - 1)) +
+         "\n.SH SYNOPSIS\n.nf\n" + Roff(synopsis) + "\n.fi\n";
 }
 
 /// Paragraphs, and lines that begin with a blank as they stand. "Example:" opens a section of its own.
