@@ -10,13 +10,17 @@
 #include "models/ground_grid.h"
 #include "models/inverse_model.h"
 #include "models/model.h"
+#include "points/dem_options.h"
 #include "points/point_options.h"
 #include "refine/adjusted_rpc.h"
+#include "report/fixed_digits.h"
 #include "report/json.h"
 #include "report/report.h"
 #include "rpc/ground_branch.h"
 #include "rpc/ground_solution.h"
+#include "rpc/rpc_boxes.h"
 #include "rpc/rpc_fields.h"
+#include "terrain/terrain_locator.h"
 
 namespace orbmath_tool {
 
@@ -249,6 +253,32 @@ void AddBranch(const TRPC& model, Report* report) {
   report->Text("folds", "folds", say(box.beyondFold));
 }
 
+/// The ground under the image's edge: corners and the middles between them, around the image.
+void AddFootprint(const TRPC& model, const SatCommonUtils::THeightSurface& surface, double shift, Report* report) {
+  constexpr double kAround[][2] = {{-1, -1}, {-1, 0}, {-1, 1}, {0, 1}, {1, 1}, {1, 0}, {1, -1}, {0, -1}};
+  report->Heading("Footprint on the terrain: line, sample (px), latitude, longitude (deg), height (m)");
+  const SatCommonUtils::TImageBox image =
+      SatCommonUtils::ImageBoxOf(model, SatCommonUtils::TRasterBounds::PixelCentres);
+  const SatCommonUtils::TTerrainLocator locator(model, surface);
+  std::string lines;
+  std::string json;
+  for (const auto& place : kAround) {
+    const double line = image.line.Normalized2Initial(place[0]);
+    const double sample = image.sample.Normalized2Initial(place[1]);
+    const SatCommonUtils::TTerrainSolution ground = locator.Locate(line, sample);
+    lines += PadLeft(Fixed(line + shift, 2), 12) + PadLeft(Fixed(sample + shift, 2), 12) + "  ";
+    lines +=
+        ground ? PadLeft(Fixed(ground.lat, 8), 13) + PadLeft(Fixed(ground.lon, 8), 14) + PadLeft(Fixed(ground.h, 3), 11)
+               : std::string(SatCommonUtils::DescribeTerrainState(ground.state));
+    lines += "\n";
+    json += std::string(json.empty() ? "" : ",") + "{\"line\":" + JsonNumber(line + shift) +
+            ",\"sample\":" + JsonNumber(sample + shift) + ",\"lat\":" + JsonNumber(ground.lat) +
+            ",\"lon\":" + JsonNumber(ground.lon) + ",\"height\":" + JsonNumber(ground.h) + "}";
+  }
+  report->Lines(lines);
+  report->Json("footprint", "[" + json + "]");
+}
+
 class Info : public Command {
  public:
   const char* Notes() const override {
@@ -260,6 +290,7 @@ class Info : public Command {
 
   void Declare(CommandLine& line) override {
     line.Arguments("MODEL", &models_, 1, "model files of any form, '-' for standard input");
+    dem_.Declare(line);
     line.Flag("--json", &json_, "one JSON object a model, one line each");
     origin_.Declare(line);
     reading_.Declare(line);
@@ -267,10 +298,11 @@ class Info : public Command {
 
   int Run() override {
     int status = kSuccess;
+    const auto surface = dem_.Open();
     for (const std::string& name : models_) {
       if (!json_ && &name != &models_.front()) std::puts("");
       try {
-        ReportOf(ReadModel(name, reading_)).Print(json_);
+        ReportOf(ReadModel(name, reading_), surface.get()).Print(json_);
       } catch (const Failure& failure) {
         // The others are still told of; a program finds an object in the place of each.
         if (models_.size() == 1) throw;
@@ -284,7 +316,8 @@ class Info : public Command {
   }
 
  private:
-  Report ReportOf(const Model& model) const {
+  /// \param surface null, or the terrain of the footprint.
+  Report ReportOf(const Model& model, const SatCommonUtils::THeightSurface* surface) const {
     const double shift = origin_.Shift();
     Report report;
     AddFile(model, &report);
@@ -300,6 +333,7 @@ class Info : public Command {
     } else {
       AddAccuracy(*model.rpc, &report);
       AddBranch(*model.rpc, &report);
+      if (surface != nullptr) AddFootprint(*model.rpc, *surface, shift, &report);
     }
     return report;
   }
@@ -307,6 +341,7 @@ class Info : public Command {
   ModelReading reading_;
   std::vector<std::string> models_;
   bool json_ = false;
+  DemChoice dem_;
   PixelOrigin origin_;
 };
 

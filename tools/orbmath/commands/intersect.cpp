@@ -5,9 +5,11 @@
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model.h"
+#include "points/dem_options.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
 #include "rpc/ground_solution.h"
+#include "terrain/terrain_locator.h"
 
 namespace orbmath_tool {
 
@@ -102,6 +104,41 @@ class IntersectTask : public PointTask {
   MarkCounter marks_;
 };
 
+/// One image, and the terrain in place of the other.
+class SingleImageTask : public PointTask {
+ public:
+  SingleImageTask(const SatCommonUtils::TTerrainLocator& locator, double shift, const PointOptions& options)
+      : locator_(locator), shift_(shift) {
+    layout_.columns = {{"line1"}, {"sample1"}};
+    columns_ = {{"lat", options.Digits(kDegreeDigits)},
+                {"lon", options.Digits(kDegreeDigits)},
+                {"height", options.Digits(kMetreDigits)},
+                {"rms_pixels", options.Digits(kPixelDigits)}};
+  }
+
+  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<OutputColumn>& Columns() const override { return columns_; }
+
+  void Compute(LineBlock* block) const override {
+    for (std::vector<double>& coordinate : block->in) {
+      for (double& pixels : coordinate) pixels -= shift_;
+    }
+    std::vector<SatCommonUtils::TTerrainSolution> points(block->count);
+    locator_.LocateArray(block->count, block->in[0].data(), block->in[1].data(), points.data());
+    for (std::size_t i = 0; i < block->count; ++i) {
+      if (!points[i]) block->Fail(i, SatCommonUtils::DescribeTerrainState(points[i].state));
+      const double values[] = {points[i].lat, points[i].lon, points[i].h, points[i].residual};
+      for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
+    }
+  }
+
+ private:
+  const SatCommonUtils::TTerrainLocator& locator_;
+  const double shift_;
+  LineLayout layout_;
+  std::vector<OutputColumn> columns_;
+};
+
 class Intersect : public Command {
  public:
   const char* Notes() const override {
@@ -111,19 +148,21 @@ class Intersect : public Command {
            "follow: standard deviations of the point towards east, north and up (metres), for image coordinates "
            "with the standard deviation of --sigma. A point without a solution is an error line that says why, and so "
            "is one that no image can mean: missed by more than --max-rms, behind a sensor, far outside the models' "
-           "heights or ground; --extrapolate gives those too.\n\n"
+           "heights or ground; --extrapolate gives those too. Where one "
+           "image is left, --dem gives the heights: each line is 'line1 sample1'.\n\n"
            "Example:\n"
            "  orbmath intersect left.RPB right.RPB --points ties.txt --covariance --sigma 0.3";
   }
 
   void Declare(CommandLine& line) override {
-    line.Arguments("MODEL", &names_, 2, "model files of any form, two or more");
+    line.Arguments("MODEL", &names_, 1, "model files of any form, two or more; one with --dem");
     options_.DeclareFilesOption(line);
     line.Number("--height", "H", &intersection_.height, "height of all points, metres above the ellipsoid");
     line.Number("--height-variance", "V", &intersection_.height_variance,
                 "variance of that height, square metres: it is observed, not fixed");
     line.Flag("--covariance", &intersection_.covariance, "add standard deviations towards east, north and up");
     line.Number("--sigma", "PX", &intersection_.sigma, "standard deviation of an image coordinate, pixels (default 1)");
+    dem_.Declare(line);
     line.Flag("--status", &intersection_.status, "add a status: 'ok' or what the point lies outside of");
     line.Number("--max-rms", "PX", &intersection_.largest_rms,
                 "largest root mean square of the residuals, pixels (default 100)");
@@ -138,6 +177,10 @@ class Intersect : public Command {
     if (intersection_.height_variance.value_or(1.0) <= 0.0) throw UsageError("--height-variance must be above 0");
     if (intersection_.sigma.value_or(1.0) <= 0.0) throw UsageError("--sigma must be above 0");
     if (intersection_.largest_rms.value_or(1.0) <= 0.0) throw UsageError("--max-rms must be above 0");
+    if (dem_.IsGiven() && names_.size() > 1)
+      throw UsageError("--dem takes the place of a second image: give one MODEL");
+    if (!dem_.IsGiven() && names_.size() < 2) throw UsageError("MODEL: At least 2 required, or 1 with --dem");
+    if (const auto surface = dem_.Open()) return OnTerrain(*surface);
     std::vector<Model> models;
     for (const std::string& name : names_) models.push_back(ReadGroundModel(name, reading_));
     IntersectTask task(models, intersection_, origin_.Shift(), options_);
@@ -147,6 +190,18 @@ class Intersect : public Command {
   }
 
  private:
+  /// One image of a pair is left: heights come from the terrain.
+  int OnTerrain(const SatCommonUtils::THeightSurface& surface) {
+    if (intersection_.height || intersection_.covariance || intersection_.status) {
+      throw UsageError("--height, --covariance and --status do not go with --dem");
+    }
+    const Model model = ReadGroundModel(names_[0], reading_);
+    const SatCommonUtils::TTerrainLocator locator(*model.rpc, surface);
+    SingleImageTask task(locator, origin_.Shift(), options_);
+    return options_.Run(&task);
+  }
+
+  DemChoice dem_;
   ModelReading reading_;
   std::vector<std::string> names_;
   IntersectionOptions intersection_;

@@ -5,9 +5,11 @@
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
 #include "models/model.h"
+#include "points/dem_options.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
 #include "rpc/ground_solution.h"
+#include "terrain/terrain_locator.h"
 
 namespace orbmath_tool {
 
@@ -74,6 +76,59 @@ class LocateTask : public PointTask {
   MarkCounter marks_;
 };
 
+/// Image points on a DEM.
+class TerrainTask : public PointTask {
+ public:
+  TerrainTask(const SatCommonUtils::TTerrainLocator& locator, bool status, double shift, const PointOptions& options)
+      : locator_(locator), shift_(shift) {
+    layout_.columns = {{"line"}, {"sample"}};
+    columns_ = {{"lat", options.Digits(kDegreeDigits)},
+                {"lon", options.Digits(kDegreeDigits)},
+                {"height", options.Digits(kMetreDigits)}};
+    if (status) {
+      columns_.push_back({"residual", options.Digits(kPixelDigits)});
+      columns_.push_back({"status", 0, {"ok", "after-void"}});
+    }
+  }
+
+  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<OutputColumn>& Columns() const override { return columns_; }
+
+  void Compute(LineBlock* block) const override {
+    for (int i = 0; i < 2; ++i) {
+      for (double& pixels : block->in[i]) pixels -= shift_;
+    }
+    std::vector<SatCommonUtils::TTerrainSolution> solutions(block->count);
+    locator_.LocateArray(block->count, block->in[0].data(), block->in[1].data(), solutions.data());
+    block->marks.resize(block->count);
+    for (std::size_t i = 0; i < block->count; ++i) {
+      const SatCommonUtils::TTerrainSolution& solution = solutions[i];
+      if (!solution) block->Fail(i, SatCommonUtils::DescribeTerrainState(solution.state));
+      block->marks[i] = solution.state == SatCommonUtils::TTerrainState::FoundAfterVoid ? 1 : 0;
+      const double values[] = {solution.lat, solution.lon, solution.h, solution.residual,
+                               static_cast<double>(block->marks[i])};
+      for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
+    }
+  }
+
+  void Observe(const LineBlock& block) override {
+    for (const int mark : block.marks) after_voids_ += static_cast<std::size_t>(mark);
+  }
+
+  void Report() const {
+    if (after_voids_ == 0) return;
+    Note(std::to_string(after_voids_) +
+         " points lie behind places without a height, where terrain may hide them (status after-void)");
+  }
+
+ private:
+  const SatCommonUtils::TTerrainLocator& locator_;
+  const double shift_;
+  std::size_t after_voids_ = 0;
+  LineLayout layout_;
+  std::vector<OutputColumn> columns_;
+};
+
 class Locate : public Command {
  public:
   const char* Notes() const override {
@@ -86,14 +141,19 @@ class Locate : public Command {
            "--status two more columns follow: how far the result projects from the "
            "given image point (pixels), and 'ok' or 'outside-' with what the point lies outside of: image, "
            "height, ground, margin, joined by '+'.\n\n"
+           "With --dem each line 'line sample' becomes the first point of the terrain that its line of sight meets. "
+           "Voids and places off the DEM are error lines; the status is 'ok', or 'after-void' where terrain of "
+           "unknown height may lie before the point.\n\n"
            "Example:\n"
-           "  echo '1000 2000' | orbmath locate image.RPB --height -5";
+           "  echo '1000 2000' | orbmath locate image.RPB --height -5\n"
+           "  orbmath locate image.RPB points.txt --dem srtm.tif --geoid egm96";
   }
 
   void Declare(CommandLine& line) override {
     line.Argument("MODEL", &model_, "model file of any form");
     options_.DeclareFiles(line);
     line.Number("--height", "H", &height_, "height of points that give none, metres above the ellipsoid");
+    dem_.Declare(line);
     line.Flag("--status", &status_, "add residual and status");
     line.Flag("--extrapolate", &extrapolate_, "give points that the model cannot know instead of error lines");
     origin_.Declare(line);
@@ -103,6 +163,14 @@ class Locate : public Command {
 
   int Run() override {
     const Model model = ReadGroundModel(model_, reading_);
+    if (dem_.IsGiven() && height_) throw UsageError("--height and --dem exclude each other");
+    if (const auto surface = dem_.Open()) {
+      const SatCommonUtils::TTerrainLocator locator(*model.rpc, *surface);
+      TerrainTask task(locator, status_, origin_.Shift(), options_);
+      const int status = options_.Run(&task);
+      task.Report();
+      return status;
+    }
     LocateTask task(model, height_, status_, extrapolate_, origin_.Shift(), options_);
     const int status = options_.Run(&task);
     task.Marks().Report();
@@ -115,6 +183,7 @@ class Locate : public Command {
   std::optional<double> height_;
   bool status_ = false;
   bool extrapolate_ = false;
+  DemChoice dem_;
   PixelOrigin origin_;
   PointOptions options_;
 };

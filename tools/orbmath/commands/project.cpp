@@ -1,9 +1,16 @@
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <vector>
+
 #include "commands/command.h"
 #include "errors.h"
 #include "models/inverse_model.h"
 #include "models/model.h"
+#include "points/dem_options.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
+#include "terrain/terrain_locator.h"
 
 namespace orbmath_tool {
 
@@ -42,23 +49,28 @@ class InverseTask : public PointTask {
 
 class ProjectTask : public PointTask {
  public:
-  ProjectTask(const Model& model, bool derivatives, double shift, const PointOptions& options)
-      : model_(model), derivatives_(derivatives), shift_(shift) {
+  /// \param surface null, or where heights that are not given come from.
+  /// \param locator null, or what tells which points are visible.
+  ProjectTask(const Model& model, bool derivatives, double shift, const PointOptions& options,
+              const SatCommonUtils::THeightSurface* surface, const SatCommonUtils::TTerrainLocator* locator)
+      : model_(model), derivatives_(derivatives), shift_(shift), surface_(surface), locator_(locator) {
     layout_.columns = {{"lat"}, {"lon"}, {"height"}};
+    if (surface != nullptr) layout_.columns[2].fallback = std::numeric_limits<double>::quiet_NaN();
     columns_ = {{"line", options.Digits(kPixelDigits)}, {"sample", options.Digits(kPixelDigits)}};
-    if (!derivatives) return;
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 6 && derivatives; ++i) {
       // Pixels per degree, and pixels per metre.
       columns_.push_back({kDerivatives[i], options.Digits(i % 3 == 2 ? kDegreeDigits : kPixelDigits)});
     }
+    if (locator != nullptr) columns_.push_back({"visible", 0, {"visible", "visible-void", "hidden", "no-line"}});
   }
 
   const LineLayout& Layout() const override { return layout_; }
   const std::vector<OutputColumn>& Columns() const override { return columns_; }
 
   void Compute(LineBlock* block) const override {
+    if (surface_ != nullptr) FillHeights(block);
     double* d[6] = {};
-    for (std::size_t i = 2; i < columns_.size(); ++i) d[i - 2] = block->out[i].data();
+    for (std::size_t i = 0; i < 6 && derivatives_; ++i) d[i] = block->out[i + 2].data();
     model_.rpc->CalculateLineSampleArray(block->count, block->in[0].data(), block->in[1].data(), block->in[2].data(),
                                          block->out[0].data(), block->out[1].data(), derivatives_ ? d : nullptr,
                                          derivatives_ ? d + 3 : nullptr);
@@ -69,9 +81,13 @@ class ProjectTask : public PointTask {
     for (std::size_t i = 0; i < block->count; ++i) {
       const double lat = block->in[0][i];
       const double lon = block->in[1][i];
-      if (!IsGround(lat, lon)) block->Fail(i, WhyNoGround(lat, lon));
+      if (!IsGround(lat, lon))
+        block->Fail(i, WhyNoGround(lat, lon));
+      else if (std::isnan(block->in[2][i]))
+        block->Fail(i, kNoTerrainHeight);
       block->marks[i] = StatusOf(*model_.rpc, lat, lon, block->in[2][i]);
     }
+    if (locator_ != nullptr) Look(block);
   }
 
   void Observe(const LineBlock& block) override { marks_.Add(block); }
@@ -79,9 +95,27 @@ class ProjectTask : public PointTask {
   const MarkCounter& Marks() const { return marks_; }
 
  private:
+  void FillHeights(LineBlock* block) const {
+    std::vector<double> h(block->count);
+    surface_->GetHeights(block->count, block->in[0].data(), block->in[1].data(), h.data());
+    for (std::size_t i = 0; i < block->count; ++i) {
+      if (std::isnan(block->in[2][i])) block->in[2][i] = h[i];
+    }
+  }
+
+  void Look(LineBlock* block) const {
+    std::vector<SatCommonUtils::TVisibility> seen(block->count);
+    locator_->GetVisibilityArray(block->count, block->in[0].data(), block->in[1].data(), block->in[2].data(),
+                                 seen.data());
+    // The words stand in the order of the states, the first of which is "not run".
+    for (std::size_t i = 0; i < block->count; ++i) block->out.back()[i] = static_cast<double>(seen[i]) - 1.0;
+  }
+
   const Model& model_;
   const bool derivatives_;
   const double shift_;
+  const SatCommonUtils::THeightSurface* const surface_;
+  const SatCommonUtils::TTerrainLocator* const locator_;
   LineLayout layout_;
   std::vector<OutputColumn> columns_;
   MarkCounter marks_;
@@ -94,6 +128,8 @@ class Project : public Command {
            "(pixels). With --derivatives six more columns follow: of the line, then of the sample, by latitude "
            "and longitude (pixels per degree) and by height (pixels per metre). With an inverse model, as 'orbmath "
            "invert' writes it, each line 'line sample height' becomes 'lat lon'.\n\n"
+           "With --dem a point without a height gets that of the terrain, and --visible adds a column: 'visible', "
+           "'visible-void' (as far as heights are known), 'hidden' or 'no-line'.\n\n"
            "Example:\n"
            "  echo '43.55 1.49 200' | orbmath project image.RPB";
   }
@@ -102,6 +138,8 @@ class Project : public Command {
     line.Argument("MODEL", &model_, "model file of any form");
     options_.DeclareFiles(line);
     line.Flag("--derivatives", &derivatives_, "add the six derivatives");
+    dem_.Declare(line);
+    line.Flag("--visible", &visible_, "add whether the point is seen or hidden by terrain (with --dem)");
     origin_.Declare(line);
     options_.DeclareOutput(line);
     reading_.Declare(line);
@@ -110,11 +148,17 @@ class Project : public Command {
   int Run() override {
     const Model model = ReadModel(model_, reading_);
     if (IsInverse(model.file.record)) {
-      if (derivatives_) throw UsageError("--derivatives does not go with an inverse model");
+      if (derivatives_ || dem_.IsGiven()) {
+        throw UsageError("--derivatives and --dem do not go with an inverse model");
+      }
       InverseTask task(model, origin_.Shift(), options_);
       return options_.Run(&task);
     }
-    ProjectTask task(model, derivatives_, origin_.Shift(), options_);
+    if (visible_ && !dem_.IsGiven()) throw UsageError("--visible needs --dem");
+    const auto surface = dem_.Open();
+    std::unique_ptr<SatCommonUtils::TTerrainLocator> locator;
+    if (visible_) locator = std::make_unique<SatCommonUtils::TTerrainLocator>(*model.rpc, *surface);
+    ProjectTask task(model, derivatives_, origin_.Shift(), options_, surface.get(), locator.get());
     const int status = options_.Run(&task);
     task.Marks().ReportGiven();
     return status;
@@ -124,6 +168,8 @@ class Project : public Command {
   ModelReading reading_;
   std::string model_;
   bool derivatives_ = false;
+  DemChoice dem_;
+  bool visible_ = false;
   PixelOrigin origin_;
   PointOptions options_;
 };

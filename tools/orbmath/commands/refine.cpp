@@ -1,4 +1,5 @@
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -6,6 +7,7 @@
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model.h"
+#include "points/dem_options.h"
 #include "points/point_options.h"
 #include "points/point_table.h"
 #include "refine/adjusted_rpc.h"
@@ -27,9 +29,16 @@ namespace {
 
 constexpr int kDigits = 4;
 
-std::vector<TableColumn> ColumnsOf(bool ties) {
+/// \param dem heights may be left out, and stand behind the columns that may not.
+std::vector<TableColumn> ColumnsOf(bool ties, bool dem) {
   if (ties) {
     return {columns::kLine, columns::kSample, columns::kMeasuredLine, columns::kMeasuredSample, columns::kSigma};
+  }
+  if (dem) {
+    TableColumn height = columns::kHeight;
+    height.required = false;
+    height.fallback = std::numeric_limits<double>::quiet_NaN();
+    return {columns::kLat, columns::kLon, columns::kLine, columns::kSample, columns::kSigma, height};
   }
   return {columns::kLat, columns::kLon, columns::kHeight, columns::kLine, columns::kSample, columns::kSigma};
 }
@@ -53,6 +62,22 @@ std::vector<SatCommonUtils::TGroundControlPoint> GroundControl(const PointTable&
     points.push_back({table.Values(0)[row], table.Values(1)[row], table.Values(2)[row], table.Values(3)[row] - shift,
                       table.Values(4)[row] - shift, table.Values(5)[row]});
   }
+  return points;
+}
+
+/// The same of points of which some have no height: it is the terrain's.
+std::vector<SatCommonUtils::TGroundControlPoint> GroundControl(const PointTable& table, double shift,
+                                                               const SatCommonUtils::THeightSurface& surface) {
+  RefuseBadGround(table, 0, 1);
+  std::vector<double> heights(table.size());
+  surface.GetHeights(table.size(), table.Values(0).data(), table.Values(1).data(), heights.data());
+  std::vector<SatCommonUtils::TGroundControlPoint> points;
+  for (std::size_t row = 0; row < table.size(); ++row) {
+    if (!std::isnan(table.Values(5)[row])) heights[row] = table.Values(5)[row];
+    points.push_back({table.Values(0)[row], table.Values(1)[row], heights[row], table.Values(2)[row] - shift,
+                      table.Values(3)[row] - shift, table.Values(4)[row]});
+  }
+  table.Refuse([&](std::size_t row) { return std::string(std::isnan(heights[row]) ? kNoTerrainHeight : ""); });
   return points;
 }
 
@@ -101,9 +126,10 @@ class Refine : public Command {
            "measurement, 1 pixel when it is not given. A shift needs 1 point, an affine correction 3, a "
            "projective one 4; two more let a bad point be found. 'auto' takes the kind that number and spread of "
            "the points bear. Bad points are named and left out. A misfit beyond reason is refused, with the columns "
-           "that "
-           "seem to be exchanged; points outside the model's box are noted. A refinement that the model already has is "
-           "replaced. OUT is an XML file; 'orbmath export' makes a plain model of it.\n\n"
+           "that seem to be exchanged; points outside the model's box are noted. A refinement that the model already "
+           "has is "
+           "replaced. With --dem control points need no height: lines are 'lat lon line sample [sigma [height]]', or a "
+           "table with named columns. OUT is an XML file; 'orbmath export' makes a plain model of it.\n\n"
            "Example:\n"
            "  orbmath refine image.RPB control.txt adjusted.xml --type shift";
   }
@@ -116,6 +142,7 @@ class Refine : public Command {
     line.Flag("--ties", &ties_, "the points are image ties");
     line.Flag("--keep-all", &keep_all_, "name bad points, but keep them in the fit");
     line.Number("--max-misfit", "PX", &max_misfit_, "accept a root mean square up to this (default: 20 px or 20 m)");
+    dem_.Declare(line);
     PointTable::DeclareColumns(line, &columns_);
     origin_.Declare(line);
     line.Flag("--json", &json_, "report as one JSON object");
@@ -129,13 +156,20 @@ class Refine : public Command {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
     }
     const Model model = ReadGroundModel(model_, reading_);
-    const PointTable table(points_, ColumnsOf(ties_), columns_);
-    RefuseBadSigma(table, ties_ ? 4 : 5);
+    if (ties_ && dem_.IsGiven()) throw UsageError("--ties and --dem exclude each other");
+    const auto surface = dem_.Open();
+    const PointTable table(points_, ColumnsOf(ties_, surface != nullptr), columns_);
+    RefuseBadSigma(table, ties_ || surface != nullptr ? 4 : 5);
     const double shift = origin_.Shift();
     TRefinementFit fit;
-    const bool fitted =
-        ties_ ? SatCommonUtils::FitImageTies(*model.rpc, ImageTies(model, table, shift), FitOptions(model), &fit)
-              : SatCommonUtils::FitGroundControl(*model.rpc, GroundControl(table, shift), FitOptions(model), &fit);
+    const auto options = FitOptions(model);
+    bool fitted;
+    if (ties_) {
+      fitted = SatCommonUtils::FitImageTies(*model.rpc, ImageTies(model, table, shift), options, &fit);
+    } else {
+      const auto points = surface != nullptr ? GroundControl(table, shift, *surface) : GroundControl(table, shift);
+      fitted = SatCommonUtils::FitGroundControl(*model.rpc, points, options, &fit);
+    }
     NoteOutside(table, fit.outside);
     if (!fitted) {
       throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
@@ -181,6 +215,7 @@ class Refine : public Command {
     report.Print(json_, out_ == "-");
   }
 
+  DemChoice dem_;
   ModelReading reading_;
   std::string model_;
   std::string points_;

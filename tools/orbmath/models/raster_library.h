@@ -2,9 +2,13 @@
 /// \file
 /// OrbmathRaster, loaded at run time when a file needs it: a start without images costs no GDAL.
 
+#include <limits>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "rpc/rpc_file.h"
+#include "terrain/height_surface.h"
 
 namespace orbmath_tool {
 
@@ -15,5 +19,18 @@ SatCommonUtils::TRPCFile ReadImage(const std::string& name, const SatCommonUtils
 /// Sets the model of an image that is there. \throws Failure as `ReadImage`.
 void WriteImage(const std::string& name, const SatCommonUtils::TRPCData& record,
                 const SatCommonUtils::TRPCFileExtras& extras);
+
+/// A DEM as the command line asks for it.
+struct DemRequest {
+  std::vector<std::string> files;
+  std::string geoid;  ///< name, path, "none", or empty: as the files say
+  bool bicubic = false;
+  double void_height = std::numeric_limits<double>::quiet_NaN();  ///< in the files' own reference; NaN: voids stay
+  bool void_is_geoid = false;                                     ///< voids are at the height of the geoid
+};
+
+/// Opens a DEM as heights above the ellipsoid; what was assumed is said on standard error. \throws Failure as
+/// `ReadImage`.
+std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request);
 
 }  // namespace orbmath_tool

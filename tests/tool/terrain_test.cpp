@@ -1,0 +1,80 @@
+// The commands on a DEM: what stands in a line, what becomes an error line, what is said.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tool/run_tool.h"
+
+namespace orbmath_test {
+
+namespace {
+
+/// Heights of 600 m at longitudes 6.9 to 7.1 and latitudes 44.9 to 45.1, unknown in the north-eastern corner.
+class TerrainTool : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Workspace();
+    std::string grid = "ncols 5\nnrows 5\nxllcenter 6.9\nyllcenter 44.9\ncellsize 0.05\nNODATA_value -32678\n";
+    for (int row = 0; row < 5; ++row) {
+      for (int column = 0; column < 5; ++column) grid += row == 0 && column == 4 ? "-32678 " : "600 ";
+      grid += "\n";
+    }
+    WriteText("dem.asc", grid);
+    const ToolRun run = RunToolLine("locate flat.RPB --dem dem.asc --geoid none");
+    if (run.err.find("DEMs are opened") != std::string::npos) GTEST_SKIP() << run.err;
+  }
+};
+
+TEST_F(TerrainTool, LocatesOnTheTerrainAndRefusesVoids) {
+  // A height of 600 moves the sample by 40 pixels, 0.004 degrees.
+  const ToolRun run =
+      RunToolLine("locate flat.RPB --dem dem.asc --geoid none --status", "1000 2000\n200 2840\n-5000 2000\n");
+  const std::string nowhere =
+      "ERROR: the line of sight meets no terrain of known height (a void, or outside the DEM)\n";
+  EXPECT_EQ(run.out, "45.0000000000 6.9960000000 600.0000 0.000000 ok\n" + nowhere + nowhere);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("has no reference system; taken as longitudes and latitudes"), std::string::npos) << run.err;
+  // The warning that no file and nobody said what heights count from.
+  EXPECT_NE(RunToolLine("locate flat.RPB --dem dem.asc").err.find("taken as above the ellipsoid"), std::string::npos);
+  EXPECT_EQ(
+      RunToolLine("locate flat.RPB --dem dem.asc --geoid none --void-height 600 --precision 1", "-5000 2000\n").out,
+      "45.6 7.0 600.0\n");
+  EXPECT_EQ(RunToolLine("intersect flat.RPB --dem dem.asc --geoid none --precision 3", "1000 2000\n").out,
+            "45.000 6.996 600.000 0.000\n");
+}
+
+TEST_F(TerrainTool, ProjectsWithTheTerrainsHeightAndSaysWhatIsSeen) {
+  EXPECT_EQ(RunToolLine("project flat.RPB --dem dem.asc --geoid none --visible --precision 2",
+                        "45 6.996\n45 6.996 590\n45 6.996 700\n45.09 7.09\n")
+                .out,
+            "1000.00 2000.00 visible\n1000.00 1996.00 hidden\n1000.00 2040.00 visible\n"
+            "ERROR: no terrain height there (a void, or outside the DEM)\n");
+  const std::string info = RunToolLine("info flat.RPB --dem dem.asc --geoid none --json").out;
+  EXPECT_NE(info.find("\"footprint\":[{\"line\":"), std::string::npos) << info;
+}
+
+TEST_F(TerrainTool, RefinesByControlPointsWithoutHeights) {
+  // Measured 3 lines and 5 samples off; the last one has a height of its own.
+  WriteText("control.txt", "45 6.996 1003 2005\n45.02 6.996 803 2005 1\n45 7 1003 2005 1 500\n");
+  const ToolRun run = RunToolLine("refine flat.RPB control.txt shifted.xml --type shift --dem dem.asc --geoid none");
+  EXPECT_NE(run.out.find("rms after                 0.0000 px"), std::string::npos) << run.out << run.err;
+  WriteText("off.txt", "45 9 1003 2005\n");
+  EXPECT_EQ(RunToolLine("refine flat.RPB off.txt x.xml --type shift --dem dem.asc --geoid none").status, 1);
+}
+
+TEST_F(TerrainTool, WrongUsageIsOneLine) {
+  for (const char* arguments :
+       {"locate flat.RPB --geoid none", "locate flat.RPB --dem dem.asc --height 5", "project flat.RPB --visible",
+        "intersect flat.RPB", "intersect flat.RPB right.RPB --dem dem.asc",
+        "locate flat.RPB --dem dem.asc --void-height x", "refine flat.RPB control.txt x.xml --ties --dem dem.asc"}) {
+    EXPECT_EQ(RunToolLine(arguments).status, 2) << arguments;
+  }
+  const ToolRun run = RunToolLine("locate flat.RPB --dem dem.asc --geoid none --void-height geoid");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("do not count from a geoid"), std::string::npos) << run.err;
+}
+
+}  // namespace
+
+}  // namespace orbmath_test

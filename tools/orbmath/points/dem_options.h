@@ -1,0 +1,32 @@
+#pragma once
+/// \file
+/// The options of commands that take heights from a DEM.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands/command_line.h"
+#include "terrain/height_surface.h"
+
+namespace orbmath_tool {
+
+/// `--dem` and what goes with it.
+class DemChoice {
+ public:
+  void Declare(CommandLine& line);
+  bool IsGiven() const { return !files_.empty(); }
+  /// Opens the DEM; null when none was given. \throws UsageError for options that need one. \throws Failure
+  std::shared_ptr<const SatCommonUtils::THeightSurface> Open() const;
+
+ private:
+  std::vector<std::string> files_;
+  std::string geoid_;
+  std::string void_height_;
+  int interpolation_ = 0;
+};
+
+/// What an error line says of a point without a height.
+extern const char* const kNoTerrainHeight;
+
+}  // namespace orbmath_tool
