@@ -178,9 +178,10 @@ bool WalkGrid(TTileCursor& cursor, const TSightLine& sight, double top, double b
   return false;
 }
 
-double PolishOnGrid(TTileCursor& cursor, const TSightLine& sight, double crossing, double offset) {
+double PolishOnGrid(TTileCursor& cursor, const TSightLine& sight, double crossing, double offset, bool* met) {
   constexpr int kMostSteps = 60;
   constexpr double kClose = 1e-8;  // metres: rounding of heights is some 1e-12, of columns times slopes some 1e-9
+  if (met != nullptr) *met = false;
   double u = crossing;
   double above = std::numeric_limits<double>::quiet_NaN();  // nearest places known to lie above and below
   double below = above;
@@ -208,7 +209,10 @@ double PolishOnGrid(TTileCursor& cursor, const TSightLine& sight, double crossin
     const TCellValue h = cursor.IsBicubic() ? BicubicGradient(cell, x - cellColumn, y - cellRow)
                                             : BilinearGradient(cell, x - cellColumn, y - cellRow);
     const double clearance = Evaluate(sight.c[kClearance], u) - offset - h.h;
-    if (std::fabs(clearance) <= kClose) break;
+    if (std::fabs(clearance) <= kClose) {
+      if (met != nullptr) *met = true;
+      break;
+    }
     (clearance > 0.0 ? above : below) = u;
     const double slope =
         Slope(sight.c[kClearance], u) - h.dx * Slope(sight.c[kColumn], u) - h.dy * Slope(sight.c[kRow], u);

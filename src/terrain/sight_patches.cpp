@@ -275,9 +275,9 @@ bool IsSingle(const THeightGrid& grid, const TCells& cells, double byColumn, dou
   constexpr double kShare = 0.9;  // the terrain's steepness as part of the lines', at most
   const THeightGridFrame& frame = grid.GetFrame();
   const int size = grid.GetTiles().GetTileSize();
-  if (frame.interpolation != THeightInterpolation::Bilinear || grid.GetPeriod() > 0 || cells.firstColumn < 0 ||
-      cells.firstRow < 0 || cells.lastColumn > frame.columns - 2 || cells.lastRow > frame.rows - 2 ||
-      cells.firstColumn / size != cells.lastColumn / size || cells.firstRow / size != cells.lastRow / size) {
+  if (grid.GetPeriod() > 0 || cells.firstColumn < 0 || cells.firstRow < 0 || cells.lastColumn > frame.columns - 2 ||
+      cells.lastRow > frame.rows - 2 || cells.firstColumn / size != cells.lastColumn / size ||
+      cells.firstRow / size != cells.lastRow / size) {
     return false;
   }
   bounds->tileColumn = cells.firstColumn / size;
@@ -351,11 +351,11 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
   const TReach row = reach(kRow, bounds.bottom, bounds.top);
   bounds.single = !rangeOver(bounds.bottom, bounds.top).voids &&
                   IsSingle(*scene.grid, GetCells(column, row), column.mostSlope, row.mostSlope, falls, &bounds);
-  if (bounds.single) {
+  bounds.start = 0.5 * (bounds.top + bounds.bottom);
+  if (bounds.single && scene.grid->GetFrame().interpolation == THeightInterpolation::Bilinear) {
     const TSightBounds* about = &bounds;
     const auto tile = scene.grid->GetTiles().GetTile(bounds.tileColumn, bounds.tileRow);
     bool solved;
-    bounds.start = 0.5 * (bounds.top + bounds.bottom);
     TSightBatch batch;
     for (int component = 0; component < kLatitude; ++component) {
       for (int k = 0; k < kTerms; ++k) batch.c[component][k][0] = sight.c[component][k];

@@ -24,7 +24,7 @@ struct TSightBounds {
   double top = 1.0;      ///< u above which none of them meets terrain
   double bottom = -1.0;  ///< u below which none does
   /// None of them crosses the terrain more than once between the two: it is nowhere steeper than they are. All cells
-  /// there are known and bilinear and lie in the tile below.
+  /// there are known and lie in the tile below.
   bool single = false;
   double start = 0.0;  ///< u of the crossing at the square's centre, where `single`, roughly
   bool voids = false;  ///< heights may be unknown somewhere on them between u = -1 and 1

@@ -11,4 +11,5 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/single_crossing.cpp
   ${CMAKE_CURRENT_LIST_DIR}/surface_walk.cpp
   ${CMAKE_CURRENT_LIST_DIR}/terrain_locator.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/terrain_states.cpp
 )

@@ -95,40 +95,6 @@ TTerrainSolution MakeSolution(TTerrainState state) {
 
 }  // namespace
 
-const char* DescribeTerrainState(TTerrainState state) {
-  switch (state) {
-    case TTerrainState::NotRun:
-      return "nothing was computed";
-    case TTerrainState::Found:
-      return "the first point of the terrain that is seen";
-    case TTerrainState::FoundAfterVoid:
-      return "a point of the terrain, which terrain of unknown height may hide";
-    case TTerrainState::NoTerrain:
-      return "the line of sight meets no terrain of known height (a void, or outside the DEM)";
-    case TTerrainState::NoCrossing:
-      return "the line of sight does not meet the terrain";
-    case TTerrainState::NoLine:
-      return "the model has no ground point at the terrain's heights";
-  }
-  return "unknown state";
-}
-
-const char* DescribeVisibility(TVisibility visibility) {
-  switch (visibility) {
-    case TVisibility::NotRun:
-      return "nothing was computed";
-    case TVisibility::Visible:
-      return "visible";
-    case TVisibility::VisibleVoid:
-      return "visible as far as heights are known";
-    case TVisibility::Hidden:
-      return "hidden by terrain";
-    case TVisibility::NoLine:
-      return "the model has no line of sight through the point";
-  }
-  return "unknown visibility";
-}
-
 struct TTerrainLocator::TParts {
   TScene scene;
   TTerrainOptions options;
@@ -209,6 +175,7 @@ struct TTerrainLocator::TParts {
 
   struct TBlock;
   void WalkOne(TTileCursor& cursor, TBlock* block, std::size_t k) const;
+  bool SolveOne(TTileCursor& cursor, TBlock* block, std::size_t k) const;
   void SolveSingle(TTileCursor& cursor, TBlock* block) const;
   void Complete(const TBlock& block, const double* line, const double* sample, TTerrainSolution* solutions) const;
   void LocateBlock(TTileCursor& cursor, std::size_t count, const double* line, const double* sample,
@@ -244,6 +211,22 @@ void TTerrainLocator::TParts::WalkOne(TTileCursor& cursor, TBlock* block, std::s
     const double offset = scene.base == nullptr ? 0.0 : GetBaseOffset(block->sight[k], block->u[k]);
     block->u[k] = terrain::PolishOnGrid(cursor, block->sight[k], block->u[k], offset);
   }
+}
+
+/// A line that crosses once, over a bicubic grid. \return false when it is not solved.
+bool TTerrainLocator::TParts::SolveOne(TTileCursor& cursor, TBlock* block, std::size_t k) const {
+  double u = block->bounds[k]->start;
+  // The base is taken where the line stands: once more where it came to.
+  for (int pass = 0; pass < (scene.base == nullptr ? 1 : 2); ++pass) {
+    const double offset = scene.base == nullptr ? 0.0 : GetBaseOffset(block->sight[k], u);
+    bool met = false;
+    u = terrain::PolishOnGrid(cursor, block->sight[k], u, offset, &met);
+    if (!met || !(u <= block->bounds[k]->top && u >= block->bounds[k]->bottom)) return false;
+  }
+  block->u[k] = u;
+  block->found[k] = true;
+  block->voids[k] = false;
+  return true;
 }
 
 /// Lines that cross once: by turns, the first ones rough where the exact base is yet to come.
@@ -320,10 +303,12 @@ void TTerrainLocator::TParts::LocateBlock(TTileCursor& cursor, std::size_t count
   for (TBlock* block : {&single, &several}) {
     if (block->count == 0) continue;
     patches.Interpolate(block->count, block->patch, block->s, block->t, scene.CountComponents(), block->sight);
-    if (block == &single) {
+    if (block == &single && !cursor.IsBicubic()) {
       SolveSingle(cursor, block);
     } else {
-      for (std::size_t k = 0; k < block->count; ++k) WalkOne(cursor, block, k);
+      for (std::size_t k = 0; k < block->count; ++k) {
+        if (block != &single || !SolveOne(cursor, block, k)) WalkOne(cursor, block, k);
+      }
     }
     Complete(*block, line, sample, solutions);
   }

@@ -19,8 +19,8 @@ struct TWalk {
 bool WalkGrid(TTileCursor& cursor, const TSightLine& sight, double top, double bottom, TWalk* walk, double* crossing);
 
 /// The u near `crossing` where the line meets the grid, to within rounding. \param offset metres by which the base lies
-/// higher than the line's polynomial has it.
-double PolishOnGrid(TTileCursor& cursor, const TSightLine& sight, double crossing, double offset);
+/// higher than the line's polynomial has it. \param met null, or receives whether the line meets it there.
+double PolishOnGrid(TTileCursor& cursor, const TSightLine& sight, double crossing, double offset, bool* met = nullptr);
 
 /// `WalkGrid` over any surface, by halving the line until bounds or signs tell. The crossing is good to rounding.
 bool WalkSurface(const TScene& scene, const TSightLine& sight, double top, double bottom, TWalk* walk,
