@@ -102,6 +102,16 @@ while read -r page; do
   grep -q "(${page#docs/})" docs/reference.md || complain "docs/reference.md leaves out $page"
 done < <(git ls-files 'docs/*.md')
 
+# The page of places names none that is gone. Its paths stand from the root, or from one of the folders below; headers and sources
+# of one name go without their suffixes. NAME and ROOM are anybody's, and `build/` is made.
+while read -r place; do
+  found=
+  for folder in "" src/ include/ raster/include/ tools/orbmath/; do
+    if compgen -G "$folder$place" >/dev/null || compgen -G "$folder$place.*" >/dev/null; then found=yes; fi
+  done
+  [ -n "$found" ] || complain "docs/architecture.md names $place, which is not there"
+done < <(grep -o '`[^` ]*/[^` ]*`' docs/architecture.md | tr -d '`' | grep -v -e NAME -e ROOM -e '^build/' | sort -u)
+
 # A very long file holds more than one idea.
 while read -r file; do
   lines=$(wc -l <"$file")

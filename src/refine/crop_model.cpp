@@ -5,62 +5,34 @@
 
 #include "frame/zxstd/message.h"
 #include "refine/adjusted_rpc.h"
+#include "refine/refinement_kinds.h"
 
 namespace SatCommonUtils {
 
 namespace {
 
-var_a<TRPCRefinementDataBase*> CropShift(const TRPCRefinementDataShift& from, const TImageWindow& window) {
-  auto shift = make_var_a<TRPCRefinementDataShift>(from);
-  shift->d_line = from.d_line * window.zoom;
-  shift->d_sample = from.d_sample * window.zoom;
-  return shift;
-}
-
-// bias' = zoom bias + c - (drift c_line + tilt c_sample); drift and tilt have no unit and stay.
-var_a<TRPCRefinementDataBase*> CropAffine(const TRPCRefinementDataAffine& from, const TImageWindow& window) {
-  const double line = window.MapLine(0.0);
-  const double sample = window.MapSample(0.0);
-  auto affine = make_var_a<TRPCRefinementDataAffine>(from);
-  affine->LineBias = window.zoom * from.LineBias + line - (from.LineDrift * line + from.LineTilt * sample);
-  affine->SampleBias = window.zoom * from.SampleBias + sample - (from.SampleDrift * line + from.SampleTilt * sample);
-  return affine;
-}
-
-var_a<TRPCRefinementDataBase*> CropProjective(const TRPCRefinementDataProjective& from, const TImageWindow& window) {
-  const double c[3] = {window.MapLine(0.0), window.MapSample(0.0), 0.0};
+/// S M S^-1 of the matrix of a refinement. A shift keeps its bits but for the zoom: what S puts on and takes off again
+/// is subtracted before it meets another number.
+matr3x3 Cropped(const matr3x3& m, const TImageWindow& window) {
+  const double c[2] = {window.MapLine(0.0), window.MapSample(0.0)};
   const double z = window.zoom;
-  auto projective = make_var_a<TRPCRefinementDataProjective>(from);
-  // M S^-1: the third column takes the shift back, the others are divided by the zoom.
-  double product[3][3];
-  for (int i = 0; i < 3; ++i) {
-    const double* const row = from.matr[i];
-    product[i][0] = row[0] / z;
-    product[i][1] = row[1] / z;
-    product[i][2] = row[2] - (row[0] * c[0] + row[1] * c[1]) / z;
+  const double last = m[2][2] - (m[2][0] * c[0] + m[2][1] * c[1]) / z;
+  matr3x3 cropped;
+  for (int i = 0; i < 2; ++i) {
+    for (int j = 0; j < 2; ++j) cropped[i][j] = m[i][j] + c[i] * (m[2][j] / z);
+    cropped[i][2] = z * m[i][2] + (c[i] * last - (m[i][0] * c[0] + m[i][1] * c[1]));
+    cropped[2][i] = m[2][i] / z;
   }
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) {
-      projective->matr[i][j] = (i < 2 ? z : 1.0) * product[i][j] + c[i] * product[2][j];
-    }
-  }
-  return projective;
+  cropped[2][2] = last;
+  return cropped;
 }
 
 }  // namespace
 
 var_a<TRPCRefinementDataBase*> CropRefinement(const TRPCRefinementDataBase& refinement, const TImageWindow& window) {
-  if (!window.IsValid() || !refinement) return nullptr;
-  if (const auto* const shift = dynamic_cast<const TRPCRefinementDataShift*>(&refinement)) {
-    return CropShift(*shift, window);
-  }
-  if (const auto* const affine = dynamic_cast<const TRPCRefinementDataAffine*>(&refinement)) {
-    return CropAffine(*affine, window);
-  }
-  if (const auto* const projective = dynamic_cast<const TRPCRefinementDataProjective*>(&refinement)) {
-    return CropProjective(*projective, window);
-  }
-  return refinement.CreateCopyE();
+  const TRefinementKind* const kind = FindRefinementKind(refinement.type);
+  if (!window.IsValid() || !refinement || kind == nullptr) return nullptr;
+  return kind->recordOf(Cropped(kind->matrixOf(refinement), window));
 }
 
 var_a<TRPC*> CropModel(const TRPC& model, const TImageWindow& window) {
