@@ -13,7 +13,7 @@ namespace orbmath_tool {
 
 namespace {
 
-constexpr std::size_t kNameWidth = 10;
+constexpr std::size_t kNameWidth = 11;
 
 /// A text as roff shows it unchanged: dashes that can be copied, and no line that is taken for a request.
 std::string Roff(const std::string& text) {

@@ -19,7 +19,7 @@ const std::vector<CommandEntry>& Commands() {
   static const std::vector<CommandEntry> commands = {
       {"info", "Say what a model file holds and how well its approximation and inversion do.", MakeInfo},
       {"project", "Ground points to image points.", MakeProject},
-      {"locate", "Image points to ground points at a known height.", MakeLocate},
+      {"locate", "Image points to ground points at a known height or on terrain.", MakeLocate},
       {"intersect", "Points seen in several images to ground points.", MakeIntersect},
       {"convert", "Write a model file in another form.", MakeConvert},
       {"fit", "Fit a model to points whose ground and image coordinates are known.", MakeFit},
