@@ -5,6 +5,7 @@
 
 #include "refine/adjusted_rpc.h"
 #include "refine/rpc_estimation.h"
+#include "rpc/rpc_axes.h"
 
 namespace SatCommonUtils {
 namespace {
@@ -59,18 +60,17 @@ bool TAdjustedRPC::CreateReApproximationDataset(TRPCEstimationDataSetParams* par
   const double lat_step = (params->latMax - params->latMin) / steps;
   const double lon_step = (params->lonMax - params->lonMin) / steps;
   const double height_step = (params->heightMax - params->heightMin) / steps;
+  const TRPCNormalization& axes = GetNormalization();
   TRange lats, lons, heights;
 
   const auto add = [&](double lat, double lon, double h) {
-    double line, sample;
-    CalculateLineSample(GetLatitudeNormalization()->Normalized2Initial(lat),
-                        GetLongitudeNormalization()->Normalized2Initial(lon),
-                        GetHeightNormalization()->Normalized2Initial(h), &line, &sample, nullptr, nullptr);
-    const double line_n = GetLineNormalization()->Initial2Normalized(line);
-    const double sample_n = GetSampleNormalization()->Initial2Normalized(sample);
-    if (!IsWithin(line_n, -1.0, 1.0) || !IsWithin(sample_n, -1.0, 1.0)) return;
-    if (has_raster && (!IsWithin(line, 0.0, height - 1) || !IsWithin(sample, 0.0, width - 1))) return;
-    set->Points.push_back({lat, lon, h, line_n, sample_n});
+    const TGroundPoint ground = axes.Denormalize(TNormalizedGroundPoint{lat, lon, h});
+    TImagePoint image;
+    CalculateLineSample(ground.lat, ground.lon, ground.h, &image.line, &image.sample, nullptr, nullptr);
+    const TNormalizedImagePoint place = axes.Normalize(image);
+    if (!IsWithin(place.line, -1.0, 1.0) || !IsWithin(place.sample, -1.0, 1.0)) return;
+    if (has_raster && (!IsWithin(image.line, 0.0, height - 1) || !IsWithin(image.sample, 0.0, width - 1))) return;
+    set->Points.push_back({lat, lon, h, place.line, place.sample});
     lats.Add(lat);
     lons.Add(lon);
     heights.Add(h);

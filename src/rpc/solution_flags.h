@@ -5,6 +5,7 @@
 
 #include "rpc/branch.h"
 #include "rpc/ground_solution.h"
+#include "rpc/rpc_boxes.h"
 
 namespace SatCommonUtils::rpc {
 
@@ -34,8 +35,7 @@ class TImageFlags {
  private:
   void SetMore(const TRPCCoordsDataItem& item, TGroundSolution* solution) const;
 
-  int width_ = 0;
-  int height_ = 0;
+  TImageBox image_;
   bool hasRaster_;
   const TPolygon* margin_;
   bool hasMore_;

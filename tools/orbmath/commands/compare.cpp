@@ -1,3 +1,5 @@
+// orbmath compare: how far two models are apart.
+
 #include <string>
 #include <vector>
 
@@ -100,7 +102,7 @@ class Compare : public Command {
     AddFields(CompareFields(a.file.record, b.file.record), &report);
     const bool inverse = IsInverse(a.file.record) || IsInverse(b.file.record);
     if (inverse) Note("an inverse model gives no image points, only the records are compared");
-    const bool common = !inverse && !CommonBox(*a.rpc, *b.rpc).IsEmpty();
+    const bool common = !inverse && CommonBox(*a.rpc, *b.rpc).has_value();
     const PixelDifference difference = common ? CompareModels(*a.rpc, *b.rpc) : PixelDifference({}, {});
     report.Text("common_ground", "common ground box", common ? "yes" : "no");
     report.Number("max_px", "largest difference", difference.max, kPixelReportDigits, "px");

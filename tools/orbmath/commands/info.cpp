@@ -1,3 +1,5 @@
+// orbmath info: what a model says and how well it behaves.
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -202,7 +204,7 @@ void AddRefinement(const Model& model, Report* report) {
 void AddAccuracy(const TRPC& model, Report* report) {
   report->Heading("Over " + std::to_string(kAcross) + " x " + std::to_string(kAcross) + " x " +
                   std::to_string(kHeights) + " points of the ground box");
-  const GroundPoints grid = MakeGrid(BoxOf(model), kAcross, kHeights);
+  const GroundPoints grid = MakeGrid(SatCommonUtils::GroundBoxOf(model), kAcross, kHeights);
   const ImagePoints image = Project(model, grid);
 
   ImagePoints approximate = image;

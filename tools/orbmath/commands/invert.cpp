@@ -1,3 +1,5 @@
+// orbmath invert: a model from image and height to the ground.
+
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -11,9 +13,12 @@
 #include "report/progress_line.h"
 #include "report/report.h"
 #include "rpc/ground_solution.h"
+#include "rpc/rpc_boxes.h"
 
 namespace orbmath_tool {
 
+using SatCommonUtils::TImageBox;
+using SatCommonUtils::TImagePoint;
 using SatCommonUtils::TRPC;
 using SatCommonUtils::TRPCData;
 
@@ -31,31 +36,25 @@ struct InverseError {
 
 /// The middles of the cells of the grid that the fit was made on.
 InverseError Judge(const TRPC& model, const InverseModel& inverse, int grid) {
-  const auto middle = [grid](const SatCommonUtils::TLinearNormalization& axis, int i) {
-    return axis.Normalized2Initial(-1.0 + (2.0 * i + 1.0) / grid);
-  };
+  constexpr SatCommonUtils::TGridNodes kMiddles = SatCommonUtils::TGridNodes::Middles;
+  const SatCommonUtils::TRPCNormalization& axes = model.GetNormalization();
   InverseError error;
   double squares = 0.0;
-  for (int i = 0; i < grid; ++i) {
-    for (int j = 0; j < grid; ++j) {
-      for (int k = 0; k < grid; ++k) {
-        const double line = middle(*model.GetLineNormalization(), i);
-        const double sample = middle(*model.GetSampleNormalization(), j);
-        const double height = middle(*model.GetHeightNormalization(), k);
-        const SatCommonUtils::TGroundSolution truth = SatCommonUtils::SolveLatLon(model, line, sample, height);
-        if (!truth) continue;
-        double lat = 0.0;
-        double lon = 0.0;
-        inverse.Evaluate(1, &line, &sample, &height, &lat, &lon);
-        double back_line = 0.0;
-        double back_sample = 0.0;
-        model.CalculateLineSample(lat, lon, height, &back_line, &back_sample, nullptr, nullptr);
-        const double pixels = std::hypot(back_line - line, back_sample - sample);
-        error.max_degrees = std::max({error.max_degrees, std::abs(lat - truth.lat), std::abs(lon - truth.lon)});
-        error.max_pixels = std::max(error.max_pixels, pixels);
-        squares += pixels * pixels;
-        ++error.points;
-      }
+  for (const TImagePoint& point : TImageBox{axes.line, axes.sample}.Grid(grid, grid, kMiddles)) {
+    for (int k = 0; k < grid; ++k) {
+      const double h = axes.height.Normalized2Initial(SatCommonUtils::GridPlace(k, grid, kMiddles));
+      const SatCommonUtils::TGroundSolution truth = SatCommonUtils::SolveLatLon(model, point.line, point.sample, h);
+      if (!truth) continue;
+      double lat = 0.0;
+      double lon = 0.0;
+      inverse.Evaluate(1, &point.line, &point.sample, &h, &lat, &lon);
+      TImagePoint back;
+      model.CalculateLineSample(lat, lon, h, &back.line, &back.sample, nullptr, nullptr);
+      const double pixels = std::hypot(back.line - point.line, back.sample - point.sample);
+      error.max_degrees = std::max({error.max_degrees, std::abs(lat - truth.lat), std::abs(lon - truth.lon)});
+      error.max_pixels = std::max(error.max_pixels, pixels);
+      squares += pixels * pixels;
+      ++error.points;
     }
   }
   error.rms_pixels = std::sqrt(squares / static_cast<double>(error.points));

@@ -1,3 +1,5 @@
+// Grids over what models cover, and the pixels that models differ by on them. Elementary.
+
 #include "models/ground_grid.h"
 
 #include <algorithm>
@@ -8,6 +10,7 @@
 
 namespace orbmath_tool {
 
+using SatCommonUtils::TLinearNormalization;
 using SatCommonUtils::TRPC;
 
 namespace {
@@ -15,82 +18,63 @@ namespace {
 // Fine enough to find the largest difference of two smooth cubic models to a few per cent, quick enough to be free.
 constexpr int kAcross = 41;
 constexpr int kHeights = 9;
+constexpr SatCommonUtils::TGridNodes kEnds = SatCommonUtils::TGridNodes::Ends;
 
-void SetRange(double* range, double a, double b) {
-  range[0] = std::min(a, b);
-  range[1] = std::max(a, b);
+/// What two axes have in common; its scale is below 0, or NaN, when that is nothing.
+TLinearNormalization Common(const TLinearNormalization& a, const TLinearNormalization& b, double b_moved_by) {
+  const double b_center = b.GetOffset() + b_moved_by;
+  const double low = std::max(a.GetOffset() - std::abs(a.GetScale()), b_center - std::abs(b.GetScale()));
+  const double high = std::min(a.GetOffset() + std::abs(a.GetScale()), b_center + std::abs(b.GetScale()));
+  return TLinearNormalization::Unchecked(0.5 * (low + high), 0.5 * (high - low));
 }
 
-void Intersect(double* range, const double* other) {
-  range[0] = std::max(range[0], other[0]);
-  range[1] = std::min(range[1], other[1]);
-}
-
-double Between(const double* range, int i, int count) {
-  return i == count - 1 ? range[1] : range[0] + (range[1] - range[0]) * i / (count - 1);
+void Append(const SatCommonUtils::TGroundPoint& point, GroundPoints* points) {
+  points->lat.push_back(point.lat);
+  points->lon.push_back(point.lon);
+  points->height.push_back(point.h);
 }
 
 /// Ground points of a grid over the image (the raster when its size is known) and the heights of a model; points that
 /// the model cannot find are left out.
 GroundPoints SeenInImage(const TRPC& model) {
-  double line[2] = {model.GetMinLine(), model.GetMaxLine()};
-  double sample[2] = {model.GetMinSample(), model.GetMaxSample()};
-  int width = 0;
-  int height = 0;
-  if (model.GetRasterDims(&width, &height)) {
-    SetRange(line, 0.0, height - 1.0);
-    SetRange(sample, 0.0, width - 1.0);
-  }
-  // The same walk as over a ground box, with line and sample in the places of latitude and longitude.
-  const GroundPoints image = MakeGrid(
-      {{line[0], line[1]}, {sample[0], sample[1]}, {model.GetMinHeight(), model.GetMaxHeight()}}, kAcross, kHeights);
-  std::vector<SatCommonUtils::TGroundSolution> solutions(image.size());
-  SatCommonUtils::SolveLatLonArray(model, image.size(), image.lat.data(), image.lon.data(), image.height.data(),
-                                   solutions.data());
+  const SatCommonUtils::TGroundBox ground = SatCommonUtils::GroundBoxOf(model);
+  const auto image =
+      SatCommonUtils::ImageBoxOf(model, SatCommonUtils::TRasterBounds::PixelCentres).Grid(kAcross, kAcross, kEnds);
   GroundPoints points;
+  std::vector<double> line, sample, heights;
+  for (const SatCommonUtils::TImagePoint& point : image) {
+    for (int k = 0; k < kHeights; ++k) {
+      line.push_back(point.line);
+      sample.push_back(point.sample);
+      heights.push_back(ground.height.Normalized2Initial(SatCommonUtils::GridPlace(k, kHeights, kEnds)));
+    }
+  }
+  std::vector<SatCommonUtils::TGroundSolution> solutions(line.size());
+  SatCommonUtils::SolveLatLonArray(model, line.size(), line.data(), sample.data(), heights.data(), solutions.data());
   for (const SatCommonUtils::TGroundSolution& solution : solutions) {
-    if (!solution) continue;
-    points.lat.push_back(solution.lat);
-    points.lon.push_back(solution.lon);
-    points.height.push_back(solution.h);
+    if (solution) Append({solution.lat, solution.lon, solution.h}, &points);
   }
   return points;
 }
 
 }  // namespace
 
-bool GroundBox::IsEmpty() const { return !(lat[0] <= lat[1] && lon[0] <= lon[1] && height[0] <= height[1]); }
-
-GroundBox BoxOf(const TRPC& model) {
-  GroundBox box{};
-  SetRange(box.lat, model.GetMinLatitude(), model.GetMaxLatitude());
-  SetRange(box.lon, model.GetMinLongitude(), model.GetMaxLongitude());
-  SetRange(box.height, model.GetMinHeight(), model.GetMaxHeight());
-  return box;
-}
-
-GroundBox CommonBox(const TRPC& a, const TRPC& b) {
-  GroundBox box = BoxOf(a);
-  GroundBox other = BoxOf(b);
-  const double turns = 360.0 * std::round((a.GetCenterLongitude() - b.GetCenterLongitude()) / 360.0);
-  for (double& lon : other.lon) lon += turns;
-  Intersect(box.lat, other.lat);
-  Intersect(box.lon, other.lon);
-  Intersect(box.height, other.height);
-  return box;
-}
-
-GroundPoints MakeGrid(const GroundBox& box, int across, int heights) {
-  GroundPoints points;
-  for (int i = 0; i < across; ++i) {
-    for (int j = 0; j < across; ++j) {
-      for (int k = 0; k < heights; ++k) {
-        points.lat.push_back(Between(box.lat, i, across));
-        points.lon.push_back(Between(box.lon, j, across));
-        points.height.push_back(Between(box.height, k, heights));
-      }
-    }
+std::optional<SatCommonUtils::TGroundBox> CommonBox(const TRPC& a, const TRPC& b) {
+  const SatCommonUtils::TGroundBox of_a = SatCommonUtils::GroundBoxOf(a), of_b = SatCommonUtils::GroundBoxOf(b);
+  const double b_center = of_b.longitude.GetOffset();
+  const double turned = SatCommonUtils::LongitudeNear(of_a.longitude.GetOffset(), b_center) - b_center;
+  const SatCommonUtils::TGroundBox common{Common(of_a.latitude, of_b.latitude, 0.0),
+                                          Common(of_a.longitude, of_b.longitude, turned),
+                                          Common(of_a.height, of_b.height, 0.0)};
+  for (const TLinearNormalization* const axis : {&common.latitude, &common.longitude, &common.height}) {
+    if (!(axis->GetScale() >= 0.0)) return std::nullopt;
   }
+  return common;
+}
+
+GroundPoints MakeGrid(const SatCommonUtils::TGroundBox& box, int across, int heights) {
+  GroundPoints points;
+  for (const SatCommonUtils::TGroundPoint& point : box.Grid(across, across, heights, kEnds)) Append(point, &points);
   return points;
 }
 
@@ -118,8 +102,8 @@ PixelDifference::PixelDifference(const ImagePoints& a, const ImagePoints& b) {
 }
 
 PixelDifference CompareModels(const TRPC& a, const TRPC& b) {
-  const GroundBox box = CommonBox(a, b);
-  const GroundPoints grid = box.IsEmpty() ? GroundPoints{} : MakeGrid(box, kAcross, kHeights);
+  const std::optional<SatCommonUtils::TGroundBox> box = CommonBox(a, b);
+  const GroundPoints grid = box ? MakeGrid(*box, kAcross, kHeights) : GroundPoints{};
   return PixelDifference(Project(a, grid), Project(b, grid));
 }
 

@@ -3,28 +3,18 @@
 /// Grids of ground points, on which models are judged.
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
+#include "rpc/rpc_boxes.h"
 #include "rpc/rpc_model.h"
 
 namespace orbmath_tool {
 
-/// Ranges of latitude, longitude (degrees) and height (metres), each from low to high.
-struct GroundBox {
-  double lat[2];
-  double lon[2];
-  double height[2];
+/// What both models cover, in the turn of longitude of `a`; empty when that is nothing.
+std::optional<SatCommonUtils::TGroundBox> CommonBox(const SatCommonUtils::TRPC& a, const SatCommonUtils::TRPC& b);
 
-  bool IsEmpty() const;
-};
-
-/// Where the normalised coordinates of `model` are between -1 and 1.
-GroundBox BoxOf(const SatCommonUtils::TRPC& model);
-
-/// What both models cover. The longitudes of `b` are brought to the turn of `a`. May be empty.
-GroundBox CommonBox(const SatCommonUtils::TRPC& a, const SatCommonUtils::TRPC& b);
-
-/// Points as arrays.
+/// Ground points as arrays.
 struct GroundPoints {
   std::vector<double> lat;
   std::vector<double> lon;
@@ -33,8 +23,8 @@ struct GroundPoints {
   std::size_t size() const { return lat.size(); }
 };
 
-/// A grid over a box, borders included: `across` values of latitude and of longitude, `heights` of height; at least 2.
-GroundPoints MakeGrid(const GroundBox& box, int across, int heights);
+/// A grid over a box, borders included: `across` values of latitude and of longitude, `heights` of height.
+GroundPoints MakeGrid(const SatCommonUtils::TGroundBox& box, int across, int heights);
 
 /// Image points as arrays.
 struct ImagePoints {

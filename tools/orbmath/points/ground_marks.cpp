@@ -1,11 +1,13 @@
+// The words of marked and lost points.
+
 #include "points/ground_marks.h"
 
 #include <cmath>
 
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
-#include "poly/linear_normalization.h"
 #include "report/fixed_digits.h"
+#include "rpc/rpc_boxes.h"
 
 namespace orbmath_tool {
 
@@ -91,14 +93,10 @@ std::string WhyNoGround(double lat, double lon) {
 }
 
 int StatusOf(const SatCommonUtils::TRPC& model, double lat, double lon, double height) {
-  const auto outside = [](const SatCommonUtils::TLinearNormalization& range, double value) {
-    return !(std::abs(range.Initial2Normalized(value)) <= 1.0);
-  };
-  const double center = model.GetCenterLongitude();
-  const double in_turn = center + std::remainder(lon - center, 360.0);
-  const bool ground =
-      outside(*model.GetLatitudeNormalization(), lat) || outside(*model.GetLongitudeNormalization(), in_turn);
-  return (ground ? kGround : 0) | (outside(*model.GetHeightNormalization(), height) ? kHeight : 0);
+  // A NaN lies outside.
+  const SatCommonUtils::TGroundBox box = SatCommonUtils::GroundBoxOf(model);
+  return (box.Remoteness({lat, lon, height}) <= 1.0 ? 0 : kGround) |
+         (box.HeightRemoteness(height) <= 1.0 ? 0 : kHeight);
 }
 
 bool IsGiven(const TGroundSolution& solution, bool extrapolate) {
