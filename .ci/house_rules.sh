@@ -112,6 +112,11 @@ while read -r place; do
   [ -n "$found" ] || complain "docs/architecture.md names $place, which is not there"
 done < <(grep -o '`[^` ]*/[^` ]*`' docs/architecture.md | tr -d '`' | grep -v -e NAME -e ROOM -e '^build/' | sort -u)
 
+# A source begins with what it is for.
+while read -r file; do
+  [[ $(head -c 2 "$file") == // ]] || complain "$file does not begin with what it is for"
+done < <(git ls-files 'src/*.cpp' 'tools/*.cpp' 'raster/src/*.cpp' 'python/src/*.cpp' ':!tools/orbmath/models/model.cpp')
+
 # A very long file holds more than one idea.
 while read -r file; do
   lines=$(wc -l <"$file")

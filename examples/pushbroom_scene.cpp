@@ -1,3 +1,5 @@
+// The camera of the examples, and the points that it sees. Elementary: a circular orbit and a line of sight a pixel.
+
 #include "pushbroom_scene.h"
 
 #include <cmath>

@@ -161,12 +161,12 @@ struct TRPCFile {
 /// \param error may be null; says what is wrong on failure and is untouched otherwise.
 /// \return true when the file holds a complete record.
 ORBMATH_API bool ReadRPCFile(const std::string& path, TRPCFile* out, TRPCFileError* error);
-/// As above, with options.
+/// Reads a model file; `options` overrule what its form says.
 ORBMATH_API bool ReadRPCFile(const std::string& path, const TRPCFileOptions& options, TRPCFile* out,
                              TRPCFileError* error);
 /// As `ReadRPCFile` from what is left of a stream, e.g. standard input; `name` stands for the file in the error.
 ORBMATH_API bool ReadRPCStream(TZxStream* src, const std::string& name, TRPCFile* out, TRPCFileError* error);
-/// As above, with options.
+/// As `ReadRPCFile` with options from what is left of a stream.
 ORBMATH_API bool ReadRPCStream(TZxStream* src, const std::string& name, const TRPCFileOptions& options, TRPCFile* out,
                                TRPCFileError* error);
 

@@ -17,7 +17,7 @@ namespace SatCommonUtils {
 enum class TTerrainState : std::int32_t {
   NotRun,          ///< Nothing was computed.
   Found,           ///< The first point of the terrain seen from the sensor.
-  FoundAfterVoid,  ///< As above, but the line passed over places without a height before: terrain there may hide it.
+  FoundAfterVoid,  ///< Found, but the line passed over places without a height before: terrain there may hide it.
   NoTerrain,       ///< No crossing where heights are known; there are voids on the line, or it passes the surface by.
   NoCrossing,      ///< Heights are known all along the line, but it does not meet them in their range.
   NoLine,          ///< The model has no ground point for this image point at the terrain's heights.
@@ -45,7 +45,7 @@ struct TTerrainSolution {
 enum class TVisibility : std::int32_t {
   NotRun,       ///< Nothing was computed.
   Visible,      ///< No terrain on the line from the sensor to the point.
-  VisibleVoid,  ///< As above as far as heights are known: there are voids on the way.
+  VisibleVoid,  ///< Visible as far as heights are known: there are voids on the way.
   Hidden,       ///< Terrain lies before the point, or the point lies below it.
   NoLine,       ///< The model has no line of sight through the point.
 };

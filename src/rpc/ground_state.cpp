@@ -1,3 +1,5 @@
+// The sentences for the states, and which states come with a point.
+
 #include "rpc/ground_state.h"
 
 namespace SatCommonUtils {

@@ -1,3 +1,5 @@
+// Intersections as single-point functions and as arrays, on the kernels of intersection_kernel.h.
+
 #include "rpc/image_to_ground.h"
 
 #include <algorithm>

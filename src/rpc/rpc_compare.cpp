@@ -1,3 +1,5 @@
+// Two records number by number, in the order of the table of fields.
+
 #include "rpc/rpc_compare.h"
 
 #include "rpc/rpc_fields.h"

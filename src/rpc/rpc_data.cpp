@@ -1,3 +1,5 @@
+// When a record is complete.
+
 #include "rpc/rpc_data.h"
 
 #include "frame/zxstd/unset_mark.h"

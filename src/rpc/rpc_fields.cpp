@@ -1,3 +1,5 @@
+// The table of fields.
+
 #include "rpc/rpc_fields.h"
 
 namespace SatCommonUtils {

@@ -1,3 +1,5 @@
+// What a model holds: record, margin, raster and approximation, and what becomes of them when it is set or copied.
+
 #include "rpc/rpc_model.h"
 
 #include <algorithm>

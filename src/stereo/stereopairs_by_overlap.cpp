@@ -1,3 +1,5 @@
+// The criteria as a table of fields, which setting, checking, reading and writing walk.
+
 #include "stereo/stereopairs_by_overlap.h"
 
 #include <tuple>

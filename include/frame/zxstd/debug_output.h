@@ -17,7 +17,7 @@ using TZxDebugSink = std::function<void(const std::string&)>;
 /// variable `ORBMATH_DEBUG` is set and neither empty nor "0", to standard error, with a line end added when the
 /// message has none; otherwise nowhere. Messages from several threads come out whole.
 ORBMATH_API void ZxPrintDbgMsg(const char* text);
-/// As above.
+/// Sends one message as the form for C strings does; NULs in it are passed on.
 ORBMATH_API void ZxPrintDbgMsg(const std::string& text);
 
 /// Sets the sink; an empty one takes it away. \return the sink that was set before. Thread-safe.

@@ -89,7 +89,7 @@ class ORBMATH_API TZx2DTransform::TSerializer {
 
   /// A new default transform; empty when the name is not registered.
   static var_a<TZx2DTransform*> CreateN(const std::string& name);
-  /// As above. \throws TZxMessage when the name is not registered.
+  /// A new default transform. \throws TZxMessage when the name is not registered.
   static var_a<TZx2DTransform*> CreateE(const std::string& name);
 
   /// Writes the child section `key`: the item "ContentName" and the section "Content" with the parameters.

@@ -117,7 +117,8 @@ constexpr std::size_t kZxMaxXmlDepth = 256;
 /// well-formed document, one of more than `kZxMaxXmlBytes` or one nested deeper than `kZxMaxXmlDepth`, or when
 /// `progress` asks for a stop.
 ORBMATH_API var_a<TZxXmlTagItem*> ZxReadXml(TZxStream* stream, int flag = 0, TZxProgressHandler* progress = nullptr);
-/// As above. \throws TZxMessage, with line and cause, instead of returning an empty pointer.
+/// Reads a whole XML document as `ZxReadXml` does. \return the root element, never an empty pointer.
+/// \throws TZxMessage, with line and cause, where `ZxReadXml` returns one.
 ORBMATH_API var_a<TZxXmlTagItem*> ZxReadXmlE(TZxStream* stream, int flag = 0, TZxProgressHandler* progress = nullptr);
 
 /// Writes a document with `root` as its root element, in UTF-8. Nothing is added between the tags, so `ZxReadXml` gives

@@ -1,3 +1,5 @@
+// Extensions of file names, by the bytes of the name alone.
+
 #include "frame/sat_data_container/file_names.h"
 
 namespace SatCommonUtils {

@@ -1,3 +1,5 @@
+// Numbers out of texts and lists of numbers, on the parser of the lowest layer.
+
 #include "frame/sat_data_container/numbers.h"
 
 #include <algorithm>

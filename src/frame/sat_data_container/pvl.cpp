@@ -1,3 +1,5 @@
+// From the statements of a PVL text (CCSDS 641.0-B-2) to sections and items.
+
 #include "frame/sat_data_container/pvl.h"
 
 #include <string_view>

@@ -1,3 +1,5 @@
+// The characters of a PVL text: blanks and comments between words, and the line that a fault is on.
+
 #include "frame/sat_data_container/pvl_scanner.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Counting the users of the data container.
+
 #include "frame/sat_data_container/start_stop.h"
 
 #include <atomic>

@@ -1,3 +1,5 @@
+// Values under integer tags: storing, finding and converting them.
+
 #include "frame/sat_data_container/string_tree.h"
 
 #include "frame/zxstd/number_text.h"

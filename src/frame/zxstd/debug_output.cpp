@@ -1,3 +1,5 @@
+// Where debug messages go: the sink, standard error or nowhere.
+
 #include "frame/zxstd/debug_output.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// The small matrix: its identity and its XML form.
+
 #include "frame/zxstd/matr3x3.h"
 
 #include <algorithm>

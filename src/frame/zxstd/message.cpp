@@ -1,3 +1,5 @@
+// What the exception holds: one text, shared by its copies so that copying cannot throw.
+
 #include "frame/zxstd/message.h"
 
 #include <utility>

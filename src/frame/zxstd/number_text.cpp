@@ -1,3 +1,5 @@
+// Numbers from text and back without a look at the locale, on the standard character conversions.
+
 #include "frame/zxstd/number_text.h"
 
 #include <charconv>

@@ -1,3 +1,5 @@
+// A file path, kept as the text that it was given as.
+
 #include "frame/zxstd/path.h"
 
 #include <utility>

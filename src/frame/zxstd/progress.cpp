@@ -1,3 +1,5 @@
+// The anchor of the progress handler's type.
+
 #include "frame/zxstd/progress.h"
 
 namespace SatCommonUtils {

@@ -1,3 +1,5 @@
+// Projective maps of the plane, their inverses by cofactors (elementary), derivatives and XML.
+
 #include "frame/zxstd/projective_transform.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Pieces of files made fit for a message: short, and without control characters.
+
 #include "frame/zxstd/quoted.h"
 
 #include "frame/zxstd/xml_text.h"

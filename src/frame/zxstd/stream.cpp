@@ -1,3 +1,5 @@
+// Byte streams on files and on texts in memory.
+
 #include "frame/zxstd/stream.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Formatting, trimming and changing case as the C locale does it, whatever the process has set.
+
 #include "frame/zxstd/text.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The one number that parallel loops ask for.
+
 #include "frame/zxstd/threads.h"
 
 #include <algorithm>

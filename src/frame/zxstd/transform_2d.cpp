@@ -1,3 +1,5 @@
+// What every 2D transform does unless it knows better: arrays point by point, and no matrix.
+
 #include "frame/zxstd/transform_2d.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// The registry of 2D transforms by name, and their XML form.
+
 #include <map>
 #include <mutex>
 #include <stdexcept>

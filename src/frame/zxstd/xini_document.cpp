@@ -1,3 +1,5 @@
+// The flat memory of a document: adding sections and items, and finding keys in n log n steps.
+
 #include "frame/zxstd/xini_document.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Names and escapes of the XML layout of sections and items.
+
 #include "frame/zxstd/xini_layout.h"
 
 #include <charconv>

@@ -1,3 +1,5 @@
+// Keyed values from an XML document, which is read whole and checked before the first is given out.
+
 #include "frame/zxstd/xini_reader.h"
 
 #include <exception>

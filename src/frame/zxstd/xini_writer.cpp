@@ -1,3 +1,5 @@
+// Keyed values into an XML document, element by element as they come.
+
 #include "frame/zxstd/xini_writer.h"
 
 #include <exception>

@@ -1,3 +1,5 @@
+// Which bytes XML 1.0 can hold, and references for those that need one.
+
 #include "frame/zxstd/xml_text.h"
 
 #include "frame/zxstd/encoding.h"

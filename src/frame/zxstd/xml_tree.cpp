@@ -1,3 +1,5 @@
+// Trees of XML elements: reading through the parser, and writing.
+
 #include "frame/zxstd/xml_tree.h"
 
 #include <utility>

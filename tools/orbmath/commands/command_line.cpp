@@ -1,3 +1,5 @@
+// The option parser behind the declarations, and its messages in our words.
+
 #include "commands/command_line.h"
 
 #include <CLI/CLI.hpp>

@@ -1,3 +1,5 @@
+// orbmath convert: a model in another form, and models of windows of an image.
+
 #include <cmath>
 #include <optional>
 #include <string>

@@ -1,3 +1,5 @@
+// orbmath export: a plain model that carries the refinement of an adjusted one.
+
 #include "commands/command.h"
 #include "errors.h"
 #include "models/ground_grid.h"

@@ -1,3 +1,5 @@
+// orbmath fit: a model from correspondences of ground and image.
+
 #include <algorithm>
 #include <cmath>
 #include <optional>

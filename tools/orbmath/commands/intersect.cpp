@@ -1,3 +1,5 @@
+// orbmath intersect: ground points from several images.
+
 #include <cmath>
 #include <optional>
 #include <vector>

@@ -1,3 +1,5 @@
+// orbmath locate: image points to ground points.
+
 #include <optional>
 #include <vector>
 

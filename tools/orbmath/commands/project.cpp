@@ -1,3 +1,5 @@
+// orbmath project: ground points to image points, and an inverse model the other way.
+
 #include <cmath>
 #include <limits>
 #include <memory>

@@ -1,3 +1,5 @@
+// orbmath refine: a correction from control points.
+
 #include <cmath>
 #include <limits>
 #include <optional>

@@ -1,3 +1,5 @@
+// Evaluating a record whose image and ground have changed places.
+
 #include "models/inverse_model.h"
 
 #include <cmath>

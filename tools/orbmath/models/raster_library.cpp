@@ -1,3 +1,5 @@
+// Finding OrbmathRaster beside the tool and calling it.
+
 #include "models/raster_library.h"
 
 #include <dlfcn.h>

@@ -1,3 +1,5 @@
+// Blocks of whole lines, read ahead of the work.
+
 #include "points/line_source.h"
 
 #include <fcntl.h>

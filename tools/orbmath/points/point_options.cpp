@@ -1,3 +1,5 @@
+// Declaring and checking the options that commands on points share.
+
 #include "points/point_options.h"
 
 #include "errors.h"

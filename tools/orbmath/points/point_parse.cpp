@@ -1,3 +1,5 @@
+// Numbers of a line into the columns of a block.
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>

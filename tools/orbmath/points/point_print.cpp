@@ -1,3 +1,5 @@
+// Results of a block as lines.
+
 #include <cmath>
 
 #include "points/line_block.h"

@@ -1,3 +1,5 @@
+// A ring of blocks from the reader through several workers to the writer.
+
 #include "points/point_stream.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Whole tables of points: header, columns, and what refuses a row.
+
 #include "points/point_table.h"
 
 #include <algorithm>

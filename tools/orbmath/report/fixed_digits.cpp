@@ -1,3 +1,5 @@
+// Fixed digits by the standard character conversions.
+
 #include "report/fixed_digits.h"
 
 #include <algorithm>

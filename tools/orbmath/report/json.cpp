@@ -1,3 +1,5 @@
+// Strings and numbers of JSON (RFC 8259).
+
 #include "report/json.h"
 
 #include <cmath>

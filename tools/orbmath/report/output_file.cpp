@@ -1,3 +1,5 @@
+// What a command writes, on files that come whole or not at all; standard output's share comes last.
+
 #include "report/output_file.h"
 
 #include <unistd.h>

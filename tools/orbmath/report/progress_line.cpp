@@ -1,3 +1,5 @@
+// The line on a terminal, and none where there is no terminal.
+
 #include "report/progress_line.h"
 
 #include <unistd.h>

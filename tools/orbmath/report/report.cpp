@@ -1,3 +1,5 @@
+// Named results printed both ways.
+
 #include "report/report.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Statistics of residuals, their worst points, and the file of all of them.
+
 #include "report/residual_report.h"
 
 #include <algorithm>
