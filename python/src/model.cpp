@@ -14,8 +14,7 @@
 #include "arrays.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/stream.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
+#include "refine/model_file.h"
 #include "rpc/rpc_fields.h"
 
 namespace orbmath_python {
@@ -23,22 +22,6 @@ namespace orbmath_python {
 using namespace SatCommonUtils;  // NOLINT(google-build-using-namespace): a source file of its host
 
 namespace {
-
-var_a<TRPC*> BuildModel(const TRPCFile& file) {
-  if (file.xml.empty()) return make_var_a<TRPC>(file.record, nullptr);
-  TZxStringStream stream(file.xml);
-  TZxXIniStreamReader reader(&stream);
-  if (file.form == TRPCFileForm::AdjustedXML) return make_var_a<TAdjustedRPC>(&reader);
-  return make_var_a<TRPC>(&reader);
-}
-
-void CopyImage(const TRPC& from, TRPC* to) {
-  TPolygon margin;
-  int width = 0;
-  int height = 0;
-  if (from.GetMargin(&margin)) to->SetMargin(margin);
-  if (from.GetRasterDims(&width, &height)) to->SetRasterDims(width, height);
-}
 
 // The record as a dictionary by the names of the text form, which the ecosystem knows: "LINE_OFF" ... "LINE_NUM_COEFF".
 std::string ListKey(const TRPCCoefficientField& field) {
@@ -190,35 +173,19 @@ nb::object ProjectJacobian(const TModel& model, nb::handle lat, nb::handle lon, 
 
 TModel::TModel(var_a<TRPC*> rpc, TRPCFileExtras extras) : rpc_(std::move(rpc)), extras_(std::move(extras)) {}
 
-TModel TModel::OfFile(const TRPCFile& file, const std::string& name) {
-  try {
-    return {BuildModel(file), file.extras};
-  } catch (const TZxMessage&) {
-    throw std::runtime_error(name + ": the record can be read, what stands beside it is damaged");
-  }
-}
-
 TModel TModel::Open(const std::string& path, const TRPCFileOptions& options, TRPCFileOrigin* origin) {
-  TRPCFile file;
-  TRPCFileError error;
-  if (!ReadRPCFile(path, options, &file, &error)) throw std::runtime_error(error.GetText());
-  TModel model = OfFile(file, path);
-  int width = 0;
-  int height = 0;
-  if (!model.rpc_->GetRasterDims(&width, &height) && file.origin.rasterWidth && file.origin.rasterHeight) {
-    model.rpc_->SetRasterDims(*file.origin.rasterWidth, *file.origin.rasterHeight);
-  }
-  if (file.origin.variant.empty()) file.origin.variant = RPCFileFormName(file.form);
-  *origin = std::move(file.origin);
-  return model;
+  TModelFile read = ReadModelFile(path, {options});
+  if (!read) throw std::runtime_error(read.message);
+  *origin = std::move(read.file.origin);
+  if (origin->variant.empty()) origin->variant = RPCFileFormName(read.file.form);
+  return {read.model, std::move(read.file.extras)};
 }
 
 TModel TModel::OfXml(const std::string& xml) {
   TZxStringStream stream(xml);
-  TRPCFile file;
-  TRPCFileError error;
-  if (!ReadRPCStream(&stream, "the model's XML", &file, &error)) throw std::runtime_error(error.GetText());
-  return OfFile(file, "the model's XML");
+  TModelFile read = ReadModelStream(&stream, "the model's XML");
+  if (!read) throw std::runtime_error(read.message);
+  return {read.model, std::move(read.file.extras)};
 }
 
 TModel TModel::OfRecord(const TRPCData& record, TRPCFileExtras extras, std::optional<std::pair<int, int>> raster) {
@@ -234,7 +201,7 @@ TModel TModel::Adjusted(const TModel& raw, const TRPCRefinementDataBase& refinem
   try {
     const TRPCData record = raw.record();
     auto rpc = make_var_a<TAdjustedRPC>(&record, &refinement);
-    CopyImage(raw.rpc(), rpc.get());
+    CopyMarginAndRaster(raw.rpc(), rpc.get());
     return {rpc, raw.extras_};
   } catch (const TZxMessage&) {
     throw std::runtime_error("this refinement has no inverse");
@@ -242,11 +209,9 @@ TModel TModel::Adjusted(const TModel& raw, const TRPCRefinementDataBase& refinem
 }
 
 std::string TModel::ToXml() const {
-  TZxStringStream stream;
-  TZxXIniStreamWriter writer(&stream);
-  const bool saved = rpc_->SaveToXML(&writer) && extras_.SaveToXML(&writer);
-  if (!writer.Close() || !saved) throw std::runtime_error("the model cannot be written as XML");
-  return stream.GetString();
+  TWrittenModel xml = FormatModelFile("the model", *rpc_, {TRPCFileForm::XML, extras_});
+  if (!xml) throw std::runtime_error(xml.message);
+  return std::move(xml.content);
 }
 
 TRPCData TModel::record() const {
@@ -265,7 +230,7 @@ TModel TModel::Plain() const {
   const TRefinedExport plain = adjusted()->ExportRefined();
   if (!plain.success) throw std::runtime_error(plain.message);
   auto rpc = make_var_a<TRPC>(plain.record, nullptr);
-  CopyImage(*rpc_, rpc.get());
+  CopyMarginAndRaster(*rpc_, rpc.get());
   return {rpc, extras_};
 }
 

@@ -42,7 +42,6 @@ class TModel {
 
  private:
   TModel(SatCommonUtils::var_a<SatCommonUtils::TRPC*> rpc, SatCommonUtils::TRPCFileExtras extras);
-  static TModel OfFile(const SatCommonUtils::TRPCFile& file, const std::string& name);
 
   SatCommonUtils::var_a<SatCommonUtils::TRPC*> rpc_;
   SatCommonUtils::TRPCFileExtras extras_;

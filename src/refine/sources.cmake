@@ -18,6 +18,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/adjusted_rpc_fold.cpp
   ${CMAKE_CURRENT_LIST_DIR}/crop_model.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_nodes.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/model_file.cpp
   ${CMAKE_CURRENT_LIST_DIR}/plane_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_affine.cpp

@@ -23,8 +23,10 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/ground_newton.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_state.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/image_distance.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_to_ground.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_window.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/inverse_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/intersection_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_alternative_search.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_approximation.cpp

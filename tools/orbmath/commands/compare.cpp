@@ -7,7 +7,6 @@
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
 #include "models/ground_grid.h"
-#include "models/inverse_model.h"
 #include "models/model.h"
 #include "report/fixed_digits.h"
 #include "report/json.h"
@@ -100,7 +99,7 @@ class Compare : public Command {
     const Model b = ReadModel(b_, reading_);
     Report report;
     AddFields(CompareFields(a.file.record, b.file.record), &report);
-    const bool inverse = IsInverse(a.file.record) || IsInverse(b.file.record);
+    const bool inverse = a.kind == SatCommonUtils::TModelKind::Inverse || b.kind == SatCommonUtils::TModelKind::Inverse;
     if (inverse) Note("an inverse model gives no image points, only the records are compared");
     const bool common = !inverse && CommonBox(*a.rpc, *b.rpc).has_value();
     const PixelDifference difference = common ? CompareModels(*a.rpc, *b.rpc) : PixelDifference({}, {});

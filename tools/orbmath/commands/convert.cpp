@@ -7,15 +7,15 @@
 
 #include "commands/command.h"
 #include "errors.h"
-#include "models/ground_grid.h"
-#include "models/inverse_model.h"
 #include "models/model.h"
 #include "refine/crop_model.h"
+#include "refine/model_file.h"
 #include "report/fixed_digits.h"
 #include "report/output_file.h"
 
 namespace orbmath_tool {
 
+using SatCommonUtils::TModelKind;
 using SatCommonUtils::TRPC;
 using SatCommonUtils::TRPCFileForm;
 
@@ -34,7 +34,7 @@ class WindowOption {
 
   /// The model of the window in place of the model. \throws UsageError, Failure
   void Apply(Model* model) const {
-    if (IsInverse(model->file.record)) throw Failure(model->name + ": is an inverse model, which has no window");
+    if (model->kind == TModelKind::Inverse) throw Failure(model->name + ": is an inverse model, which has no window");
     SatCommonUtils::TImageWindow window;
     window.zoom = zoom_.value_or(1.0);
     int width = 0;
@@ -100,7 +100,7 @@ class Convert : public Command {
     for (const std::string& note : model.file.origin.notes) Note(in_ + ": " + note);
     if (window_.IsGiven()) window_.Apply(&model);
     if (form == TRPCFileForm::XML) {
-      WriteFile(out_, FormatModel(*model.rpc, model.file.extras, form, out_));
+      WriteModel(*model.rpc, model.file.extras, form, out_);
       return kSuccess;
     }
     if (AsRefined(model) != nullptr || model.file.form == TRPCFileForm::AdjustedXML) {
@@ -108,19 +108,17 @@ class Convert : public Command {
                     " file cannot; 'orbmath export' makes a plain model of it");
     }
     NoteLostParts(*model.rpc, form);
-    const TRPC rounded(OntoDigitsOf(form, model.file.record, out_), nullptr);
-    const TRPC written(WriteModel(rounded, model.file.extras, form, out_), nullptr);
-    if (IsInverse(model.file.record)) {
+    const double cost = WriteModel(*model.rpc, model.file.extras, form, out_).worst;
+    if (model.kind == TModelKind::Inverse) {
       Note(out_ + ": of an inverse model, what the digits of its form cost is not measured");
       return kSuccess;
     }
-    const PixelDifference cost = DifferenceInImage(*model.rpc, written);
     const std::string form_name = SatCommonUtils::RPCFileFormName(form);
-    if (!std::isfinite(cost.max)) {
+    if (!std::isfinite(cost)) {
       Note(out_ + ": the model gives no image points, so what the digits of the " + form_name +
            " form cost cannot be told");
-    } else if (cost.max > 0.0) {
-      Note(out_ + ": the digits of the " + form_name + " form move points by up to " + Fixed(cost.max, 9) + " px");
+    } else if (cost > 0.0) {
+      Note(out_ + ": the digits of the " + form_name + " form move points by up to " + Fixed(cost, 9) + " px");
     }
     return kSuccess;
   }

@@ -2,11 +2,12 @@
 
 #include "commands/command.h"
 #include "errors.h"
-#include "models/ground_grid.h"
 #include "models/model.h"
 #include "refine/adjusted_rpc.h"
+#include "refine/model_file.h"
 #include "report/fixed_digits.h"
 #include "report/report.h"
+#include "rpc/image_distance.h"
 
 namespace orbmath_tool {
 
@@ -36,17 +37,17 @@ class Export : public Command {
     const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
     const Model model = ReadGroundModel(model_, reading_);
     if (AsRefined(model) == nullptr) Note(model_ + ": holds no refinement, its record is written as it is");
-    TRPC plain(OntoDigitsOf(form, PlainRecord(model), out_), nullptr);
-    CopyImage(*model.rpc, &plain);
-    const TRPC written(WriteModel(plain, model.file.extras, form, out_), nullptr);
-    const PixelDifference error = DifferenceInImage(*model.rpc, written);
-    if (!(error.max <= SatCommonUtils::kRefinedExportError)) {
-      Note(out_ + ": gives other image points than " + model_ + ", by up to " + Fixed(error.max, 3) +
+    TRPC plain(PlainRecord(model));
+    SatCommonUtils::CopyMarginAndRaster(*model.rpc, &plain);
+    const TRPC written(WriteModel(plain, model.file.extras, form, out_).record);
+    const SatCommonUtils::TImageDistance error = SatCommonUtils::DistanceInImage(*model.rpc, written);
+    if (!(error.worst <= SatCommonUtils::kRefinedExportError)) {
+      Note(out_ + ": gives other image points than " + model_ + ", by up to " + Fixed(error.worst, 3) +
            " px: the form keeps too few digits for this model, XML keeps all");
     }
     Report report;
     report.Text("file", "written", out_);
-    report.Number("max_px", "error of the file, worst", error.max, 9, "px");
+    report.Number("max_px", "error of the file, worst", error.worst, 9, "px");
     report.Number("rms_px", "error of the file, rms", error.rms, 9, "px");
     report.Print(json_, out_ == "-");
     return kSuccess;

@@ -8,7 +8,6 @@
 
 #include "commands/command.h"
 #include "errors.h"
-#include "models/ground_grid.h"
 #include "models/model.h"
 #include "points/point_options.h"
 #include "points/point_table.h"
@@ -27,6 +26,7 @@ using SatCommonUtils::TRPCData;
 using SatCommonUtils::TRPCEstimationDataSet;
 using SatCommonUtils::TRPCEstimationPoint;
 using SatCommonUtils::TRPCFileForm;
+using SatCommonUtils::TWrittenModel;
 
 namespace {
 
@@ -114,7 +114,7 @@ class Fitter {
     if (!SatCommonUtils::FitRPC(points_.fit, options, &record, &story_)) {
       throw Failure(table_.Name() + ": no model can be fitted: " + story_.message);
     }
-    return OntoDigitsOf(form_, record, out_);
+    return record;
   }
 
   TRPCData FitPlain() {
@@ -133,7 +133,7 @@ class Fitter {
  private:
   bool Rounds() const { return form_ == TRPCFileForm::RPB || form_ == TRPCFileForm::Text; }
 
-  void RoundScalars(TRPCData* record) const { CopyScalars(AsWritten(*record, form_, out_), record); }
+  void RoundScalars(TRPCData* record) const { CopyScalars(FormatModel(TRPC(*record), {}, form_, out_).record, record); }
 
   void RunPlain(const TRPCEstimationDataSet& data, TRPCData* record) const {
     if (!SatCommonUtils::EstimateRPC(data, record)) {
@@ -202,8 +202,8 @@ class Fit : public Command {
     if (!residuals_.empty()) residuals.emplace(residuals_);
     Fitter fitter(table, points, form, out_);
     const TRPCData record = method_ == 0 ? FitRobust(&fitter) : fitter.FitPlain();
-    const TRPCData written = WriteModel(TRPC(record, nullptr), {}, form, &out);
-    const Report report = MakeReport(table, points, fitter.Story(), record, written, residuals ? &*residuals : nullptr);
+    const TWrittenModel written = WriteModel(TRPC(record), {}, form, &out);
+    const Report report = MakeReport(table, points, fitter.Story(), written, residuals ? &*residuals : nullptr);
     OutputFile::Commit({&out, residuals ? &*residuals : nullptr});
     report.Print(json_, out_ == "-" || residuals_ == "-");
     return kSuccess;
@@ -248,7 +248,7 @@ class Fit : public Command {
 
   /// \param residual_file may be null.
   Report MakeReport(const PointTable& table, const FitPoints& points, const SatCommonUtils::TRPCFitReport& story,
-                    const TRPCData& record, const TRPCData& written, OutputFile* residual_file) const {
+                    const TWrittenModel& written, OutputFile* residual_file) const {
     Report report;
     report.Text("file", "written", out_);
     report.Text("method", "method", method_ == 0 ? "robust" : "plain");
@@ -259,14 +259,13 @@ class Fit : public Command {
       report.Text("message", "in short", story.message);
       AddBad(table, points, story.bad, &report);
     }
-    const TRPC model(written, nullptr);
-    const double cost = DifferenceInImage(TRPC(record, nullptr), model).max;
-    report.Number("cost_px", "cost of the file's digits", cost, 9, "px");
+    const TRPC model(written.record);
+    report.Number("cost_px", "cost of the file's digits", written.worst, 9, "px");
     AddStatistics("fit", "residuals of the fitted points",
-                  SatCommonUtils::ResidualsOfRPC(written, Taken(points, story), false), "px", &report);
+                  SatCommonUtils::ResidualsOfRPC(written.record, Taken(points, story), false), "px", &report);
     if (!points.check.empty()) {
       AddStatistics("check", "residuals of the check points",
-                    SatCommonUtils::ResidualsOfRPC(written, points.check, false), "px", &report);
+                    SatCommonUtils::ResidualsOfRPC(written.record, points.check, false), "px", &report);
     }
     std::vector<PointResidual> residuals;
     AppendResiduals(model, points.fit.Points, points.fit_rows, story.bad, "fit", &residuals);

@@ -10,7 +10,6 @@
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
 #include "models/ground_grid.h"
-#include "models/inverse_model.h"
 #include "models/model.h"
 #include "points/dem_options.h"
 #include "points/point_options.h"
@@ -20,6 +19,7 @@
 #include "report/report.h"
 #include "rpc/ground_branch.h"
 #include "rpc/ground_solution.h"
+#include "rpc/inverse_rpc.h"
 #include "rpc/rpc_boxes.h"
 #include "rpc/rpc_fields.h"
 #include "terrain/terrain_locator.h"
@@ -137,7 +137,7 @@ void AddFrame(const TRPC& model, Report* report) {
 /// In an inverse model pixels and degrees stand in each other's places.
 SatCommonUtils::TRPCFieldUnit UnitIn(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFieldUnit unit) {
   using Unit = SatCommonUtils::TRPCFieldUnit;
-  if (!IsInverse(record) || unit == Unit::Metres) return unit;
+  if (!SatCommonUtils::IsInverseRPC(record) || unit == Unit::Metres) return unit;
   return unit == Unit::Pixels ? Unit::Degrees : Unit::Pixels;
 }
 
@@ -325,12 +325,12 @@ class Info : public Command {
     AddFile(model, &report);
     AddConventions(model, &report);
     AddOffsetsAndScales(model.file.record, shift, &report);
-    if (!IsInverse(model.file.record)) {
+    if (model.kind != SatCommonUtils::TModelKind::Inverse) {
       AddExtents(*model.rpc, shift, &report);
       AddFrame(*model.rpc, &report);
     }
     AddRefinement(model, &report);
-    if (IsInverse(model.file.record)) {
+    if (model.kind == SatCommonUtils::TModelKind::Inverse) {
       report.Text("inverse", "inverse", "line and sample stand in the places of latitude and longitude");
     } else {
       AddAccuracy(*model.rpc, &report);

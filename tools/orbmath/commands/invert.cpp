@@ -7,18 +7,19 @@
 
 #include "commands/command.h"
 #include "errors.h"
-#include "models/inverse_model.h"
 #include "models/model.h"
 #include "refine/robust_fit.h"
 #include "report/progress_line.h"
 #include "report/report.h"
 #include "rpc/ground_solution.h"
+#include "rpc/inverse_rpc.h"
 #include "rpc/rpc_boxes.h"
 
 namespace orbmath_tool {
 
 using SatCommonUtils::TImageBox;
 using SatCommonUtils::TImagePoint;
+using SatCommonUtils::TInverseRPC;
 using SatCommonUtils::TRPC;
 using SatCommonUtils::TRPCData;
 
@@ -35,7 +36,7 @@ struct InverseError {
 };
 
 /// The middles of the cells of the grid that the fit was made on.
-InverseError Judge(const TRPC& model, const InverseModel& inverse, int grid) {
+InverseError Judge(const TRPC& model, const TInverseRPC& inverse, int grid) {
   constexpr SatCommonUtils::TGridNodes kMiddles = SatCommonUtils::TGridNodes::Middles;
   const SatCommonUtils::TRPCNormalization& axes = model.GetNormalization();
   InverseError error;
@@ -92,8 +93,7 @@ class Invert : public Command {
     if (!SatCommonUtils::FitInvertedRPC(TRPC(PlainRecord(model), nullptr), &record, grid, &progress, &story)) {
       throw Failure(model_ + ": no inverse can be fitted: " + story.message);
     }
-    const TRPC fitted(OntoDigitsOf(form, record, out_), nullptr);
-    const InverseModel inverse(WriteModel(fitted, {}, form, out_));
+    const TInverseRPC inverse(WriteModel(TRPC(record), {}, form, out_).record);
     const InverseError error = Judge(*model.rpc, inverse, grid);
     Report report;
     report.Text("file", "written", out_);

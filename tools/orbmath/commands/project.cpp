@@ -7,11 +7,11 @@
 
 #include "commands/command.h"
 #include "errors.h"
-#include "models/inverse_model.h"
 #include "models/model.h"
 #include "points/dem_options.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
+#include "rpc/inverse_rpc.h"
 #include "terrain/terrain_locator.h"
 
 namespace orbmath_tool {
@@ -43,7 +43,7 @@ class InverseTask : public PointTask {
   }
 
  private:
-  const InverseModel inverse_;
+  const SatCommonUtils::TInverseRPC inverse_;
   const double shift_;
   LineLayout layout_;
   std::vector<OutputColumn> columns_;
@@ -149,7 +149,7 @@ class Project : public Command {
 
   int Run() override {
     const Model model = ReadModel(model_, reading_);
-    if (IsInverse(model.file.record)) {
+    if (model.kind == SatCommonUtils::TModelKind::Inverse) {
       if (derivatives_ || dem_.IsGiven()) {
         throw UsageError("--derivatives and --dem do not go with an inverse model");
       }

@@ -177,8 +177,8 @@ class Refine : public Command {
       throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
     }
     TAdjustedRPC adjusted(&model.file.record, fit.data.get());
-    CopyImage(*model.rpc, &adjusted);
-    WriteFile(out_, FormatModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, out_));
+    SatCommonUtils::CopyMarginAndRaster(*model.rpc, &adjusted);
+    WriteModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, out_);
     PrintReport(table, fit);
     return kSuccess;
   }

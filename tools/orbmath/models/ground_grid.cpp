@@ -6,8 +6,6 @@
 #include <cmath>
 #include <initializer_list>
 
-#include "rpc/ground_solution.h"
-
 namespace orbmath_tool {
 
 using SatCommonUtils::TLinearNormalization;
@@ -32,29 +30,6 @@ void Append(const SatCommonUtils::TGroundPoint& point, GroundPoints* points) {
   points->lat.push_back(point.lat);
   points->lon.push_back(point.lon);
   points->height.push_back(point.h);
-}
-
-/// Ground points of a grid over the image (the raster when its size is known) and the heights of a model; points that
-/// the model cannot find are left out.
-GroundPoints SeenInImage(const TRPC& model) {
-  const SatCommonUtils::TGroundBox ground = SatCommonUtils::GroundBoxOf(model);
-  const auto image =
-      SatCommonUtils::ImageBoxOf(model, SatCommonUtils::TRasterBounds::PixelCentres).Grid(kAcross, kAcross, kEnds);
-  GroundPoints points;
-  std::vector<double> line, sample, heights;
-  for (const SatCommonUtils::TImagePoint& point : image) {
-    for (int k = 0; k < kHeights; ++k) {
-      line.push_back(point.line);
-      sample.push_back(point.sample);
-      heights.push_back(ground.height.Normalized2Initial(SatCommonUtils::GridPlace(k, kHeights, kEnds)));
-    }
-  }
-  std::vector<SatCommonUtils::TGroundSolution> solutions(line.size());
-  SatCommonUtils::SolveLatLonArray(model, line.size(), line.data(), sample.data(), heights.data(), solutions.data());
-  for (const SatCommonUtils::TGroundSolution& solution : solutions) {
-    if (solution) Append({solution.lat, solution.lon, solution.h}, &points);
-  }
-  return points;
 }
 
 }  // namespace
@@ -105,11 +80,6 @@ PixelDifference CompareModels(const TRPC& a, const TRPC& b) {
   const std::optional<SatCommonUtils::TGroundBox> box = CommonBox(a, b);
   const GroundPoints grid = box ? MakeGrid(*box, kAcross, kHeights) : GroundPoints{};
   return PixelDifference(Project(a, grid), Project(b, grid));
-}
-
-PixelDifference DifferenceInImage(const TRPC& model, const TRPC& other) {
-  const GroundPoints points = SeenInImage(model);
-  return PixelDifference(Project(model, points), Project(other, points));
 }
 
 }  // namespace orbmath_tool

@@ -48,8 +48,4 @@ struct PixelDifference {
 /// The difference of two models over a grid of what both cover; NaN throughout when that is nothing.
 PixelDifference CompareModels(const SatCommonUtils::TRPC& a, const SatCommonUtils::TRPC& b);
 
-/// How far `other` misses `model` over the ground that `model` sees: a grid over its image and its heights. What a
-/// model gives far outside of its image, as some do over most of their ground box, does not count here.
-PixelDifference DifferenceInImage(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPC& other);
-
 }  // namespace orbmath_tool

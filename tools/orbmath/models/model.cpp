@@ -2,58 +2,23 @@
 
 #include <cstdio>
 #include <fstream>
+#include <utility>
 
 #include "errors.h"
-#include "frame/zxstd/message.h"
 #include "frame/zxstd/stream.h"
-#include "frame/zxstd/xini_reader.h"
-#include "frame/zxstd/xini_writer.h"
-#include "models/inverse_model.h"
 #include "models/raster_library.h"
 #include "points/line_source.h"
 #include "refine/adjusted_rpc.h"
-#include "refine/robust_fit.h"
-#include "rpc/rpc_fields.h"
 
 namespace orbmath_tool {
 
+using SatCommonUtils::TModelKind;
 using SatCommonUtils::TRPC;
 using SatCommonUtils::TRPCData;
 using SatCommonUtils::TRPCFileForm;
+using SatCommonUtils::TWrittenModel;
 
 namespace {
-
-SatCommonUtils::var_a<TRPC*> BuildModel(const SatCommonUtils::TRPCFile& file) {
-  if (file.form != TRPCFileForm::XML && file.form != TRPCFileForm::AdjustedXML) {
-    auto model = SatCommonUtils::make_var_a<TRPC>(file.record, nullptr);
-    const SatCommonUtils::TRPCFileOrigin& origin = file.origin;
-    if (origin.rasterWidth && origin.rasterHeight) model->SetRasterDims(*origin.rasterWidth, *origin.rasterHeight);
-    return model;
-  }
-  SatCommonUtils::TZxStringStream stream(file.xml);
-  SatCommonUtils::TZxXIniStreamReader reader(&stream);
-  if (file.form == TRPCFileForm::XML) return SatCommonUtils::make_var_a<TRPC>(&reader);
-  return SatCommonUtils::make_var_a<SatCommonUtils::TAdjustedRPC>(&reader);
-}
-
-/// A model file by itself, or else the model of an image.
-SatCommonUtils::TRPCFile ReadAnyFile(const std::string& name, const SatCommonUtils::TRPCFileOptions& options) {
-  if (name.compare(0, 4, "/vsi") == 0) return ReadImage(name, options);
-  SatCommonUtils::TRPCFile file;
-  SatCommonUtils::TRPCFileError error;
-  if (SatCommonUtils::ReadRPCFile(name, options, &file, &error)) return file;
-  if (!error.unknownForm) throw Failure(error.GetText());
-  return ReadImage(name, options);
-}
-
-/// The model and what stands beside it as one XML document.
-std::string FormatXml(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, const std::string& name) {
-  SatCommonUtils::TZxStringStream stream;
-  SatCommonUtils::TZxXIniStreamWriter writer(&stream);
-  const bool saved = model.SaveToXML(&writer) && extras.SaveToXML(&writer);
-  if (!writer.Close() || !saved) throw Failure(name + ": the model cannot be written as XML");
-  return stream.GetString();
-}
 
 class StandardInput : public SatCommonUtils::TZxStream {
  public:
@@ -61,21 +26,6 @@ class StandardInput : public SatCommonUtils::TZxStream {
   std::size_t Read(void* buffer, std::size_t count) override { return std::fread(buffer, 1, count, stdin); }
   bool ReadFailed() const override { return std::ferror(stdin) != 0; }
 };
-
-TRPCData ParseRecord(const std::string& content, const std::string& name) {
-  SatCommonUtils::TZxStringStream stream(content);
-  SatCommonUtils::TRPCFile file;
-  SatCommonUtils::TRPCFileError error;
-  if (!SatCommonUtils::ReadRPCStream(&stream, name, &file, &error)) throw Failure(error.GetText());
-  return file.record;
-}
-
-bool SameScalars(const TRPCData& a, const TRPCData& b) {
-  for (const SatCommonUtils::TRPCScalarField& field : SatCommonUtils::RPCScalarFields()) {
-    if (a.*field.value != b.*field.value) return false;
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -92,30 +42,28 @@ SatCommonUtils::TRPCFileOptions ModelReading::Options() const {
 
 Model ReadModel(const std::string& given, const ModelReading& reading) {
   Model model;
+  SatCommonUtils::TModelFile read;
   if (given == "-") {
     model.name = "standard input";
     TakeStandardInput("the model");
     StandardInput input;
-    SatCommonUtils::TRPCFileError error;
-    if (!SatCommonUtils::ReadRPCStream(&input, model.name, reading.Options(), &model.file, &error)) {
-      throw Failure(error.GetText());
-    }
+    read = SatCommonUtils::ReadModelStream(&input, model.name, reading.Options());
   } else {
     model.name = given;
-    model.file = ReadAnyFile(given, reading.Options());
+    read = SatCommonUtils::ReadModelFile(given, {reading.Options(), &ReadImage});
   }
-  try {
-    model.rpc = BuildModel(model.file);
-  } catch (const SatCommonUtils::TZxMessage&) {
-    throw Failure(model.name +
-                  ": the model in this file is damaged: its record can be read, what stands beside it cannot");
-  }
+  if (!read) throw Failure(read.message);
+  model.kind = read.kind;
+  model.file = std::move(read.file);
+  model.rpc = std::move(read.model);
   return model;
 }
 
 Model ReadGroundModel(const std::string& name, const ModelReading& reading) {
   Model model = ReadModel(name, reading);
-  if (IsInverse(model.file.record)) throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
+  if (model.kind == TModelKind::Inverse) {
+    throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
+  }
   return model;
 }
 
@@ -148,62 +96,31 @@ TRPCFileForm OutputForm::Of(const std::string& name) const {
   return *form;
 }
 
-std::string FormatModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
-                        const std::string& name) {
-  if (form == TRPCFileForm::XML) return FormatXml(model, extras, name);
-  TRPCData record;
-  model.GetRPCData(&record);
-  SatCommonUtils::TZxStringStream stream;
-  SatCommonUtils::TRPCFileError error;
-  if (!SatCommonUtils::WriteRPCStream(&stream, name, form, record, extras, SatCommonUtils::TRPCTextErrors::Append,
-                                      &error)) {
-    throw Failure(error.GetText());
-  }
-  return stream.GetString();
+TWrittenModel FormatModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
+                          const std::string& name) {
+  TWrittenModel formatted = SatCommonUtils::FormatModelFile(name, model, {form, extras});
+  if (!formatted) throw Failure(formatted.message);
+  return formatted;
 }
 
-TRPCData AsWritten(const TRPCData& record, TRPCFileForm form, const std::string& name) {
-  return ParseRecord(FormatModel(TRPC(record, nullptr), {}, form, name), name);
-}
-
-TRPCData OntoDigitsOf(TRPCFileForm form, const TRPCData& record, const std::string& name) {
-  if (form == TRPCFileForm::Image) return record;
-  TRPCData moved = AsWritten(record, form, name);
-  if (SameScalars(moved, record)) return record;
-  if (!SatCommonUtils::RenormalizeRPC(record, &moved)) {
-    throw Failure(name + ": the offsets and scales of this model need more digits than a file of the form " +
-                  SatCommonUtils::RPCFileFormName(form) + " has; write XML instead");
-  }
-  return moved;
-}
-
-TRPCData WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
-                    const std::string& name) {
+TWrittenModel WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
+                         const std::string& name) {
   if (form == TRPCFileForm::Image) {
-    TRPCData record;
-    model.GetRPCData(&record);
-    WriteImage(name, record, extras);
-    return record;
+    TWrittenModel written = SatCommonUtils::WriteModelFile(name, model, {form, extras, &WriteImage});
+    if (!written) throw Failure(written.message);
+    return written;
   }
   OutputFile file(name);
-  const TRPCData written = WriteModel(model, extras, form, &file);
+  TWrittenModel written = WriteModel(model, extras, form, &file);
   OutputFile::Commit({&file});
   return written;
 }
 
-TRPCData WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
-                    OutputFile* file) {
-  const std::string content = FormatModel(model, extras, form, file->Path());
-  file->Write(content);
-  return ParseRecord(content, file->Path());
-}
-
-void CopyImage(const TRPC& from, TRPC* to) {
-  SatCommonUtils::TPolygon margin;
-  int width = 0;
-  int height = 0;
-  if (from.GetMargin(&margin)) to->SetMargin(margin);
-  if (from.GetRasterDims(&width, &height)) to->SetRasterDims(width, height);
+TWrittenModel WriteModel(const TRPC& model, const SatCommonUtils::TRPCFileExtras& extras, TRPCFileForm form,
+                         OutputFile* file) {
+  TWrittenModel written = FormatModel(model, extras, form, file->Path());
+  file->Write(written.content);
+  return written;
 }
 
 }  // namespace orbmath_tool

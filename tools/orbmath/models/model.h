@@ -7,6 +7,7 @@
 
 #include "commands/command_line.h"
 #include "frame/zxstd/var_a.h"
+#include "refine/model_file.h"
 #include "report/output_file.h"
 #include "rpc/rpc_file.h"
 #include "rpc/rpc_model.h"
@@ -20,6 +21,7 @@ namespace orbmath_tool {
 /// A model file that has been read, and the model in it.
 struct Model {
   std::string name;  ///< As on the command line, or "standard input".
+  SatCommonUtils::TModelKind kind = SatCommonUtils::TModelKind::Plain;
   SatCommonUtils::TRPCFile file;
   SatCommonUtils::var_a<SatCommonUtils::TRPC*>
       rpc;  ///< Never empty; a `TAdjustedRPC` when the file is an adjusted one.
@@ -62,30 +64,20 @@ class OutputForm {
   bool images_ = false;
 };
 
-/// The text of a model file. XML holds the whole model, the other forms its record alone.
-/// \param name stands for the file in messages. \throws Failure when the form cannot hold what the model says.
-std::string FormatModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
-                        SatCommonUtils::TRPCFileForm form, const std::string& name);
+/// The bytes of a model file (`FormatModelFile`), `name` for the file in messages. \throws Failure when the form cannot
+/// hold what the model says.
+SatCommonUtils::TWrittenModel FormatModel(const SatCommonUtils::TRPC& model,
+                                          const SatCommonUtils::TRPCFileExtras& extras,
+                                          SatCommonUtils::TRPCFileForm form, const std::string& name);
 
-/// The record as a file of this form holds it, with the digits that the form keeps.
-/// \throws Failure as `FormatModel`.
-SatCommonUtils::TRPCData AsWritten(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFileForm form,
-                                   const std::string& name);
-
-/// The same model with offsets and scales that a file of this form can hold, so that only the digits of its
-/// coefficients cost something. \throws Failure when the form has too few digits for this model.
-SatCommonUtils::TRPCData OntoDigitsOf(SatCommonUtils::TRPCFileForm form, const SatCommonUtils::TRPCData& record,
-                                      const std::string& name);
-
-/// Writes a model file by `FormatModel` and reads it back. \return the record that the file holds. \throws Failure
-SatCommonUtils::TRPCData WriteModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
-                                    SatCommonUtils::TRPCFileForm form, const std::string& name);
+/// Writes a model file ("-" is standard output), or sets the model of an image. \throws Failure
+SatCommonUtils::TWrittenModel WriteModel(const SatCommonUtils::TRPC& model,
+                                         const SatCommonUtils::TRPCFileExtras& extras,
+                                         SatCommonUtils::TRPCFileForm form, const std::string& name);
 
 /// As `WriteModel` into a file that the caller commits.
-SatCommonUtils::TRPCData WriteModel(const SatCommonUtils::TRPC& model, const SatCommonUtils::TRPCFileExtras& extras,
-                                    SatCommonUtils::TRPCFileForm form, OutputFile* file);
-
-/// Gives `to` the margin and the raster size of `from`, as far as there are any.
-void CopyImage(const SatCommonUtils::TRPC& from, SatCommonUtils::TRPC* to);
+SatCommonUtils::TWrittenModel WriteModel(const SatCommonUtils::TRPC& model,
+                                         const SatCommonUtils::TRPCFileExtras& extras,
+                                         SatCommonUtils::TRPCFileForm form, OutputFile* file);
 
 }  // namespace orbmath_tool

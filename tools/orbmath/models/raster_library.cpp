@@ -23,32 +23,51 @@ constexpr const char* kDems = "DEMs are opened";
 using SatCommonUtils::RasterFunctions;
 
 // What the loader says is missing: the library itself, or GDAL's.
-[[noreturn]] void RefuseToLoad(const std::string& name, const std::string& what) {
+std::string LoaderReason(const std::string& what) {
   const char* const text = dlerror();
   const std::string cause = text == nullptr ? "" : text;
   const bool gdal = cause.compare(0, 7, "libgdal") == 0;
-  throw Failure(name + ": " + what + " by " ORBMATH_RASTER_LIBRARY ", which " +
-                (gdal ? "needs GDAL, the package libgdal32 of Debian" : "is not installed beside the tool") + " (" +
-                cause + ")");
+  return what + " by " ORBMATH_RASTER_LIBRARY ", which " +
+         (gdal ? "needs GDAL, the package libgdal32 of Debian" : "is not installed beside the tool") + " (" + cause +
+         ")";
 }
 
-const RasterFunctions& Load(const std::string& name, const std::string& what) {
+/// Null when there is none, with the reason.
+const RasterFunctions* Load(const std::string& what, std::string* reason) {
   // Never unloaded: GDAL keeps threads and handlers until the process ends.
   static void* const library = dlopen(ORBMATH_RASTER_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) RefuseToLoad(name, what);
-  void* const symbol = dlsym(library, SatCommonUtils::kRasterFunctionsSymbol);
-  if (symbol == nullptr) RefuseToLoad(name, what);
-  const RasterFunctions* const functions = reinterpret_cast<const RasterFunctions* (*)()>(symbol)();
-  if (functions->version != ORBMATH_VERSION) {
-    throw Failure(name + ": " ORBMATH_RASTER_LIBRARY " is of another version than the tool");
+  void* const symbol = library == nullptr ? nullptr : dlsym(library, SatCommonUtils::kRasterFunctionsSymbol);
+  if (symbol == nullptr) {
+    *reason = LoaderReason(what);
+    return nullptr;
   }
-  return *functions;
+  const RasterFunctions* const functions = reinterpret_cast<const RasterFunctions* (*)()>(symbol)();
+  if (functions->version == ORBMATH_VERSION) return functions;
+  *reason = ORBMATH_RASTER_LIBRARY " is of another version than the tool";
+  return nullptr;
+}
+
+/// Null with the reason as the error of the file `name`.
+const RasterFunctions* LoadForImage(const std::string& name, SatCommonUtils::TRPCFileError* error) {
+  std::string reason;
+  const RasterFunctions* const functions = Load(kImages, &reason);
+  if (functions == nullptr) {
+    error->file = name;
+    error->reason = reason;
+  }
+  return functions;
 }
 
 #else
 
-[[noreturn]] void RefuseToLoad(const std::string& name, const std::string& what) {
-  throw Failure(name + ": " + what + " by GDAL (package libgdal-dev), without which this tool was built");
+std::string ReasonWithoutGdal(const std::string& what) {
+  return what + " by GDAL (package libgdal-dev), without which this tool was built";
+}
+
+bool RefuseImage(const std::string& name, SatCommonUtils::TRPCFileError* error) {
+  error->file = name;
+  error->reason = ReasonWithoutGdal(kImages);
+  return false;
 }
 
 #endif
@@ -57,17 +76,16 @@ const RasterFunctions& Load(const std::string& name, const std::string& what) {
 
 #if ORBMATH_HAS_RASTER
 
-SatCommonUtils::TRPCFile ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions& options) {
-  SatCommonUtils::TRPCFile file;
-  SatCommonUtils::TRPCFileError error;
-  if (!Load(name, kImages).readImageModel(name, options, &file, &error)) throw Failure(error.GetText());
-  return file;
+bool ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions& options, SatCommonUtils::TRPCFile* out,
+               SatCommonUtils::TRPCFileError* error) {
+  const RasterFunctions* const functions = LoadForImage(name, error);
+  return functions != nullptr && functions->readImageModel(name, options, out, error);
 }
 
-void WriteImage(const std::string& name, const SatCommonUtils::TRPCData& record,
-                const SatCommonUtils::TRPCFileExtras& extras) {
-  SatCommonUtils::TRPCFileError error;
-  if (!Load(name, kImages).writeImageModel(name, record, extras, &error)) throw Failure(error.GetText());
+bool WriteImage(const std::string& name, const SatCommonUtils::TRPCData& record,
+                const SatCommonUtils::TRPCFileExtras& extras, SatCommonUtils::TRPCFileError* error) {
+  const RasterFunctions* const functions = LoadForImage(name, error);
+  return functions != nullptr && functions->writeImageModel(name, record, extras, error);
 }
 
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request) {
@@ -79,7 +97,10 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& 
   const std::string& name = request.files.front();
   SatCommonUtils::TDemSurface dem;
   std::string error;
-  if (!Load(name, kDems).openDem(options, &dem, &error)) throw Failure(error);
+  std::string reason;
+  const RasterFunctions* const functions = Load(kDems, &reason);
+  if (functions == nullptr) throw Failure(name + ": " + reason);
+  if (!functions->openDem(options, &dem, &error)) throw Failure(error);
   for (const std::string& note : dem.notes) Note(note);
   for (const std::string& warning : dem.warnings) Note("warning: " + warning);
   if (request.void_is_geoid && !dem.hasGeoid) {
@@ -90,16 +111,18 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& 
 
 #else
 
-SatCommonUtils::TRPCFile ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions&) {
-  RefuseToLoad(name, kImages);
+bool ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions&, SatCommonUtils::TRPCFile*,
+               SatCommonUtils::TRPCFileError* error) {
+  return RefuseImage(name, error);
 }
 
-void WriteImage(const std::string& name, const SatCommonUtils::TRPCData&, const SatCommonUtils::TRPCFileExtras&) {
-  RefuseToLoad(name, kImages);
+bool WriteImage(const std::string& name, const SatCommonUtils::TRPCData&, const SatCommonUtils::TRPCFileExtras&,
+                SatCommonUtils::TRPCFileError* error) {
+  return RefuseImage(name, error);
 }
 
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request) {
-  RefuseToLoad(request.files.front(), kDems);
+  throw Failure(request.files.front() + ": " + ReasonWithoutGdal(kDems));
 }
 
 #endif

@@ -12,13 +12,13 @@
 
 namespace orbmath_tool {
 
-/// Reads the model of an image. \throws Failure naming the file and what is wrong; when the library is not there, what
-/// to install.
-SatCommonUtils::TRPCFile ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions& options);
+/// `ReadImageModel` of that library. \return false, and in `error` (not null) what to install, when it is not there.
+bool ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions& options, SatCommonUtils::TRPCFile* out,
+               SatCommonUtils::TRPCFileError* error);
 
-/// Sets the model of an image that is there. \throws Failure as `ReadImage`.
-void WriteImage(const std::string& name, const SatCommonUtils::TRPCData& record,
-                const SatCommonUtils::TRPCFileExtras& extras);
+/// `WriteImageModel` of that library. \return as `ReadImage`.
+bool WriteImage(const std::string& name, const SatCommonUtils::TRPCData& record,
+                const SatCommonUtils::TRPCFileExtras& extras, SatCommonUtils::TRPCFileError* error);
 
 /// A DEM as the command line asks for it.
 struct DemRequest {
@@ -29,8 +29,7 @@ struct DemRequest {
   bool void_is_geoid = false;                                     ///< voids are at the height of the geoid
 };
 
-/// Opens a DEM as heights above the ellipsoid; what was assumed is said on standard error. \throws Failure as
-/// `ReadImage`.
+/// Opens a DEM as heights above the ellipsoid; what was assumed is said on standard error. \throws Failure
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request);
 
 }  // namespace orbmath_tool

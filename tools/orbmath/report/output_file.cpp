@@ -40,12 +40,6 @@ void OutputFile::Commit(const std::vector<OutputFile*>& files) {
   }
 }
 
-void WriteFile(const std::string& path, const std::string& content) {
-  OutputFile file(path);
-  file.Write(content);
-  OutputFile::Commit({&file});
-}
-
 void WriteToStandardOutput(std::string_view text) {
   if (SatCommonUtils::ZxWriteAll(STDOUT_FILENO, text)) return;
   throw Failure(std::string("standard output: cannot be written: ") + std::strerror(errno));

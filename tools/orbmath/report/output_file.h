@@ -34,9 +34,6 @@ class OutputFile {
   std::string standard_output_;
 };
 
-/// Writes `content` as the file `path` ("-" is standard output). \throws Failure
-void WriteFile(const std::string& path, const std::string& content);
-
 /// Writes `text` to standard output past the standard library's buffer. \throws Failure
 void WriteToStandardOutput(std::string_view text);
 
