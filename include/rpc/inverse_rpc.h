@@ -15,7 +15,7 @@ namespace SatCommonUtils {
 /// longitude. It is seen from their size: a latitude's offset beyond 90, or a longitude's scale beyond 180.
 ORBMATH_API bool IsInverseRPC(const TRPCData& record) noexcept;
 
-/// An inverse model as `TRPC::CreateInvertedRPC` and `FitInvertedRPC` make its record.
+/// An inverse model whose record `FitInvertedRPC` or `orbmath invert` made.
 ///
 /// A `TRPC` takes whole turns off what stands in the place of the longitude; so the record that is evaluated here has
 /// normalised samples there. Any number of threads may evaluate one object.

@@ -114,7 +114,6 @@ nb::object RefinementOf(const TModel& model) {
 
 // A record in the text of a file form, for `save`.
 nb::bytes TextOf(const TModel& model, const std::string& form) {
-  TZxStringStream stream;
   if (form == "xml") {
     const std::string xml = model.ToXml();
     return nb::bytes(xml.data(), xml.size());
@@ -122,13 +121,10 @@ nb::bytes TextOf(const TModel& model, const std::string& form) {
   if (model.adjusted() != nullptr) {
     throw std::runtime_error("an adjusted model is more than a record: save it as XML, or save its plain()");
   }
-  TRPCFileError error;
   const TRPCFileForm kind = form == "rpb" ? TRPCFileForm::RPB : TRPCFileForm::Text;
-  if (!WriteRPCStream(&stream, "the model", kind, model.record(), model.extras(), TRPCTextErrors::Append, &error)) {
-    throw std::runtime_error(error.GetText());
-  }
-  const std::string text = stream.GetString();
-  return nb::bytes(text.data(), text.size());
+  const TWrittenModel text = FormatModelFile("the model", model.rpc(), {kind, model.extras()});
+  if (!text) throw std::runtime_error(text.message);
+  return nb::bytes(text.content.data(), text.content.size());
 }
 
 nb::object Project(const TModel& model, nb::handle lat, nb::handle lon, nb::handle height) {
