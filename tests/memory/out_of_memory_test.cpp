@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -322,6 +323,35 @@ std::vector<Operation> Operations() {
     for (std::size_t i = 0; i < images.count; ++i) out[i] = solutions[i].lat;
     return found == images.count;
   }));
+  all.push_back({"locate where the search begins anew", [](const Hook& begin, const Hook& end) {
+                   // A pole of the line's denominator crosses the box at three quarters of its latitudes: beyond it,
+                   // and outside of the image, the first start leads nowhere.
+                   TRPCData record = PushbroomRecord();
+                   record.lineDenCoef[2] = -1.3;
+                   const TRPC model(record);
+                   constexpr std::size_t kCount = 400;
+                   std::vector<double> line(kCount), sample(kCount), h(kCount, record.heightOffset);
+                   for (std::size_t i = 0; i < kCount; ++i) {
+                     line[i] = record.lineOffset + record.lineScale * (0.02 * static_cast<double>(i) - 4.0);
+                     sample[i] = record.sampOffset + record.sampScale * (0.01 * static_cast<double>(i % 177) - 0.9);
+                   }
+                   std::vector<TGroundSolution> solutions(kCount);
+                   Outcome outcome;
+                   outcome.success = Short(begin, end, [&] {
+                     const std::size_t found =
+                         SolveLatLonArray(model, kCount, line.data(), sample.data(), h.data(), solutions.data());
+                     // Damped steps, or the branch followed from the centre of the model.
+                     const auto is_anew = [](const TGroundSolution& s) { return s.method >= TGroundMethod::Damped; };
+                     const auto anew = std::count_if(solutions.begin(), solutions.end(), is_anew);
+                     return found > 0 && found < kCount && anew > 0;
+                   });
+                   if (!outcome.success) return outcome;
+                   for (const TGroundSolution& s : solutions) {
+                     outcome.after.insert(outcome.after.end(), {static_cast<double>(s.status.state),
+                                                                1.0 * s.status.iterations, s.lat, s.lon});
+                   }
+                   return outcome;
+                 }});
   all.push_back(Solve("intersect arrays", 5000, [](const TImageArrays& images, const Points&, double* out) {
     return CalculateLatLonHArray(images, out, out + images.count, out + 2 * images.count, nullptr) == images.count;
   }));
