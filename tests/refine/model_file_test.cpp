@@ -111,7 +111,7 @@ TEST_F(ModelFile, XmlBringsEveryKindBackWhole) {
 
 TEST_F(ModelFile, TheCostOfRoundingIsWhatARereadShows) {
   const TRPC model = WithImage(LongRecord());
-  // Pixels. Digits of the coefficients only: offsets alone, cut and not expressed anew, would cost 0.1 and more.
+  // Pixels. Digits of the coefficients only: offsets alone, cut and not expressed anew, would cost text 0.004.
   const struct {
     const char* name;
     double least, most;
