@@ -70,17 +70,21 @@ THeightTile::TNode THeightTile::BoundCell(const double* post, std::ptrdiff_t str
   }
   double p[4][4];
   if (!terrain::GatherPosts(post, stride, p)) return {kInfinity, -kInfinity, 0.0f, 0.0f, true};
-  const auto [low, high] = std::minmax_element(p[0], p[0] + 16);
-  const double margin = kOvershoot * (*high - *low);
+  double low = p[0][0];
+  double high = p[0][0];
   double byColumn = 0.0;
   double byRow = 0.0;
   for (int i = 0; i < 4; ++i) {
+    const auto [lowest, highest] = std::minmax_element(p[i], p[i] + 4);
+    low = std::min(low, *lowest);
+    high = std::max(high, *highest);
     for (int j = 0; j < 3; ++j) {
       byColumn = std::max(byColumn, std::fabs(p[i][j + 1] - p[i][j]));
       byRow = std::max(byRow, std::fabs(p[j + 1][i] - p[j][i]));
     }
   }
-  return {RoundDown(*low - margin), RoundUp(*high + margin), RoundUp(kSlopeOvershoot * byColumn),
+  const double margin = kOvershoot * (high - low);
+  return {RoundDown(low - margin), RoundUp(high + margin), RoundUp(kSlopeOvershoot * byColumn),
           RoundUp(kSlopeOvershoot * byRow), false};
 }
 

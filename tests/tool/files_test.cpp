@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "support/random.h"
+#include "support/sanitizers.h"
 #include "tool/run_tool.h"
 
 namespace orbmath_test {
@@ -84,9 +85,7 @@ TEST(FilesTest, AModelMayComeFromStandardInputAndInfoTakesMany) {
 }
 
 TEST(FilesTest, ARefusedThreadIsCalledThat) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer needs more address space than this test leaves";
-#endif
+  if (orbmath_test::kSanitized) GTEST_SKIP() << "a sanitizer needs more address space than this test leaves";
   struct rlimit before {};
   getrlimit(RLIMIT_AS, &before);
   const struct rlimit tight = {rlim_t{400} << 20, before.rlim_max};
