@@ -1,3 +1,5 @@
+// Model files as the tool's commands take and give them: the library's calls, with failures as messages of the tool.
+
 #include "models/model.h"
 
 #include <cstdio>
