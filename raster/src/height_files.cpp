@@ -68,6 +68,7 @@ DatasetHandle BuildMosaic(const std::vector<std::string>& files, std::string* er
   // GDAL's mosaic resamples what does not lie on the first file's lattice; by default to the finest of them all.
   GDALBuildVRTOptions* const options = GDALBuildVRTOptionsNew(nullptr, nullptr);
   std::vector<const char*> names;
+  names.reserve(files.size());
   for (const std::string& file : files) names.push_back(file.c_str());
   DatasetHandle mosaic(static_cast<GDALDataset*>(
       GDALBuildVRT("", static_cast<int>(names.size()), nullptr, names.data(), options, nullptr)));

@@ -36,7 +36,7 @@ class BandReader {
   bool Read(int column, int row, int columns, int rows, double* posts, std::size_t stride) const {
     const GdalSession session;
     const std::lock_guard<std::mutex> lock(mutex_);
-    const GSpacing line = static_cast<GSpacing>(stride * sizeof(double));
+    const GSpacing line = static_cast<GSpacing>(stride) * static_cast<GSpacing>(sizeof(double));
     if (band_->RasterIO(GF_Read, column, row, columns, rows, posts, columns, rows, GDT_Float64, sizeof(double), line,
                         nullptr) != CE_None) {
       return false;

@@ -266,6 +266,7 @@ bool AppendPieces(std::vector<Node> ring, double tolerance, std::vector<TPolygon
       continue;
     }
     std::vector<xy_d> vertices;
+    vertices.reserve(ring.size());
     for (const Node& node : ring) vertices.push_back(node.point);
     TPolygon piece(std::move(vertices));
     if (!piece.IsSimple() || !(piece.GetSignedArea() > 0.0)) return false;
