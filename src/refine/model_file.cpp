@@ -57,7 +57,8 @@ TModelFile WithModel(TModelFile read, const std::string& name) {
   } else if (IsRefined(*read.model)) {
     read.kind = TModelKind::Adjusted;
   }
-  return Ended(std::move(read), TModelFileState::Done, name + ": read as " + RPCFileFormName(read.file.form));
+  const std::string form = RPCFileFormName(read.file.form);
+  return Ended(std::move(read), TModelFileState::Done, name + ": read as " + form);
 }
 
 bool FormatXml(const TRPC& model, const TRPCFileExtras& extras, std::string* content) {
@@ -119,19 +120,20 @@ TWrittenModel FormatPlain(const std::string& name, const TRPC& model, const TRPC
   TRPCData record;
   model.GetRPCData(&record);
   TRPCFileError error;
+  const std::string form = RPCFileFormName(out.form);
   bool good = FormatRecord(name, record, extras, &out, &error);
   if (good && !SameScalars(out.record, record)) {
     TRPCData moved = out.record;
     if (!RenormalizeRPC(record, &moved)) {
       return Refused(std::move(out), TModelFileState::NotHeld,
-                     name + ": the offsets and scales of this model need more digits than a file of the form " +
-                         RPCFileFormName(out.form) + " has; write XML instead");
+                     name + ": the offsets and scales of this model need more digits than a file of the form " + form +
+                         " has; write XML instead");
     }
     good = FormatRecord(name, moved, extras, &out, &error);
   }
   if (!good) return Refused(std::move(out), TModelFileState::NotHeld, error.GetText());
   if (!IsInverseRPC(record)) out.worst = DistanceInImage(model, TRPC(out.record)).worst;
-  return Ended(std::move(out), TModelFileState::Done, name + ": written as " + RPCFileFormName(out.form));
+  return Ended(std::move(out), TModelFileState::Done, name + ": written as " + form);
 }
 
 std::optional<TRPCFileForm> FormOf(const std::string& name, const TModelWriteOptions& options) {

@@ -204,8 +204,10 @@ THeightRange THeightGrid::GetRange(const TTerrainBox& box) const {
   double lat[kNodes * kNodes], lon[kNodes * kNodes], column[kNodes * kNodes], row[kNodes * kNodes];
   const double turn = 360.0 * rpc::LongitudeTurns(centerLongitude_, 0.5 * (box.west + box.east));
   for (int i = 0; i < kNodes * kNodes; ++i) {
-    lat[i] = box.south + (box.north - box.south) * (i / kNodes) / (kNodes - 1);
-    lon[i] = box.west + (box.east - box.west) * (i % kNodes) / (kNodes - 1) + turn;
+    const int along = i % kNodes;
+    const int across = i / kNodes;
+    lat[i] = box.south + (box.north - box.south) * across / (kNodes - 1);
+    lon[i] = box.west + (box.east - box.west) * along / (kNodes - 1) + turn;
   }
   GetColumnsRows(kNodes * kNodes, lat, lon, column, row);
   double low[2] = {HUGE_VAL, HUGE_VAL};

@@ -116,8 +116,10 @@ TSightPatches::TSightPatches(const TScene& scene, double lowest, double highest)
   for (std::size_t i = 0; i < bounds_.size(); ++i) {
     const TSightPatch& patch = table_[i / (squares_ * squares_)];
     const int square = static_cast<int>(i % (squares_ * squares_));
-    const double s = (2.0 * (square / squares_) + 1.0) / squares_ - 1.0;
-    const double t = (2.0 * (square % squares_) + 1.0) / squares_ - 1.0;
+    const int across = square / squares_;
+    const int along = square % squares_;
+    const double s = (2.0 * across + 1.0) / squares_ - 1.0;
+    const double t = (2.0 * along + 1.0) / squares_ - 1.0;
     if (patch.usable) bounds_[i] = Bound(scene, patch, s, t);
   }
 }
@@ -301,7 +303,7 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
   // |line| and |sample| are at most 1: their derivatives are at most the sum of what the powers give.
   double change[kLatitude][kTerms] = {};
   for (int node = 0; node < TSightPatch::kNodes; ++node) {
-    const double powers = node / kTerms + node % kTerms;
+    const int powers = node / kTerms + node % kTerms;
     for (int component = 0; component < kLatitude; ++component) {
       for (int k = 0; k < kTerms; ++k) {
         change[component][k] += powers * std::fabs(patch.c[node][component][k]) / squares_;
