@@ -14,8 +14,6 @@ if TYPE_CHECKING:
     from .footprint import Footprint
     from .terrain import Terrain
 
-_FORMS = {".rpb": "rpb", ".txt": "text", ".rpc": "text", ".xml": "xml"}
-
 
 class Location(NamedTuple):
     """Ground points of image points; every field has the broadcast shape of what was asked.
@@ -157,7 +155,7 @@ class Model:
         extras = self._model.extras()
         return RPC(err_bias=extras["bias_error"], err_rand=extras["random_error"], **record)
 
-    def save(self, path: str | os.PathLike[str], form: str | None = None) -> None:
+    def save(self, path: str | os.PathLike[str], form: str | None = None) -> float:
         """Write the model to a file, whole or not at all.
 
         Parameters
@@ -165,28 +163,22 @@ class Model:
         path
             Where to; an existing file is replaced.
         form
-            "rpb", "text" or "xml"; without it the suffix decides (.rpb, .txt, .rpc, .xml). XML holds everything bit
-            for bit, the other two a plain record with the digits that they keep.
+            "rpb", "text", "xml" or "json"; without it the suffix decides (.rpb, .txt, .rpc, .xml, .json). XML holds
+            everything bit for bit, the others a plain record with the digits that they keep.
+
+        Returns
+        -------
+        float
+            How far the rounding of the form moves image points at worst, pixels: 0 for XML.
 
         Raises
         ------
         ValueError
             When neither form nor suffix tells, or the form cannot hold the model.
+        OSError
+            When the file cannot be written; an old one is there as it was.
         """
-        target = Path(path)
-        chosen = form or _FORMS.get(target.suffix.lower())
-        if chosen not in ("rpb", "text", "xml"):
-            raise ValueError(f"{target}: the name does not tell the form, give form='rpb', 'text' or 'xml'")
-        try:
-            text = self._model.text(chosen)
-        except RuntimeError as error:
-            raise ValueError(f"{target}: {error}") from None
-        part = target.with_name(f".{os.getpid()}.part")
-        try:
-            part.write_bytes(text)
-            part.replace(target)
-        finally:
-            part.unlink(missing_ok=True)
+        return self._model.save(os.fspath(path), form)
 
     def project(self, lat: Numbers, lon: Numbers, height: Numbers) -> tuple[Values, Values]:
         """Ground to image.
@@ -350,7 +342,7 @@ class Model:
 
     def __getstate__(self) -> tuple[bytes, str, dict[str, Any]]:
         """Models travel as XML, which holds every number bit for bit."""
-        return self._model.text("xml"), self._name, self._origin
+        return self._model.xml(), self._name, self._origin
 
     def __setstate__(self, state: tuple[bytes, str, dict[str, Any]]) -> None:
         """Come back from `__getstate__`."""
@@ -361,11 +353,11 @@ class Model:
         """Compare all numbers, bit for bit, and what stands beside them; names do not count."""
         if not isinstance(other, Model):
             return NotImplemented
-        return self._model.text("xml") == other._model.text("xml")
+        return self._model.xml() == other._model.xml()
 
     def __hash__(self) -> int:
         """Equal models have equal hashes."""
-        return hash(self._model.text("xml"))
+        return hash(self._model.xml())
 
     def __repr__(self) -> str:
         """One line: name, kind, middle, size."""

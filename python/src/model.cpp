@@ -112,19 +112,28 @@ nb::object RefinementOf(const TModel& model) {
   return nb::make_tuple(GetRPCRefinementTransformTypeName(data->type), data->GetParametersNames(), values);
 }
 
-// A record in the text of a file form, for `save`.
-nb::bytes TextOf(const TModel& model, const std::string& form) {
-  if (form == "xml") {
-    const std::string xml = model.ToXml();
-    return nb::bytes(xml.data(), xml.size());
-  }
-  if (model.adjusted() != nullptr) {
-    throw std::runtime_error("an adjusted model is more than a record: save it as XML, or save its plain()");
-  }
-  const TRPCFileForm kind = form == "rpb" ? TRPCFileForm::RPB : TRPCFileForm::Text;
-  const TWrittenModel text = FormatModelFile("the model", model.rpc(), {kind, model.extras()});
-  if (!text) throw std::runtime_error(text.message);
-  return nb::bytes(text.content.data(), text.content.size());
+nb::bytes XmlOf(const TModel& model) {
+  const std::string xml = model.ToXml();
+  return nb::bytes(xml.data(), xml.size());
+}
+
+std::optional<TRPCFileForm> FormNamed(const std::optional<std::string>& name) {
+  if (!name) return std::nullopt;
+  if (*name == "rpb") return TRPCFileForm::RPB;
+  if (*name == "text") return TRPCFileForm::Text;
+  if (*name == "xml") return TRPCFileForm::XML;
+  if (*name == "json") return TRPCFileForm::Json;
+  throw std::invalid_argument("a form is 'rpb', 'text', 'xml' or 'json', not '" + *name + "'");
+}
+
+// What the form's rounding costs, pixels.
+double Save(const TModel& model, const std::string& path, const std::optional<std::string>& form) {
+  const TWrittenModel written = WriteModelFile(path, model.rpc(), {FormNamed(form), model.extras()});
+  if (written) return written.worst;
+  if (written.state != TModelFileState::NotWritten) throw std::invalid_argument(written.message);
+  const nb::gil_scoped_acquire held;
+  PyErr_SetString(PyExc_OSError, written.message.c_str());
+  throw nb::python_error();
 }
 
 nb::object Project(const TModel& model, nb::handle lat, nb::handle lon, nb::handle height) {
@@ -245,7 +254,8 @@ void DefineModel(nb::module_& module) {
                   nb::sig("def of_record(record: dict[str, typing.Any], satellite: str | None, band: str | None, "
                           "bias_error: float | "
                           "None, random_error: float | None, raster: tuple[int, int] | None) -> Model"))
-      .def("text", &TextOf, nb::arg("form"))
+      .def("xml", &XmlOf)
+      .def("save", &Save, nb::arg("path"), nb::arg("form").none(), nb::call_guard<nb::gil_scoped_release>())
       .def("record", &RecordOf, nb::sig("def record(self) -> dict[str, typing.Any]"))
       .def("extras", &ExtrasOf, nb::sig("def extras(self) -> dict[str, typing.Any]"))
       .def("raster", &RasterOf)

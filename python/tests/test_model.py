@@ -63,10 +63,12 @@ def test_forms_come_back(left, tmp_path):
     left.save(tmp_path / "m.xml")
     assert Model.open(tmp_path / "m.xml") == left
     assert Model.from_dict(left.to_dict()).to_dict() == left.to_dict()
-    for name in ("m.RPB", "m_RPC.TXT"):
-        left.save(tmp_path / name)
-        assert orbmath.compare(left, Model.open(tmp_path / name)).maximum < 1e-3
-    assert sorted(p.name for p in tmp_path.iterdir()) == ["m.RPB", "m.xml", "m_RPC.TXT"]
+    for name in ("m.RPB", "m_RPC.TXT", "m.json"):
+        cost = left.save(tmp_path / name)
+        assert orbmath.compare(left, Model.open(tmp_path / name)).maximum <= max(1.01 * cost, 1e-9) < 1e-3
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["m.RPB", "m.json", "m.xml", "m_RPC.TXT"]
+    with pytest.raises(OSError, match="absent"):
+        left.save(tmp_path / "absent" / "m.xml")
     with pytest.raises(ValueError, match="form"):
         left.save(tmp_path / "m.dat")
 
