@@ -28,7 +28,7 @@ constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 TEST(RPCAxes, NormalisationTravelsThroughARecord) {
   const TRPCData record = CountingRecord();
   TRPCData copy = record;
-  for (double TRPCData::*pair : {&TRPCData::lineOffset, &TRPCData::sampScale, &TRPCData::longOffset}) copy.*pair = 0.0;
+  for (const TRPCScalarField& field : RPCScalarFields()) copy.*field.value = 0.0;
   TRPCNormalization(record).CopyTo(&copy);
   EXPECT_TRUE(SameRecord(copy, record));
 }
