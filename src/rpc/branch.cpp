@@ -6,16 +6,11 @@
 #include <cmath>
 
 #include "rpc/height_slice.h"
-#include "rpc/longitude_turns.h"
+#include "rpc/rpc_terms.h"
 
 namespace SatCommonUtils::rpc {
 
 namespace {
-
-/// Powers of longitude, latitude and height in each term.
-constexpr int kPowers[20][3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 0}, {1, 0, 1}, {0, 1, 1},
-                                {2, 0, 0}, {0, 2, 0}, {0, 0, 2}, {1, 1, 1}, {3, 0, 0}, {1, 2, 0}, {1, 0, 2},
-                                {2, 1, 0}, {0, 3, 0}, {0, 1, 2}, {2, 0, 1}, {0, 2, 1}, {0, 0, 3}};
 
 struct TInterval {
   double low, high;
@@ -44,8 +39,8 @@ TRanges RangesOf(const double* coefficients, const TFreeBox& box) {
   const double height[4] = {1.0, box.height, box.height * box.height, box.height * box.height * box.height};
   double value = 0.0;
   double by[2] = {0.0, 0.0};
-  for (int k = 1; k < 20; ++k) {
-    const auto& [L, P, H] = kPowers[k];
+  for (int k = 1; k < kRPCTermCount; ++k) {
+    const auto& [P, L, H] = kRPCTermPowers[k];
     const double size = std::fabs(coefficients[k]) * height[H];
     value += size * ground[L + P];
     if (P > 0 && k != 2) by[0] += size * P * ground[L + P - 1];
@@ -117,17 +112,19 @@ TBranch::TBranch(const TRPC& model) : model_(model), center_{} {
 }
 
 void TBranch::Normalize(double lat, double lon, double h, double (&ground)[3]) const {
-  ground[0] = (lat - record_.latOffset) / record_.latScale;
-  ground[1] = (LongitudeInTurn(record_.longOffset, lon) - record_.longOffset) / record_.longScale;
-  ground[2] = (h - record_.heightOffset) / record_.heightScale;
+  const TNormalizedGroundPoint point = model_.GetNormalization().Normalize(TGroundPoint{lat, lon, h});
+  ground[0] = point.lat;
+  ground[1] = point.lon;
+  ground[2] = point.h;
 }
 
 TProbe TBranch::Probe(const double (&ground)[3]) const {
-  const double scale[3] = {record_.latScale, record_.longScale, record_.heightScale};
+  const TRPCNormalization& axes = model_.GetNormalization();
+  const TGroundPoint point = axes.Denormalize(TNormalizedGroundPoint{ground[0], ground[1], ground[2]});
+  const double scale[3] = {axes.latitude.GetScale(), axes.longitude.GetScale(), axes.height.GetScale()};
   TProbe probe;
-  model_.CalculateLineSample(ground[0] * scale[0] + record_.latOffset, ground[1] * scale[1] + record_.longOffset,
-                             ground[2] * scale[2] + record_.heightOffset, &probe.image[0], &probe.image[1],
-                             probe.slope[0], probe.slope[1]);
+  model_.CalculateLineSample(point.lat, point.lon, point.h, &probe.image[0], &probe.image[1], probe.slope[0],
+                             probe.slope[1]);
   for (double(&image)[3] : probe.slope) {
     for (int c = 0; c < 3; ++c) image[c] *= scale[c];
   }
@@ -215,7 +212,7 @@ bool TBranch::FollowLine(const double (&target)[3], TBranchNode* at, std::int32_
 }
 
 bool TBranch::Follow(double line, double sample, double h, TBranchNode* end, std::int32_t* evaluations) const {
-  const double H = (h - record_.heightOffset) / record_.heightScale;
+  const double H = model_.GetNormalization().height.Initial2Normalized(h);
   const double target[3] = {line, sample, H};
   *end = center_;
   if (FollowLine(target, end, evaluations)) return true;

@@ -3,6 +3,7 @@
 #include "rpc/ground_branch.h"
 
 #include "rpc/branch.h"
+#include "rpc/rpc_boxes.h"
 
 namespace SatCommonUtils {
 
@@ -12,7 +13,7 @@ TBoxExamination ExamineBox(const TRPC& model) {
   const rpc::TBranch branch(model);
   TBoxExamination box;
   box.provenFree = branch.FreeBox().ground >= 1.0 && branch.FreeBox().height >= 1.0;
-  const auto at = [](int i, int count) { return 2.0 * i / (count - 1) - 1.0; };
+  const auto at = [](int i, int count) { return GridPlace(i, count, TGridNodes::Ends); };
   for (int i = 0; i < kAcross; ++i) {
     for (int j = 0; j < kAcross; ++j) {
       for (int k = 0; k < kHeights; ++k) {

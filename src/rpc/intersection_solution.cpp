@@ -140,8 +140,7 @@ void Retry(const TItems& items, const THeightInput& height, const TIntersectionO
   const double lost[3] = {solution->lat, solution->lon, solution->h};
   const double reference = items[0].model->GetCenterLongitude();
   for (const TRPCCoordsDataItem& item : items) {
-    const double lon = item.model->GetCenterLongitude();
-    tryFrom(item.model->GetCenterLatitude(), lon + 360.0 * rpc::LongitudeTurns(reference, lon),
+    tryFrom(item.model->GetCenterLatitude(), LongitudeNear(reference, item.model->GetCenterLongitude()),
             item.model->GetAverageHeight());
   }
   tryFrom(lost[0], lost[1], lost[2]);

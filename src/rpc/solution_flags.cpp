@@ -11,12 +11,6 @@ namespace SatCommonUtils::rpc {
 
 namespace {
 
-bool HasRaster(const TRPC& model) {
-  int width = 0;
-  int height = 0;
-  return model.GetRasterDims(&width, &height);
-}
-
 bool OutsideMargin(const TPolygon* margin, const TRPCCoordsDataItem& item) {
   return margin != nullptr && !margin->Contains({item.sample, item.line});
 }
@@ -38,7 +32,7 @@ bool IsFarOut(const TBranch& branch, const TRPCCoordsDataItem& item, const TGrou
   if (!IsOnGlobe(solution.lat, solution.lon)) return true;
   double ground[3];
   branch.Normalize(solution.lat, solution.lon, solution.h, ground);
-  const TNormalizedImagePoint image = TRPCNormalization(branch.Record()).Normalize(TImagePoint{item.line, item.sample});
+  const TNormalizedImagePoint image = item.model->GetNormalization().Normalize(TImagePoint{item.line, item.sample});
   const double asked =
       std::fmax(std::fmax(1.0, std::fmax(std::fabs(image.line), std::fabs(image.sample))), std::fabs(ground[2]));
   return !(std::fmax(std::fabs(ground[0]), std::fabs(ground[1])) <= kWidestBox * asked);
@@ -46,7 +40,7 @@ bool IsFarOut(const TBranch& branch, const TRPCCoordsDataItem& item, const TGrou
 
 TImageFlags::TImageFlags(const TRPC& model)
     : image_(ImageBoxOf(model)),
-      hasRaster_(HasRaster(model)),
+      hasRaster_(model.GetRasterDims(nullptr, nullptr)),
       margin_(model.FindMargin()),
       hasMore_(hasRaster_ || margin_ != nullptr) {}
 
