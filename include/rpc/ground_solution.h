@@ -67,8 +67,7 @@ struct TGroundIntersection : TGroundSolution {
 ///    on the globe: latitude beyond 90 degrees, longitude beyond 540.
 /// 4. A point that breaks law 2 or 3 stands in the result with its residual. One that breaks law 1 is the best try.
 /// 5. The promise is the result, not the way to it: `CalculateLatLon` may differ in the last digits. A point has the
-/// same
-///    bits alone and in an array of any length, on every number of threads and every instruction set.
+///    same bits alone and in an array of any length, on every number of threads and every instruction set.
 /// 6. A point without an answer costs at most some 200 evaluations of the model.
 /// \param line, sample pixels. \param h metres.
 ORBMATH_API TGroundSolution SolveLatLon(const TRPC& model, double line, double sample, double h);
@@ -94,8 +93,8 @@ struct TIntersectionOptions {
 /// 2. Converged: the point lies in front of every image (no denominator has changed its sign since the model's centre;
 ///    else `BehindSensor`), unfolded (`OtherBranch`) and not far out of any model (`FarOut`, as above).
 /// 3. Converged: the root mean square of the residuals is at most `options.largestRms` (else `Misfit`).
-/// 4. A minimum that breaks law 2 or 3 gives way to one from the damped steps that keeps them. Where there is none it
-///    stands in the result with its residuals; its covariance is NaN.
+/// 4. A minimum that breaks law 2 or 3 gives way to one from the damped steps that keeps them. Where there is none, the
+///    lowest that they arrive at stands in the result with its residuals, or else the first; its covariance is NaN.
 ORBMATH_API TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h,
                                             const TIntersectionOptions& options = TIntersectionOptions());
 /// Several images, free height; as above, and below 1e-4 metres in height. `FarHeight`: the height is farther from

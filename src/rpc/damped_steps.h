@@ -68,7 +68,7 @@ inline bool IsLevel(double cost, double other) { return std::fabs(cost - other) 
 /// the sum of squares, or, where that is level, as long as steps shrink. \param evaluations is raised by the number of
 /// linearisations, at most `most`. \return whether it arrived: the step that is left changes nothing.
 template <THeight Height>
-bool WalkDamped(const TMeasuredPoint<Height>& point, double* ground, std::int32_t* evaluations, int most = 200) {
+bool WalkDamped(const TMeasuredPoint<Height>& point, double* ground, std::int32_t* evaluations, int most) {
   constexpr int N = kUnknowns<Height>;
   constexpr double kLargestDamping = 1e10;
   TLinearized<Height> here;

@@ -76,12 +76,11 @@ bool FollowFromCenter(const TBranch& branch, const TRPCCoordsDataItem& item, TGr
   solution->status.iterations = followed.status.iterations;
   if (arrived && IsRoot(followed)) {
     // The same point found twice: the one that came first stays, whatever way its last digits went.
-    const double same = 1e-6 * branch.Record().latScale;
-    if (IsRoot(*solution) && std::fabs(followed.lat - solution->lat) <= std::fabs(same) &&
-        std::fabs(followed.lon - solution->lon) <= std::fabs(1e-6 * branch.Record().longScale)) {
-      return true;
+    const auto same = [](double a, double b, double scale) { return std::fabs(a - b) <= std::fabs(1e-6 * scale); };
+    if (!IsRoot(*solution) || !same(followed.lat, solution->lat, branch.Record().latScale) ||
+        !same(followed.lon, solution->lon, branch.Record().longScale)) {
+      *solution = followed;
     }
-    *solution = followed;
     return true;
   }
   if (!IsRoot(*solution)) Improve(item, followed.lat, followed.lon, TGroundMethod::Followed, solution);
