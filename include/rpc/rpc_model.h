@@ -252,7 +252,7 @@ class ORBMATH_API TRPC {
   struct TOwnedAxes {
     std::unique_ptr<TLinearNormalization> line, sample, latitude, longitude, height;
   };
-  /// Makes all of them, or throws. None when there is no record.
+  /// Makes all of them, or throws.
   static TOwnedAxes MakeAxes(const TRPCNormalization& normalization);
   void Install(const TRPCData& data, TOwnedAxes axes) noexcept;
   void Clear() noexcept;
@@ -264,7 +264,7 @@ class ORBMATH_API TRPC {
   double lineDenCoef_[kTerms];
   double sampNumCoef_[kTerms];
   double sampDenCoef_[kTerms];
-  const double* coefficients_[4];
+  const double* coefficients_[4];  ///< the four arrays above, in their order
   std::unique_ptr<TLinearNormalization> line_;
   std::unique_ptr<TLinearNormalization> sample_;
   std::unique_ptr<TLinearNormalization> latitude_;

@@ -95,10 +95,8 @@ void TRPC::SetRPCData(const TRPCData& data) { Install(data, MakeAxes(TRPCNormali
 void TRPC::GetRPCData(TRPCData* out) const {
   out->Invalidate();
   if (!line_) return;
-  std::copy_n(lineNumCoef_, kTerms, out->lineNumCoef);
-  std::copy_n(lineDenCoef_, kTerms, out->lineDenCoef);
-  std::copy_n(sampNumCoef_, kTerms, out->sampNumCoef);
-  std::copy_n(sampDenCoef_, kTerms, out->sampDenCoef);
+  double* const polynomials[] = {out->lineNumCoef, out->lineDenCoef, out->sampNumCoef, out->sampDenCoef};
+  for (int i = 0; i < 4; ++i) std::copy_n(coefficients_[i], kTerms, polynomials[i]);
   prepared_.normalization.CopyTo(out);
 }
 
