@@ -296,7 +296,7 @@ void Register(const std::string& name, Benchmark run, const std::vector<std::vec
 void RegisterAll() {
   const std::vector<std::vector<std::int64_t>> tall = {{10000, 39}, {100000, 39}, {100000, 7}};
   const std::vector<std::vector<std::int64_t>> square = {{500}, {1000}};
-  const std::vector<std::vector<std::int64_t>> solved = {{7}, {39}, {200}, {400}, {1000}};
+  const std::vector<std::vector<std::int64_t>> solved = {{7}, {39}, {200}, {300}, {400}, {600}, {1000}};
   const std::vector<std::vector<std::int64_t>> inverted = {{7}, {39}, {100}};
   Register("AtA/orbmath", NormalOrbmath, tall);
   Register("AtWA/orbmath", NormalWeightedOrbmath, tall);
