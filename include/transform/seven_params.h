@@ -46,9 +46,9 @@ struct T7ParamsSourceDataItem {
 /// **Where it ends.** From the identity it finds rotations whose three angles are within about half a radian. With
 /// angles up to 1 rad, one set in a hundred comes out wrong, with the result true: its misfit is as large as the
 /// coordinates, or its scale factor lies between -1 and 0, which `T7ParamsTransform` refuses. Larger angles do so
-/// oftener. `Fit7Params` (seven_params_fit.h) is right for every rotation and says how well it fits. \param out all
-/// zero for fewer than 3 points, otherwise untouched on failure. \return false for fewer than 3 points, a singular set
-/// (collinear points), or a scale factor that is not above -1.
+/// oftener. `Fit7Params` (seven_params_fit.h) is right for every rotation and says how well it fits.
+/// \param out all zero for fewer than 3 points, otherwise untouched on failure.
+/// \return false for fewer than 3 points, a singular set (collinear points), or a scale factor that is not above -1.
 ORBMATH_API bool Calculate7Params(const std::vector<T7ParamsSourceDataItem>& points, T7Params* out);
 
 /// The similarity that applies `first` and then `second`, exactly; R = Rx·Ry·Rz. `out` may be an input.

@@ -5,15 +5,13 @@
 // only:
 //
 // - Order. Rows are exchanged over the whole system, and of equal pivots the upper one is taken. Where no two are
-// equal,
-//   order decides nothing, and one elimination serves all copies. Otherwise the positions of all n² equations,
+//   equal, order decides nothing, and one elimination serves all copies. Otherwise the positions of all n² equations,
 //   integers, are carried along, and each copy is eliminated in the order that they give it.
 // - Zeros. A row of a later copy has 0.0 below the pivot; subtracting 0.0 / pivot times the pivot's row, whose elements
 //   are 0.0 there, changes nothing but -0.0, which becomes 0.0 once a pivot is negative.
 // - What is not finite. Zero times that is NaN: an infinite element of a pivot's row makes the element below it of
-// every
-//   later copy NaN, and that, come to its column, makes their rows NaN. In the solution every copy above one with an
-//   element that is not finite is NaN.
+//   every later copy NaN, and that, come to its column, makes their rows NaN. In the solution every copy above one with
+//   an element that is not finite is NaN.
 
 #include <algorithm>
 #include <cmath>
