@@ -16,6 +16,9 @@ using TConstRows = const double* const*;
 using TRows = double* const*;
 using TPoll = int (*)();
 
+/// Asks a poll, which may be null, whether the work ends here.
+inline bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
+
 /// A run of output rows, `first` up to and without `last`.
 struct TRange {
   std::size_t first;

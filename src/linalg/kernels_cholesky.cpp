@@ -19,8 +19,6 @@ constexpr std::size_t kPanelRows = 64;
 // Columns of the inverse that are made together: the widest strip of CombineRows at the widest vectors.
 constexpr std::size_t kInverseColumns = 48;
 
-bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
-
 // Makes the rows [first, last) of the factor in some columns. They hold the sums over k below `first` already; they
 // take those over the rows between, one row of sums at a time, and then their values. The columns begin with the
 // diagonal ones, or all diagonal elements are there.

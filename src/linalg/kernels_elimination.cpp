@@ -27,8 +27,6 @@ constexpr std::size_t kSmallSystem = 64;
 constexpr std::size_t kMiddleSystem = 400;
 constexpr std::size_t kNarrowPanelColumns = 48;
 
-bool Stops(TPoll poll) { return poll != nullptr && poll() != 0; }
-
 // The state of an elimination.
 struct TSystem {
   double** a;

@@ -78,7 +78,7 @@ bool FormNormalMatrix(double** A, const double* w, std::size_t n, std::size_t m,
       part.add = true;
       kernels::MultiplyUpper(part, {}, normal, kernels::TWorkspace(part));
     }
-    if (poll != nullptr && poll() != 0) return false;
+    if (kernels::Stops(poll)) return false;
   }
   kernels::MirrorUpper({0, n}, normal);
   return true;

@@ -7,7 +7,6 @@
 #include "linalg/kernels.h"
 #include "linalg/matrix.h"
 #include "linalg/polled_product.h"
-#include "linalg/raw_arrays.h"
 #include "linalg/row_pointers.h"
 
 namespace SatCommonUtils {
