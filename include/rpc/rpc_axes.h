@@ -54,6 +54,9 @@ struct ORBMATH_API TRPCNormalization {
   /// Offset and scale NaN on every axis: what a model without a record has.
   static TRPCNormalization None() noexcept;
 
+  /// The five axes of the inverse model: line and latitude have changed places, and so have sample and longitude.
+  TRPCNormalization OfInverse() const noexcept;
+
   /// Writes the five pairs into a record; its coefficients stay.
   void CopyTo(TRPCData* record) const noexcept;
   /// True when all offsets and scales are finite, none is the unset mark and no scale is 0.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "frame/zxstd/unset_mark.h"
 #include "rpc/longitude_turns.h"
@@ -41,6 +42,13 @@ TRPCNormalization TRPCNormalization::None() noexcept {
   TRPCNormalization none;
   none.line = none.sample = none.latitude = none.longitude = none.height = Axis(kNoNumber, kNoNumber);
   return none;
+}
+
+TRPCNormalization TRPCNormalization::OfInverse() const noexcept {
+  TRPCNormalization inverse = *this;
+  std::swap(inverse.line, inverse.latitude);
+  std::swap(inverse.sample, inverse.longitude);
+  return inverse;
 }
 
 void TRPCNormalization::CopyTo(TRPCData* record) const noexcept {

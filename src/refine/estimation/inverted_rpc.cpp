@@ -6,6 +6,7 @@
 #include "frame/zxstd/text.h"
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
+#include "rpc/rpc_axes.h"
 #include "rpc/rpc_model.h"
 
 namespace SatCommonUtils {
@@ -35,20 +36,6 @@ std::vector<TRPCEstimationPoint> NodesInImage(const TRPC& rpc, int grid_size) {
   return nodes;
 }
 
-// Ground and image exchange their offsets and scales; the coefficients are not touched.
-void ExchangeGroundAndImage(const TRPCData& source, TRPCData* inverted) {
-  inverted->lineOffset = source.latOffset;
-  inverted->lineScale = source.latScale;
-  inverted->sampOffset = source.longOffset;
-  inverted->sampScale = source.longScale;
-  inverted->latOffset = source.lineOffset;
-  inverted->latScale = source.lineScale;
-  inverted->longOffset = source.sampOffset;
-  inverted->longScale = source.sampScale;
-  inverted->heightOffset = source.heightOffset;
-  inverted->heightScale = source.heightScale;
-}
-
 // (grid_size + 1)^3 nodes over image and heights, each with the ground point that the model locates there.
 std::vector<TRPCEstimationPoint> NodesOfImage(const TRPC& rpc, int grid_size) {
   std::vector<TRPCEstimationPoint> nodes;
@@ -75,7 +62,7 @@ bool EstimateInvertedRPC(const TRPC& rpc, TRPCData* inverted, int gridSize, TZxP
   TRPCData source;
   source.Invalidate();
   rpc.GetRPCData(&source);
-  ExchangeGroundAndImage(source, inverted);
+  TRPCNormalization(source).OfInverse().CopyTo(inverted);
   TRPCEstimationDataSet data;
   data.Points = NodesInImage(rpc, gridSize);
   data.IsNormalized = true;
@@ -94,7 +81,7 @@ bool FitInvertedRPC(const TRPC& rpc, TRPCData* inverted, int gridSize, TZxProgre
   TRPCData source;
   rpc.GetRPCData(&source);
   TRPCData result = source;
-  ExchangeGroundAndImage(source, &result);
+  TRPCNormalization(source).OfInverse().CopyTo(&result);
   TRPCEstimationDataSet data;
   data.Points = NodesOfImage(rpc, gridSize);
   data.IsNormalized = true;

@@ -10,6 +10,7 @@
 #include "frame/zxstd/number_text.h"
 #include "rpc/forms/side_files.h"
 #include "rpc/forms/xml_elements.h"
+#include "rpc/rpc_axes.h"
 
 namespace SatCommonUtils {
 
@@ -91,14 +92,7 @@ bool ReadDirectModel(const XmlElements& xml, Node model, bool version1, const ch
     }
     SortTerms(order, direct);
   }
-  direct->latOffset = record.lineOffset;
-  direct->latScale = record.lineScale;
-  direct->longOffset = record.sampOffset;
-  direct->longScale = record.sampScale;
-  direct->lineOffset = record.latOffset;
-  direct->lineScale = record.latScale;
-  direct->sampOffset = record.longOffset;
-  direct->sampScale = record.longScale;
+  TRPCNormalization(record).OfInverse().CopyTo(direct);
   return true;
 }
 
