@@ -28,7 +28,6 @@
 #include "refine/refinement_kinds.h"
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
-#include "rpc/polynomial_kernel.h"
 #include "rpc/rpc_fields.h"
 #include "rpc/rpc_terms.h"
 
@@ -50,15 +49,11 @@ TCubic CubicOf(const double (&coefficients)[kTermCount]) {
 /// The twenty terms in their order.
 TCubic TermsAt(double p, double l, double h) {
   TCubic terms;
-  rpc::FormTerms(p, l, h, terms.data());
+  FormRPCTerms({p, l, h}, terms.data());
   return terms;
 }
 
-double ValueAt(const TCubic& cubic, const TCubic& terms) {
-  double sum = 0.0;
-  for (std::size_t k = 0; k < kTermCount; ++k) sum += cubic[k] * terms[k];
-  return sum;
-}
+double ValueAt(const TCubic& cubic, const TCubic& terms) { return SumRPCTerms(cubic.data(), terms.data()); }
 
 /// B of the comment above. Differences of nearly equal numbers are taken before they are multiplied by an offset.
 matr3x3 Normalized(const matr3x3& h, const TRPCData& rpc) {
@@ -278,12 +273,16 @@ class TExporter {
       if (!(worst > result_.worst)) result_.worst = worst;
       if (worst <= kRefinedExportError) return Judge(fitted, "all coefficients fitted anew");
     }
-    return Judge(folded, "");
+    return Missed();
   }
 
   /// Takes a record if it is within the bound.
   TRefinedExport Judge(const TRPCData& record, const std::string& how) {
     if (result_.worst <= kRefinedExportError) return Success(record, how);
+    return Missed();
+  }
+  TRefinedExport Missed() {
+    if (std::isnan(result_.worst)) return Failure("no rational polynomials could be found for it");
     return Failure(
         Zentarix::ssprintf("no rational polynomials come within %.3lg pixels of it, the closest miss by %.3lg",
                            kRefinedExportError, result_.worst));

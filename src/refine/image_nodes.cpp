@@ -1,4 +1,4 @@
-// Elementary.
+// Looks for the ground of an image by shrinking rectangles, and for poles by walks downhill. Elementary.
 
 #include "refine/image_nodes.h"
 
@@ -6,21 +6,14 @@
 #include <cmath>
 #include <limits>
 
-#include "rpc/polynomial_kernel.h"
+#include "rpc/rpc_terms.h"
 
 namespace SatCommonUtils::refine {
 namespace {
 
-constexpr std::size_t kTermCount = 20;
 /// Corners of images reach over the ground box, whose sizes are often those of the image's middle height: so far does
 /// the search go.
 constexpr double kReach = 1.5;
-
-double ValueOf(const double* coefficients, const double* terms) {
-  double sum = 0.0;
-  for (std::size_t k = 0; k < kTermCount; ++k) sum += coefficients[k] * terms[k];
-  return sum;
-}
 
 /// The normalised place of node `i` of `count` from `first` to `last`.
 double PlaceOf(int i, int count, bool middles, double first, double last) {
@@ -31,7 +24,7 @@ double PlaceOf(int i, int count, bool middles, double first, double last) {
 /// True when a polynomial with its constant's sign is that wherever the search goes.
 bool IsPositiveInBox(const double* coefficients) {
   double others = 0.0;
-  for (std::size_t k = 1; k < kTermCount; ++k) others += std::fabs(coefficients[k]);
+  for (int k = 1; k < kRPCTermCount; ++k) others += std::fabs(coefficients[k]);
   return others * kReach * kReach * kReach < std::fabs(coefficients[0]);
 }
 
@@ -49,12 +42,12 @@ TImageSampler::TImageSampler(const TAdjustedRPC& model) : model_(model) {
 }
 
 double TImageSampler::RemotenessAt(double p, double l, double h, bool* on_branch) const {
-  double terms[kTermCount];
-  rpc::FormTerms(p, l, h, terms);
+  double terms[kRPCTermCount];
+  FormRPCTerms({p, l, h}, terms);
   double line, sample, by_line[3], by_sample[3];
   model_.CalculateLineSampleNormalized(p, l, h, &line, &sample, by_line, by_sample);
-  *on_branch = ValueOf(record_.lineDenCoef, terms) * record_.lineDenCoef[0] > 0.0 &&
-               ValueOf(record_.sampDenCoef, terms) * record_.sampDenCoef[0] > 0.0 &&
+  *on_branch = SumRPCTerms(record_.lineDenCoef, terms) * record_.lineDenCoef[0] > 0.0 &&
+               SumRPCTerms(record_.sampDenCoef, terms) * record_.sampDenCoef[0] > 0.0 &&
                (by_line[0] * by_sample[1] - by_line[1] * by_sample[0]) * orientation_ > 0.0;
   if (has_raster_) {
     double refined_line, refined_sample;
@@ -146,9 +139,9 @@ double TImageSampler::LeastDenominatorNear(const double* denominator, double p, 
   constexpr double kSmallestReach = 1e-6;
   double at[3] = {p, l, h};
   const auto value = [&] {
-    double terms[kTermCount];
-    rpc::FormTerms(at[0], at[1], at[2], terms);
-    return ValueOf(denominator, terms) / denominator[0];
+    double terms[kRPCTermCount];
+    FormRPCTerms({at[0], at[1], at[2]}, terms);
+    return SumRPCTerms(denominator, terms) / denominator[0];
   };
   double least = value();
   while (reach > kSmallestReach && least > 0.0) {
@@ -188,9 +181,9 @@ bool TImageSampler::ShowsPole() const {
         for (int j = 0; j < kAcross; ++j) {
           const double p = PlaceOf(i, kAcross, false, rect.least[0], rect.largest[0]);
           const double l = PlaceOf(j, kAcross, false, rect.least[1], rect.largest[1]);
-          double terms[kTermCount];
-          rpc::FormTerms(p, l, h, terms);
-          const double value = ValueOf(denominator, terms) / denominator[0];
+          double terms[kRPCTermCount];
+          FormRPCTerms({p, l, h}, terms);
+          const double value = SumRPCTerms(denominator, terms) / denominator[0];
           TImageNode node;
           if (!(value < least) || !NodeAt(p, l, h, &node)) continue;
           least = value, least_p = p, least_l = l;
