@@ -88,7 +88,10 @@ std::string ReasonOf(const TRefinementFit& fit, const TLimits& limits, const std
 /// The fit of the first reading, unless it is beyond reason.
 bool FitReadings(const TRPC& model, const std::vector<TReading>& readings, const TRefinementFitOptions& options,
                  const std::vector<std::size_t>& outside, TRefinementFit* result) {
-  if (!FitRefinement(readings[0].ties(), options, result)) return false;
+  if (!FitRefinement(readings[0].ties(), options, result)) {
+    result->outside = outside;
+    return false;
+  }
   const TLimits limits = LimitsOf(model, options);
   if (!IsReasonable(*result, limits)) {
     const std::string reason = ReasonOf(*result, limits, {readings.begin() + 1, readings.end()}, options);

@@ -118,4 +118,8 @@ TEST(RefinementOfControl, NamesPointsOutsideTheBox) {
   ASSERT_TRUE(FitGroundControl(model, points, TRefinementFitOptions(), &fit)) << fit.message;
   EXPECT_EQ(fit.outside, (std::vector<std::size_t>{3, 7, 11}));
   EXPECT_NE(fit.message.find("3 points outside the model's box"), std::string::npos) << fit.message;
+  // They are named where there is no fit at all, too: one of them may be why.
+  points[5].sigma = 0.0;
+  EXPECT_FALSE(FitGroundControl(model, points, TRefinementFitOptions(), &fit));
+  EXPECT_EQ(fit.outside, (std::vector<std::size_t>{3, 7, 11}));
 }
