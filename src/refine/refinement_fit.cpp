@@ -7,7 +7,6 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
-#include <numeric>
 
 #include "frame/zxstd/text.h"
 #include "refine/refinement.h"
@@ -92,12 +91,6 @@ TBox BoxOf(const std::vector<TPlaneTie>& ties, const TIndices& chosen) {
   TBox box;
   for (const std::size_t i : chosen) box.Add(ties[i].from[0], ties[i].from[1]);
   return box;
-}
-
-TIndices AllOf(std::size_t count) {
-  TIndices all(count);
-  std::iota(all.begin(), all.end(), std::size_t{0});
-  return all;
 }
 
 /// The work on one set of ties.
@@ -217,7 +210,7 @@ bool TFitter::FitChosen(TCandidate* best, std::string* reason) const {
 
 bool TFitter::FitAll(TCandidate* candidate) const {
   TRobustPlaneFit& robust = candidate->robust;
-  robust.inside = AllOf(ties_.size());
+  robust.inside = refine::AllPlaces(ties_.size());
   if (!refine::FitPlaneMap(candidate->type, ties_, robust.inside, &robust.fit)) return false;
   const std::size_t equations = 2 * ties_.size(), unknowns = refine::FreeParameters(candidate->type);
   robust.variance = equations > unknowns ? robust.fit.sum_of_squares / static_cast<double>(equations - unknowns) : 0.0;

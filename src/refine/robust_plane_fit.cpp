@@ -13,7 +13,7 @@
 
 #include "refine/estimation/bad_points.h"
 #include "refine/estimation/portable_math.h"
-#include "refine/refinement_fit.h"
+#include "refine/refinement_kinds.h"
 
 namespace SatCommonUtils::refine {
 namespace {
@@ -27,11 +27,7 @@ constexpr std::size_t kMostJudges = 4096;
 /// Median of the squared length of a plane vector of two standard normal coordinates.
 constexpr double kMedianOfSquares = 1.3862943611198906;  // 2 ln 2
 
-TIndices AllOf(std::size_t count) {
-  TIndices all(count);
-  std::iota(all.begin(), all.end(), std::size_t{0});
-  return all;
-}
+std::size_t LeastTies(TRPCRefinementTransformType type) { return FindRefinementKind(type)->leastPoints; }
 
 /// Calls `visit` with subsets of `size` ties: all of them when they are few, otherwise random ones of a fixed seed.
 template <class Visit>
@@ -65,7 +61,7 @@ void ForEachSubset(std::size_t count, std::size_t size, const Visit& visit) {
 /// fits `subset size` ties exactly).
 bool FindStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, TPlaneMap* start,
                double* least_median) {
-  const std::size_t subset_size = LeastRefinementPoints(type);
+  const std::size_t subset_size = LeastTies(type);
   const std::size_t stride = (ties.size() + kMostJudges - 1) / kMostJudges;
   std::vector<double> squares((ties.size() + stride - 1) / stride);
   const std::size_t middle = std::min((squares.size() + subset_size + 1) / 2, squares.size()) - 1;
@@ -93,7 +89,7 @@ bool FindStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& t
 TIndices NearStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
                    const TPlaneMap& start, double median) {
   constexpr double level = 9.210340371976184;  // squared length that one good tie in a hundred exceeds: -2 ln 0.01
-  const double spare = static_cast<double>(ties.size() - LeastRefinementPoints(type));
+  const double spare = static_cast<double>(ties.size() - LeastTies(type));
   const double small_sample = 1.0 + 5.0 / spare;
   const double variance = median / kMedianOfSquares * small_sample * small_sample + noise * noise;
   TIndices near;
@@ -127,12 +123,18 @@ TTest TestTie(TRPCRefinementTransformType type, const TRobustPlaneFit& current, 
 
 }  // namespace
 
+std::vector<std::size_t> AllPlaces(std::size_t count) {
+  std::vector<std::size_t> all(count);
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  return all;
+}
+
 bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
                  TRobustPlaneFit* result) {
   constexpr int kMostRounds = 30;
-  result->inside = AllOf(ties.size());
+  result->inside = AllPlaces(ties.size());
   result->standardized.assign(ties.size(), 0.0);
-  if (ties.size() > LeastRefinementPoints(type)) {
+  if (ties.size() > LeastTies(type)) {
     TPlaneMap start;
     double median;
     if (!FindStart(type, ties, &start, &median)) return false;
@@ -150,7 +152,7 @@ bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
       const bool cannot_tell = !(test.freedom > 0.0);
       if (cannot_tell ? is_inside : !test.Rejects(ties.size())) next.push_back(i);
     }
-    if (next == result->inside || next.size() < LeastRefinementPoints(type)) break;
+    if (next == result->inside || next.size() < LeastTies(type)) break;
     if (round + 1 < kMostRounds) result->inside = next;
   }
   return true;

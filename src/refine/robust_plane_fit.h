@@ -17,6 +17,9 @@ struct TRobustPlaneFit {
   double variance = 0.0;             ///< of unit weight, from the ties inside; 0 when none is redundant
 };
 
+/// The places of `count` ties: 0, 1, ...
+std::vector<std::size_t> AllPlaces(std::size_t count);
+
 /// Fits `type` to the ties that belong together.
 /// \param noise floor of the standard deviation of a weighted residual. \return false when they determine no map.
 bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
