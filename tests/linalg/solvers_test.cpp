@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "frame/zxstd/threads.h"
 #include "linalg/linear_systems.h"
 #include "linalg/reference.h"
@@ -171,6 +173,12 @@ TEST(GaussSolver, HasTheBitsOfThePlainLoopsAndLeavesWhatTheyLeave) {
   }
 }
 
+const std::thread::id caller = std::this_thread::get_id();
+int PollOfTheCaller() {
+  EXPECT_EQ(std::this_thread::get_id(), caller);
+  return CancellingPoll();
+}
+
 // Large enough for the threads to share the work: one, two and five give the same bits, and the polls the same counts.
 TEST(Solvers, HaveTheSameBitsOnEveryNumberOfThreads) {
   constexpr std::size_t kSize = 413;
@@ -185,10 +193,12 @@ TEST(Solvers, HaveTheSameBitsOnEveryNumberOfThreads) {
     RawMatrix a(positive), g(values), inverse(kSize, kSize);
     std::vector<double> b = right, x(kSize), y(kSize);
     ArmPoll(1 << 30);
-    ASSERT_TRUE(Cholesky(a.Get(), b.data(), x.data(), kSize, CancellingPoll));
+    ASSERT_TRUE(Cholesky(a.Get(), b.data(), x.data(), kSize, PollOfTheCaller));
     EXPECT_EQ(asked, 3 * static_cast<int>(kSize));
-    ASSERT_TRUE(CholeskyMatrixInversion(a.Get(), inverse.Get(), kSize, nullptr));
-    ASSERT_NE(Gauss(g.Get(), b.data(), y.data(), kSize, nullptr), 0.0);
+    ASSERT_TRUE(CholeskyMatrixInversion(a.Get(), inverse.Get(), kSize, PollOfTheCaller));
+    EXPECT_EQ(asked, 4 * static_cast<int>(kSize));
+    ASSERT_NE(Gauss(g.Get(), b.data(), y.data(), kSize, PollOfTheCaller), 0.0);
+    EXPECT_EQ(asked, 6 * static_cast<int>(kSize));
     if (threads == 1) first_x = x, first_y = y, first_left = g.Values(), first_inverse = inverse.Values();
     EXPECT_TRUE(SameBits(x.data(), first_x.data(), kSize)) << threads;
     EXPECT_TRUE(SameBits(y.data(), first_y.data(), kSize)) << threads;
