@@ -38,7 +38,7 @@ TEST(ManualTest, PagesAndCompletionsHaveEveryOptionOfTheHelp) {
   const std::string zsh = RunToolLine("completion zsh").out;
   const std::string fish = RunToolLine("completion fish").out;
   EXPECT_NE(RunToolLine("help --man").out.find(".BR orbmath\\-locate (1)"), std::string::npos);
-  for (const char* command : {"info", "project", "locate", "intersect", "fit", "refine", "help"}) {
+  for (const char* command : {"info", "project", "locate", "intersect", "convert", "fit", "refine", "help"}) {
     const std::string help = RunToolLine(std::string("help ") + command).out;
     EXPECT_EQ(help, RunToolLine(std::string(command) + " --help").out);
     const std::string page = RunToolLine(std::string("help --man ") + command).out;

@@ -200,6 +200,7 @@ void CommandLine::Numbers(const std::string& name, const std::string& value_name
   parser_->app.add_option_function<std::vector<std::string>>(name, take, help)
       ->type_name(value_names)
       ->expected(static_cast<int>(count));
+  parser_->Note(name, value_names, help);
 }
 
 void CommandLine::Count(const std::string& name, const std::string& value_name, int least, int most,
