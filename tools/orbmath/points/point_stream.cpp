@@ -123,6 +123,8 @@ void BlockRing::Read(LineSource* source) {
 }
 
 void BlockRing::Work() {
+  // The threads are taken up by whole blocks; the library must not start more inside each of them.
+  const SatCommonUtils::TZxThreadsScope one(1);
   std::unique_lock<std::mutex> lock(mutex_);
   while (Await(&lock, [this] { return taken_ < read_ || input_ended_; })) {
     if (taken_ == read_) return;
@@ -178,12 +180,7 @@ void BlockRing::Write(std::uint64_t total_bytes) {
 
 StreamResult RunPointStream(const StreamOptions& options, PointTask* task) {
   LineSource source(options.inputs);
-  // The threads are taken up by whole blocks; the library must not start more inside each of them.
-  const int workers = SatCommonUtils::ZxGetThreadsCount();
-  SatCommonUtils::ZxSetThreadsCount(1);
-  const StreamResult result = BlockRing(options, task, workers).Run(&source);
-  SatCommonUtils::ZxSetThreadsCount(workers);
-  return result;
+  return BlockRing(options, task, SatCommonUtils::ZxGetThreadsCount()).Run(&source);
 }
 
 }  // namespace orbmath_tool
