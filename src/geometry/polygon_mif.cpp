@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/text.h"
 
@@ -33,10 +34,7 @@ struct Transform {
 /// Walks a MIF by lines in the header and between objects, and by words within an object.
 class Scanner {
  public:
-  explicit Scanner(std::string_view text) : rest_(text) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (rest_.substr(0, kByteOrderMark.size()) == kByteOrderMark) rest_.remove_prefix(kByteOrderMark.size());
-  }
+  explicit Scanner(std::string_view text) : rest_(ZxWithoutUtf8Mark(text)) {}
 
   bool AtEnd() const { return rest_.empty(); }
   std::size_t GetRest() const { return rest_.size(); }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/text.h"
 #include "rpc/forms/forms.h"
@@ -18,7 +19,7 @@ constexpr std::size_t kAll = 93;
 constexpr std::size_t kRecord = 90;
 
 bool LooksLikeEnvi(std::string_view content) {
-  const std::string_view text = Trimmed(WithoutBom(content));
+  const std::string_view text = Trimmed(ZxWithoutUtf8Mark(content));
   return text.substr(0, 4) == "ENVI" && text.find_first_of("\r\n") == 4;
 }
 
@@ -50,7 +51,7 @@ std::optional<int> Count(std::string_view content, std::string_view key) {
 }
 
 bool ReadEnvi(const std::string& content, TRPCFile* out, TRPCFileError* error) {
-  const std::string_view text = WithoutBom(content);
+  const std::string_view text = ZxWithoutUtf8Mark(content);
   const std::optional<KeyedText> info = Find(text, "RPC INFO");
   if (!info) return Fail(error, 0, "rpc info", "is missing or not closed: the image has no model");
   double numbers[kAll] = {};

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 #include "rpc/forms/forms.h"
 #include "rpc/rpc_fields.h"
@@ -20,7 +21,7 @@ constexpr std::size_t kCoefficientWidth = 12;
 constexpr std::size_t kLength = 66 + 80 * kCoefficientWidth;
 
 bool LooksLikeFixedWidth(std::string_view content) {
-  content = WithoutBom(content);
+  content = ZxWithoutUtf8Mark(content);
   if (content.size() < kLength || !Trimmed(content.substr(kLength)).empty()) return false;
   return content.substr(0, kLength).find_first_not_of("0123456789+-.eEdD ") == std::string_view::npos;
 }
@@ -32,7 +33,7 @@ std::string KeyOf(std::size_t i) {
 }
 
 bool ReadFixedWidth(const std::string& content, TRPCFile* out, TRPCFileError* error) {
-  std::string_view rest = WithoutBom(content);
+  std::string_view rest = ZxWithoutUtf8Mark(content);
   std::array<double, 90> numbers{};
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     const std::size_t width = i < kWidths.size() ? kWidths[i] : kCoefficientWidth;

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/path.h"
@@ -19,10 +20,6 @@ namespace RPCForms {
 namespace {
 
 constexpr std::string_view kBlank = " \t\r\n";
-
-}  // namespace
-
-namespace {
 
 // What no text has among its first bytes; UTF-16, which XML may be in, has its mark or its "<" in front.
 bool LooksBinary(std::string_view content) {
@@ -135,13 +132,8 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
 }
 
-std::string_view WithoutBom(std::string_view text) {
-  constexpr std::string_view kBom = "\xEF\xBB\xBF";
-  return text.substr(0, kBom.size()) == kBom ? text.substr(kBom.size()) : text;
-}
-
 bool LooksLikeXml(std::string_view content) {
-  content = WithoutBom(content);
+  content = ZxWithoutUtf8Mark(content);
   const std::size_t first = content.find_first_not_of(kBlank);
   if (first == std::string_view::npos) return false;
   // In UTF-16 the "<" has a zero byte beside it, behind a mark or not.
@@ -151,7 +143,7 @@ bool LooksLikeXml(std::string_view content) {
 }
 
 std::string_view XmlRootName(std::string_view content) {
-  std::string_view rest = Trimmed(WithoutBom(content));
+  std::string_view rest = Trimmed(ZxWithoutUtf8Mark(content));
   while (rest.substr(0, 2) == "<?" || rest.substr(0, 2) == "<!") {
     const bool comment = rest.substr(0, 4) == "<!--";
     const std::string_view end = comment ? "-->" : rest[1] == '?' ? "?>" : ">";

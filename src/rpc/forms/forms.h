@@ -97,8 +97,6 @@ bool WriteWhole(TZxStream* dst, const std::string& text);
 std::string_view TakeLine(std::string_view* rest);
 /// Without blanks, tabs and line ends around it.
 std::string_view Trimmed(std::string_view text);
-/// Without a UTF-8 byte-order mark in front.
-std::string_view WithoutBom(std::string_view text);
 /// True when the text begins like XML, in UTF-8 or UTF-16.
 bool LooksLikeXml(std::string_view content);
 /// Name of the root element without its prefix, found without parsing; empty when the text is no XML.

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 #include "rpc/forms/forms.h"
 #include "rpc/forms/json_values.h"
@@ -79,7 +80,7 @@ void ReadBeside(const JsonValues& json, std::size_t object, TRPCFile* out) {
 
 bool ReadJson(const std::string& content, TRPCFile* out, TRPCFileError* error) {
   JsonValues json;
-  if (!json.Parse(WithoutBom(content))) return Fail(error, json.FaultLine(), "", json.Fault());
+  if (!json.Parse(ZxWithoutUtf8Mark(content))) return Fail(error, json.FaultLine(), "", json.Fault());
   RecordKeys keys;
   const std::size_t object = FindObject(json, &keys);
   if (object == json.size()) return Fail(error, 0, "row_num", "is missing: the document has no model");
@@ -141,7 +142,7 @@ bool WriteJson(TZxStream* dst, const TRPCData& record, const TRPCFileExtras& ext
   return WriteWhole(dst, text + "\n}\n");
 }
 
-bool LooksLikeJson(std::string_view content) { return Trimmed(WithoutBom(content)).substr(0, 1) == "{"; }
+bool LooksLikeJson(std::string_view content) { return Trimmed(ZxWithoutUtf8Mark(content)).substr(0, 1) == "{"; }
 
 }  // namespace
 

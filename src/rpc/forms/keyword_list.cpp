@@ -6,6 +6,7 @@
 
 #include <unordered_map>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 #include "rpc/forms/forms.h"
 
@@ -36,7 +37,7 @@ bool FindPrefix(std::string_view key, std::string_view* prefix) {
 }
 
 bool LooksLikeKeywordList(std::string_view content) {
-  for (std::string_view rest = WithoutBom(content); !rest.empty();) {
+  for (std::string_view rest = ZxWithoutUtf8Mark(content); !rest.empty();) {
     std::string_view key, value, prefix;
     if (Split(TakeLine(&rest), &key, &value) && FindPrefix(key, &prefix)) return true;
   }
@@ -46,7 +47,7 @@ bool LooksLikeKeywordList(std::string_view content) {
 Keys CollectKeys(std::string_view content, std::string* prefix) {
   Keys keys;
   std::size_t line = 0;
-  for (std::string_view rest = WithoutBom(content); !rest.empty();) {
+  for (std::string_view rest = ZxWithoutUtf8Mark(content); !rest.empty();) {
     std::string_view key, value, front;
     ++line;
     if (!Split(TakeLine(&rest), &key, &value)) continue;

@@ -4,6 +4,7 @@
 
 #include "frame/sat_data_container/numbers.h"
 #include "frame/sat_data_container/pvl.h"
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/text.h"
 #include "rpc/forms/forms.h"
@@ -68,7 +69,7 @@ bool ReadDocument(TZxXIniReader* src, TRPCData* record, TRPCFileExtras* extras, 
 }
 
 bool LooksLikeRpb(std::string_view content) {
-  for (std::string_view rest = WithoutBom(content); !rest.empty();) {
+  for (std::string_view rest = ZxWithoutUtf8Mark(content); !rest.empty();) {
     const std::string_view line = TakeLine(&rest);
     const std::string_view key = line.substr(0, line.find_first_of(" \t="));
     if (IsRpbKey(key) && line.find('=') != std::string_view::npos) return true;

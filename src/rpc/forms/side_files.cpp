@@ -2,6 +2,7 @@
 
 #include "rpc/forms/side_files.h"
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/path.h"
@@ -52,7 +53,7 @@ std::string_view StatementValue(std::string_view line, std::string_view* key) {
 }
 
 void AddImd(std::string_view content, TRPCFile* out) {
-  for (std::string_view rest = WithoutBom(content); !rest.empty();) {
+  for (std::string_view rest = ZxWithoutUtf8Mark(content); !rest.empty();) {
     std::string_view key;
     const std::string_view value = StatementValue(TakeLine(&rest), &key).substr(0, 64);
     int count = 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/text.h"
 #include "rpc/forms/forms.h"
@@ -109,7 +110,7 @@ bool LooksLikeText(std::string_view content) {
   TRPCData scratch;
   double* number = nullptr;
   TextLine line;
-  for (std::string_view rest = WithoutBom(content); !rest.empty();) {
+  for (std::string_view rest = ZxWithoutUtf8Mark(content); !rest.empty();) {
     if (SplitLine(TakeLine(&rest), &line) && FindTarget(line.key, &scratch, &number) != Target::Unknown) return true;
   }
   return false;
@@ -135,7 +136,7 @@ bool WriteText(TZxStream* dst, const TRPCData& record, const TRPCFileExtras& ext
 
 bool ReadText(std::string_view content, TRPCData* record, TRPCFileExtras* extras, TRPCFileError* error) {
   record->Invalidate();
-  std::string_view rest = WithoutBom(content);
+  std::string_view rest = ZxWithoutUtf8Mark(content);
   for (std::size_t line_number = 1; !rest.empty(); ++line_number) {
     TextLine line;
     if (!SplitLine(TakeLine(&rest), &line)) continue;

@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/text.h"
 #include "rpc/forms/forms.h"
@@ -49,7 +50,7 @@ bool Split(std::string_view line, std::string* key, std::string_view* value) {
 bool LooksLikeVendorText(std::string_view content) {
   bool offset = false;
   bool list = false;
-  for (std::string_view rest = WithoutBom(content); !rest.empty() && !(offset && list);) {
+  for (std::string_view rest = ZxWithoutUtf8Mark(content); !rest.empty() && !(offset && list);) {
     std::string key;
     std::string_view value;
     if (!Split(TakeLine(&rest), &key, &value)) continue;
@@ -62,7 +63,7 @@ bool LooksLikeVendorText(std::string_view content) {
 bool ReadVendorText(const std::string& content, TRPCFile* out, TRPCFileError* error) {
   Keys keys;
   std::size_t line = 0;
-  for (std::string_view rest = WithoutBom(content); !rest.empty();) {
+  for (std::string_view rest = ZxWithoutUtf8Mark(content); !rest.empty();) {
     std::string key;
     std::string_view value;
     ++line;
