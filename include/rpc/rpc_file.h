@@ -148,7 +148,8 @@ struct TRPCFile {
   TRPCData record;        ///< complete, terms in the order of RPC00B, first pixel's centre at line 0, sample 0
   TRPCFileExtras extras;  ///< what the file says beside it
   /// For both XML forms the document itself, from which a `TRPC` or a `TAdjustedRPC` with all that the record does not
-  /// hold is built (`TZxStringStream`, `TZxXIniStreamReader`). Empty for the other forms.
+  /// hold is built (`TZxStringStream`, `TZxXIniStreamReader`). Empty for the other forms. Its pixels count from
+  /// `origin.firstPixel`.
   std::string xml;
   TRPCFileOrigin origin;  ///< where the model comes from and what it counts from
 };

@@ -11,6 +11,7 @@
 #include "frame/zxstd/xini_reader.h"
 #include "frame/zxstd/xini_writer.h"
 #include "refine/adjusted_rpc.h"
+#include "refine/crop_model.h"
 #include "rpc/image_distance.h"
 #include "rpc/inverse_rpc.h"
 #include "rpc/rpc_fields.h"
@@ -32,6 +33,18 @@ bool IsRefined(const TRPC& model) {
   return adjusted != nullptr && adjusted->IsAdjusted();
 }
 
+// The model of a document whose pixels count from `file.origin.firstPixel`, in the pixels of the file's record.
+// \throws TZxMessage
+var_a<TRPC*> CountedFromZero(const TRPC& model, const TRPCFile& file) {
+  TImageWindow window;
+  window.firstLine = window.firstSample = file.origin.firstPixel;
+  // The pixels of an inverse model are no image's; it has nothing but its record.
+  const var_a<TRPC*> moved = IsInverseRPC(file.record) ? make_var_a<TRPC>(file.record) : CropModel(model, window);
+  if (!moved) throw TZxMessage("the model cannot be moved to another first pixel");
+  CopyMarginAndRaster(model, moved.get());
+  return moved;
+}
+
 var_a<TRPC*> BuildModel(const TRPCFile& file) {
   if (file.form != TRPCFileForm::XML && file.form != TRPCFileForm::AdjustedXML) {
     auto model = make_var_a<TRPC>(file.record);
@@ -41,8 +54,13 @@ var_a<TRPC*> BuildModel(const TRPCFile& file) {
   }
   TZxStringStream stream(file.xml);
   TZxXIniStreamReader reader(&stream);
-  if (file.form == TRPCFileForm::XML) return make_var_a<TRPC>(&reader);
-  return make_var_a<TAdjustedRPC>(&reader);
+  var_a<TRPC*> model;
+  if (file.form == TRPCFileForm::XML) {
+    model = make_var_a<TRPC>(&reader);
+  } else {
+    model = make_var_a<TAdjustedRPC>(&reader);
+  }
+  return file.origin.firstPixel == 0 ? model : CountedFromZero(*model, file);
 }
 
 TModelFile WithModel(TModelFile read, const std::string& name) {

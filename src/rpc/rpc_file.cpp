@@ -8,6 +8,7 @@
 #include "frame/zxstd/text.h"
 #include "rpc/forms/forms.h"
 #include "rpc/forms/side_files.h"
+#include "rpc/inverse_rpc.h"
 #include "rpc/rpc_fields.h"
 
 namespace SatCommonUtils {
@@ -16,21 +17,23 @@ namespace {
 
 using RPCForms::Fail;
 
+// Moves line and sample of a model; in an inverse one they stand in the places of latitude and longitude.
+void MovePixels(double shift, bool inverse, TRPCData* record) {
+  (inverse ? record->latOffset : record->lineOffset) += shift;
+  (inverse ? record->longOffset : record->sampOffset) += shift;
+}
+
 // A file that counts its first pixel as `from` where its form's reader took `file->origin.firstPixel`.
 void CountFirstPixelAs(int from, TRPCFile* file) {
   const double shift = file->origin.firstPixel - from;
-  file->record.lineOffset += shift;
-  file->record.sampOffset += shift;
+  MovePixels(shift, IsInverseRPC(file->record), &file->record);
   if (file->origin.imageDomain) {
     TRPCImageDomain& domain = *file->origin.imageDomain;
     for (double* const end : {&domain.firstLine, &domain.firstSample, &domain.lastLine, &domain.lastSample}) {
       *end += shift;
     }
   }
-  if (file->origin.directModel) {
-    file->origin.directModel->latOffset += shift;
-    file->origin.directModel->longOffset += shift;
-  }
+  if (file->origin.directModel) MovePixels(shift, true, &*file->origin.directModel);
   file->origin.firstPixel = from;
   file->origin.firstPixelRule = "as the caller says";
 }

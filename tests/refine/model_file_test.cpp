@@ -313,6 +313,47 @@ TEST_F(ModelFile, AnInverseModelIsEvaluatedWhereItsSamplesWouldBeTakenForTurns) 
   }
 }
 
+TEST_F(ModelFile, AFirstPixelThatTheCallerNamesMovesTheImagePointsOfEveryKind) {
+  const TRPCData record = PushbroomRecord();
+  const auto affine = orbmath_test::Affine();
+  TAdjustedRPC adjusted(&record, &affine);
+  const TRPC plain = WithImage(record);
+  CopyMarginAndRaster(plain, &adjusted);
+  TRPCData inverse;
+  ASSERT_TRUE(FitInvertedRPC(plain, &inverse, 8));
+  TModelReadOptions options;
+  options.file.firstPixel = 1;
+  const TRPC* const models[] = {&plain, &adjusted};
+  for (const TRPC* const model : models) {
+    ASSERT_TRUE(WriteModelFile(In("a.xml"), *model));
+    const TModelFile read = ReadModelFile(In("a.xml"), options);
+    ASSERT_TRUE(read) << read.message;
+    EXPECT_EQ(read.kind, model == &plain ? TModelKind::Plain : TModelKind::Adjusted);
+    const double lat = record.latOffset + 0.3 * record.latScale, lon = record.longOffset - 0.6 * record.longScale;
+    double line, sample, moved_line, moved_sample;
+    model->CalculateLineSample(lat, lon, record.heightOffset, &line, &sample, nullptr, nullptr);
+    read.model->CalculateLineSample(lat, lon, record.heightOffset, &moved_line, &moved_sample, nullptr, nullptr);
+    EXPECT_NEAR(moved_line, line - 1.0, 1e-8);
+    EXPECT_NEAR(moved_sample, sample - 1.0, 1e-8);
+    EXPECT_EQ(read.file.record.lineOffset, record.lineOffset - 1.0);
+    EXPECT_TRUE(read.model->GetRasterDims(nullptr, nullptr));
+    EXPECT_NE(read.model->FindMargin(), nullptr);
+  }
+  for (const char* name : {"i.xml", "i.json"}) {
+    ASSERT_TRUE(WriteModelFile(In(name), TRPC(inverse)));
+    const TModelFile read = ReadModelFile(In(name), options);
+    ASSERT_TRUE(read) << read.message;
+    EXPECT_EQ(read.kind, TModelKind::Inverse);
+    TRPCData expected = inverse;
+    expected.latOffset -= 1.0;
+    expected.longOffset -= 1.0;
+    EXPECT_TRUE(SameRecord(read.file.record, expected)) << name;
+    TRPCData of_model;
+    read.model->GetRPCData(&of_model);
+    EXPECT_TRUE(SameRecord(of_model, expected)) << name;
+  }
+}
+
 class ModelFilesOfMakers : public orbmath_test::WithRealData {};
 
 TEST_F(ModelFilesOfMakers, GoIntoEveryFormAndTellTheCost) {
