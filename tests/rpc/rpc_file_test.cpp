@@ -122,6 +122,12 @@ TEST(RPCFile, RefusesToWriteWhatCouldNotBeRead) {
   EXPECT_EQ(complaint(TRPCFileForm::RPB, CountingRecord(), {"a\"", {}, {}, {}}),
             "out: satId: holds a character that the RPB form has no place for");
   EXPECT_EQ(complaint(TRPCFileForm::AdjustedXML, CountingRecord(), {}), "out: an adjusted model is more than a record");
+  EXPECT_EQ(complaint(TRPCFileForm::GdalXml, CountingRecord(), {"SAT", "\xE9", {}, {}}),
+            "out: bandId: holds a character that XML has no place for");
+  for (const char* id : {"\xE9", "a\nb"}) {
+    EXPECT_EQ(complaint(TRPCFileForm::Json, CountingRecord(), {id, {}, {}, {}}),
+              "out: satId: holds a character that JSON has no place for");
+  }
 }
 
 TEST(RPCFile, SaysWhatIsWrongAndWhere) {

@@ -5,6 +5,7 @@
 
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/number_text.h"
+#include "frame/zxstd/xml_text.h"
 #include "rpc/forms/xml_elements.h"
 #include "rpc/rpc_fields.h"
 
@@ -93,30 +94,10 @@ bool ReadGdalXml(const std::string& content, TRPCFile* out, TRPCFileError* error
   }
 }
 
-std::string Escaped(const std::string& text) {
-  std::string escaped;
-  for (const char c : text) {
-    if (c == '&')
-      escaped += "&amp;";
-    else if (c == '<')
-      escaped += "&lt;";
-    else if (c == '>')
-      escaped += "&gt;";
-    else
-      escaped += c;
-  }
-  return escaped;
-}
-
 std::string Row(const std::string& key, const std::string& value) {
-  return "    <MDI key=\"" + key + "\">" + Escaped(value) + "</MDI>\n";
-}
-
-bool IsXmlText(const std::string& text) {
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) < 0x20) return false;
-  }
-  return true;
+  std::string row = "    <MDI key=\"" + key + "\">";
+  AppendXmlContent(value, &row);
+  return row + "</MDI>\n";
 }
 
 bool WriteGdalXml(TZxStream* dst, const TRPCData& record, const TRPCFileExtras& extras, TRPCTextErrors,
@@ -134,10 +115,11 @@ bool WriteGdalXml(TZxStream* dst, const TRPCData& record, const TRPCFileExtras& 
     text += Row(keys.lists[i], list);
   }
   text += "  </Metadata>\n";
+  for (const auto& extra : kExtraTexts) {
+    if (IsXmlText((extras.*extra.value).value_or(""))) continue;
+    return Fail(error, 0, extra.rpbKey, "holds a character that XML has no place for");
+  }
   if (extras.satelliteId || extras.bandId) {
-    if (!IsXmlText(extras.satelliteId.value_or("") + extras.bandId.value_or(""))) {
-      return Fail(error, 0, "satId", "holds a character that XML has no place for");
-    }
     text += "  <Metadata domain=\"IMD\">\n";
     if (extras.bandId) text += Row("bandId", *extras.bandId);
     if (extras.satelliteId) text += Row("IMAGE_1.satId", *extras.satelliteId);

@@ -104,9 +104,12 @@ std::string Quoted(const std::string& text) {
   return quoted + "\"";
 }
 
-bool CanBeQuoted(const std::string& text) {
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) < 0x20) return false;
+// Control characters would need escapes, and JSON is UTF-8.
+bool CanBeQuoted(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t size = ZxUtf8Size(text);
+    if (size == 0 || static_cast<unsigned char>(text[0]) < 0x20) return false;
+    text.remove_prefix(size);
   }
   return true;
 }
