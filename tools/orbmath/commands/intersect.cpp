@@ -10,6 +10,7 @@
 #include "points/dem_options.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
+#include "points/terrain_task.h"
 #include "rpc/ground_solution.h"
 #include "terrain/terrain_locator.h"
 
@@ -106,41 +107,6 @@ class IntersectTask : public PointTask {
   MarkCounter marks_;
 };
 
-/// One image, and the terrain in place of the other.
-class SingleImageTask : public PointTask {
- public:
-  SingleImageTask(const SatCommonUtils::TTerrainLocator& locator, double shift, const PointOptions& options)
-      : locator_(locator), shift_(shift) {
-    layout_.columns = {{"line1"}, {"sample1"}};
-    columns_ = {{"lat", options.Digits(kDegreeDigits)},
-                {"lon", options.Digits(kDegreeDigits)},
-                {"height", options.Digits(kMetreDigits)},
-                {"rms_pixels", options.Digits(kPixelDigits)}};
-  }
-
-  const LineLayout& Layout() const override { return layout_; }
-  const std::vector<OutputColumn>& Columns() const override { return columns_; }
-
-  void Compute(LineBlock* block) const override {
-    for (std::vector<double>& coordinate : block->in) {
-      for (double& pixels : coordinate) pixels -= shift_;
-    }
-    std::vector<SatCommonUtils::TTerrainSolution> points(block->count);
-    locator_.LocateArray(block->count, block->in[0].data(), block->in[1].data(), points.data());
-    for (std::size_t i = 0; i < block->count; ++i) {
-      if (!points[i]) block->Fail(i, SatCommonUtils::DescribeTerrainState(points[i].state));
-      const double values[] = {points[i].lat, points[i].lon, points[i].h, points[i].residual};
-      for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
-    }
-  }
-
- private:
-  const SatCommonUtils::TTerrainLocator& locator_;
-  const double shift_;
-  LineLayout layout_;
-  std::vector<OutputColumn> columns_;
-};
-
 class Intersect : public Command {
  public:
   const char* Notes() const override {
@@ -199,7 +165,7 @@ class Intersect : public Command {
     }
     const Model model = ReadGroundModel(names_[0], reading_);
     const SatCommonUtils::TTerrainLocator locator(*model.rpc, surface);
-    SingleImageTask task(locator, origin_.Shift(), options_);
+    TerrainTask task(locator, {"line1", "sample1", "rms_pixels", false}, origin_.Shift(), options_);
     return options_.Run(&task);
   }
 

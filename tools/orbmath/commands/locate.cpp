@@ -10,6 +10,7 @@
 #include "points/dem_options.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
+#include "points/terrain_task.h"
 #include "rpc/ground_solution.h"
 #include "terrain/terrain_locator.h"
 
@@ -78,59 +79,6 @@ class LocateTask : public PointTask {
   MarkCounter marks_;
 };
 
-/// Image points on a DEM.
-class TerrainTask : public PointTask {
- public:
-  TerrainTask(const SatCommonUtils::TTerrainLocator& locator, bool status, double shift, const PointOptions& options)
-      : locator_(locator), shift_(shift) {
-    layout_.columns = {{"line"}, {"sample"}};
-    columns_ = {{"lat", options.Digits(kDegreeDigits)},
-                {"lon", options.Digits(kDegreeDigits)},
-                {"height", options.Digits(kMetreDigits)}};
-    if (status) {
-      columns_.push_back({"residual", options.Digits(kPixelDigits)});
-      columns_.push_back({"status", 0, {"ok", "after-void"}});
-    }
-  }
-
-  const LineLayout& Layout() const override { return layout_; }
-  const std::vector<OutputColumn>& Columns() const override { return columns_; }
-
-  void Compute(LineBlock* block) const override {
-    for (int i = 0; i < 2; ++i) {
-      for (double& pixels : block->in[i]) pixels -= shift_;
-    }
-    std::vector<SatCommonUtils::TTerrainSolution> solutions(block->count);
-    locator_.LocateArray(block->count, block->in[0].data(), block->in[1].data(), solutions.data());
-    block->marks.resize(block->count);
-    for (std::size_t i = 0; i < block->count; ++i) {
-      const SatCommonUtils::TTerrainSolution& solution = solutions[i];
-      if (!solution) block->Fail(i, SatCommonUtils::DescribeTerrainState(solution.state));
-      block->marks[i] = solution.state == SatCommonUtils::TTerrainState::FoundAfterVoid ? 1 : 0;
-      const double values[] = {solution.lat, solution.lon, solution.h, solution.residual,
-                               static_cast<double>(block->marks[i])};
-      for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
-    }
-  }
-
-  void Observe(const LineBlock& block) override {
-    for (const int mark : block.marks) after_voids_ += static_cast<std::size_t>(mark);
-  }
-
-  void Report() const {
-    if (after_voids_ == 0) return;
-    Note(std::to_string(after_voids_) +
-         " points lie behind places without a height, where terrain may hide them (status after-void)");
-  }
-
- private:
-  const SatCommonUtils::TTerrainLocator& locator_;
-  const double shift_;
-  std::size_t after_voids_ = 0;
-  LineLayout layout_;
-  std::vector<OutputColumn> columns_;
-};
-
 class Locate : public Command {
  public:
   const char* Notes() const override {
@@ -168,9 +116,10 @@ class Locate : public Command {
     if (dem_.IsGiven() && height_) throw UsageError("--height and --dem exclude each other");
     if (const auto surface = dem_.Open()) {
       const SatCommonUtils::TTerrainLocator locator(*model.rpc, *surface);
-      TerrainTask task(locator, status_, origin_.Shift(), options_);
+      const TerrainColumns names{"line", "sample", status_ ? "residual" : nullptr, status_};
+      TerrainTask task(locator, names, origin_.Shift(), options_);
       const int status = options_.Run(&task);
-      task.Report();
+      task.ReportVoids();
       return status;
     }
     LocateTask task(model, height_, status_, extrapolate_, origin_.Shift(), options_);

@@ -1,0 +1,49 @@
+// Lines of sight on terrain, block by block.
+
+#include "points/terrain_task.h"
+
+#include <string>
+
+#include "errors.h"
+
+namespace orbmath_tool {
+
+TerrainTask::TerrainTask(const SatCommonUtils::TTerrainLocator& locator, const TerrainColumns& names, double shift,
+                         const PointOptions& options)
+    : locator_(locator), shift_(shift) {
+  layout_.columns = {{names.line}, {names.sample}};
+  columns_ = {{"lat", options.Digits(kDegreeDigits)},
+              {"lon", options.Digits(kDegreeDigits)},
+              {"height", options.Digits(kMetreDigits)}};
+  if (names.residual != nullptr) columns_.push_back({names.residual, options.Digits(kPixelDigits)});
+  if (names.status) columns_.push_back({"status", 0, {"ok", "after-void"}});
+}
+
+void TerrainTask::Compute(LineBlock* block) const {
+  for (std::vector<double>& coordinate : block->in) {
+    for (double& pixels : coordinate) pixels -= shift_;
+  }
+  std::vector<SatCommonUtils::TTerrainSolution> solutions(block->count);
+  locator_.LocateArray(block->count, block->in[0].data(), block->in[1].data(), solutions.data());
+  block->marks.resize(block->count);
+  for (std::size_t i = 0; i < block->count; ++i) {
+    const SatCommonUtils::TTerrainSolution& solution = solutions[i];
+    if (!solution) block->Fail(i, SatCommonUtils::DescribeTerrainState(solution.state));
+    block->marks[i] = solution.state == SatCommonUtils::TTerrainState::FoundAfterVoid ? 1 : 0;
+    const double values[] = {solution.lat, solution.lon, solution.h, solution.residual,
+                             static_cast<double>(block->marks[i])};
+    for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
+  }
+}
+
+void TerrainTask::Observe(const LineBlock& block) {
+  for (const int mark : block.marks) after_voids_ += static_cast<std::size_t>(mark);
+}
+
+void TerrainTask::ReportVoids() const {
+  if (after_voids_ == 0) return;
+  Note(std::to_string(after_voids_) +
+       " points lie behind places without a height, where terrain may hide them (status after-void)");
+}
+
+}  // namespace orbmath_tool
