@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -35,7 +36,7 @@ TRPCRefinementDataAffine Affine() {
 TRPCRefinementDataProjective Projective() {
   TRPCRefinementDataProjective data;
   const double rows[9] = {1.0001, -5e-5, 4.0, 2e-5, 0.9999, -3.0, 1e-8, -2e-8, 1.0};
-  for (int i = 0; i < 9; ++i) data.matr[i / 3][i % 3] = rows[i];
+  for (std::size_t i = 0; i < 9; ++i) data.matr[i / 3][i % 3] = rows[i];
   return data;
 }
 
