@@ -117,6 +117,11 @@ while read -r file; do
   [[ $(head -c 2 "$file") == // ]] || complain "$file does not begin with what it is for"
 done < <(git ls-files 'src/*.cpp' 'tools/*.cpp' 'raster/src/*.cpp' 'python/src/*.cpp')
 
+# A file of tests is built.
+while read -r file; do
+  git grep -q -w "${file##*/}" -- '*CMakeLists.txt' || complain "$file is in no CMakeLists.txt"
+done < <(git ls-files 'tests/*_test.cpp' 'raster/tests/*_test.cpp')
+
 # A very long file holds more than one idea.
 while read -r file; do
   lines=$(wc -l <"$file")
