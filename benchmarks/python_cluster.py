@@ -48,7 +48,7 @@ def main():
     print(f"a model on the wire: {len(pickle.dumps(model))} bytes")
     for workers in (1, 2):
         with (
-            LocalCluster(workers, threads_per_worker=1, dashboard_address=None, host="127.0.0.1") as machine,
+            LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None, host="127.0.0.1") as machine,
             Client(machine) as client,
         ):
             cluster.one_thread_each(client)
@@ -57,8 +57,12 @@ def main():
             whole = seconds(lambda a=lat, b=lon, c=client: c.compute(a.sum() + b.sum(), sync=True))
             nothing = [client.submit(lambda x: x, i, pure=False) for i in range(10)]
             client.gather(nothing)
-            tasks = seconds(lambda c=client: c.gather([c.submit(lambda x: x, i, pure=False) for i in range(1000)])) / 1000
-            print(f"{workers} worker(s): {whole:.2f} s, {alone / whole:.2f} times the plain call; {tasks * 1e3:.2f} ms a task")
+            tasks = (
+                seconds(lambda c=client: c.gather([c.submit(lambda x: x, i, pure=False) for i in range(1000)])) / 1000
+            )
+            print(
+                f"{workers} worker(s): {whole:.2f} s, {alone / whole:.2f} times the plain call; {tasks * 1e3:.2f} ms a task"
+            )
 
 
 if __name__ == "__main__":

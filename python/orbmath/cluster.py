@@ -108,10 +108,19 @@ def coordinate_grid(model: Model, height: float, step: float = 1.0, chunks: int 
         Dask arrays (lines, samples), degrees; NaN where there is no solution.
     """
     first_line, last_line, first_sample, last_sample = model.image_box
-    line = first_line + step * da.arange(int((last_line - first_line) / step) + 1, chunks=chunks)
-    sample = first_sample + step * da.arange(int((last_sample - first_sample) / step) + 1, chunks=chunks)
-    found = locate(model, line[:, None], sample[None, :], height)
-    return found.lat, found.lon
+    shape = (int((last_line - first_line) / step) + 1, int((last_sample - first_sample) / step) + 1)
+
+    def of_block(block_info: Any = None) -> Any:
+        (_, lines, samples) = block_info[None]["array-location"]
+        line = first_line + step * np.arange(*lines)[:, None]
+        sample = first_sample + step * np.arange(*samples)
+        found = model.locate(line, sample, height)
+        return np.stack([found.lat, found.lon])
+
+    # Each block knows its place, so that none waits for another's numbers or goes to the worker that holds them.
+    parts = da.core.normalize_chunks(chunks, shape, dtype=np.float64)
+    both = da.map_blocks(of_block, chunks=((2,), *parts), dtype=np.float64, meta=np.empty((0, 0, 0)))
+    return both[0], both[1]
 
 
 def _survey_one(path: str) -> dict[str, Any]:
