@@ -39,7 +39,7 @@ var_a<TRPC*> CountedFromZero(const TRPC& model, const TRPCFile& file) {
   TImageWindow window;
   window.firstLine = window.firstSample = file.origin.firstPixel;
   // The pixels of an inverse model are no image's; it has nothing but its record.
-  const var_a<TRPC*> moved = IsInverseRPC(file.record) ? make_var_a<TRPC>(file.record) : CropModel(model, window);
+  var_a<TRPC*> moved = IsInverseRPC(file.record) ? make_var_a<TRPC>(file.record) : CropModel(model, window);
   if (!moved) throw TZxMessage("the model cannot be moved to another first pixel");
   CopyMarginAndRaster(model, moved.get());
   return moved;
