@@ -28,11 +28,16 @@ for room in "${!filters[@]}"; do
   grep -q "^$target: phony" <<<"$targets" && present+=("$target")
 done
 cmake --build --preset tsan --target "${present[@]}"
+# Clang 14 cannot place its shadow memory where the kernel scatters addresses widely; some containers do not let us ask for less.
+still=()
+setarch -R true 2>/dev/null && still=(setarch -R)
 for target in "${present[@]}"; do
   room=${target#test_}
-  if [ "$room" != planted_race ] && ! "build/tsan/tests/$room/test_$room" --gtest_filter="${filters[$room]}" --gtest_list_tests | grep -q '^  '; then
-    echo "test_$room has no test where threads meet: the filter in $0 is behind"
-    exit 1
+  if [ "$room" != planted_race ]; then
+    # Taken whole before it is searched: a search that ends at its first find would break the program's pipe.
+    tests=$("${still[@]}" "build/tsan/tests/$room/test_$room" --gtest_filter="${filters[$room]}" --gtest_list_tests) ||
+      { echo "test_$room does not list its tests"; exit 1; }
+    grep -q '^  ' <<<"$tests" || { echo "test_$room has no test where threads meet: the filter in $0 is behind"; exit 1; }
   fi
-  GTEST_FILTER=${filters[$room]:-*} ctest --preset tsan -R "^$room\$"
+  GTEST_FILTER=${filters[$room]:-*} "${still[@]}" ctest --preset tsan -R "^$room\$"
 done

@@ -20,6 +20,6 @@ lintian --fail-on error --suppress-tags bad-distribution-in-changes-file build/p
 root=build/package/root
 rm -rf "$root"
 for package in build/package/*.deb; do dpkg-deb -x "$package" "$root"; done
-libraries=$PWD/$(dirname "$(find "$root" -name 'libOrbmath.so.*' | head -1)")
+libraries=$PWD/$(dirname "$(find "$root" -name 'libOrbmath.so.*' -print -quit)")
 LD_LIBRARY_PATH=$libraries "$root/usr/bin/orbmath" info examples/data/pushbroom_left.RPB >/dev/null
 echo "packages: the tool runs from them"
