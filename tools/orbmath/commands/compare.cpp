@@ -63,19 +63,19 @@ std::vector<FieldRow> CompareFields(const TRPCData& a, const TRPCData& b) {
 
 void AddFields(const std::vector<FieldRow>& rows, Report* report) {
   std::string lines = PadRight("field", 18) + PadRight("A", 26) + PadRight("B", 26) + "A - B\n";
-  std::string json = "[";
+  JsonWriter json;
+  json.BeginArray();
   std::size_t different = 0;
   for (const FieldRow& row : rows) {
     different += row.difference != 0.0 ? 1 : 0;
     lines += PadRight(row.name, 18) + PadRight(FormatDouble(row.a), 26) + PadRight(FormatDouble(row.b), 26) +
              FormatDouble(row.difference) + "\n";
-    json += std::string(json.size() > 1 ? "," : "") + "{\"field\":" + JsonString(row.name) +
-            ",\"a\":" + JsonNumber(row.a) + ",\"b\":" + JsonNumber(row.b) +
-            ",\"difference\":" + JsonNumber(row.difference) + "}";
+    json.BeginObject().Member("field", row.name).Member("a", row.a).Member("b", row.b);
+    json.Member("difference", row.difference).EndObject();
   }
   report->Lines(lines + "\n");
   report->Count("fields_different", "fields that differ, of 90", different);
-  report->Json("fields", json + "]");
+  report->Json("fields", json.EndArray());
 }
 
 class Compare : public Command {

@@ -235,15 +235,16 @@ class Fit : public Command {
                      Report* report) {
     constexpr std::size_t kMostNames = 20;
     std::string names;
-    std::string lines;
+    JsonWriter lines;
+    lines.BeginArray();
     for (std::size_t i = 0; i < bad.size(); ++i) {
       const std::size_t row = points.fit_rows[bad[i]];
       if (i < kMostNames) names += (names.empty() ? "" : ", ") + table.Place(row);
-      lines += (lines.empty() ? "" : ",") + std::to_string(table.Line(row));
+      lines.Value(table.Line(row));
     }
     if (bad.size() > kMostNames) names += " and " + std::to_string(bad.size() - kMostNames) + " more";
     report->Lines("bad points: " + (names.empty() ? "none" : names) + "\n");
-    report->Json("bad", "[" + lines + "]");
+    report->Json("bad", lines.EndArray());
   }
 
   /// \param residual_file may be null.

@@ -45,16 +45,10 @@ const char* UnitName(SatCommonUtils::TRPCFieldUnit unit) {
   }
 }
 
-std::string JsonNumbers(const double* numbers, int count) {
-  std::string json;
-  for (int i = 0; i < count; ++i) json += (i == 0 ? "[" : ",") + JsonNumber(numbers[i]);
-  return json + "]";
-}
-
 /// A row for people only when something is known, for programs null otherwise.
 void AddKnownText(const std::string& key, const std::string& label, const std::string& text, Report* report) {
   if (text.empty()) {
-    report->Json(key, "null");
+    report->Json(key, JsonWriter().Null());
   } else {
     report->Text(key, label, text);
   }
@@ -65,7 +59,7 @@ void AddKnownMetres(const std::string& key, const std::string& label, const std:
   if (number) {
     report->Number(key, label, *number, Report::kExact, "m");
   } else {
-    report->Json(key, "null");
+    report->Json(key, JsonWriter().Null());
   }
 }
 
@@ -76,7 +70,7 @@ void AddFile(const Model& model, Report* report) {
   report->Text("form", "form", SatCommonUtils::RPCFileFormName(model.file.form));
   AddKnownText("variant", "variant", origin.variant, report);
   if (origin.source == model.name) {
-    report->Json("source", JsonString(origin.source));
+    report->Json("source", JsonWriter().Value(origin.source));
   } else {
     AddKnownText("source", "read from", origin.source, report);
   }
@@ -98,24 +92,25 @@ void AddConventions(const Model& model, Report* report) {
   report->Text("direct_model", "image-to-ground model", origin.directModel ? "in the file, not used" : "none");
   if (const auto& image = origin.imageDomain) {
     const double ends[] = {image->firstLine, image->firstSample, image->lastLine, image->lastSample};
-    report->Json("image_domain", JsonNumbers(ends, 4));
+    report->Json("image_domain", JsonWriter().Numbers(ends));
     report->Lines("holds for lines " + SatCommonUtils::FormatDouble(ends[0]) + " to " +
                   SatCommonUtils::FormatDouble(ends[2]) + ", samples " + SatCommonUtils::FormatDouble(ends[1]) +
                   " to " + SatCommonUtils::FormatDouble(ends[3]) + "\n");
   }
   if (const auto& ground = origin.groundDomain) {
     const double ends[] = {ground->firstLat, ground->firstLon, ground->lastLat, ground->lastLon};
-    report->Json("ground_domain", JsonNumbers(ends, 4));
+    report->Json("ground_domain", JsonWriter().Numbers(ends));
     report->Lines("holds for latitudes " + SatCommonUtils::FormatDouble(ends[0]) + " to " +
                   SatCommonUtils::FormatDouble(ends[2]) + ", longitudes " + SatCommonUtils::FormatDouble(ends[1]) +
                   " to " + SatCommonUtils::FormatDouble(ends[3]) + "\n");
   }
-  std::string notes;
+  JsonWriter notes;
+  notes.BeginArray();
   for (const std::string& note : origin.notes) {
-    notes += (notes.empty() ? "" : ",") + JsonString(note);
+    notes.Value(note);
     report->Lines("note: " + note + "\n");
   }
-  report->Json("notes", "[" + notes + "]");
+  report->Json("notes", notes.EndArray());
 }
 
 /// Whether the model counts in this image, or in a scene of which it is a tile: seen from where the two lie.
@@ -151,7 +146,7 @@ void AddOffsetsAndScales(const SatCommonUtils::TRPCData& record, double shift, R
                    Report::kExact, UnitName(unit));
   }
   for (const SatCommonUtils::TRPCCoefficientField& field : SatCommonUtils::RPCCoefficientFields()) {
-    report->Json(field.rpbKey, JsonNumbers(record.*field.values, 20));
+    report->Json(field.rpbKey, JsonWriter().Numbers(record.*field.values));
   }
 }
 
@@ -192,12 +187,8 @@ void AddRefinement(const Model& model, Report* report) {
   std::vector<double> values;
   data->GetParametersValues(&values);
   std::string text;
-  std::string json;
-  for (const double value : values) {
-    text += (text.empty() ? "" : " ") + SatCommonUtils::FormatDouble(value);
-    json += (json.empty() ? "" : ",") + JsonNumber(value);
-  }
-  report->Json("refinement_parameters", "[" + json + "]");
+  for (const double value : values) text += (text.empty() ? "" : " ") + SatCommonUtils::FormatDouble(value);
+  report->Json("refinement_parameters", JsonWriter().Numbers(values));
   report->Lines("parameters: " + text + "\n");
 }
 
@@ -263,7 +254,8 @@ void AddFootprint(const TRPC& model, const SatCommonUtils::THeightSurface& surfa
       SatCommonUtils::ImageBoxOf(model, SatCommonUtils::TRasterBounds::PixelCentres);
   const SatCommonUtils::TTerrainLocator locator(model, surface);
   std::string lines;
-  std::string json;
+  JsonWriter json;
+  json.BeginArray();
   for (const auto& place : kAround) {
     const double line = image.line.Normalized2Initial(place[0]);
     const double sample = image.sample.Normalized2Initial(place[1]);
@@ -273,12 +265,11 @@ void AddFootprint(const TRPC& model, const SatCommonUtils::THeightSurface& surfa
         ground ? PadLeft(Fixed(ground.lat, 8), 13) + PadLeft(Fixed(ground.lon, 8), 14) + PadLeft(Fixed(ground.h, 3), 11)
                : std::string(SatCommonUtils::DescribeTerrainState(ground.state));
     lines += "\n";
-    json += std::string(json.empty() ? "" : ",") + "{\"line\":" + JsonNumber(line + shift) +
-            ",\"sample\":" + JsonNumber(sample + shift) + ",\"lat\":" + JsonNumber(ground.lat) +
-            ",\"lon\":" + JsonNumber(ground.lon) + ",\"height\":" + JsonNumber(ground.h) + "}";
+    json.BeginObject().Member("line", line + shift).Member("sample", sample + shift);
+    json.Member("lat", ground.lat).Member("lon", ground.lon).Member("height", ground.h).EndObject();
   }
   report->Lines(lines);
-  report->Json("footprint", "[" + json + "]");
+  report->Json("footprint", json.EndArray());
 }
 
 class Info : public Command {
@@ -309,7 +300,13 @@ class Info : public Command {
         // The others are still told of; a program finds an object in the place of each.
         if (models_.size() == 1) throw;
         if (json_)
-          std::printf("{\"file\":%s,\"error\":%s}\n", JsonString(name).c_str(), JsonString(failure.what()).c_str());
+          std::puts(JsonWriter()
+                        .BeginObject()
+                        .Member("file", name)
+                        .Member("error", failure.what())
+                        .EndObject()
+                        .Text()
+                        .c_str());
         Note(failure.what());
         status = kFailure;
       }

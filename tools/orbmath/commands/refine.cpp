@@ -99,7 +99,8 @@ void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& 
   report->Heading("residuals, measured minus computed, px");
   std::string lines = PadLeft("line", 34) + PadLeft("sample", 12) + PadLeft("line", 14) + PadLeft("sample", 12) +
                       PadLeft("standardized", 14) + "\n";
-  std::string json;
+  JsonWriter json;
+  json.BeginArray();
   std::string bad;
   for (std::size_t row = 0; row < points.size(); ++row) {
     const TRefinementResidual& point = points[row];
@@ -108,14 +109,13 @@ void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& 
              PadLeft(Fixed(point.sampleBefore, kDigits), 12) + PadLeft(Fixed(point.lineAfter, kDigits), 14) +
              PadLeft(Fixed(point.sampleAfter, kDigits), 12) + PadLeft(Fixed(point.standardized, 1), 14) +
              (point.isBad ? "  BAD" : "") + "\n";
-    json +=
-        std::string(json.empty() ? "" : ",") + "{\"input_line\":" + std::to_string(table.Line(row)) +
-        ",\"line_before\":" + JsonNumber(point.lineBefore) + ",\"sample_before\":" + JsonNumber(point.sampleBefore) +
-        ",\"line_after\":" + JsonNumber(point.lineAfter) + ",\"sample_after\":" + JsonNumber(point.sampleAfter) +
-        ",\"standardized\":" + JsonNumber(point.standardized) + ",\"bad\":" + (point.isBad ? "true" : "false") + "}";
+    json.BeginObject().Member("input_line", table.Line(row));
+    json.Member("line_before", point.lineBefore).Member("sample_before", point.sampleBefore);
+    json.Member("line_after", point.lineAfter).Member("sample_after", point.sampleAfter);
+    json.Member("standardized", point.standardized).Member("bad", point.isBad).EndObject();
   }
   report->Lines(std::string(22, ' ') + PadLeft("before", 24) + PadLeft("after", 26) + "\n" + lines + "\n");
-  report->Json("points", "[" + json + "]");
+  report->Json("points", json.EndArray());
   report->Text("bad", "bad points", bad.empty() ? "none" : bad);
 }
 

@@ -33,4 +33,35 @@ std::string JsonString(std::string_view text) {
 
 std::string JsonNumber(double value) { return std::isfinite(value) ? SatCommonUtils::FormatDouble(value) : "null"; }
 
+JsonWriter& JsonWriter::Key(std::string_view key) {
+  Separate();
+  text_ += JsonString(key) + ':';
+  follows_ = false;
+  return *this;
+}
+
+JsonWriter& JsonWriter::Raw(std::string_view json) {
+  Separate();
+  text_ += json;
+  follows_ = true;
+  return *this;
+}
+
+JsonWriter& JsonWriter::Open(char bracket) {
+  Separate();
+  text_ += bracket;
+  follows_ = false;
+  return *this;
+}
+
+JsonWriter& JsonWriter::Close(char bracket) {
+  text_ += bracket;
+  follows_ = true;
+  return *this;
+}
+
+void JsonWriter::Separate() {
+  if (follows_) text_ += ',';
+}
+
 }  // namespace orbmath_tool

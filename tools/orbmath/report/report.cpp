@@ -34,17 +34,19 @@ void Report::Number(const std::string& key, const std::string& label, double val
   rows_.push_back({key, text, label, unit.empty() ? text : text + " " + unit});
 }
 
-void Report::Json(const std::string& key, const std::string& json) { rows_.push_back({key, json, "", ""}); }
+void Report::Json(const std::string& key, const JsonWriter& value) { rows_.push_back({key, value.Text(), "", ""}); }
 
 void Report::Lines(const std::string& lines) { rows_.push_back({"", "", "", lines}); }
 
 void Report::Print(bool json, bool output_is_taken) const {
   std::string out;
   if (json) {
+    JsonWriter object;
+    object.BeginObject();
     for (const Row& row : rows_) {
-      if (!row.key.empty()) out += (out.empty() ? "{" : ",") + JsonString(row.key) + ":" + row.json;
+      if (!row.key.empty()) object.Key(row.key).Raw(row.json);
     }
-    out += out.empty() ? "{}\n" : "}\n";
+    out = object.EndObject().Text() + "\n";
   } else {
     std::size_t width = 0;
     for (const Row& row : rows_) width = std::max(width, row.label.size());

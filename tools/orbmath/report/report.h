@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "report/json.h"
+
 namespace orbmath_tool {
 
 /// Rows in the order they are added. Each has a key for programs, a label for people and a unit.
@@ -19,8 +21,8 @@ class Report {
   void Count(const std::string& key, const std::string& label, std::size_t value);
   /// A number that is not finite is "none" for people and null for programs.
   void Number(const std::string& key, const std::string& label, double value, int digits, const std::string& unit);
-  /// Rows for programs whose value is already JSON, and for people lines that are already laid out.
-  void Json(const std::string& key, const std::string& json);
+  /// Rows for programs with a value of their own making, and for people lines that are already laid out.
+  void Json(const std::string& key, const JsonWriter& value);
   void Lines(const std::string& lines);
 
   /// Prints everything to standard output, or, when that is taken by a file, to standard error.

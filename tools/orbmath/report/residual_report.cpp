@@ -23,9 +23,9 @@ std::string StatisticsLine(const char* label, const SatCommonUtils::TRPCFitStati
   return line + "\n";
 }
 
-std::string StatisticsJson(const SatCommonUtils::TRPCFitStatistics& statistics) {
-  return "{\"rms\":" + JsonNumber(statistics.rms) + ",\"percentile_95\":" + JsonNumber(statistics.percentile95) +
-         ",\"max\":" + JsonNumber(statistics.maximum) + "}";
+void AddStatistics(const char* key, const SatCommonUtils::TRPCFitStatistics& statistics, JsonWriter* json) {
+  json->Key(key).BeginObject().Member("rms", statistics.rms);
+  json->Member("percentile_95", statistics.percentile95).Member("max", statistics.maximum).EndObject();
 }
 
 }  // namespace
@@ -38,9 +38,12 @@ void AddStatistics(const std::string& key, const std::string& title, const SatCo
   report->Lines(std::string(10, ' ') + PadLeft("rms", kWidth) + PadLeft("95 %", kWidth) + PadLeft("max", kWidth) +
                 "\n" + StatisticsLine("line", residuals.line) + StatisticsLine("sample", residuals.sample) +
                 StatisticsLine("distance", residuals.distance));
-  report->Json(key, "{\"count\":" + std::to_string(residuals.count) + ",\"line\":" + StatisticsJson(residuals.line) +
-                        ",\"sample\":" + StatisticsJson(residuals.sample) +
-                        ",\"distance\":" + StatisticsJson(residuals.distance) + "}");
+  JsonWriter json;
+  json.BeginObject().Member("count", residuals.count);
+  AddStatistics("line", residuals.line, &json);
+  AddStatistics("sample", residuals.sample, &json);
+  AddStatistics("distance", residuals.distance, &json);
+  report->Json(key, json.EndObject());
 }
 
 void AddWorst(const PointTable& table, const std::vector<PointResidual>& residuals, std::size_t count, Report* report) {
@@ -48,16 +51,16 @@ void AddWorst(const PointTable& table, const std::vector<PointResidual>& residua
   const auto further = [](const PointResidual& a, const PointResidual& b) { return a.Distance() > b.Distance(); };
   std::partial_sort_copy(residuals.begin(), residuals.end(), worst.begin(), worst.end(), further);
   report->Heading("worst points, measured minus computed, px");
-  std::string json;
+  JsonWriter json;
+  json.BeginArray();
   for (const PointResidual& residual : worst) {
     report->Lines(PadRight(table.Place(residual.row), 22) +
                   PadLeft("line " + Fixed(residual.line, kDigits), kWidth + 6) +
                   PadLeft("sample " + Fixed(residual.sample, kDigits), kWidth + 8) + "  " + residual.set + "\n");
-    json += std::string(json.empty() ? "" : ",") + "{\"input_line\":" + std::to_string(table.Line(residual.row)) +
-            ",\"line\":" + JsonNumber(residual.line) + ",\"sample\":" + JsonNumber(residual.sample) +
-            ",\"set\":" + JsonString(residual.set) + "}";
+    json.BeginObject().Member("input_line", table.Line(residual.row)).Member("line", residual.line);
+    json.Member("sample", residual.sample).Member("set", residual.set).EndObject();
   }
-  report->Json("worst", "[" + json + "]");
+  report->Json("worst", json.EndArray());
 }
 
 void WriteResiduals(const PointTable& table, const std::vector<PointResidual>& residuals, OutputFile* file) {
