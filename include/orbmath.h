@@ -2,6 +2,10 @@
 /// \file
 /// Every public header of the library.
 
+#include "block/block_adjustment.h"
+#include "block/block_options.h"
+#include "block/block_problem.h"
+#include "block/block_result.h"
 #include "frame/api.h"
 #include "frame/module.h"
 #include "frame/sat_data_container/file_names.h"
