@@ -7,9 +7,9 @@
 
 #include "frame/api.h"
 
-#define ORBMATH_VERSION_MAJOR 0
-#define ORBMATH_VERSION_MINOR 1
-#define ORBMATH_VERSION_PATCH 0
+#define ORBMATH_VERSION_MAJOR 0  ///< what a change of it means: docs/abi.md
+#define ORBMATH_VERSION_MINOR 1  ///< see above
+#define ORBMATH_VERSION_PATCH 0  ///< see above
 /// One number that grows with the version, for comparisons in the preprocessor: major * 1000000 + minor * 1000 + patch.
 #define ORBMATH_VERSION (ORBMATH_VERSION_MAJOR * 1000000 + ORBMATH_VERSION_MINOR * 1000 + ORBMATH_VERSION_PATCH)
 

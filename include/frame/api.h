@@ -1,5 +1,6 @@
 #pragma once
 /// \file
+/// \def ORBMATH_API
 /// Export marking of the shared library. Everything that does not carry `ORBMATH_API` is hidden.
 
 #if defined(_WIN32) && defined(ORBMATH_STATIC)

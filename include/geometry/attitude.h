@@ -37,9 +37,9 @@ inline constexpr double kSmallestSineOfOrbit = 1e-12;
 
 /// Roll, pitch and yaw, radians.
 struct ORBMATH_API TAttitudeAngles {
-  double roll = 0.0;
-  double pitch = 0.0;
-  double yaw = 0.0;
+  double roll = 0.0;   ///< Radians.
+  double pitch = 0.0;  ///< Radians.
+  double yaw = 0.0;    ///< Radians.
 
   /// All angles 0: the body frame is the orbital frame.
   TAttitudeAngles() = default;

@@ -11,10 +11,10 @@ namespace SatCommonUtils {
 
 /// The plane A x + B y + C z + D = 0. The normal (A, B, C) may have any length.
 struct ORBMATH_API TPlaneCoefs {
-  double A = 0.0;
-  double B = 0.0;
-  double C = 0.0;
-  double D = 0.0;
+  double A = 0.0;  ///< first component of the normal
+  double B = 0.0;  ///< second component of the normal
+  double C = 0.0;  ///< third component of the normal
+  double D = 0.0;  ///< minus the normal's product with any point of the plane
 
   /// All coefficients 0: no plane.
   TPlaneCoefs() = default;

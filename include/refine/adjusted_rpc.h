@@ -25,8 +25,8 @@ constexpr double kRefinedExportError = 0.01;
 
 /// A plain record of an adjusted model, or why there is none.
 struct ORBMATH_API TRefinedExport {
-  bool success = false;
-  TRPCData record;  ///< unset without success
+  bool success = false;  ///< Whether there is a model.
+  TRPCData record;       ///< unset without success
   /// Largest distance in pixels from the model over the image, between the nodes that the record was made from; without
   /// success that of the closest record that was found, if any; NaN when nothing was compared.
   double worst = std::numeric_limits<double>::quiet_NaN();

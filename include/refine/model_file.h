@@ -36,7 +36,7 @@ enum class TModelFileState {
 
 /// How to read.
 struct TModelReadOptions {
-  TRPCFileOptions file;
+  TRPCFileOptions file;  ///< How a plain model's file is read.
   /// `ReadImageModel` of a host that links OrbmathRaster (`raster/image_model.h`), or another function that gives the
   /// model of an image; null: images are not read. It is asked for files of no form that is known here, and for paths
   /// that begin with "/vsi", which are GDAL's.
@@ -46,10 +46,10 @@ struct TModelReadOptions {
 
 /// A model file that has been read.
 struct ORBMATH_API TModelFile {
-  TModelFileState state = TModelFileState::NotRun;
-  std::string message = "not run";  ///< one sentence, which begins with the file's name
-  TModelKind kind = TModelKind::Plain;
-  TRPCFile file;       ///< record, form, what stands beside it, where it comes from
+  TModelFileState state = TModelFileState::NotRun;  ///< how it ended
+  std::string message = "not run";                  ///< one sentence, which begins with the file's name
+  TModelKind kind = TModelKind::Plain;              ///< What the file holds.
+  TRPCFile file;                                    ///< record, form, what stands beside it, where it comes from
   var_a<TRPC*> model;  ///< with margin, raster size and refinement, as far as the file has them; empty unless `Done`
 
   /// True for `Done`.
@@ -76,11 +76,11 @@ struct TModelWriteOptions {
 
 /// A model that has been written, or put into a text.
 struct ORBMATH_API TWrittenModel {
-  TModelFileState state = TModelFileState::NotRun;
-  std::string message = "not run";  ///< one sentence, which begins with the file's name
-  TRPCFileForm form = TRPCFileForm::XML;
-  std::string content;  ///< the bytes of the file; empty for an image
-  TRPCData record;      ///< as the file holds it, read back from those bytes
+  TModelFileState state = TModelFileState::NotRun;  ///< how it ended
+  std::string message = "not run";                  ///< one sentence, which begins with the file's name
+  TRPCFileForm form = TRPCFileForm::XML;            ///< The form that was written.
+  std::string content;                              ///< the bytes of the file; empty for an image
+  TRPCData record;                                  ///< as the file holds it, read back from those bytes
   /// How far the rounding of the form moves image points, the worst over the model's image and heights
   /// (`DistanceInImage`), pixels: 0 for XML; NaN when it cannot be told, as of an inverse model.
   double worst = std::numeric_limits<double>::quiet_NaN();

@@ -34,6 +34,7 @@ constexpr double kRefinementRoundTrip = 1e-10;
 ///   8. Reset, it is no longer valid, except that of the kind None.
 class ORBMATH_API TRPCRefinementBase {
  public:
+  /// A refinement of this kind.
   explicit TRPCRefinementBase(TRPCRefinementTransformType type) noexcept : type_(type) {}
   virtual ~TRPCRefinementBase();
 
@@ -82,6 +83,7 @@ class ORBMATH_API TRPCRefinementBase {
 class ORBMATH_API TRPCRefinementNone : public TRPCRefinementBase {
  public:
   TRPCRefinementNone();
+  /// From its record, which holds nothing.
   explicit TRPCRefinementNone(const TRPCRefinementDataNone& data);
 
   /// Takes nothing, as there is nothing to take. \return true.
@@ -100,6 +102,7 @@ class ORBMATH_API TRPCRefinementNone : public TRPCRefinementBase {
 class ORBMATH_API TRPCRefinementShift : public TRPCRefinementBase {
  public:
   TRPCRefinementShift();
+  /// From its record.
   explicit TRPCRefinementShift(const TRPCRefinementDataShift& data);
 
   /// Takes the parameters of `data`. \return true.

@@ -31,6 +31,7 @@ ORBMATH_API const char* GetRPCRefinementTransformTypeName(TRPCRefinementTransfor
 class ORBMATH_API TRPCRefinementDataBase {
  public:
   TRPCRefinementDataBase() = default;
+  /// A record of this kind.
   explicit TRPCRefinementDataBase(TRPCRefinementTransformType kind) noexcept : type(kind) {}
   virtual ~TRPCRefinementDataBase();
 

@@ -55,7 +55,7 @@ struct TRefinementFitOptions {
   /// Size of the image in pixels, which the chosen kind must bear the points' correction to the corners of; 0 when
   /// unknown: then the square around the points counts.
   double lines = 0.0;
-  double samples = 0.0;
+  double samples = 0.0;  ///< see `lines`
   /// Root mean square misfit after the fit, pixels, up to which `FitGroundControl` and `FitImageTies` accept it; 0: as
   /// `kReasonableMisfit` says; infinite: whatever it is.
   double largestMisfit = 0.0;
@@ -87,7 +87,7 @@ struct ORBMATH_API TRefinementFit {
   std::size_t used = 0;
   /// Root mean square distance over the points that took part, before and after, pixels.
   double rmsBefore = 0.0;
-  double rmsAfter = 0.0;
+  double rmsAfter = 0.0;  ///< see `rmsBefore`
   /// A posteriori standard deviation of a coordinate of unit weight: what the stated sigmas have to be multiplied by;
   /// 0 when no point is redundant.
   double sigmaFactor = 0.0;

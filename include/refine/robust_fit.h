@@ -82,9 +82,9 @@ struct TRPCFitOutputReport {
 
 /// The story of a fit.
 struct TRPCFitReport {
-  bool success = false;
-  TRPCFitOutputReport line;
-  TRPCFitOutputReport sample;
+  bool success = false;        ///< Whether there is a model.
+  TRPCFitOutputReport line;    ///< Of the fit of lines.
+  TRPCFitOutputReport sample;  ///< Of the fit of samples.
   /// Share of 32 cells (4 x 4 over the range of line and sample, two slabs of height, one if the heights are all the
   /// same) that hold a fitted point, 0 to 1.
   double coverage = 0.0;

@@ -15,11 +15,11 @@ namespace SatCommonUtils {
 /// normalised (dimensionless). In the estimation of an inverse model the first three slots, the variables of the
 /// polynomials, carry line, sample and height, the last two latitude and longitude.
 struct TRPCEstimationPoint {
-  double Lat;
-  double Lon;
-  double Height;
-  double Line;
-  double Sample;
+  double Lat;     ///< Degrees.
+  double Lon;     ///< Degrees.
+  double Height;  ///< Metres.
+  double Line;    ///< Pixels.
+  double Sample;  ///< Pixels.
 };
 
 /// The correspondences that a record is fitted to.

@@ -22,11 +22,11 @@ enum class TGroundMethod : std::int32_t {
 
 /// One ground point with everything known about it.
 struct TGroundSolution {
-  double lat = 0.0;  ///< degrees
-  double lon = 0.0;  ///< degrees
-  double h = 0.0;    ///< metres
-  TGroundStatus status;
-  TGroundMethod method = TGroundMethod::Iteration;
+  double lat = 0.0;                                 ///< degrees
+  double lon = 0.0;                                 ///< degrees
+  double h = 0.0;                                   ///< metres
+  TGroundStatus status;                             ///< State and what the point lies outside of.
+  TGroundMethod method = TGroundMethod::Iteration;  ///< How it was found.
   /// Distance in pixels between the measured point and the projection of the result: of the one image, or root mean
   /// square over all images. NaN when there is no point.
   double residual = 0.0;

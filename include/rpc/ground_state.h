@@ -30,8 +30,8 @@ ORBMATH_API bool HasDoubtfulPoint(TGroundState state);
 
 /// State and number of steps of one point.
 struct TGroundStatus {
-  TGroundState state = TGroundState::NotRun;
-  std::int32_t iterations = 0;  ///< evaluations of the model(s), the last test included
+  TGroundState state = TGroundState::NotRun;  ///< How the solution ended.
+  std::int32_t iterations = 0;                ///< evaluations of the model(s), the last test included
 };
 
 /// One short sentence without a full stop, in English, for a message to people; never null.

@@ -11,8 +11,8 @@ namespace SatCommonUtils {
 
 /// Distances of image points, pixels; NaN when nothing can be said.
 struct TImageDistance {
-  double worst = std::numeric_limits<double>::quiet_NaN();
-  double rms = std::numeric_limits<double>::quiet_NaN();  ///< root mean square
+  double worst = std::numeric_limits<double>::quiet_NaN();  ///< Largest distance, pixels.
+  double rms = std::numeric_limits<double>::quiet_NaN();    ///< root mean square
 };
 
 /// How far `other` misses `model` over the ground that `model` sees: 41 x 41 points of its image (the centres of its

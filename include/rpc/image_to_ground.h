@@ -36,10 +36,14 @@ ORBMATH_API bool CalculateLatLonH(const std::vector<TRPCCoordsDataItem>& items, 
 /// passed over. False, outputs untouched, for an item without a model, and when fewer equations are left than two or
 /// than there are unknowns.
 /// \{
+
+/// At a known height. \param h metres.
 ORBMATH_API bool CalculateLatLonApproximately(const std::vector<TRPCCoordsDataItem>& items, const double& h,
                                               double* lat, double* lon);
+/// With the height free.
 ORBMATH_API bool CalculateLatLonHApproximately(const std::vector<TRPCCoordsDataItem>& items, double* lat, double* lon,
                                                double* h);
+/// With the height observed. \param hObs metres. \param hVar its variance, in those of an image coordinate (not 0).
 ORBMATH_API bool CalculateLatLonHApproximatelyH(const std::vector<TRPCCoordsDataItem>& items, const double& hObs,
                                                 const double& hVar, double* lat, double* lon, double* h);
 /// \}
@@ -59,9 +63,11 @@ struct TImageArrays {
 /// distinct from the inputs; those of a point that has no result stay untouched. `status` may be null.
 /// \return the number of points that met the stopping rule.
 /// \{
-/// \param h `points.count` known heights.
+
+/// At known heights. \param h `points.count` of them, metres.
 ORBMATH_API std::size_t CalculateLatLonArray(const TImageArrays& points, const double* h, double* lat, double* lon,
                                              TGroundStatus* status);
+/// With the height free.
 ORBMATH_API std::size_t CalculateLatLonHArray(const TImageArrays& points, double* lat, double* lon, double* h,
                                               TGroundStatus* status);
 /// \param hObs `points.count` observed heights. \param hVar their variance.

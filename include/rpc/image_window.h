@@ -19,6 +19,7 @@ struct ORBMATH_API TImageWindow {
 
   /// Image to result, pixels.
   double MapLine(double line) const noexcept;
+  /// Image to result, pixels.
   double MapSample(double sample) const noexcept;
   /// False for a zoom that is not above 0, or anything that is not finite.
   bool IsValid() const noexcept;

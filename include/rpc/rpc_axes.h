@@ -25,15 +25,15 @@ struct TGroundPoint {
 
 /// A point of the image in normalised coordinates, dimensionless.
 struct TNormalizedImagePoint {
-  double line = 0.0;
-  double sample = 0.0;
+  double line = 0.0;    ///< -1 to 1 over the model's lines
+  double sample = 0.0;  ///< -1 to 1 over the model's samples
 };
 
 /// A point of the ground in normalised coordinates, dimensionless: P, L and H of the terms (`rpc/rpc_terms.h`).
 struct TNormalizedGroundPoint {
-  double lat = 0.0;
-  double lon = 0.0;
-  double h = 0.0;
+  double lat = 0.0;  ///< -1 to 1 over the model's latitudes: P
+  double lon = 0.0;  ///< -1 to 1 over the model's longitudes: L
+  double h = 0.0;    ///< -1 to 1 over the model's heights: H
 };
 
 /// `lon` moved by whole turns of 360 degrees to within 180 degrees of `center`; as it is where it is near already or
@@ -64,8 +64,11 @@ struct ORBMATH_API TRPCNormalization {
 
   /// Longitudes are taken in the turn of the longitude offset.
   TNormalizedGroundPoint Normalize(const TGroundPoint& point) const noexcept;
+  /// Pixels to normalised.
   TNormalizedImagePoint Normalize(const TImagePoint& point) const noexcept;
+  /// Normalised to degrees and metres.
   TGroundPoint Denormalize(const TNormalizedGroundPoint& point) const noexcept;
+  /// Normalised to pixels.
   TImagePoint Denormalize(const TNormalizedImagePoint& point) const noexcept;
 };
 

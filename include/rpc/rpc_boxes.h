@@ -30,6 +30,7 @@ struct ORBMATH_API TImageBox {
 
   /// How far out a point is, in half sizes of the box: the larger of both axes, 1 on the edge, NaN when one is NaN.
   double Remoteness(const TImagePoint& point) const noexcept;
+  /// Whether the point lies in the box or on its edge.
   bool Contains(const TImagePoint& point) const noexcept;
   /// Distance in pixels from a point to the box, 0 inside, NaN when the point has one.
   double Distance(const TImagePoint& point) const noexcept;

@@ -22,7 +22,7 @@ struct TRPCScalarField {
   const char* xmlKey;       ///< in XML, e.g. "LineOffset"
   const char* rpbFormat;    ///< printf format of the number in the RPB form
   const char* textFormat;   ///< printf format of the number in the text form
-  TRPCFieldUnit unit;
+  TRPCFieldUnit unit;       ///< Of its value.
 };
 
 /// One array of twenty coefficients.

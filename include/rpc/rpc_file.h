@@ -46,7 +46,7 @@ ORBMATH_API std::optional<TRPCFileForm> RPCFileFormOfName(const std::string& pat
 
 /// What there is to know of a form before any file is opened.
 struct TRPCFileFormInfo {
-  TRPCFileForm form;
+  TRPCFileForm form;     ///< which
   const char* name;      ///< as `RPCFileFormName` gives it
   const char* suffixes;  ///< those that such files often have, e.g. ".txt .rpc"; recognition does not look at them
   bool writes;           ///< whether `WriteRPCStream` makes such files
@@ -58,10 +58,10 @@ ORBMATH_API const TRPCFileFormInfo* RPCFileForms(std::size_t* count) noexcept;
 
 /// What a model file says beside the record. Each may be absent.
 struct ORBMATH_API TRPCFileExtras {
-  std::optional<std::string> satelliteId;
-  std::optional<std::string> bandId;
-  std::optional<double> biasError;    ///< metres
-  std::optional<double> randomError;  ///< metres
+  std::optional<std::string> satelliteId;  ///< As the file names it.
+  std::optional<std::string> bandId;       ///< As the file names it.
+  std::optional<double> biasError;         ///< metres
+  std::optional<double> randomError;       ///< metres
 
   /// Reads the items "SatelliteId", "BandId", "ErrorBias" and "ErrorRandom" of the current section. What is missing,
   /// or is no number where it has to be one, is absent afterwards. A null reader has none of them.
@@ -71,6 +71,7 @@ struct ORBMATH_API TRPCFileExtras {
   /// \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst) const;
 
+  /// Equal fields, absent ones included.
   friend bool operator==(const TRPCFileExtras& a, const TRPCFileExtras& b) {
     return a.satelliteId == b.satelliteId && a.bandId == b.bandId && a.biasError == b.biasError &&
            a.randomError == b.randomError;
@@ -103,17 +104,17 @@ ORBMATH_API int RPCTermPosition(TRPCTermOrder order, int k) noexcept;
 
 /// A part of the image, pixels in the frame of the record (first pixel's centre at 0, 0); ends included.
 struct TRPCImageDomain {
-  double firstLine = 0.0;
-  double firstSample = 0.0;
-  double lastLine = 0.0;
-  double lastSample = 0.0;
+  double firstLine = 0.0;    ///< Pixels.
+  double firstSample = 0.0;  ///< Pixels.
+  double lastLine = 0.0;     ///< Pixels, within.
+  double lastSample = 0.0;   ///< Pixels, within.
 };
 /// A part of the ground, degrees; ends included.
 struct TRPCGroundDomain {
-  double firstLat = 0.0;
-  double firstLon = 0.0;
-  double lastLat = 0.0;
-  double lastLon = 0.0;
+  double firstLat = 0.0;  ///< Degrees.
+  double firstLon = 0.0;  ///< Degrees.
+  double lastLat = 0.0;   ///< Degrees, within.
+  double lastLon = 0.0;   ///< Degrees, within.
 };
 
 /// What a container tells of its model beside the record and its errors: where it came from, what it counts from, where
@@ -144,7 +145,7 @@ struct TRPCFileOptions {
 
 /// A model file that has been read.
 struct TRPCFile {
-  TRPCFileForm form = TRPCFileForm::XML;
+  TRPCFileForm form = TRPCFileForm::XML;  ///< the form that its content shows
   TRPCData record;        ///< complete, terms in the order of RPC00B, first pixel's centre at line 0, sample 0
   TRPCFileExtras extras;  ///< what the file says beside it
   /// For both XML forms the document itself, from which a `TRPC` or a `TAdjustedRPC` with all that the record does not

@@ -181,21 +181,21 @@ class ORBMATH_API TRPC {
   /// Values at normalised 0 (centre), +1 (max) and -1 (min): offset, offset + scale, offset - scale. With a negative
   /// scale the max is below the min. Pixels, degrees, metres; NaN for an empty model.
   /// \{
-  double GetCenterLine() const;
-  double GetCenterSample() const;
-  double GetCenterLatitude() const;
-  double GetCenterLongitude() const;
-  double GetAverageHeight() const;
-  double GetMaxLine() const;
-  double GetMaxSample() const;
-  double GetMaxLatitude() const;
-  double GetMaxLongitude() const;
-  double GetMaxHeight() const;
-  double GetMinLine() const;
-  double GetMinSample() const;
-  double GetMinLatitude() const;
-  double GetMinLongitude() const;
-  double GetMinHeight() const;
+  double GetCenterLine() const;       ///< pixels
+  double GetCenterSample() const;     ///< pixels
+  double GetCenterLatitude() const;   ///< degrees
+  double GetCenterLongitude() const;  ///< degrees
+  double GetAverageHeight() const;    ///< metres
+  double GetMaxLine() const;          ///< pixels
+  double GetMaxSample() const;        ///< pixels
+  double GetMaxLatitude() const;      ///< degrees
+  double GetMaxLongitude() const;     ///< degrees
+  double GetMaxHeight() const;        ///< metres
+  double GetMinLine() const;          ///< pixels
+  double GetMinSample() const;        ///< pixels
+  double GetMinLatitude() const;      ///< degrees
+  double GetMinLongitude() const;     ///< degrees
+  double GetMinHeight() const;        ///< metres
   /// \}
 
   /// The normalisations of the five axes; NaN in an empty model. Valid until the model's record changes.
@@ -204,10 +204,16 @@ class ORBMATH_API TRPC {
   /// \name Normalisations one by one
   /// Owned by the model, valid until its record changes; null in an empty model.
   /// \{
+
+  /// Of lines, pixels.
   const TLinearNormalization* GetLineNormalization() const noexcept { return line_.get(); }
+  /// Of samples, pixels.
   const TLinearNormalization* GetSampleNormalization() const noexcept { return sample_.get(); }
+  /// Of latitudes, degrees.
   const TLinearNormalization* GetLatitudeNormalization() const noexcept { return latitude_.get(); }
+  /// Of longitudes, degrees.
   const TLinearNormalization* GetLongitudeNormalization() const noexcept { return longitude_.get(); }
+  /// Of heights, metres.
   const TLinearNormalization* GetHeightNormalization() const noexcept { return height_.get(); }
   /// \}
 

@@ -30,7 +30,7 @@ class ORBMATH_API TRPCPrepared {
 
   static constexpr std::size_t kAlignment = 16;  ///< bytes: a vector of two numbers
 
-  TRPCNormalization normalization;
+  TRPCNormalization normalization;  ///< Of the five axes.
 
  private:
   static constexpr std::size_t kCount = 4 * kRPCTermCount;

@@ -12,9 +12,9 @@ constexpr int kRPCTermCount = 20;
 
 /// Exponents of normalised latitude P, longitude L and height H in one term.
 struct TRPCTermPowers {
-  int lat;
-  int lon;
-  int h;
+  int lat;  ///< Exponent of the normalised latitude.
+  int lon;  ///< Exponent of the normalised longitude.
+  int h;    ///< Exponent of the normalised height.
 };
 
 /// The terms in the order of the coefficients: RPC00B of STDI-0002, appendix E (the table stands with `TRPCData`).

@@ -22,42 +22,42 @@ namespace StereopairsByOverlap {
 struct ORBMATH_API TStereopairsByOverlapParams {
   bool TiesRequired;  ///< Tie points between the images are wanted.
 
-  bool CheckOverlapPercentage;
-  double MinOverlapPercentage;  ///< Percent, above 0 up to 100.
-  bool RejectUndefOverlapPercentage;
+  bool CheckOverlapPercentage;        ///< Whether this is looked at.
+  double MinOverlapPercentage;        ///< Percent, above 0 up to 100.
+  bool RejectUndefOverlapPercentage;  ///< Pairs of which it is not known are no pairs.
 
-  bool CheckOverlapPixels;
-  double MinOverlapPixels;  ///< Pixels, above 0.
-  bool RejectUndefOverlapPixels;
+  bool CheckOverlapPixels;        ///< Whether this is looked at.
+  double MinOverlapPixels;        ///< Pixels, above 0.
+  bool RejectUndefOverlapPixels;  ///< Pairs of which it is not known are no pairs.
 
-  bool CheckConvergenceAngle;
-  double MinConvergenceAngle;  ///< Degrees; 361 marks an invalid limit.
-  double MaxConvergenceAngle;  ///< Degrees, not below the minimum; 361 marks an invalid limit.
-  bool RejectUndefConvergenceAngle;
+  bool CheckConvergenceAngle;        ///< Whether this is looked at.
+  double MinConvergenceAngle;        ///< Degrees; 361 marks an invalid limit.
+  double MaxConvergenceAngle;        ///< Degrees, not below the minimum; 361 marks an invalid limit.
+  bool RejectUndefConvergenceAngle;  ///< Pairs of which it is not known are no pairs.
 
-  bool TheSameSensor;
-  bool RejectUndefSensor;
+  bool TheSameSensor;      ///< Both images are of one sensor.
+  bool RejectUndefSensor;  ///< Pairs of which it is not known are no pairs.
 
-  bool CheckTimeGap;
-  double MinTimeGap;  ///< In the unit of the host's choice, 0 or more.
-  double MaxTimeGap;  ///< In the same unit, not below the minimum.
-  bool RejectUndefTimeGap;
+  bool CheckTimeGap;        ///< Whether this is looked at.
+  double MinTimeGap;        ///< In the unit of the host's choice, 0 or more.
+  double MaxTimeGap;        ///< In the same unit, not below the minimum.
+  bool RejectUndefTimeGap;  ///< Pairs of which it is not known are no pairs.
 
-  bool CheckDateGap;
-  int MaxDateGap;  ///< In the unit of the host's choice (days, say), 0 or more.
-  bool RejectUndefDateGap;
+  bool CheckDateGap;        ///< Whether this is looked at.
+  int MaxDateGap;           ///< In the unit of the host's choice (days, say), 0 or more.
+  bool RejectUndefDateGap;  ///< Pairs of which it is not known are no pairs.
 
-  bool CheckGSD;
+  bool CheckGSD;             ///< Whether this is looked at.
   double MaxGSDPercentDiff;  ///< Difference of ground sample distances, percent, 0 to 100.
-  bool RejectUndefGSD;
+  bool RejectUndefGSD;       ///< Pairs of which it is not known are no pairs.
 
-  bool CheckSunAzimuthDiff;
-  double MaxSunAzimuthDiff;  ///< Degrees, 0 to 180.
-  bool RejectUndefSunAzimuthDiff;
+  bool CheckSunAzimuthDiff;        ///< Whether this is looked at.
+  double MaxSunAzimuthDiff;        ///< Degrees, 0 to 180.
+  bool RejectUndefSunAzimuthDiff;  ///< Pairs of which it is not known are no pairs.
 
-  bool CheckSunElevationDiff;
-  double MaxSunElevationDiff;  ///< Degrees, 0 to 90.
-  bool RejectUndefSunElevationDiff;
+  bool CheckSunElevationDiff;        ///< Whether this is looked at.
+  double MaxSunElevationDiff;        ///< Degrees, 0 to 90.
+  bool RejectUndefSunElevationDiff;  ///< Pairs of which it is not known are no pairs.
 
   /// The defaults of `Reset`.
   TStereopairsByOverlapParams();

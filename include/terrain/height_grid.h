@@ -35,7 +35,7 @@ struct THeightGridFrame {
   /// The transform counts from the outer corner of the first pixel, and a post is a pixel's centre; false: whole
   /// numbers are posts.
   bool pixelIsArea = false;
-  THeightInterpolation interpolation = THeightInterpolation::Bilinear;
+  THeightInterpolation interpolation = THeightInterpolation::Bilinear;  ///< between the posts
   /// Null: x is the longitude and y the latitude, degrees.
   std::shared_ptr<const TGridMapping> mapping;
   /// Height of voids and of everything outside the grid, in the grid's own vertical reference; NaN: unknown there.
@@ -73,6 +73,7 @@ class ORBMATH_API THeightGrid final : public THeightSurface {
   THeightRange GetRange(const TTerrainBox& box) const override;
   bool Split(const THeightGrid** grid, const THeightSurface** base) const override;
 
+  /// Size, mapping and interpolation.
   const THeightGridFrame& GetFrame() const noexcept { return frame_; }
 
   /// Column and row of points, whole numbers at posts. \param lat, lon `count` values, degrees; no longitude is turned.
@@ -84,6 +85,7 @@ class ORBMATH_API THeightGrid final : public THeightSurface {
   int GetPeriod() const noexcept { return period_; }
   /// Bounds over the cells `firstColumn` to `lastColumn` and `firstRow` to `lastRow`, inclusive, also outside the grid.
   THeightRange GetCellRange(long firstColumn, long lastColumn, long firstRow, long lastRow) const;
+  /// Where the heights come from; owned by the grid.
   const THeightTiles& GetTiles() const noexcept { return *tiles_; }
 
  private:

@@ -18,10 +18,10 @@ class THeightGrid;
 
 /// A box of latitudes and longitudes, degrees; `east` may be above 180 so that `west <= east`.
 struct TTerrainBox {
-  double south = 0.0;
-  double west = 0.0;
-  double north = 0.0;
-  double east = 0.0;
+  double south = 0.0;  ///< Degrees.
+  double west = 0.0;   ///< Degrees.
+  double north = 0.0;  ///< Degrees.
+  double east = 0.0;   ///< Degrees, not below west.
 };
 
 /// Bounds of the heights over a box.

@@ -25,9 +25,13 @@ class ORBMATH_API THeightTile {
   THeightTile(int firstColumn, int firstRow, int columns, int rows, std::vector<double> posts,
               THeightInterpolation interpolation);
 
+  /// Column of the grid at which the tile begins.
   int GetFirstColumn() const noexcept { return firstColumn_; }
+  /// Row of the grid at which the tile begins.
   int GetFirstRow() const noexcept { return firstRow_; }
+  /// Width in posts.
   int GetColumns() const noexcept { return columns_; }
+  /// Height in posts.
   int GetRows() const noexcept { return rows_; }
   /// Number of posts from one row to the next.
   std::ptrdiff_t GetStride() const noexcept { return columns_ + 3; }

@@ -33,7 +33,7 @@ struct TTerrainSolution {
   double h = 0.0;    ///< metres above the ellipsoid
   /// Distance in pixels between the image point and the projection of the result; NaN when there is none.
   double residual = 0.0;
-  TTerrainState state = TTerrainState::NotRun;
+  TTerrainState state = TTerrainState::NotRun;  ///< how the search ended
 
   /// True when there is a point.
   explicit operator bool() const noexcept {
@@ -78,6 +78,7 @@ struct TTerrainOptions {
 /// locator, unchanged.
 class ORBMATH_API TTerrainLocator {
  public:
+  /// Inverts the model on its lines of sight; a model or surface that cannot be used shows in every solution's state.
   TTerrainLocator(const TRPC& model, const THeightSurface& surface, const TTerrainOptions& options = {});
   TTerrainLocator(const TTerrainLocator&) = delete;
   TTerrainLocator& operator=(const TTerrainLocator&) = delete;

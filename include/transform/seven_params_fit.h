@@ -28,7 +28,7 @@ inline constexpr double kSmallestRotationGap = 1e-12;
 
 /// A similarity and how it fits.
 struct T7ParamsFit {
-  T7ParamsFitState state = T7ParamsFitState::NotRun;
+  T7ParamsFitState state = T7ParamsFitState::NotRun;  ///< how the fit ended
   /// R = Rz(Gamma)·Ry(Beta)·Rx(Alpha), as `T7ParamsTransform` reads it; Beta in [-π/2, π/2], the others in [-π, π].
   T7Params params;
   double rms = 0.0;      ///< Root of the mean squared distance of the images from the targets, unit of the targets.

@@ -17,6 +17,7 @@ struct ORBMATH_API matr3x3 {
 
   /// The row at `row`, 0 to 2, which is not checked.
   double* operator[](std::size_t row) { return m[row]; }
+  /// The three elements of a row, for reading.
   const double* operator[](std::size_t row) const { return m[row]; }
 
   /// Becomes the identity.

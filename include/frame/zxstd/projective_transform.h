@@ -16,6 +16,7 @@ class ORBMATH_API TProjectiveTransform : public TZx2DTransform {
  public:
   /// The identity.
   TProjectiveTransform();
+  /// The map of a matrix, row by row.
   explicit TProjectiveTransform(const matr3x3& matrix);
   ~TProjectiveTransform() override;
 
@@ -42,6 +43,7 @@ class ORBMATH_API TProjectiveTransform : public TZx2DTransform {
   /// The inverse map of `point`, with its derivatives as above.
   xy_d GetInverseTraCoordDeriv(const xy_d& point, xy_d* by_x, xy_d* by_y) const;
 
+  /// The name under which documents hold it.
   static const char* StaticGetContentName() noexcept;
   /// A new identity.
   static var_a<TZx2DTransform*> CreateDefault();

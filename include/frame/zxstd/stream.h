@@ -47,6 +47,7 @@ class ORBMATH_API TZxFileStream : public TZxStream {
   /// Opens `path`, closing what was open before.
   /// \return false when the system refuses or `path` is a directory; `errno` says why.
   bool Open(const TZxPath& path, TZxOpenMode mode, TZxShareMode share = TZxShareMode::Read);
+  /// Whether a file is open.
   bool IsOpen() const noexcept { return file_ != nullptr; }
   /// Closes the file. \return false when some written byte did not reach the system, or nothing was open.
   bool Close();

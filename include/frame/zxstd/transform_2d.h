@@ -77,6 +77,7 @@ class ORBMATH_API TZx2DTransform {
 /// `TProjectiveTransform` is there from the beginning.
 class ORBMATH_API TZx2DTransform::TSerializer {
  public:
+  /// Makes an empty transform that a document then fills.
   using TFactory = std::function<var_a<TZx2DTransform*>()>;
 
   /// Adds an entry. \return false, nothing changed, when the name is taken or the factory is empty.

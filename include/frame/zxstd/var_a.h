@@ -20,6 +20,7 @@ class var_a;
 template <class T>
 class var_a<T*> {
  public:
+  /// What is owned.
   using element_type = T;
 
   /// Empty.
@@ -43,7 +44,9 @@ class var_a<T*> {
 
   /// The object, or null.
   T* get() const noexcept { return holder_.get(); }
+  /// The object; there must be one.
   T& operator*() const noexcept { return *holder_; }
+  /// The object's members; there must be one.
   T* operator->() const noexcept { return holder_.get(); }
   /// True when it owns an object.
   explicit operator bool() const noexcept { return static_cast<bool>(holder_); }
@@ -51,8 +54,10 @@ class var_a<T*> {
   long use_count() const noexcept { return holder_.use_count(); }
   /// Releases the object and becomes empty.
   void reset() noexcept { holder_.reset(); }
+  /// Exchanges the objects.
   void swap(var_a& other) noexcept { holder_.swap(other.holder_); }
 
+  /// The same object, or both without one.
   friend bool operator==(const var_a& a, const var_a& b) noexcept { return a.holder_ == b.holder_; }
   friend bool operator!=(const var_a& a, const var_a& b) noexcept { return a.holder_ != b.holder_; }
 

@@ -25,6 +25,7 @@ class ORBMATH_API TZxXmlItem {
   virtual ~TZxXmlItem();
   /// This item as an element, or null when it is a text.
   virtual TZxXmlTagItem* as_tag() noexcept;
+  /// The same for reading.
   virtual const TZxXmlTagItem* as_tag() const noexcept;
   /// The text when this item is one, or null.
   virtual const std::string* as_text() const noexcept;
@@ -33,16 +34,17 @@ class ORBMATH_API TZxXmlItem {
 /// A text between the tags.
 class ORBMATH_API TZxXmlTextItem : public TZxXmlItem {
  public:
+  /// A piece of text, unescaped.
   explicit TZxXmlTextItem(std::string text_value);
   const std::string* as_text() const noexcept override;
 
-  std::string text;
+  std::string text;  ///< Unescaped.
 };
 
 /// One attribute of an element.
 struct TZxXmlTagAttribute {
-  std::string name;
-  std::string value;
+  std::string name;   ///< with its prefix, if it has one
+  std::string value;  ///< unescaped
 };
 
 /// The attributes of an element, in the order in which they were written.
@@ -50,7 +52,9 @@ class ORBMATH_API TZxXmlTagAttributes {
  public:
   /// Value of the first attribute of that name, or `fallback`.
   std::string get_value(const std::string& name, const std::string& fallback = std::string()) const;
+  /// Adds an attribute behind the others.
   void push_back(TZxXmlTagAttribute attribute);
+  /// Number of attributes.
   std::size_t size() const noexcept { return attributes_.size(); }
   /// The attribute at `index`, which is not checked.
   const TZxXmlTagAttribute& operator[](std::size_t index) const { return attributes_[index]; }
@@ -71,6 +75,7 @@ class ORBMATH_API TZxXmlTagItems {
   /// Takes trees of any depth apart without recursion.
   ~TZxXmlTagItems();
 
+  /// Number of items.
   std::size_t size() const noexcept { return items_.size(); }
   /// The item at `index`, which is not checked.
   TZxXmlItem& operator[](std::size_t index) const { return *items_[index]; }
@@ -98,13 +103,14 @@ class ORBMATH_API TZxXmlTagItems {
 /// An element.
 class ORBMATH_API TZxXmlTagItem : public TZxXmlItem {
  public:
+  /// An element without attributes and items.
   explicit TZxXmlTagItem(std::string name_value);
   TZxXmlTagItem* as_tag() noexcept override;
   const TZxXmlTagItem* as_tag() const noexcept override;
 
-  std::string name;
-  TZxXmlTagAttributes attributes;
-  TZxXmlTagItems items;
+  std::string name;                ///< with its prefix, if it has one
+  TZxXmlTagAttributes attributes;  ///< In document order.
+  TZxXmlTagItems items;            ///< Elements and text, in document order.
 };
 
 /// Elements that may be open at a time in a document that is read or written.

@@ -1,5 +1,6 @@
 #pragma once
 /// \file
+/// \def ORBMATH_RASTER_API
 /// Export marking of OrbmathRaster. Everything that does not carry `ORBMATH_RASTER_API` is hidden.
 
 #if defined(_WIN32)

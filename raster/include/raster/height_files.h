@@ -22,7 +22,7 @@ struct TDemOptions {
   /// What the heights count from. Empty: what the files' reference system says, else the ellipsoid, with a warning.
   /// "none": the ellipsoid. Else the name or path of a geoid grid, see `OpenGeoid`. Overrules the files, with a note.
   std::string geoid;
-  THeightInterpolation interpolation = THeightInterpolation::Bilinear;
+  THeightInterpolation interpolation = THeightInterpolation::Bilinear;  ///< between the posts
   /// Height of voids and of everything outside the files, metres in the files' own vertical reference (0: the geoid,
   /// where there is one); NaN: unknown there.
   double voidHeight = std::numeric_limits<double>::quiet_NaN();

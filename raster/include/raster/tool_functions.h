@@ -16,9 +16,10 @@ namespace SatCommonUtils {
 /// The functions of the library by pointer; each as in the header that declares it.
 struct RasterFunctions {
   int version;  ///< `ORBMATH_VERSION` of the headers that the library was built with
-  bool (*readImageModel)(const std::string&, const TRPCFileOptions&, TRPCFile*, TRPCFileError*);
-  bool (*writeImageModel)(const std::string&, const TRPCData&, const TRPCFileExtras&, TRPCFileError*);
-  bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);
+  bool (*readImageModel)(const std::string&, const TRPCFileOptions&, TRPCFile*, TRPCFileError*);  ///< ReadImageModel.
+  bool (*writeImageModel)(const std::string&, const TRPCData&, const TRPCFileExtras&,
+                          TRPCFileError*);                          ///< WriteImageModel.
+  bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);  ///< OpenDem.
 };
 
 /// Name of the one symbol to look up, whose type is `const RasterFunctions* (*)()`.
@@ -26,4 +27,5 @@ constexpr const char* kRasterFunctionsSymbol = "OrbmathRasterFunctions";
 
 }  // namespace SatCommonUtils
 
+/// The functions, valid for as long as the library is loaded.
 extern "C" ORBMATH_RASTER_API const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions();
