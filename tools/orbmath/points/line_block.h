@@ -3,6 +3,7 @@
 /// Points as columns of numbers, and the way from text lines to them and back.
 
 #include <cstddef>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,19 +13,23 @@
 
 namespace orbmath_tool {
 
-/// One field of a line of points.
+/// What a number of the input is, as far as reading it goes.
+enum class Quantity : unsigned char { Plain, Latitude, Longitude };
+
+/// One number of a line of points.
 struct InputColumn {
   std::string name;
   /// Stands in when the line ends before this field. Columns with a fallback are the last ones.
   std::optional<double> fallback{};
-  /// The field may hold anything and is passed over.
-  bool ignored = false;
+  /// Latitudes and longitudes may be written as degrees, minutes and seconds too (`ParseAngle`).
+  Quantity quantity = Quantity::Plain;
+  /// "-", "nan" or nothing between two separators is a NaN instead of an error.
+  bool may_be_missing = false;
 };
 
 /// The fields that a line of points consists of.
 struct LineLayout {
   std::vector<InputColumn> columns;
-  bool more_allowed = false;  ///< Fields behind the named ones are passed over instead of being an error.
 };
 
 /// One field of a line of results.
@@ -56,6 +61,9 @@ struct LineBlock {
   std::vector<PointLine> lines;
   std::vector<Refusal> refused;         ///< Lines that are no points, by position in `lines`, ascending.
   std::vector<std::vector<double>> in;  ///< [column][point]
+  /// [column][point]: the fields of a table that are kept as texts.
+  std::vector<std::vector<std::string_view>> texts;
+  std::deque<std::string> unquoted;  ///< What a text refers to that does not stand in its line as it reads.
   std::vector<std::vector<double>> out;
   std::vector<int> marks;       ///< What a command wants to remember of each point; the driver does not look at it.
   std::vector<Refusal> failed;  ///< Points that could not be computed, by number, ascending.
@@ -67,9 +75,6 @@ struct LineBlock {
 /// Reads `text`, whole lines that must outlive the block, into lines, refusals and input columns of `block`; forgets
 /// what it held. Fields stand between blanks, tabs or commas; '#' starts a comment; a carriage return ends a line too.
 void ParseLines(std::string_view text, const LineLayout& layout, LineBlock* block);
-
-/// The first fields of a line as texts, at most `most`; what stands behind '#' is no field.
-std::vector<std::string_view> SplitFields(std::string_view line, std::size_t most);
 
 /// Appends one line of output for each line of `block`: passed through, computed, or "ERROR: " and the reason.
 /// \return how many of them are errors.

@@ -1,30 +1,22 @@
 #pragma once
 /// \file
-/// Points that a command needs all at once: read whole, with columns by name, and refused with line numbers.
+/// Tables that a command needs all at once: read whole, with columns by name, and refused with line numbers.
 
 #include <cstddef>
+#include <deque>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands/command_line.h"
 #include "points/line_block.h"
+#include "points/table_layout.h"
 
 namespace orbmath_tool {
 
-/// A column that a table may or must have.
-struct TableColumn {
-  std::string name;
-  std::vector<std::string> other_names;  ///< What headers call it too, in lower case.
-  bool required = true;
-  double fallback = 0.0;  ///< The value of an optional column that a line or the whole file does not have.
-};
+class CharBuffer;
 
-/// Names of the columns that occur in tables of points, for the commands to choose from.
-namespace columns {
-extern const TableColumn kLat, kLon, kHeight, kLine, kSample, kMeasuredLine, kMeasuredSample, kSigma;
-}
-
-/// A table of points: columns of numbers, and where each row stood.
+/// A table: columns of numbers and of texts, and where each row stood.
 class PointTable {
  public:
   /// Declares the option `--columns`.
@@ -33,18 +25,24 @@ class PointTable {
   /// Reads a file ("-" is standard input).
   /// \param wanted the columns in the order in which a file without names has them; optional ones come last.
   /// \param named the names of the file's columns joined by commas, others are passed over; empty: the first line of
-  /// the file if it consists of names, or else the order of `wanted`.
+  /// the file if it consists of names, or such a comment before it, or else the order of `wanted`.
   /// \throws UsageError when `named` lacks a required column.
-  /// \throws Failure naming file and line, after notes about the first refused lines, when a line is no point.
+  /// \throws Failure naming file and line, after notes about the first refused lines, when a line is no row.
   PointTable(const std::string& file, const std::vector<TableColumn>& wanted, const std::string& named);
 
   /// The file's name, for messages.
   const std::string& Name() const { return name_; }
   std::size_t size() const { return lines_.size(); }
-  /// The values of the wanted column number `column`.
+  /// Whether the file has the wanted column number `column`, by name or, without names, perhaps in some of its rows.
+  bool Has(std::size_t column) const { return column < found_.size() && found_[column]; }
+  /// The values of the wanted column number `column`, one that is a number.
   const std::vector<double>& Values(std::size_t column) const { return values_[column]; }
-  /// Where row `row` stood, as "file:line".
-  std::string Place(std::size_t row) const { return name_ + ":" + std::to_string(lines_[row]); }
+  /// The values of a column that is a text; they live as long as the table.
+  const std::vector<std::string_view>& Texts(std::size_t column) const { return texts_[column]; }
+  /// The name of row `row` (`columns::kId`), or an empty text.
+  std::string_view Id(std::size_t row) const { return id_ == kNone ? std::string_view() : texts_[id_][row]; }
+  /// What a message calls row `row`: where it stood, as "file:line", behind its name, where it has one.
+  std::string Place(std::size_t row) const;
   std::size_t Line(std::size_t row) const { return lines_[row]; }
 
   /// Refuses rows of which `why(row)` gives a reason; an empty one is none. \throws Failure as the constructor.
@@ -53,20 +51,28 @@ class PointTable {
     Refusals refused;
     for (std::size_t row = 0; row < size(); ++row) {
       std::string reason = why(row);
-      if (!reason.empty()) refused.push_back({lines_[row], std::move(reason)});
+      if (!reason.empty()) refused.push_back({row, std::move(reason)});
     }
-    ThrowRefused(refused);
+    ThrowRefused(refused, true);
   }
 
  private:
-  /// Lines by their numbers in the file.
+  /// Rows, or lines by their numbers in the file.
   using Refusals = std::vector<Refusal>;
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
-  void ThrowRefused(const Refusals& refused) const;
+  /// \param line number of the block's first line in the file.
+  void Append(const LineBlock& block, std::size_t line);
+  std::string_view Keep(std::string_view text);
+  void ThrowRefused(const Refusals& refused, bool rows) const;
 
   std::string name_;
+  std::vector<bool> found_;
   std::vector<std::vector<double>> values_;
+  std::vector<std::vector<std::string_view>> texts_;
+  std::deque<std::string> kept_;  ///< what the texts refer to, in pieces that are never moved
   std::vector<std::size_t> lines_;
+  std::size_t id_ = kNone;
 };
 
 /// Refuses rows whose latitude or longitude cannot be one. \param lat, lon columns of the table.

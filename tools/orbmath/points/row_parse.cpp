@@ -1,0 +1,246 @@
+// Rows of a table into the columns of a block. Quotes as in RFC 4180, within one line.
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "points/field_text.h"
+#include "points/line_walk.h"
+#include "points/table_layout.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+char CharOf(Separator separator) {
+  return separator == Separator::Comma ? ',' : separator == Separator::Semicolon ? ';' : '\t';
+}
+
+/// One field as it stands in its line.
+struct Field {
+  std::string_view text;  ///< without the outer quotes
+  bool has_quotes = false;
+  bool has_doubled = false;  ///< quotes are doubled within it
+};
+
+/// Cuts a line into its fields, one call of `Next` each.
+class FieldCutter {
+ public:
+  FieldCutter(const char* begin, const char* end, Separator separator)
+      : at_(begin), end_(end), separator_(separator), mark_(CharOf(separator)) {
+    SkipGap();
+    more_ = at_ != end_ && !(separator_ == Separator::Blanks && *at_ == '#');
+  }
+
+  /// Whether there is one more field.
+  bool More() const { return more_; }
+  /// Where the next field begins, or what stands behind the last one.
+  const char* At() const { return at_; }
+
+  /// \param is_last fields of the row end with this one: what stands behind a '#' is a comment.
+  /// \return false when a quote is not closed, or is followed by something else than the end of its field.
+  bool Next(bool is_last, Field* field) {
+    *field = Field();
+    if (at_ != end_ && *at_ == '"') {
+      if (!CutQuotes(field)) return false;
+    } else {
+      const char* const begin = at_;
+      at_ = separator_ == Separator::Blanks ? EndAmongBlanks() : EndAtMark(is_last);
+      const char* stop = at_;
+      while (stop != begin && IsGap(stop[-1])) --stop;
+      field->text = {begin, static_cast<std::size_t>(stop - begin)};
+    }
+    SkipSeparator();
+    return true;
+  }
+
+ private:
+  bool IsGap(char c) const { return separator_ == Separator::Tab ? c == ' ' || c == '\r' : IsBlank(c); }
+  void SkipGap() {
+    while (at_ != end_ && IsGap(*at_)) ++at_;
+  }
+
+  const char* EndAmongBlanks() const {
+    return std::find_if(at_, end_, [](char c) { return IsBlank(c) || c == ',' || c == '#'; });
+  }
+
+  const char* EndAtMark(bool is_last) const {
+    const auto* found = static_cast<const char*>(std::memchr(at_, mark_, static_cast<std::size_t>(end_ - at_)));
+    const char* const stop = found == nullptr ? end_ : found;
+    if (!is_last) return stop;
+    for (const char* c = at_; c != stop; ++c) {
+      if (*c == '#' && (c == at_ || IsBlank(c[-1]))) return c;
+    }
+    return stop;
+  }
+
+  bool CutQuotes(Field* field) {
+    field->has_quotes = true;
+    const char* const begin = ++at_;
+    while (true) {
+      at_ = std::find(at_, end_, '"');
+      if (at_ == end_) return false;
+      if (at_ + 1 == end_ || at_[1] != '"') break;
+      field->has_doubled = true;
+      at_ += 2;
+    }
+    field->text = {begin, static_cast<std::size_t>(at_ - begin)};
+    ++at_;
+    if (separator_ == Separator::Blanks) return at_ == end_ || IsBlank(*at_) || *at_ == ',' || *at_ == '#';
+    SkipGap();
+    return at_ == end_ || *at_ == mark_ || *at_ == '#';
+  }
+
+  /// To the front of the next field.
+  void SkipSeparator() {
+    SkipGap();
+    if (separator_ == Separator::Blanks) {
+      if (at_ != end_ && *at_ == ',') ++at_;
+      SkipGap();
+      more_ = at_ != end_ && *at_ != '#';
+      return;
+    }
+    more_ = at_ != end_ && *at_ == mark_;
+    if (!more_) return;
+    ++at_;
+    SkipGap();
+  }
+
+  const char* at_;
+  const char* const end_;
+  const Separator separator_;
+  const char mark_;
+  bool more_ = false;
+};
+
+std::string WithoutDoubled(std::string_view text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    plain += text[i];
+    if (text[i] == '"') ++i;
+  }
+  return plain;
+}
+
+/// Reads the fields of rows into values and texts, which join the block when the whole row is good.
+class RowParser {
+ public:
+  RowParser(const TableLayout& layout, LineBlock* block)
+      : layout_(layout), block_(block), values_(layout.numbers.size()), texts_(layout.texts.size()) {}
+
+  bool Parse(const char* at, const char* end, const char** behind, std::string* reason) {
+    // A line without the table's separator is one of blanks.
+    const bool has_mark = layout_.separator == Separator::Blanks || layout_.fields.size() < 2 ||
+                          std::memchr(at, CharOf(layout_.separator), static_cast<std::size_t>(end - at)) != nullptr;
+    FieldCutter cutter(at, end, has_mark ? layout_.separator : Separator::Blanks);
+    *behind = end;
+    StartRow();
+    std::size_t count = 0;
+    for (; count < layout_.fields.size() && cutter.More(); ++count) {
+      Field field;
+      if (!cutter.Next(count + 1 == layout_.fields.size(), &field)) {
+        *reason = "a quote is not closed, or something stands behind it";
+        return false;
+      }
+      if (!Take(layout_.fields[count], field, reason)) return false;
+    }
+    if (!FillMissing(count, reason)) return false;
+    const bool rest_is_empty = SkipBlanks(cutter.At(), end) == end || *cutter.At() == '#';
+    if (cutter.More() && !layout_.more_allowed && !rest_is_empty) {
+      *reason = "more than " + std::to_string(layout_.fields.size()) + " fields, expected: " + NamesOf(layout_.numbers);
+      return false;
+    }
+    *behind = cutter.More() ? std::find(cutter.At(), end, '#') : cutter.At();
+    Append();
+    return true;
+  }
+
+ private:
+  using Kind = TableLayout::Field::Kind;
+
+  void StartRow() {
+    filled_ = false;
+    for (std::size_t i = 0; i < values_.size(); ++i) {
+      if (layout_.found[i] || !layout_.numbers[i].fallback) continue;
+      values_[i] = *layout_.numbers[i].fallback;
+      filled_ = true;
+    }
+  }
+
+  bool Take(const TableLayout::Field& to, const Field& field, std::string* reason) {
+    if (to.kind == Kind::Ignored) return true;
+    std::string_view text = field.text;
+    if (field.has_doubled) text = block_->unquoted.emplace_back(WithoutDoubled(text));
+    if (to.kind == Kind::Text) {
+      texts_[to.target] = text;
+      return true;
+    }
+    const InputColumn& column = layout_.numbers[to.target];
+    if (text.empty() && column.fallback) {
+      values_[to.target] = *column.fallback;
+      filled_ = true;
+      return true;
+    }
+    return ReadNumber(text, column, &values_[to.target], reason);
+  }
+
+  /// What a row that ends early has in its further columns. \param count fields that it has.
+  bool FillMissing(std::size_t count, std::string* reason) {
+    for (std::size_t i = count; i < layout_.fields.size(); ++i) {
+      const TableLayout::Field& field = layout_.fields[i];
+      if (field.kind == Kind::Text) texts_[field.target] = {};
+      if (field.kind != Kind::Number) continue;
+      const InputColumn& column = layout_.numbers[field.target];
+      if (!column.fallback && !column.may_be_missing) {
+        *reason =
+            std::to_string(count) + (count == 1 ? " field" : " fields") + ", expected: " + NamesOf(layout_.numbers);
+        return false;
+      }
+      values_[field.target] = column.fallback.value_or(std::nan(""));
+      filled_ = true;
+    }
+    return true;
+  }
+
+  void Append() {
+    for (std::size_t i = 0; i < values_.size(); ++i) {
+      if (layout_.texts[i].empty()) block_->in[i].push_back(values_[i]);
+    }
+    for (std::size_t i = 0; i < texts_.size(); ++i) {
+      if (!layout_.texts[i].empty()) block_->texts[i].push_back(texts_[i]);
+    }
+    block_->filled += filled_ ? 1 : 0;
+  }
+
+  const TableLayout& layout_;
+  LineBlock* const block_;
+  std::vector<double> values_;
+  std::vector<std::string_view> texts_;
+  bool filled_ = false;
+};
+
+}  // namespace
+
+void ParseRows(std::string_view text, const TableLayout& layout, LineBlock* block) {
+  block->unquoted.clear();
+  block->in.resize(layout.numbers.size());
+  for (std::vector<double>& column : block->in) column.clear();
+  block->texts.resize(layout.texts.size());
+  for (std::vector<std::string_view>& column : block->texts) column.clear();
+  RowParser parser(layout, block);
+  WalkLines(text, block, [&parser](const char* at, const char* end, const char** behind, std::string* reason) {
+    return parser.Parse(at, end, behind, reason);
+  });
+}
+
+std::vector<std::string> SplitRow(std::string_view line, Separator separator) {
+  std::vector<std::string> fields;
+  FieldCutter cutter(line.data(), line.data() + line.size(), separator);
+  Field field;
+  while (cutter.More() && cutter.Next(false, &field)) {
+    fields.push_back(field.has_doubled ? WithoutDoubled(field.text) : std::string(field.text));
+  }
+  return fields;
+}
+
+}  // namespace orbmath_tool
