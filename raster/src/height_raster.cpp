@@ -2,14 +2,14 @@
 
 #include "height_raster.h"
 
-#include <ogr_spatialref.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <mutex>
 #include <utility>
 #include <vector>
+
+#include "plane_transformation.h"
 
 namespace SatCommonUtils {
 
@@ -114,49 +114,19 @@ class BandTiles final : public THeightTiles {
   bool closed_;
 };
 
-struct DestroyTransformation {
-  void operator()(OGRCoordinateTransformation* transformation) const {
-    OGRCoordinateTransformation::DestroyCT(transformation);
-  }
-};
-using Transformation = std::unique_ptr<OGRCoordinateTransformation, DestroyTransformation>;
-
-/// PROJ's way from longitudes and latitudes to a plane. A transformation is one thread's at a time: those that wait are
-/// kept, and a thread that finds none makes its own.
+/// PROJ's way from longitudes and latitudes to a plane.
 class ProjMapping final : public TGridMapping {
  public:
-  explicit ProjMapping(Transformation first) { free_.push_back(std::move(first)); }
+  explicit ProjMapping(std::shared_ptr<const PlaneTransformation> way) : way_(std::move(way)) {}
 
   void Map(std::size_t count, const double* lat, const double* lon, double* x, double* y) const override {
-    const GdalSession session;
-    Transformation transformation = Take();
-    std::vector<int> success(count, 0);
     std::copy_n(lon, count, x);
     std::copy_n(lat, count, y);
-    if (transformation != nullptr) {
-      transformation->Transform(static_cast<int>(count), x, y, nullptr, success.data());
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-      if (success[i] == 0 || !std::isfinite(x[i]) || !std::isfinite(y[i])) x[i] = y[i] = kNaN;
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    free_.push_back(std::move(transformation));
+    way_->Run(count, x, y);
   }
 
  private:
-  /// The first one always stays, as a pattern for others.
-  Transformation Take() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (free_.size() > 1) {
-      Transformation transformation = std::move(free_.back());
-      free_.pop_back();
-      return transformation;
-    }
-    return Transformation(free_.front()->Clone());
-  }
-
-  mutable std::mutex mutex_;
-  mutable std::vector<Transformation> free_;
+  std::shared_ptr<const PlaneTransformation> way_;
 };
 
 }  // namespace
@@ -187,17 +157,12 @@ std::shared_ptr<const THeightGrid> MakeGrid(DatasetHandle dataset, THeightGridFr
 
 bool MakeMapping(const OGRSpatialReference& system, std::shared_ptr<const TGridMapping>* mapping) {
   mapping->reset();
-  OGRSpatialReference wgs84;
-  wgs84.SetWellKnownGeogCS("WGS84");
-  wgs84.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
   // The horizontal part alone: heights are brought to the ellipsoid by the geoid grids.
-  OGRSpatialReference plane(system);
-  if (plane.IsCompound()) plane.StripVertical();
-  plane.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-  if (plane.IsGeographic() && plane.IsSameGeogCS(&wgs84)) return true;
-  Transformation transformation(OGRCreateCoordinateTransformation(&wgs84, &plane));
-  if (transformation == nullptr) return false;
-  *mapping = std::make_shared<ProjMapping>(std::move(transformation));
+  const OGRSpatialReference plane = HorizontalPart(system);
+  if (IsWgs84(plane)) return true;
+  auto way = PlaneTransformation::Make(Wgs84(), plane);
+  if (way == nullptr) return false;
+  *mapping = std::make_shared<ProjMapping>(std::move(way));
   return true;
 }
 

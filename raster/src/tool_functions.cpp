@@ -7,6 +7,7 @@
 
 const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions() {
   static constexpr SatCommonUtils::RasterFunctions kFunctions = {
-      ORBMATH_VERSION, &SatCommonUtils::ReadImageModel, &SatCommonUtils::WriteImageModel, &SatCommonUtils::OpenDem};
+      ORBMATH_VERSION, &SatCommonUtils::ReadImageModel, &SatCommonUtils::WriteImageModel, &SatCommonUtils::OpenDem,
+      &SatCommonUtils::Orthorectify};
   return &kFunctions;
 }

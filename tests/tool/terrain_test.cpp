@@ -63,10 +63,27 @@ TEST_F(TerrainTool, RefinesByControlPointsWithoutHeights) {
   EXPECT_EQ(RunToolLine("refine flat.RPB off.txt x.xml --type shift --dem dem.asc --geoid none").status, 1);
 }
 
+TEST_F(TerrainTool, MakesAMapAndSaysWhatItChose) {
+  // Any raster is an image: here the DEM's own 5 x 5 pixels, the first of which lies at 45.1, 6.796 where h is 600.
+  const std::string ortho =
+      "ortho dem.asc map.tif --model flat.RPB --dem dem.asc --geoid none --crs EPSG:4326 --resolution 1e-4 ";
+  const std::string bounds = "--bounds 6.79495 45.09905 6.79695 45.10105";
+  const ToolRun there = RunToolLine(ortho + bounds + " --void-height 600");
+  EXPECT_EQ(there.status, 0) << there.err;
+  EXPECT_NE(there.err.find("map.tif: 20 x 20 pixels, 25 of them in the image, 0 without a height"), std::string::npos)
+      << there.err;
+  const ToolRun nowhere = RunToolLine(ortho + bounds);
+  EXPECT_NE(nowhere.err.find("warning: no pixel of the map lies in the image"), std::string::npos) << nowhere.err;
+  EXPECT_EQ(RunToolLine("ortho none.tif map.tif --dem dem.asc --geoid none").status, 1);
+  EXPECT_FALSE(ReadText("map.tif").empty());
+}
+
 TEST_F(TerrainTool, WrongUsageIsOneLine) {
   for (const char* arguments :
        {"locate flat.RPB --geoid none", "locate flat.RPB --dem dem.asc --height 5", "project flat.RPB --visible",
-        "intersect flat.RPB", "intersect flat.RPB right.RPB --dem dem.asc",
+        "intersect flat.RPB", "intersect flat.RPB right.RPB --dem dem.asc", "ortho dem.asc x.tif",
+        "ortho dem.asc x.tif --dem dem.asc --bounds 1 0 0 1",
+        "ortho dem.asc x.tif --dem dem.asc --like y.tif --crs EPSG:4326",
         "locate flat.RPB --dem dem.asc --void-height x", "refine flat.RPB control.txt x.xml --ties --dem dem.asc"}) {
     EXPECT_EQ(RunToolLine(arguments).status, 2) << arguments;
   }

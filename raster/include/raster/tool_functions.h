@@ -10,6 +10,7 @@
 
 #include "api.h"
 #include "height_files.h"
+#include "ortho.h"
 
 namespace SatCommonUtils {
 
@@ -18,8 +19,9 @@ struct RasterFunctions {
   int version;  ///< `ORBMATH_VERSION` of the headers that the library was built with
   bool (*readImageModel)(const std::string&, const TRPCFileOptions&, TRPCFile*, TRPCFileError*);  ///< ReadImageModel.
   bool (*writeImageModel)(const std::string&, const TRPCData&, const TRPCFileExtras&,
-                          TRPCFileError*);                          ///< WriteImageModel.
-  bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);  ///< OpenDem.
+                          TRPCFileError*);                                   ///< WriteImageModel.
+  bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);           ///< OpenDem.
+  TOrthoResult (*orthorectify)(const TOrthoProblem&, const TOrthoOptions&);  ///< Orthorectify.
 };
 
 /// Name of the one symbol to look up, whose type is `const RasterFunctions* (*)()`.

@@ -30,6 +30,7 @@ std::unique_ptr<Command> MakeInvert();
 std::unique_ptr<Command> MakeRefine();
 std::unique_ptr<Command> MakeExport();
 std::unique_ptr<Command> MakeCompare();
+std::unique_ptr<Command> MakeOrtho();
 std::unique_ptr<Command> MakeHelp();
 std::unique_ptr<Command> MakeCompletion();
 

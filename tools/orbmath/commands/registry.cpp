@@ -27,6 +27,7 @@ const std::vector<CommandEntry>& Commands() {
       {"refine", "Correct a model in image space with ground control or image ties.", MakeRefine},
       {"export", "Write an adjusted model as a plain one that carries its refinement.", MakeExport},
       {"compare", "Compare two models field by field and pixel by pixel.", MakeCompare},
+      {"ortho", "Make a map of an image and the terrain under it (orthorectify).", MakeOrtho},
       {"help", "Print the help of a command, or its manual page.", MakeHelp},
       {"completion", "Print what a shell needs to complete commands, options and values.", MakeCompletion},
   };

@@ -16,6 +16,7 @@ namespace orbmath_tool {
 namespace {
 
 constexpr const char* kImages = "is no model file, and images are opened";
+constexpr const char* kMaps = "maps are made";
 constexpr const char* kDems = "DEMs are opened";
 
 #if ORBMATH_HAS_RASTER
@@ -93,6 +94,7 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& 
   options.files = request.files;
   options.geoid = request.geoid;
   options.voidHeight = request.void_is_geoid ? 0.0 : request.void_height;
+  options.cacheBytes = request.cache_bytes;
   if (request.bicubic) options.interpolation = SatCommonUtils::THeightInterpolation::Bicubic;
   const std::string& name = request.files.front();
   SatCommonUtils::TDemSurface dem;
@@ -109,6 +111,17 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& 
   return dem.surface;
 }
 
+SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
+                                            const SatCommonUtils::TOrthoOptions& options) {
+  std::string reason;
+  const RasterFunctions* const functions = Load(kMaps, &reason);
+  if (functions == nullptr) throw Failure(problem.image + ": " + reason);
+  SatCommonUtils::TOrthoResult result = functions->orthorectify(problem, options);
+  for (const std::string& note : result.notes) Note(note);
+  if (!result) throw Failure(result.sentence);
+  return result;
+}
+
 #else
 
 bool ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions&, SatCommonUtils::TRPCFile*,
@@ -123,6 +136,11 @@ bool WriteImage(const std::string& name, const SatCommonUtils::TRPCData&, const 
 
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request) {
   throw Failure(request.files.front() + ": " + ReasonWithoutGdal(kDems));
+}
+
+SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
+                                            const SatCommonUtils::TOrthoOptions&) {
+  throw Failure(problem.image + ": " + ReasonWithoutGdal(kMaps));
 }
 
 #endif

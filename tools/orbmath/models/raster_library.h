@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "raster/ortho.h"
 #include "rpc/rpc_file.h"
 #include "terrain/height_surface.h"
 
@@ -26,10 +27,15 @@ struct DemRequest {
   std::string geoid;  ///< name, path, "none", or empty: as the files say
   bool bicubic = false;
   double void_height = std::numeric_limits<double>::quiet_NaN();  ///< in the files' own reference; NaN: voids stay
-  bool void_is_geoid = false;                                     ///< voids are at the height of the geoid
+  std::size_t cache_bytes = std::size_t(256) << 20;
+  bool void_is_geoid = false;  ///< voids are at the height of the geoid
 };
 
 /// Opens a DEM as heights above the ellipsoid; what was assumed is said on standard error. \throws Failure
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request);
+
+/// `Orthorectify` of that library; what was chosen is said on standard error. \throws Failure when there is no result
+SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
+                                            const SatCommonUtils::TOrthoOptions& options);
 
 }  // namespace orbmath_tool

@@ -22,7 +22,7 @@ void DemChoice::Declare(CommandLine& line) {
               "between the DEM's posts (default: bilinear)");
 }
 
-std::shared_ptr<const SatCommonUtils::THeightSurface> DemChoice::Open() const {
+std::shared_ptr<const SatCommonUtils::THeightSurface> DemChoice::Open(std::size_t cache_bytes) const {
   if (!IsGiven()) {
     if (!geoid_.empty() || !void_height_.empty() || interpolation_ != 0) {
       throw UsageError("--geoid, --void-height and --interpolation need --dem");
@@ -31,6 +31,7 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> DemChoice::Open() const {
   }
   DemRequest request;
   request.files = files_;
+  request.cache_bytes = cache_bytes;
   request.geoid = geoid_;
   request.bicubic = interpolation_ == 1;
   request.void_is_geoid = void_height_ == "geoid";

@@ -16,8 +16,8 @@ class DemChoice {
  public:
   void Declare(CommandLine& line);
   bool IsGiven() const { return !files_.empty(); }
-  /// Opens the DEM; null when none was given. \throws UsageError for options that need one. \throws Failure
-  std::shared_ptr<const SatCommonUtils::THeightSurface> Open() const;
+  /// Opens the DEM; null when none was given. \param cache_bytes memory for its posts. \throws UsageError for options that need one. \throws Failure
+  std::shared_ptr<const SatCommonUtils::THeightSurface> Open(std::size_t cache_bytes = std::size_t(256) << 20) const;
 
  private:
   std::vector<std::string> files_;

@@ -1,0 +1,364 @@
+// Orthoimages: tiles of the map, each computed by one thread and written in order.
+
+#include "raster/ortho.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <mutex>
+#include <thread>
+
+#include "frame/zxstd/number_text.h"
+#include "frame/zxstd/threads.h"
+#include "image_coordinates.h"
+#include "image_source.h"
+#include "map_output.h"
+#include "resampling.h"
+
+namespace SatCommonUtils {
+
+namespace {
+
+/// Side of a tile: whole blocks of the output, and of the squares in which coordinates are interpolated.
+constexpr int kTile = 512;
+/// Parts of the limit of memory: GDAL's blocks, and windows of the image of all threads together.
+constexpr std::size_t kCacheShare = 3;
+constexpr std::size_t kWindowShare = 4;
+/// A rectangle of fewer pixels is not divided further for a window that is too large.
+constexpr std::size_t kFewPixels = 256;
+
+/// GDAL's cache of blocks within its part of the limit, while this lives.
+class BlockCache {
+ public:
+  explicit BlockCache(std::size_t bytes) : previous_(GDALGetCacheMax64()) { GDALSetCacheMax64(GIntBig(bytes)); }
+  BlockCache(const BlockCache&) = delete;
+  BlockCache& operator=(const BlockCache&) = delete;
+  ~BlockCache() { GDALSetCacheMax64(previous_); }
+
+ private:
+  GIntBig previous_;
+};
+
+/// The values of a band's type: real numbers become such, and data never becomes the value of no data.
+class ValueRange {
+ public:
+  ValueRange(GDALDataType type, std::optional<double> noData) : noData_(noData) {
+    const GDALDataType real = GDALGetNonComplexDataType(type);
+    integer_ = GDALDataTypeIsInteger(real) != 0;
+    single_ = real == GDT_Float32;
+    const int bits = GDALGetDataTypeSizeBits(real);
+    const bool hasSign = GDALDataTypeIsSigned(real) != 0;
+    high_ = std::ldexp(1.0, hasSign ? bits - 1 : bits) - 1.0;
+    low_ = hasSign ? -high_ - 1.0 : 0.0;
+  }
+
+  double Empty() const { return noData_.value_or(0.0); }
+
+  /// In place: NaN is where there are no data.
+  template <class Sample>
+  void Apply(std::size_t count, Sample* values) const {
+    const auto empty = static_cast<Sample>(Empty());
+    const auto low = static_cast<Sample>(low_);
+    const auto high = static_cast<Sample>(high_);
+    const auto beside = static_cast<Sample>(Beside());
+    for (std::size_t i = 0; i < count; ++i) {
+      Sample value = values[i];
+      if (std::isnan(value)) {
+        values[i] = empty;
+        continue;
+      }
+      if (integer_) value = std::min(std::max(std::floor(value + Sample(0.5)), low), high);
+      values[i] = noData_ && value == empty ? beside : value;
+    }
+  }
+
+ private:
+  double Beside() const {
+    const double up = std::numeric_limits<double>::infinity();
+    if (integer_) return Empty() < high_ ? Empty() + 1.0 : Empty() - 1.0;
+    return single_ ? double(std::nextafter(float(Empty()), std::numeric_limits<float>::infinity()))
+                   : std::nextafter(Empty(), up);
+  }
+
+  std::optional<double> noData_;
+  bool integer_ = false;
+  bool single_ = false;
+  double low_ = 0.0;
+  double high_ = 0.0;
+};
+
+/// One run: what all tiles share.
+class OrthoRun {
+ public:
+  OrthoRun(const TOrthoProblem& problem, const TOrthoOptions& options, TOrthoResult* result)
+      : problem_(problem), options_(options), result_(result), threads_(ZxGetThreadsCount()) {}
+
+  /// \return false, and why, when the work cannot begin.
+  bool Prepare(std::string* error);
+  /// All tiles. \return how it ended.
+  TOrthoState Work(std::string* error);
+
+ private:
+  void ChooseNoData();
+  bool CreateOutput(std::string* error);
+  template <class Sample>
+  void WorkOnTiles();
+  template <class Sample>
+  bool MakeTile(int number, PixelCounts* counts);
+  template <class Sample>
+  bool Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, const double* line,
+                const double* sample, Sample* out);
+  bool Report();
+  void Fail(const std::string& why);
+
+  const TOrthoProblem& problem_;
+  const TOrthoOptions& options_;
+  TOrthoResult* result_;
+  int threads_;
+  ImageSource source_;
+  std::optional<ImageCoordinates> coordinates_;
+  std::optional<Resampler> resampler_;
+  MapOutput output_;
+  std::optional<double> noData_;
+  std::vector<ValueRange> ranges_;  ///< of the layers
+  int tileColumns_ = 0;
+  int tiles_ = 0;
+  std::atomic<int> next_{0};
+  std::atomic<bool> stop_{false};
+  std::mutex mutex_;  ///< of what follows
+  int done_ = 0;
+  bool asked_ = false;  ///< the progress handler asked for a stop
+  std::string error_;
+};
+
+bool OrthoRun::Prepare(std::string* error) {
+  if (problem_.model == nullptr || problem_.surface == nullptr) {
+    *error = "an orthoimage needs a model and a height surface";
+    return false;
+  }
+  if (!source_.Open(problem_.image, error)) return false;
+  if (!PlanMapFrame(*problem_.model, *problem_.surface, source_.Width(), source_.Height(), options_.frame,
+                    &result_->frame, &result_->notes, error)) {
+    return false;
+  }
+  coordinates_.emplace(result_->frame, *problem_.model, *problem_.surface, source_.Width(), source_.Height());
+  if (!coordinates_->Prepare(error)) return false;
+  if (options_.hidden == THiddenGround::Mask) coordinates_->MaskHidden();
+  TResampling kind = options_.resampling;
+  if (source_.HasPalette() && kind != TResampling::Nearest) {
+    kind = TResampling::Nearest;
+    result_->notes.push_back(problem_.image + ": its values are numbers of colours, so the nearest pixel is taken");
+  }
+  double alongLines, alongSamples;
+  coordinates_->GetRatios(&alongLines, &alongSamples);
+  resampler_.emplace(kind, alongLines, alongSamples);
+  ChooseNoData();
+  tileColumns_ = (result_->frame.columns - 1) / kTile + 1;
+  tiles_ = tileColumns_ * ((result_->frame.rows - 1) / kTile + 1);
+  return CreateOutput(error);
+}
+
+void OrthoRun::ChooseNoData() {
+  GDALRasterBand* const band = source_.Dataset()->GetRasterBand(1);
+  int has = 0;
+  const double own = band->GetNoDataValue(&has);
+  const bool floating = GDALDataTypeIsFloating(band->GetRasterDataType()) != 0;
+  noData_ = options_.noData;
+  if (!noData_ && has != 0) noData_ = own;
+  if (!noData_ && !source_.HasAlpha()) {
+    noData_ = floating ? std::numeric_limits<double>::quiet_NaN() : 0.0;
+    result_->notes.push_back("pixels without data get the value " +
+                             std::string(floating ? "NaN" : "0, and data of this value 1"));
+  }
+  for (const ImageLayer& layer : source_.Layers()) ranges_.emplace_back(layer.type, noData_);
+}
+
+bool OrthoRun::CreateOutput(std::string* error) {
+  MapOutputOptions options;
+  options.path = problem_.output;
+  options.format = options_.format;
+  options.creation = options_.creation;
+  options.threads = threads_;
+  GDALDataset* const from = source_.Dataset();
+  const int bands = from->GetRasterCount();
+  GDALDataType type = from->GetRasterBand(1)->GetRasterDataType();
+  for (int i = 2; i <= bands; ++i) type = GDALDataTypeUnion(type, from->GetRasterBand(i)->GetRasterDataType());
+  if (!output_.Create(options, result_->frame, bands, type, error)) return false;
+  const GdalSession session;
+  for (int i = 1; i <= bands; ++i) {
+    GDALRasterBand* const in = from->GetRasterBand(i);
+    GDALRasterBand* const out = output_.Dataset()->GetRasterBand(i);
+    if (noData_) out->SetNoDataValue(*noData_);
+    out->SetDescription(in->GetDescription());
+    out->SetColorInterpretation(in->GetColorInterpretation());
+    if (in->GetColorTable() != nullptr) out->SetColorTable(in->GetColorTable());
+    int has = 0;
+    const double scale = in->GetScale(&has);
+    if (has != 0 && scale != 1.0) out->SetScale(scale);
+    const double offset = in->GetOffset(&has);
+    if (has != 0 && offset != 0.0) out->SetOffset(offset);
+  }
+  return true;
+}
+
+void OrthoRun::Fail(const std::string& why) {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (error_.empty()) error_ = why;
+  }
+  stop_ = true;
+  output_.GiveUp();
+}
+
+/// \return false when the work shall stop.
+bool OrthoRun::Report() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  ++done_;
+  if (options_.progress != nullptr && !asked_ && !options_.progress->Progress(double(done_) / tiles_)) asked_ = true;
+  return !asked_;
+}
+
+/// The part of a tile, divided until its window of the image fits into this thread's memory.
+/// \param line, sample, out of the whole tile.
+template <class Sample>
+bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, const double* line,
+                        const double* sample, Sample* out) {
+  double first[2] = {HUGE_VAL, HUGE_VAL};
+  double last[2] = {-HUGE_VAL, -HUGE_VAL};
+  const auto offset = [&](int r) {
+    return std::size_t(part.row - tile.row + r) * std::size_t(tile.columns) + std::size_t(part.column - tile.column);
+  };
+  for (int r = 0; r < part.rows; ++r) {
+    for (std::size_t i = offset(r), end = i + std::size_t(part.columns); i < end; ++i) {
+      if (std::isnan(line[i])) continue;
+      first[0] = std::min(first[0], line[i]);
+      last[0] = std::max(last[0], line[i]);
+      first[1] = std::min(first[1], sample[i]);
+      last[1] = std::max(last[1], sample[i]);
+    }
+  }
+  if (first[0] > last[0]) {
+    for (int r = 0; r < part.rows; ++r) {
+      std::fill_n(out + offset(r), part.columns, std::numeric_limits<Sample>::quiet_NaN());
+    }
+    return true;
+  }
+  const int reach[] = {resampler_->ReachInLines() + 1, resampler_->ReachInSamples() + 1};
+  const int size[] = {source_.Height(), source_.Width()};
+  int begin[2], end[2];
+  for (int axis = 0; axis < 2; ++axis) {
+    begin[axis] = std::max(0, static_cast<int>(std::floor(first[axis])) - reach[axis]);
+    end[axis] = std::min(size[axis], static_cast<int>(std::floor(last[axis])) + reach[axis] + 2);
+  }
+  const PixelRect window = {begin[1], begin[0], end[1] - begin[1], end[0] - begin[0]};
+  const std::size_t room = options_.memoryBytes / kWindowShare / std::size_t(threads_);
+  if (window.Count() * (sizeof(Sample) + 1) > room && part.Count() > kFewPixels) {
+    PixelRect one = part;
+    PixelRect other = part;
+    const bool across = part.columns >= part.rows;
+    (across ? one.columns : one.rows) /= 2;
+    (across ? other.column : other.row) += across ? one.columns : one.rows;
+    (across ? other.columns : other.rows) -= across ? one.columns : one.rows;
+    return Resample(layer, tile, one, line, sample, out) && Resample(layer, tile, other, line, sample, out);
+  }
+  std::vector<Sample> pixels;
+  std::vector<std::uint8_t> known;
+  std::string error;
+  if (!source_.Read(layer, window, &pixels, &known, &error)) {
+    Fail(error);
+    return false;
+  }
+  const PixelWindow<Sample> there = {window, pixels.data(), known.empty() ? nullptr : known.data()};
+  for (int r = 0; r < part.rows; ++r) {
+    const std::size_t i = offset(r);
+    resampler_->Run(there, std::size_t(part.columns), line + i, sample + i, out + i);
+  }
+  return true;
+}
+
+template <class Sample>
+bool OrthoRun::MakeTile(int number, PixelCounts* counts) {
+  PixelRect tile;
+  tile.column = number % tileColumns_ * kTile;
+  tile.row = number / tileColumns_ * kTile;
+  tile.columns = std::min(kTile, result_->frame.columns - tile.column);
+  tile.rows = std::min(kTile, result_->frame.rows - tile.row);
+  const std::size_t count = tile.Count();
+  std::vector<double> line(count), sample(count);
+  coordinates_->Compute(tile, line.data(), sample.data(), counts);
+  const std::vector<ImageLayer>& layers = source_.Layers();
+  std::vector<Sample> values(count * layers.size());
+  for (std::size_t i = 0; i < layers.size(); ++i) {
+    Sample* const out = values.data() + i * count;
+    if (!Resample(layers[i], tile, tile, line.data(), sample.data(), out)) return false;
+    ranges_[i].Apply(count, out);
+  }
+  return output_.Put(number, tile, std::move(values), layers.front().complex);
+}
+
+template <class Sample>
+void OrthoRun::WorkOnTiles() {
+  PixelCounts counts;
+  try {
+    for (int number = next_++; number < tiles_ && !stop_; number = next_++) {
+      if (!MakeTile<Sample>(number, &counts)) {
+        Fail(output_.Error());
+      } else if (!Report()) {
+        stop_ = true;
+        output_.GiveUp();
+      }
+    }
+  } catch (const std::exception& lost) {
+    Fail(lost.what());
+  }
+  const std::lock_guard<std::mutex> lock(mutex_);
+  result_->filled += counts.filled;
+  result_->outside += counts.outside;
+  result_->noHeight += counts.noHeight;
+  result_->hidden += counts.hidden;
+}
+
+TOrthoState OrthoRun::Work(std::string* error) {
+  const auto work = [this] {
+    if (source_.IsNarrow()) {
+      WorkOnTiles<float>();
+    } else {
+      WorkOnTiles<double>();
+    }
+  };
+  std::vector<std::thread> others;
+  for (int i = 1; i < std::min(threads_, tiles_); ++i) others.emplace_back(work);
+  work();
+  for (std::thread& other : others) other.join();
+  if (!error_.empty()) {
+    *error = error_;
+    return TOrthoState::Failed;
+  }
+  if (asked_) return TOrthoState::Stopped;
+  return output_.Finish(error) ? TOrthoState::Done : TOrthoState::Failed;
+}
+
+}  // namespace
+
+TOrthoResult Orthorectify(const TOrthoProblem& problem, const TOrthoOptions& options) {
+  const GdalSession session;
+  const BlockCache cache(options.memoryBytes / kCacheShare);
+  TOrthoResult result;
+  std::string error;
+  OrthoRun run(problem, options, &result);
+  result.state = run.Prepare(&error) ? run.Work(&error) : TOrthoState::Failed;
+  switch (result.state) {
+    case TOrthoState::Done:
+      result.sentence = "the orthoimage is there";
+      break;
+    case TOrthoState::Stopped:
+      result.sentence = "stopped as asked for; nothing was written";
+      break;
+    default:
+      result.sentence = error;
+  }
+  return result;
+}
+
+}  // namespace SatCommonUtils

@@ -1,0 +1,67 @@
+// Transformations between plane systems, one for each thread that works.
+
+#include "plane_transformation.h"
+
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "gdal_session.h"
+
+namespace SatCommonUtils {
+
+std::shared_ptr<const PlaneTransformation> PlaneTransformation::Make(const OGRSpatialReference& from,
+                                                                     const OGRSpatialReference& to) {
+  Handle first(OGRCreateCoordinateTransformation(&from, &to));
+  if (first == nullptr) return nullptr;
+  return std::shared_ptr<const PlaneTransformation>(new PlaneTransformation(std::move(first)));
+}
+
+/// The first one always stays, as a pattern for others.
+PlaneTransformation::Handle PlaneTransformation::Take() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (free_.size() > 1) {
+    Handle transformation = std::move(free_.back());
+    free_.pop_back();
+    return transformation;
+  }
+  return Handle(free_.front()->Clone());
+}
+
+void PlaneTransformation::Run(std::size_t count, double* x, double* y) const {
+  const GdalSession session;
+  Handle transformation = Take();
+  std::vector<int> success(count, 0);
+  if (transformation != nullptr) {
+    transformation->Transform(static_cast<int>(count), x, y, nullptr, success.data());
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (success[i] == 0 || !std::isfinite(x[i]) || !std::isfinite(y[i])) {
+      x[i] = y[i] = std::numeric_limits<double>::quiet_NaN();
+    }
+  }
+  if (transformation == nullptr) return;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  free_.push_back(std::move(transformation));
+}
+
+OGRSpatialReference Wgs84() {
+  OGRSpatialReference wgs84;
+  wgs84.SetWellKnownGeogCS("WGS84");
+  wgs84.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+  return wgs84;
+}
+
+OGRSpatialReference HorizontalPart(const OGRSpatialReference& system) {
+  OGRSpatialReference plane(system);
+  if (plane.IsCompound()) plane.StripVertical();
+  plane.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+  return plane;
+}
+
+bool IsWgs84(const OGRSpatialReference& plane) {
+  const OGRSpatialReference wgs84 = Wgs84();
+  return plane.IsGeographic() && plane.IsSameGeogCS(&wgs84);
+}
+
+}  // namespace SatCommonUtils

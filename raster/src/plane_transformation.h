@@ -1,0 +1,47 @@
+#pragma once
+// PROJ's way between two reference systems, for any number of threads.
+
+#include <ogr_spatialref.h>
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace SatCommonUtils {
+
+/// Points from one plane system to another. A transformation of GDAL is one thread's at a time: those that wait are
+/// kept, and a thread that finds none makes its own.
+class PlaneTransformation {
+ public:
+  /// Null when PROJ has no way.
+  static std::shared_ptr<const PlaneTransformation> Make(const OGRSpatialReference& from,
+                                                         const OGRSpatialReference& to);
+  /// In place; NaN where there is no result.
+  void Run(std::size_t count, double* x, double* y) const;
+
+ private:
+  struct Destroy {
+    void operator()(OGRCoordinateTransformation* transformation) const {
+      OGRCoordinateTransformation::DestroyCT(transformation);
+    }
+  };
+  using Handle = std::unique_ptr<OGRCoordinateTransformation, Destroy>;
+
+  explicit PlaneTransformation(Handle first) { free_.push_back(std::move(first)); }
+  Handle Take() const;
+
+  mutable std::mutex mutex_;
+  mutable std::vector<Handle> free_;
+};
+
+/// WGS84 as longitude and latitude, in this order.
+OGRSpatialReference Wgs84();
+
+/// The horizontal part of a system, x before y.
+OGRSpatialReference HorizontalPart(const OGRSpatialReference& system);
+
+/// Whether coordinates in `plane` are longitudes and latitudes of WGS84.
+bool IsWgs84(const OGRSpatialReference& plane);
+
+}  // namespace SatCommonUtils

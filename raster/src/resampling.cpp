@@ -1,0 +1,188 @@
+// Kernels. Cubic: R. Keys, "Cubic convolution interpolation for digital image processing" (1981),
+// doi:10.1109/TASSP.1981.1163711, with a = -1/2. Lanczos: C. Duchon, "Lanczos filtering in one and two dimensions"
+// (1979), doi:10.1175/1520-0450(1979)018<1016:LFIOAT>2.0.CO;2, with three lobes, its weights brought to a sum of 1.
+
+#include "resampling.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace SatCommonUtils {
+
+namespace {
+
+/// Up to this many pixels of the image to one of the map nothing is filtered: what would alias then has few periods
+/// more than two pixels, which sensors and kernels hardly pass, and a filter would blur maps whose pixels are as large
+/// as the image's in one direction only (degrees).
+constexpr double kNotCoarser = 1.25;
+constexpr double kPi = 3.14159265358979323846;
+
+int Radius(TResampling kind) {
+  if (kind == TResampling::Nearest) return 0;
+  if (kind == TResampling::Bilinear) return 1;
+  return kind == TResampling::Cubic ? 2 : 3;
+}
+
+/// sin(pi x) for |x| <= 1/2, its series: the library function's last bit is another on other processors.
+double SinPi(double x) {
+  const double t = kPi * x;
+  const double q = t * t;
+  double sum = 1.0;
+  for (int k = 21; k > 1; k -= 2) sum = 1.0 - sum * q / (k * (k - 1));
+  return t * sum;
+}
+
+/// sin(pi x) for 0 <= x <= 3.
+double SinPiUpTo3(double x) {
+  const int turns = static_cast<int>(x + 0.5);
+  const double s = SinPi(x - turns);
+  return turns % 2 == 0 ? s : -s;
+}
+
+/// \param x distance in pixels, not negative.
+double Kernel(TResampling kind, double x) {
+  switch (kind) {
+    case TResampling::Nearest:
+      return x <= 0.5 ? 1.0 : 0.0;
+    case TResampling::Bilinear:
+      return x < 1.0 ? 1.0 - x : 0.0;
+    case TResampling::Cubic:
+      if (x < 1.0) return (1.5 * x - 2.5) * x * x + 1.0;
+      return x < 2.0 ? ((-0.5 * x + 2.5) * x - 4.0) * x + 2.0 : 0.0;
+    case TResampling::Lanczos:
+      if (x >= 3.0) return 0.0;
+      // The quotient is 1 - O(x^2): below this it is 1.
+      if (x < 1e-9) return 1.0;
+      return 3.0 * SinPiUpTo3(x) * SinPiUpTo3(x / 3.0) / (kPi * kPi * x * x);
+  }
+  return 0.0;
+}
+
+/// Cubic weights of the pixels at -1, 0, 1, 2 for a point at x between 0 and 1.
+template <class Sample>
+void CubicWeights(double x, Sample* w) {
+  w[0] = static_cast<Sample>(((-0.5 * x + 1.0) * x - 0.5) * x);
+  w[1] = static_cast<Sample>((1.5 * x - 2.5) * x * x + 1.0);
+  w[2] = static_cast<Sample>(((-1.5 * x + 2.0) * x + 0.5) * x);
+  w[3] = static_cast<Sample>((0.5 * x - 0.5) * x * x);
+}
+
+/// Four by four pixels: columns first, as a processor adds four at a time.
+template <class Sample>
+Sample Cubic4x4(const Sample* pixels, std::ptrdiff_t stride, double x, double y) {
+  Sample wx[4], wy[4], sum[4];
+  CubicWeights(x, wx);
+  CubicWeights(y, wy);
+  for (int c = 0; c < 4; ++c) sum[c] = wy[0] * pixels[c];
+  for (int r = 1; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c) sum[c] += wy[r] * pixels[r * stride + c];
+  }
+  return (wx[0] * sum[0] + wx[1] * sum[1]) + (wx[2] * sum[2] + wx[3] * sum[3]);
+}
+
+template <class Sample>
+Sample Bilinear2x2(const Sample* pixels, std::ptrdiff_t stride, double x, double y) {
+  const auto fx = static_cast<Sample>(x);
+  const auto fy = static_cast<Sample>(y);
+  const Sample above = pixels[0] + fx * (pixels[1] - pixels[0]);
+  const Sample below = pixels[stride] + fx * (pixels[stride + 1] - pixels[stride]);
+  return above + fy * (below - above);
+}
+
+}  // namespace
+
+Resampler::Resampler(TResampling kind, double alongLines, double alongSamples) : kind_(kind) {
+  const double ratios[] = {alongLines, alongSamples};
+  for (int axis = 0; axis < 2; ++axis) {
+    const bool coarser = kind != TResampling::Nearest && ratios[axis] > kNotCoarser;
+    scale_[axis] = coarser ? ratios[axis] : 1.0;
+    wider_ = wider_ || coarser;
+    reach_[axis] = static_cast<int>(std::ceil(Radius(kind) * scale_[axis]));
+  }
+}
+
+/// Weights of the pixels from `*begin` on that the kernel about `at` reaches between `first` and `last`.
+/// \return how many.
+int Resampler::Weights(TResampling kind, int axis, double at, int first, int last, double* weights, int* begin) const {
+  const double scale = scale_[axis];
+  const int reach = reach_[axis];
+  const int middle = static_cast<int>(std::floor(at));
+  *begin = std::max(first, middle - reach);
+  const int end = std::min(last, middle + reach + 1);
+  for (int i = *begin; i <= end; ++i) weights[i - *begin] = Kernel(kind, std::fabs(i - at) / scale);
+  return end - *begin + 1;
+}
+
+/// Any place and any width: at the image's edge and beside pixels without data, the bilinear kernel over what is there.
+template <class Sample>
+Sample Resampler::General(const PixelWindow<Sample>& window, double line, double sample) const {
+  const PixelRect& rect = window.rect;
+  thread_local std::vector<double> weights;
+  const std::size_t most = 2 * std::size_t(std::max(reach_[0], reach_[1])) + 4;
+  weights.resize(2 * most);
+  double* const rows = weights.data();
+  double* const columns = rows + most;
+  for (const TResampling kind : {kind_, TResampling::Bilinear}) {
+    int row, column;
+    const int rowCount = Weights(kind, 0, line, rect.row, rect.row + rect.rows - 1, rows, &row);
+    const int columnCount = Weights(kind, 1, sample, rect.column, rect.column + rect.columns - 1, columns, &column);
+    double sum = 0.0;
+    double all = 0.0;
+    bool complete = true;
+    for (int r = 0; r < rowCount; ++r) {
+      const std::size_t from =
+          std::size_t(row + r - rect.row) * std::size_t(rect.columns) + std::size_t(column - rect.column);
+      for (int c = 0; c < columnCount; ++c) {
+        const double weight = rows[r] * columns[c];
+        if (weight == 0.0) continue;
+        if (window.known != nullptr && window.known[from + std::size_t(c)] == 0) {
+          complete = false;
+          continue;
+        }
+        sum += weight * double(window.pixels[from + std::size_t(c)]);
+        all += weight;
+      }
+    }
+    const auto whole = [](int begin, int count, double at, int reach) {
+      return begin <= std::ceil(at - reach) && begin + count - 1 >= std::floor(at + reach);
+    };
+    complete = complete && whole(row, rowCount, line, reach_[0]) && whole(column, columnCount, sample, reach_[1]);
+    if (complete || kind == TResampling::Bilinear) return static_cast<Sample>(sum / all);
+  }
+  return std::numeric_limits<Sample>::quiet_NaN();
+}
+
+template <class Sample>
+void Resampler::Run(const PixelWindow<Sample>& window, std::size_t count, const double* line, const double* sample,
+                    Sample* out) const {
+  const PixelRect& rect = window.rect;
+  const std::ptrdiff_t stride = rect.columns;
+  const bool plain = window.known == nullptr && !wider_;
+  const int before = kind_ == TResampling::Cubic ? 1 : 0;
+  const int behind = kind_ == TResampling::Cubic ? 2 : 1;
+  const bool fast = plain && (kind_ == TResampling::Cubic || kind_ == TResampling::Bilinear);
+  for (std::size_t i = 0; i < count; ++i) {
+    out[i] = std::numeric_limits<Sample>::quiet_NaN();
+    if (std::isnan(line[i])) continue;
+    const double l = line[i] - rect.row;
+    const double s = sample[i] - rect.column;
+    // Above -0.5, or the point would lie outside the image; truncation is towards 0 there.
+    const int row = static_cast<int>(l);
+    const int column = static_cast<int>(s);
+    if (fast && l >= before && s >= before && row + behind < rect.rows && column + behind < rect.columns) {
+      const Sample* const pixels = window.pixels + (row - before) * stride + (column - before);
+      out[i] = kind_ == TResampling::Cubic ? Cubic4x4(pixels, stride, s - column, l - row)
+                                           : Bilinear2x2(pixels, stride, s - column, l - row);
+      continue;
+    }
+    const std::ptrdiff_t nearest = static_cast<int>(l + 0.5) * stride + static_cast<int>(s + 0.5);
+    if (window.known != nullptr && window.known[nearest] == 0) continue;
+    out[i] = kind_ == TResampling::Nearest ? window.pixels[nearest] : General(window, line[i], sample[i]);
+  }
+}
+
+template void Resampler::Run(const PixelWindow<float>&, std::size_t, const double*, const double*, float*) const;
+template void Resampler::Run(const PixelWindow<double>&, std::size_t, const double*, const double*, double*) const;
+
+}  // namespace SatCommonUtils

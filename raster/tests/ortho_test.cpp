@@ -1,0 +1,454 @@
+// Orthoimages: against an independent program where the machine has its results, and on scenes made here, whose grey
+// values say where they come from.
+
+#include "raster/ortho.h"
+
+#include <gdal_priv.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "frame/zxstd/threads.h"
+#include "raster/height_files.h"
+#include "raster/image_model.h"
+#include "rpc/image_window.h"
+#include "rpc/models.h"
+#include "support/real_data.h"
+#include "terrain/scenes.h"
+#include "terrain/terrain_locator.h"
+
+namespace SatCommonUtils {
+namespace {
+
+namespace fs = std::filesystem;
+using orbmath_test::kNaN;
+
+/// Bands of pixels in memory, row by row.
+struct Pixels {
+  int width = 0;
+  int height = 0;
+  std::vector<std::vector<double>> bands;
+
+  double At(int band, int column, int row) const {
+    return bands[std::size_t(band)][std::size_t(row) * std::size_t(width) + std::size_t(column)];
+  }
+};
+
+void Save(const std::string& path, const Pixels& image, GDALDataType type, std::optional<double> noData = {}) {
+  GDALAllRegister();
+  GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+  GDALDataset* const file =
+      driver->Create(path.c_str(), image.width, image.height, int(image.bands.size()), type, nullptr);
+  for (std::size_t i = 0; i < image.bands.size(); ++i) {
+    GDALRasterBand* const band = file->GetRasterBand(int(i) + 1);
+    if (noData) band->SetNoDataValue(*noData);
+    ASSERT_EQ(band->RasterIO(GF_Write, 0, 0, image.width, image.height, const_cast<double*>(image.bands[i].data()),
+                             image.width, image.height, GDT_Float64, 0, 0, nullptr),
+              CE_None);
+  }
+  GDALClose(file);
+}
+
+Pixels Load(const std::string& path) {
+  GDALAllRegister();
+  Pixels image;
+  auto* const file = static_cast<GDALDataset*>(GDALOpen(path.c_str(), GA_ReadOnly));
+  if (file == nullptr) return image;
+  image.width = file->GetRasterXSize();
+  image.height = file->GetRasterYSize();
+  for (int i = 1; i <= file->GetRasterCount(); ++i) {
+    image.bands.emplace_back(std::size_t(image.width) * std::size_t(image.height));
+    EXPECT_EQ(file->GetRasterBand(i)->RasterIO(GF_Read, 0, 0, image.width, image.height, image.bands.back().data(),
+                                               image.width, image.height, GDT_Float64, 0, 0, nullptr),
+              CE_None);
+  }
+  GDALClose(file);
+  return image;
+}
+
+/// A folder of its own for each test.
+class Ortho : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::path(::testing::TempDir()) /
+              ("ortho_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+    fs::remove_all(folder_);
+    fs::create_directories(folder_);
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+
+  int FilesThere() const {
+    int count = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder_)) ++count;
+    return count;
+  }
+
+  /// Runs, expects success, and gives the pixels.
+  Pixels Run(const TRPC& model, const THeightSurface& surface, const TOrthoOptions& options,
+             TOrthoResult* result = nullptr) const {
+    const TOrthoResult made = Orthorectify({Path("image.tif"), Path("ortho.tif"), &model, &surface}, options);
+    EXPECT_TRUE(made) << made.sentence;
+    if (result != nullptr) *result = made;
+    return Load(Path("ortho.tif"));
+  }
+
+  fs::path folder_;
+};
+
+class WithOrthoData : public Ortho {
+ protected:
+  void SetUp() override {
+    Ortho::SetUp();
+    if (!std::ifstream(Data("expected.json"))) GTEST_SKIP() << "no folder 'ortho' with images beside ORBMATH_TEST_DATA";
+  }
+  static std::string Data(const std::string& name) { return orbmath_test::RealDataPath("../ortho/" + name); }
+};
+
+TEST_F(WithOrthoData, PixelsAreThoseOfAnIndependentProgram) {
+  struct Case {
+    const char* expected;
+    TResampling resampling;
+    const char* crs;
+    double resolution;
+    TMapBounds bounds;
+    double mostDifferent;  ///< share of pixels that differ at all: ties of rounding
+    double largest;        ///< two pixels inside the image
+  };
+  const TMapBounds plane = {675190.0, 4897030.0, 675550.0, 4897380.0};
+  const Case cases[] = {
+      {"ortho_near.tif", TResampling::Nearest, "EPSG:32631", 2.0, plane, 1e-4, 200.0},
+      {"ortho_bilinear.tif", TResampling::Bilinear, "EPSG:32631", 2.0, plane, 1e-3, 1.0},
+      {"ortho_cubic.tif", TResampling::Cubic, "EPSG:32631", 2.0, plane, 1e-3, 1.0},
+      {"ortho_geographic_bilinear.tif",
+       TResampling::Bilinear,
+       "EPSG:4326",
+       2e-5,
+       {5.19, 44.2035, 5.1985, 44.2105},
+       1e-3,
+       1.0},
+  };
+  TRPCFile file;
+  ASSERT_TRUE(ReadImageModel(Data("color_band1.tif"), {}, &file, nullptr));
+  const TRPC model(file.record);
+  TDemSurface dem;
+  ASSERT_TRUE(OpenDem({{Data("dem_ellipsoidal.tif")}, "none"}, &dem, nullptr));
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.expected);
+    TOrthoOptions options;
+    options.frame.crs = c.crs;
+    options.frame.resolution = c.resolution;
+    options.frame.bounds = c.bounds;
+    options.resampling = c.resampling;
+    const TOrthoResult result =
+        Orthorectify({Data("color_band1.tif"), Path("o.tif"), &model, dem.surface.get()}, options);
+    ASSERT_TRUE(result) << result.sentence;
+    const Pixels ours = Load(Path("o.tif"));
+    const Pixels theirs = Load(Data(c.expected));
+    ASSERT_EQ(ours.width, theirs.width);
+    ASSERT_EQ(ours.height, theirs.height);
+    int different = 0;
+    double largest = 0.0;
+    for (std::size_t i = 0; i < ours.bands[0].size(); ++i) {
+      const double difference = std::fabs(ours.bands[0][i] - theirs.bands[0][i]);
+      different += difference > 0.0 ? 1 : 0;
+      largest = std::fmax(largest, difference);
+    }
+    EXPECT_LE(different, c.mostDifferent * double(result.filled));
+    EXPECT_LE(largest, c.largest);
+  }
+}
+
+/// The middle of a tilted model, in pixels of some two metres.
+TRPC SmallModel() {
+  TRPCData record;
+  orbmath_test::TiltedModel(0.5, 1e-3).GetRPCData(&record);
+  EXPECT_TRUE(CropRPC(record, {4400.0, 3500.0, 0.25}, &record));
+  return TRPC(record);
+}
+
+TOrthoOptions DegreesOptions(TResampling resampling) {
+  TOrthoOptions options;
+  options.frame.crs = "EPSG:4326";
+  options.resampling = resampling;
+  return options;
+}
+
+TEST_F(Ortho, WhatIsPaintedOnTheGroundComesBackInItsPlace) {
+  const TRPC model = SmallModel();
+  const orbmath_test::Formula surface(
+      [](double lat, double lon) { return 900.0 + 90.0 * std::sin(lon * 900.0) * std::cos(lat * 1100.0); }, 1.3e5);
+  // Each pixel holds the latitude and longitude that it sees, in units of some two metres, which a pixel is.
+  constexpr double kUnit = 2e-5;
+  Pixels image = {331, 257, {}};
+  image.bands.assign(2, std::vector<double>(std::size_t(image.width) * std::size_t(image.height)));
+  const TTerrainLocator locator(model, surface);
+  for (int row = 0; row < image.height; ++row) {
+    for (int column = 0; column < image.width; ++column) {
+      const TTerrainSolution ground = locator.Locate(row, column);
+      ASSERT_TRUE(ground);
+      const std::size_t at = std::size_t(row) * std::size_t(image.width) + std::size_t(column);
+      image.bands[0][at] = (ground.lat - 45.0) / kUnit;
+      image.bands[1][at] = (ground.lon - 7.0) / kUnit;
+    }
+  }
+  Save(Path("image.tif"), image, GDT_Float64);
+  for (const char* crs : {"EPSG:4326", "EPSG:32632", "EPSG:3035"}) {
+    SCOPED_TRACE(crs);
+    TOrthoOptions options = DegreesOptions(TResampling::Bilinear);
+    options.frame.crs = crs;
+    TOrthoResult result;
+    const Pixels ortho = Run(model, surface, options, &result);
+    EXPECT_GT(result.filled, 60000);
+    OGRSpatialReference plane, wgs84;
+    plane.SetFromUserInput(crs);
+    wgs84.SetWellKnownGeogCS("WGS84");
+    plane.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    wgs84.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    const std::unique_ptr<OGRCoordinateTransformation> toGround(OGRCreateCoordinateTransformation(&plane, &wgs84));
+    const double* const t = result.frame.transform;
+    double worst = 0.0;
+    std::int64_t seen = 0;
+    for (int row = 0; row < ortho.height; ++row) {
+      for (int column = 0; column < ortho.width; ++column) {
+        if (std::isnan(ortho.At(0, column, row))) continue;
+        ++seen;
+        double lon = t[0] + (column + 0.5) * t[1];
+        double lat = t[3] + (row + 0.5) * t[5];
+        ASSERT_TRUE(toGround->Transform(1, &lon, &lat));
+        double line, sample;
+        model.CalculateLineSample(lat, lon, surface.GetHeight(lat, lon), &line, &sample, nullptr, nullptr);
+        // The outer half pixel has nothing to interpolate to.
+        const bool inside = line >= 0.0 && line <= image.height - 1 && sample >= 0.0 && sample <= image.width - 1;
+        const double off =
+            std::hypot(ortho.At(0, column, row) - (lat - 45.0) / kUnit, ortho.At(1, column, row) - (lon - 7.0) / kUnit);
+        if (inside) worst = std::fmax(worst, off);
+        EXPECT_LT(off, 1.0);
+      }
+    }
+    EXPECT_EQ(seen, result.filled);
+    EXPECT_LT(worst, 0.05);
+  }
+}
+
+/// A model whose pixels are 1e-4 degrees: sample = 2000 + 1e4 (lon - 7), line = 1000 - 1e4 (lat - 45), at any height.
+TRPC PlainModel() {
+  TRPCData record;
+  orbmath_test::TiltedModel(0.0).GetRPCData(&record);
+  record.lineOffset = 1000.0;
+  record.lineScale = 1000.0;
+  record.latScale = 0.1;
+  record.sampOffset = 2000.0;
+  record.sampScale = 2000.0;
+  record.longScale = 0.2;
+  EXPECT_TRUE(CropRPC(record, {1000.5 - 1.0, 2000.5 - 1.0, 1.0}, &record));
+  return TRPC(record);
+}
+
+/// A frame of pixels of 1e-4 degrees whose first one lies `columns` and `rows` right of and below the image's first.
+TOrthoOptions PlainFrame(TResampling resampling, double columns, double rows, int width, int height,
+                         double size = 1.0) {
+  TOrthoOptions options = DegreesOptions(resampling);
+  const double west = 7.0 + 1e-4 * (columns - 0.5 - 0.5);
+  const double north = 45.0 - 1e-4 * (rows - 0.5 - 0.5);
+  options.frame.resolution = 1e-4 * size;
+  options.frame.bounds = TMapBounds{west, north - 1e-4 * size * height, west + 1e-4 * size * width, north};
+  return options;
+}
+
+/// 9 x 7 pixels with unequal values.
+Pixels Grey() {
+  Pixels image = {9, 7, {{}}};
+  for (int row = 0; row < 7; ++row) {
+    for (int column = 0; column < 9; ++column) {
+      image.bands[0].push_back(100.0 + 13.0 * row + 7.0 * column + (row * column) % 5);
+    }
+  }
+  return image;
+}
+
+TEST_F(Ortho, HalfPixelsAreRightAtEveryEdge) {
+  const TRPC model = PlainModel();
+  const TConstantHeight flat(300.0);
+  const Pixels image = Grey();
+  Save(Path("image.tif"), image, GDT_Byte);
+  for (const TResampling kind :
+       {TResampling::Nearest, TResampling::Bilinear, TResampling::Cubic, TResampling::Lanczos}) {
+    // Pixel on pixel, with two more around: every kernel gives the image back, and nothing around it.
+    const Pixels same = Run(model, flat, PlainFrame(kind, -2.0 + 1e-7, -2.0 + 1e-7, 13, 11));
+    ASSERT_EQ(same.width, 13);
+    for (int row = 0; row < 11; ++row) {
+      for (int column = 0; column < 13; ++column) {
+        const bool inside = row >= 2 && row < 9 && column >= 2 && column < 11;
+        EXPECT_EQ(same.At(0, column, row), inside ? image.At(0, column - 2, row - 2) : 0.0)
+            << int(kind) << " " << column << " " << row;
+      }
+    }
+  }
+  // The outer half pixel belongs to the image: 0.45 to the left of and above the first centre is there, 0.55 is not.
+  EXPECT_EQ(Run(model, flat, PlainFrame(TResampling::Bilinear, -0.45, -0.45, 1, 1)).At(0, 0, 0), 100.0);
+  EXPECT_EQ(Run(model, flat, PlainFrame(TResampling::Bilinear, -0.55, 0.0, 1, 1)).At(0, 0, 0), 0.0);
+  EXPECT_EQ(Run(model, flat, PlainFrame(TResampling::Cubic, 8.45, 6.45, 1, 1)).At(0, 0, 0), image.At(0, 8, 6));
+  EXPECT_EQ(Run(model, flat, PlainFrame(TResampling::Cubic, 8.0, 6.55, 1, 1)).At(0, 0, 0), 0.0);
+  // Between pixels: the mean of four, and Keys' weights (-1, 9, 9, -1) / 16 both ways.
+  const Pixels middle = Run(model, flat, PlainFrame(TResampling::Bilinear, 3.5, 2.5, 1, 1));
+  EXPECT_EQ(middle.At(0, 0, 0),
+            std::floor((image.At(0, 3, 2) + image.At(0, 4, 2) + image.At(0, 3, 3) + image.At(0, 4, 3)) / 4.0 + 0.5));
+  const double weights[] = {-0.0625, 0.5625, 0.5625, -0.0625};
+  double keys = 0.0;
+  for (int i = 0; i < 16; ++i) keys += weights[i / 4] * weights[i % 4] * image.At(0, 2 + i % 4, 1 + i / 4);
+  EXPECT_EQ(Run(model, flat, PlainFrame(TResampling::Cubic, 3.5, 2.5, 1, 1)).At(0, 0, 0), std::floor(keys + 0.5));
+}
+
+TEST_F(Ortho, PixelsWithoutDataAndVoidsStayEmptyAndNothingElseDoes) {
+  const TRPC model = PlainModel();
+  Pixels image = Grey();
+  image.bands[0][3 * 9 + 4] = 77.0;  // no data in the middle
+  image.bands[0][0] = 5.0;
+  Save(Path("image.tif"), image, GDT_UInt16, 77.0);
+  const TConstantHeight flat(300.0);
+  TOrthoOptions options = PlainFrame(TResampling::Cubic, 0.2, 0.2, 8, 6);
+  TOrthoResult result;
+  const Pixels ortho = Run(model, flat, options, &result);
+  EXPECT_EQ(result.filled, 48);
+  for (int row = 0; row < 6; ++row) {
+    for (int column = 0; column < 8; ++column) {
+      const bool lost = row == 3 && column == 4;
+      EXPECT_EQ(ortho.At(0, column, row) == 77.0, lost) << column << " " << row;
+      // Its neighbours are made of what there is, and stay between their own neighbours.
+      if (lost || row + column == 0) continue;
+      EXPECT_NEAR(ortho.At(0, column, row), image.At(0, column, row), 16.0);
+    }
+  }
+  // Data of the value that stands for none become the next.
+  options = PlainFrame(TResampling::Nearest, 0.0, 0.0, 9, 7);
+  options.noData = 5.0;
+  const Pixels moved = Run(model, flat, options);
+  EXPECT_EQ(moved.At(0, 0, 0), 6.0);
+  EXPECT_EQ(moved.At(0, 4, 3), 5.0);
+  // A void of the terrain over the right half.
+  const orbmath_test::Formula half([](double, double lon) { return lon < 7.0004 ? 300.0 : kNaN; }, 0.0);
+  options = PlainFrame(TResampling::Bilinear, 0.0, 0.0, 9, 7);
+  const Pixels voids = Run(model, half, options, &result);
+  EXPECT_EQ(result.noHeight, 4 * 7);
+  EXPECT_EQ(voids.At(0, 4, 1), image.At(0, 4, 1));
+  EXPECT_EQ(voids.At(0, 5, 1), 77.0);
+}
+
+TEST_F(Ortho, CoarserMapsTakeInEveryPixel) {
+  const TRPC model = PlainModel();
+  const TConstantHeight flat(300.0);
+  // Columns of 10 and 250 in turn: without a filter a map of every fourth pixel is one of them alone.
+  Pixels image = {64, 48, {{}}};
+  for (int i = 0; i < 64 * 48; ++i) image.bands[0].push_back(i % 2 == 0 ? 10.0 : 250.0);
+  Save(Path("image.tif"), image, GDT_Byte);
+  for (const TResampling kind : {TResampling::Bilinear, TResampling::Cubic, TResampling::Lanczos}) {
+    const Pixels coarse = Run(model, flat, PlainFrame(kind, 0.0, 0.0, 16, 12, 4.0));
+    for (int row = 3; row < 9; ++row) {
+      for (int column = 3; column < 13; ++column) EXPECT_NEAR(coarse.At(0, column, row), 130.0, 6.0) << int(kind);
+    }
+  }
+}
+
+TEST_F(Ortho, ThreadsAndMemoryDoNotChangeThePixels) {
+  const TRPC model = SmallModel();
+  const orbmath_test::Formula surface([](double lat, double) { return 900.0 + 3e4 * (lat - 45.0); }, 4e4);
+  Pixels image = {331, 257, {}};
+  for (int band = 0; band < 3; ++band) {
+    image.bands.emplace_back();
+    for (int i = 0; i < image.width * image.height; ++i) image.bands.back().push_back((i * (7 + band)) % 251 + 1);
+  }
+  Save(Path("image.tif"), image, GDT_Byte);
+  TOrthoOptions options;
+  options.frame.resolution = 0.5;
+  std::vector<Pixels> made;
+  for (const int threads : {1, 3}) {
+    const TZxThreadsScope scope(threads);
+    options.memoryBytes = threads == 1 ? 512u << 20 : 100000u;
+    made.push_back(Run(model, surface, options));
+  }
+  ASSERT_GT(made[0].width, 1024);
+  EXPECT_EQ(made[0].bands, made[1].bands);
+}
+
+/// Stops at the third call.
+class Stopper final : public TZxProgressHandler {
+ public:
+  bool Progress(double) override { return ++calls_ < 3; }
+
+ private:
+  int calls_ = 0;
+};
+
+TEST_F(Ortho, ComesWholeOrNotAtAll) {
+  const TRPC model = SmallModel();
+  const TConstantHeight flat(900.0);
+  Pixels image = {331, 257, {std::vector<double>(331 * 257, 9.0)}};
+  Save(Path("image.tif"), image, GDT_UInt16);
+  std::ofstream(Path("ortho.tif")) << "old";
+  const TOrthoProblem problem = {Path("image.tif"), Path("ortho.tif"), &model, &flat};
+  TOrthoOptions options;
+  options.frame.resolution = 0.5;
+  Stopper stopper;
+  options.progress = &stopper;
+  EXPECT_EQ(Orthorectify(problem, options).state, TOrthoState::Stopped);
+  options.progress = nullptr;
+  // No file may get larger than this: the disk is full.
+  struct rlimit before {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  const struct rlimit small = {300000, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &small);
+  const TOrthoResult full = Orthorectify(problem, options);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(full.state, TOrthoState::Failed) << full.sentence;
+  EXPECT_EQ(fs::file_size(Path("ortho.tif")), 3u);
+  EXPECT_EQ(FilesThere(), 2);
+  EXPECT_EQ(Orthorectify({Path("none.tif"), Path("ortho.tif"), &model, &flat}, options).state, TOrthoState::Failed);
+  EXPECT_EQ(Orthorectify({Path("image.tif"), Path("no/ortho.tif"), &model, &flat}, options).state, TOrthoState::Failed);
+  // A format that is written by copying, and one of two files.
+  for (const char* format : {"COG", "ENVI"}) {
+    options.format = format;
+    options.frame.resolution = 5.0;
+    const TOrthoResult made = Orthorectify(problem, options);
+    EXPECT_TRUE(made) << made.sentence;
+    EXPECT_EQ(Load(Path("ortho.tif")).width, made.frame.columns) << format;
+  }
+  EXPECT_EQ(FilesThere(), 4) << "image, ortho, the latter's header and auxiliary file";
+}
+
+TEST_F(Ortho, MasksWhatTerrainHides) {
+  const TRPC model = PlainModel();
+  TRPCData record;
+  model.GetRPCData(&record);
+  record.sampNumCoef[3] = -0.005;  // a metre of height moves the sample by -0.01 pixels
+  const TRPC oblique(record);
+  // A wall of 400 m, 4 pixels of the image; the sensor looks from the east, where it is high.
+  const orbmath_test::Formula wall([](double, double lon) { return lon < 7.001 ? 1000.0 : 1400.0; }, 1e9);
+  Pixels image = {40, 7, {std::vector<double>(40 * 7, 50.0)}};
+  Save(Path("image.tif"), image, GDT_Byte);
+  TOrthoOptions options = PlainFrame(TResampling::Nearest, 0.0, 0.0, 30, 7);
+  TOrthoResult keep, mask;
+  Run(oblique, wall, options, &keep);
+  options.hidden = THiddenGround::Mask;
+  const Pixels ortho = Run(oblique, wall, options, &mask);
+  EXPECT_EQ(keep.hidden, 0);
+  EXPECT_EQ(mask.filled + mask.hidden, keep.filled);
+  for (int row = 0; row < 7; ++row) {
+    for (int column = 0; column < 30; ++column) {
+      // Pixel 10 lies on the wall's edge.
+      if (column < 5 || (column > 6 && column < 10)) {
+        EXPECT_EQ(ortho.At(0, column, row), column < 5 ? 50.0 : 0.0) << column;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace SatCommonUtils
