@@ -28,17 +28,18 @@ PlaneTransformation::Handle PlaneTransformation::Take() const {
   return Handle(free_.front()->Clone());
 }
 
-void PlaneTransformation::Run(std::size_t count, double* x, double* y) const {
+void PlaneTransformation::Run(std::size_t count, double* x, double* y, double* z) const {
   const GdalSession session;
   Handle transformation = Take();
   std::vector<int> success(count, 0);
   if (transformation != nullptr) {
-    transformation->Transform(static_cast<int>(count), x, y, nullptr, success.data());
+    transformation->Transform(static_cast<int>(count), x, y, z, success.data());
   }
   for (std::size_t i = 0; i < count; ++i) {
-    if (success[i] == 0 || !std::isfinite(x[i]) || !std::isfinite(y[i])) {
-      x[i] = y[i] = std::numeric_limits<double>::quiet_NaN();
-    }
+    const bool good = success[i] != 0 && std::isfinite(x[i]) && std::isfinite(y[i]);
+    if (good && (z == nullptr || std::isfinite(z[i]))) continue;
+    x[i] = y[i] = std::numeric_limits<double>::quiet_NaN();
+    if (z != nullptr) z[i] = x[i];
   }
   if (transformation == nullptr) return;
   const std::lock_guard<std::mutex> lock(mutex_);

@@ -17,8 +17,8 @@ class PlaneTransformation {
   /// Null when PROJ has no way.
   static std::shared_ptr<const PlaneTransformation> Make(const OGRSpatialReference& from,
                                                          const OGRSpatialReference& to);
-  /// In place; NaN where there is no result.
-  void Run(std::size_t count, double* x, double* y) const;
+  /// In place; NaN where there is no result. \param z heights that go along, or null.
+  void Run(std::size_t count, double* x, double* y, double* z = nullptr) const;
 
  private:
   struct Destroy {

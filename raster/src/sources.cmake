@@ -11,6 +11,7 @@ target_sources(OrbmathRaster PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/ortho.cpp
   ${CMAKE_CURRENT_LIST_DIR}/plane_transformation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/resampling.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/reference_system.cpp
   ${CMAKE_CURRENT_LIST_DIR}/tiff_model.cpp
   ${CMAKE_CURRENT_LIST_DIR}/tool_functions.cpp
 )

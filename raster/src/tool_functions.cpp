@@ -6,8 +6,12 @@
 #include "version.h"
 
 const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions() {
-  static constexpr SatCommonUtils::RasterFunctions kFunctions = {
-      ORBMATH_VERSION, &SatCommonUtils::ReadImageModel, &SatCommonUtils::WriteImageModel, &SatCommonUtils::OpenDem,
-      &SatCommonUtils::Orthorectify};
+  static constexpr SatCommonUtils::RasterFunctions kFunctions = {ORBMATH_VERSION,
+                                                                 &SatCommonUtils::ReadImageModel,
+                                                                 &SatCommonUtils::WriteImageModel,
+                                                                 &SatCommonUtils::OpenDem,
+                                                                 &SatCommonUtils::Orthorectify,
+                                                                 &SatCommonUtils::OpenGeoid,
+                                                                 &SatCommonUtils::OpenReferenceSystem};
   return &kFunctions;
 }

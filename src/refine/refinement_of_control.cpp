@@ -8,6 +8,7 @@
 
 #include "frame/zxstd/text.h"
 #include "refine/refinement_fit.h"
+#include "refine/refinement_kinds.h"
 #include "rpc/rpc_boxes.h"
 
 namespace SatCommonUtils {
@@ -57,19 +58,28 @@ TLimits LimitsOf(const TRPC& model, const TRefinementFitOptions& options) {
   return limits;
 }
 
+/// Whether a correction mirrors the image, as no sensor does it, but exchanged columns do.
+bool IsMirrored(const TRefinementFit& fit) {
+  const matr3x3 matrix = FindRefinementKind(fit.type)->matrixOf(*fit.data);
+  return matrix[0][0] * matrix[1][1] - matrix[0][1] * matrix[1][0] < 0.0;
+}
+
 bool IsReasonable(const TRefinementFit& fit, const TLimits& limits) {
-  return fit.success && fit.rmsAfter <= limits.misfit && fit.rmsBefore <= limits.correction;
+  return fit.success && fit.rmsAfter <= limits.misfit && fit.rmsBefore <= limits.correction &&
+         (std::isinf(limits.correction) || !IsMirrored(fit));
 }
 
 /// Why a fit is beyond reason, and which other reading is not.
 std::string ReasonOf(const TRefinementFit& fit, const TLimits& limits, const std::vector<TReading>& others,
                      const TRefinementFitOptions& options) {
-  const bool far = fit.rmsBefore > limits.correction;
+  const bool mirrored = fit.rmsAfter <= limits.misfit && IsMirrored(fit);
+  const bool far = mirrored || fit.rmsBefore > limits.correction;
   const double misfit = far ? fit.rmsBefore : fit.rmsAfter;
   std::string reason = Zentarix::ssprintf(
       "the points miss the model by %.4lg pixels (%.4lg m) %s its correction, which is "
       "beyond reason",
       misfit, misfit * limits.meters_per_pixel, far ? "before" : "after");
+  if (mirrored) reason += ": it would mirror the image";
   const TReading* best = nullptr;
   double least = kExplains * misfit;
   for (const TReading& other : others) {

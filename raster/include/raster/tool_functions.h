@@ -6,11 +6,14 @@
 
 #include <orbmath/rpc/rpc_file.h>
 
+#include <cstddef>
+#include <memory>
 #include <string>
 
 #include "api.h"
 #include "height_files.h"
 #include "ortho.h"
+#include "reference_system.h"
 
 namespace SatCommonUtils {
 
@@ -22,6 +25,9 @@ struct RasterFunctions {
                           TRPCFileError*);                                   ///< WriteImageModel.
   bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);           ///< OpenDem.
   TOrthoResult (*orthorectify)(const TOrthoProblem&, const TOrthoOptions&);  ///< Orthorectify.
+  std::shared_ptr<const THeightSurface> (*openGeoid)(const std::string&, std::size_t, std::string*);  ///< OpenGeoid.
+  std::shared_ptr<const TReferenceSystem> (*openReferenceSystem)(const std::string&,
+                                                                 std::string*);  ///< OpenReferenceSystem.
 };
 
 /// Name of the one symbol to look up, whose type is `const RasterFunctions* (*)()`.

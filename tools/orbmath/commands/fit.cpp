@@ -9,8 +9,8 @@
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model.h"
+#include "points/control_table.h"
 #include "points/point_options.h"
-#include "points/point_table.h"
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
 #include "report/fixed_digits.h"
@@ -30,9 +30,6 @@ using SatCommonUtils::TWrittenModel;
 
 namespace {
 
-/// The columns of the table, by their numbers.
-enum Column : std::size_t { kColumnLat, kColumnLon, kColumnHeight, kColumnLine, kColumnSample, kColumnSigma };
-
 constexpr std::size_t kWorstPoints = 5;
 
 /// The points of a table, those of the fit apart from those that check it.
@@ -45,23 +42,21 @@ struct FitPoints {
 };
 
 /// Longitudes come in the turn of the first one: points on both sides of the antimeridian lie side by side.
-/// \param shift where line and sample count from. \param check_every each such point is kept for checking, 0 for none.
-FitPoints SplitPoints(const PointTable& table, double shift, std::size_t check_every) {
+/// \param check_every each such point is kept for checking, 0 for none but those whose role it is.
+FitPoints SplitPoints(const ControlTable& control, std::size_t check_every) {
   FitPoints points;
-  for (std::size_t row = 0; row < table.size(); ++row) {
-    const double lon = table.Values(kColumnLon)[row];
-    const double turns = std::round((lon - table.Values(kColumnLon)[0]) / 360.0);
-    const TRPCEstimationPoint point{table.Values(kColumnLat)[row], lon - 360.0 * turns,
-                                    table.Values(kColumnHeight)[row], table.Values(kColumnLine)[row] - shift,
-                                    table.Values(kColumnSample)[row] - shift};
-    if (check_every > 0 && row % check_every == check_every - 1) {
+  const GroundPoints& ground = control.ground;
+  for (std::size_t row = 0; row < control.table.size(); ++row) {
+    const double turns = std::round((ground.lon[row] - ground.lon[0]) / 360.0);
+    const TRPCEstimationPoint point{ground.lat[row], ground.lon[row] - 360.0 * turns, ground.height[row],
+                                    control.line[row], control.sample[row]};
+    if (control.is_check[row] || (check_every > 0 && row % check_every == check_every - 1)) {
       points.check.push_back(point);
       points.check_rows.push_back(row);
       continue;
     }
-    const double sigma = table.Values(kColumnSigma)[row];
     points.fit.Points.push_back(point);
-    points.weights.push_back(1.0 / (sigma * sigma));
+    points.weights.push_back(1.0 / (control.sigma[row] * control.sigma[row]));
     points.fit_rows.push_back(row);
   }
   return points;
@@ -161,7 +156,10 @@ class Fit : public Command {
  public:
   const char* Notes() const override {
     return "Each line of POINTS is 'lat lon height line sample [sigma]' (degrees, degrees, metres above the "
-           "ellipsoid, pixels; sigma is the standard deviation of the point, pixels). The robust method holds "
+           "ellipsoid, pixels; sigma is the standard deviation of the point, pixels), or a table with named columns, "
+           "which may name the points ('id') and say which of them only check the fit ('role': control or check). "
+           "With --height the columns without names are 'lat lon line sample [sigma [height]]'. --geoid says what "
+           "the points' heights count from, --crs in which reference system the points are. The robust method holds "
            "with few, with noisy and with bad points: these are named and left out. The plain one is the undamped "
            "fit of all 78 coefficients, for which sigma does not count. RPB and text files hold rounded offsets and "
            "scales: the model is expressed with the rounded ones, and the residuals are those of the written "
@@ -175,6 +173,9 @@ class Fit : public Command {
     line.Argument("OUT", &out_, "model file to be written, '-' for standard output");
     form_.Declare(line);
     PointTable::DeclareColumns(line, &columns_);
+    frame_.DeclareOrder(line);
+    frame_.DeclareHeight(line, "height of points that give none, metres");
+    frame_.DeclareGeoid(line);
     origin_.Declare(line);
     line.Choice("--method", {"robust", "plain"}, &method_, "how to fit (default: robust)");
     line.Count("--order", "N", 1, 3, &order_, "degree of the polynomials (default: the best for each of the two)");
@@ -191,12 +192,10 @@ class Fit : public Command {
     }
     if (ridge_.value_or(0.0) < 0.0) throw UsageError("--ridge must be 0 or above");
     const TRPCFileForm form = form_.Of(out_);
-    const PointTable table(
-        points_, {columns::kLat, columns::kLon, columns::kHeight, columns::kLine, columns::kSample, columns::kSigma},
-        columns_);
-    RefuseBadGround(table, kColumnLat, kColumnLon);
-    RefuseBadSigma(table, kColumnSigma);
-    const FitPoints points = SplitPoints(table, origin_.Shift(), static_cast<std::size_t>(check_.value_or(0)));
+    frame_.Open();
+    const ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), nullptr);
+    const PointTable& table = control.table;
+    const FitPoints points = SplitPoints(control, static_cast<std::size_t>(check_.value_or(0)));
     OutputFile out(out_);
     std::optional<OutputFile> residuals;
     if (!residuals_.empty()) residuals.emplace(residuals_);
@@ -280,6 +279,7 @@ class Fit : public Command {
   std::string out_;
   OutputForm form_;
   std::string columns_;
+  GroundFrame frame_;
   PixelOrigin origin_;
   int method_ = 0;
   std::optional<int> order_;

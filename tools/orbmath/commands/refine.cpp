@@ -9,9 +9,9 @@
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model.h"
+#include "points/control_table.h"
 #include "points/dem_options.h"
 #include "points/point_options.h"
-#include "points/point_table.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/refinement_fit.h"
 #include "report/fixed_digits.h"
@@ -31,20 +31,6 @@ namespace {
 
 constexpr int kDigits = 4;
 
-/// \param dem heights may be left out, and stand behind the columns that may not.
-std::vector<TableColumn> ColumnsOf(bool ties, bool dem) {
-  if (ties) {
-    return {columns::kLine, columns::kSample, columns::kMeasuredLine, columns::kMeasuredSample, columns::kSigma};
-  }
-  if (dem) {
-    TableColumn height = columns::kHeight;
-    height.required = false;
-    height.fallback = std::numeric_limits<double>::quiet_NaN();
-    return {columns::kLat, columns::kLon, columns::kLine, columns::kSample, columns::kSigma, height};
-  }
-  return {columns::kLat, columns::kLon, columns::kHeight, columns::kLine, columns::kSample, columns::kSigma};
-}
-
 /// The rows of a table of image ties as ties of the raw model.
 std::vector<TRefinementTie> ImageTies(const Model& model, const PointTable& table, double shift) {
   std::vector<TRefinementTie> ties;
@@ -57,29 +43,12 @@ std::vector<TRefinementTie> ImageTies(const Model& model, const PointTable& tabl
 }
 
 /// The rows of a table of ground control.
-std::vector<SatCommonUtils::TGroundControlPoint> GroundControl(const PointTable& table, double shift) {
-  RefuseBadGround(table, 0, 1);
+std::vector<SatCommonUtils::TGroundControlPoint> GroundControl(const ControlTable& control) {
   std::vector<SatCommonUtils::TGroundControlPoint> points;
-  for (std::size_t row = 0; row < table.size(); ++row) {
-    points.push_back({table.Values(0)[row], table.Values(1)[row], table.Values(2)[row], table.Values(3)[row] - shift,
-                      table.Values(4)[row] - shift, table.Values(5)[row]});
+  for (std::size_t row = 0; row < control.table.size(); ++row) {
+    points.push_back({control.ground.lat[row], control.ground.lon[row], control.ground.height[row], control.line[row],
+                      control.sample[row], control.sigma[row]});
   }
-  return points;
-}
-
-/// The same of points of which some have no height: it is the terrain's.
-std::vector<SatCommonUtils::TGroundControlPoint> GroundControl(const PointTable& table, double shift,
-                                                               const SatCommonUtils::THeightSurface& surface) {
-  RefuseBadGround(table, 0, 1);
-  std::vector<double> heights(table.size());
-  surface.GetHeights(table.size(), table.Values(0).data(), table.Values(1).data(), heights.data());
-  std::vector<SatCommonUtils::TGroundControlPoint> points;
-  for (std::size_t row = 0; row < table.size(); ++row) {
-    if (!std::isnan(table.Values(5)[row])) heights[row] = table.Values(5)[row];
-    points.push_back({table.Values(0)[row], table.Values(1)[row], heights[row], table.Values(2)[row] - shift,
-                      table.Values(3)[row] - shift, table.Values(4)[row]});
-  }
-  table.Refuse([&](std::size_t row) { return std::string(std::isnan(heights[row]) ? kNoTerrainHeight : ""); });
   return points;
 }
 
@@ -130,10 +99,13 @@ class Refine : public Command {
            "the points bear. Bad points are named and left out. A misfit beyond reason is refused, with the columns "
            "that seem to be exchanged; points outside the model's box are noted. A refinement that the model already "
            "has is "
-           "replaced. With --dem control points need no height: lines are 'lat lon line sample [sigma [height]]', or a "
-           "table with named columns. OUT is an XML file; 'orbmath export' makes a plain model of it.\n\n"
+           "replaced. With --height or --dem control points need no height: lines are 'lat lon line sample [sigma "
+           "[height]]', or a table with named columns, which may name the points too ('id'). --crs says in which "
+           "reference system control points are, and --geoid, without --dem, what their heights count from. OUT is an "
+           "XML file; 'orbmath export' makes a plain model of it.\n\n"
            "Example:\n"
-           "  orbmath refine image.RPB control.txt adjusted.xml --type shift";
+           "  orbmath refine image.RPB control.txt adjusted.xml --type shift\n"
+           "  orbmath refine image.RPB ties.txt adjusted.xml --columns sample,line,lon,lat --height 189";
   }
 
   void Declare(CommandLine& line) override {
@@ -146,6 +118,8 @@ class Refine : public Command {
     line.Number("--max-misfit", "PX", &max_misfit_, "accept a root mean square up to this (default: 20 px or 20 m)");
     dem_.Declare(line);
     PointTable::DeclareColumns(line, &columns_);
+    frame_.DeclareOrder(line);
+    frame_.DeclareHeight(line, "height of control points that give none, metres");
     origin_.Declare(line);
     line.Flag("--json", &json_, "report as one JSON object");
     reading_.Declare(line);
@@ -159,23 +133,35 @@ class Refine : public Command {
     }
     const Model model = ReadGroundModel(model_, reading_);
     if (ties_ && dem_.IsGiven()) throw UsageError("--ties and --dem exclude each other");
-    const auto surface = dem_.Open();
-    const PointTable table(points_, ColumnsOf(ties_, surface != nullptr), columns_);
-    RefuseBadSigma(table, ties_ || surface != nullptr ? 4 : 5);
-    const double shift = origin_.Shift();
+    if (dem_.IsGiven() && frame_.Height()) throw UsageError("--height and --dem exclude each other");
+    return ties_ ? RefineByTies(model) : RefineByControl(model);
+  }
+
+ private:
+  int RefineByTies(const Model& model) {
+    const PointTable table(points_,
+                           {columns::kLine, columns::kSample, columns::kMeasuredLine, columns::kMeasuredSample,
+                            columns::kSigma, columns::kId},
+                           columns_);
+    RefuseBadSigma(table, 4);
     TRefinementFit fit;
-    const auto options = FitOptions(model);
-    bool fitted;
-    if (ties_) {
-      fitted = SatCommonUtils::FitImageTies(*model.rpc, ImageTies(model, table, shift), options, &fit);
-    } else {
-      const auto points = surface != nullptr ? GroundControl(table, shift, *surface) : GroundControl(table, shift);
-      fitted = SatCommonUtils::FitGroundControl(*model.rpc, points, options, &fit);
-    }
+    SatCommonUtils::FitImageTies(*model.rpc, ImageTies(model, table, origin_.Shift()), FitOptions(model), &fit);
+    return Finish(model, table, fit);
+  }
+
+  int RefineByControl(const Model& model) {
+    frame_.SetGeoid(dem_.TakeGeoid());
+    frame_.Open();
+    const auto surface = dem_.Open();
+    const ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), surface.get());
+    TRefinementFit fit;
+    SatCommonUtils::FitGroundControl(*model.rpc, GroundControl(control), FitOptions(model), &fit);
+    return Finish(model, control.table, fit);
+  }
+
+  int Finish(const Model& model, const PointTable& table, const TRefinementFit& fit) const {
     NoteOutside(table, fit.outside);
-    if (!fitted) {
-      throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
-    }
+    if (!fit.success) throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
     TAdjustedRPC adjusted(&model.file.record, fit.data.get());
     SatCommonUtils::CopyMarginAndRaster(*model.rpc, &adjusted);
     WriteModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, out_);
@@ -183,7 +169,6 @@ class Refine : public Command {
     return kSuccess;
   }
 
- private:
   SatCommonUtils::TRefinementFitOptions FitOptions(const Model& model) const {
     constexpr TRPCRefinementTransformType kTypes[] = {
         TRPCRefinementTransformType::Affine,  // not used: the kind is chosen
@@ -227,6 +212,7 @@ class Refine : public Command {
   bool keep_all_ = false;
   std::optional<double> max_misfit_;
   std::string columns_;
+  GroundFrame frame_;
   PixelOrigin origin_;
   bool json_ = false;
 };

@@ -18,6 +18,8 @@ namespace {
 constexpr const char* kImages = "is no model file, and images are opened";
 constexpr const char* kMaps = "maps are made";
 constexpr const char* kDems = "DEMs are opened";
+constexpr const char* kGeoids = "geoids are opened";
+constexpr const char* kReferences = "reference systems are known";
 
 #if ORBMATH_HAS_RASTER
 
@@ -122,6 +124,27 @@ SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem&
   return result;
 }
 
+std::shared_ptr<const SatCommonUtils::THeightSurface> OpenGeoidSurface(const std::string& name) {
+  constexpr std::size_t kCacheBytes = std::size_t{64} << 20;
+  std::string error;
+  const RasterFunctions* const functions = Load(kGeoids, &error);
+  if (functions == nullptr) throw Failure(name + ": " + error);
+  auto surface = functions->openGeoid(name, kCacheBytes, &error);
+  if (surface == nullptr) throw Failure(error);
+  return surface;
+}
+
+ReferenceSystem OpenReference(const std::string& definition) {
+  std::string error;
+  const RasterFunctions* const functions = Load(kReferences, &error);
+  if (functions == nullptr) throw Failure(definition + ": " + error);
+  const auto system = functions->openReferenceSystem(definition, &error);
+  if (system == nullptr) throw Failure(error);
+  return {[system](std::size_t count, double* x, double* y, double* z) { system->ToWgs84(count, x, y, z); },
+          [system](std::size_t count, double* x, double* y, double* z) { system->FromWgs84(count, x, y, z); },
+          system->IsGeographic()};
+}
+
 #else
 
 bool ReadImage(const std::string& name, const SatCommonUtils::TRPCFileOptions&, SatCommonUtils::TRPCFile*,
@@ -141,6 +164,14 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& 
 SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
                                             const SatCommonUtils::TOrthoOptions&) {
   throw Failure(problem.image + ": " + ReasonWithoutGdal(kMaps));
+}
+
+std::shared_ptr<const SatCommonUtils::THeightSurface> OpenGeoidSurface(const std::string& name) {
+  throw Failure(name + ": " + ReasonWithoutGdal(kGeoids));
+}
+
+ReferenceSystem OpenReference(const std::string& definition) {
+  throw Failure(definition + ": " + ReasonWithoutGdal(kReferences));
 }
 
 #endif

@@ -2,6 +2,8 @@
 /// \file
 /// OrbmathRaster, loaded at run time when a file needs it: a start without images costs no GDAL.
 
+#include <cstddef>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
@@ -37,5 +39,18 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& 
 /// `Orthorectify` of that library; what was chosen is said on standard error. \throws Failure when there is no result
 SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
                                             const SatCommonUtils::TOrthoOptions& options);
+/// Opens a geoid, by name or path: its heights above the ellipsoid. \throws Failure
+std::shared_ptr<const SatCommonUtils::THeightSurface> OpenGeoidSurface(const std::string& name);
+
+/// The two ways between a reference system and WGS84: east, north (or longitude, latitude) and height to longitude,
+/// latitude and height above the ellipsoid, in place; points without an image are NaN.
+struct ReferenceSystem {
+  using Way = std::function<void(std::size_t count, double* x, double* y, double* z)>;
+  Way to_wgs84;
+  Way from_wgs84;
+  bool is_geographic = false;
+};
+/// Opens a reference system, "EPSG:n" or what else PROJ understands. \throws Failure
+ReferenceSystem OpenReference(const std::string& definition);
 
 }  // namespace orbmath_tool

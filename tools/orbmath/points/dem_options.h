@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commands/command_line.h"
@@ -16,7 +17,11 @@ class DemChoice {
  public:
   void Declare(CommandLine& line);
   bool IsGiven() const { return !files_.empty(); }
-  /// Opens the DEM; null when none was given. \param cache_bytes memory for its posts. \throws UsageError for options that need one. \throws Failure
+  /// The value of `--geoid` where no DEM is given, for a command that has another use for it; `Open` then does not
+  /// mind.
+  std::string TakeGeoid() { return IsGiven() ? std::string() : std::exchange(geoid_, std::string()); }
+  /// Opens the DEM; null when none was given. \param cache_bytes memory for its posts. \throws UsageError for options
+  /// that need one. \throws Failure
   std::shared_ptr<const SatCommonUtils::THeightSurface> Open(std::size_t cache_bytes = std::size_t(256) << 20) const;
 
  private:

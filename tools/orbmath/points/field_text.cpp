@@ -47,6 +47,7 @@ bool ReadNumber(std::string_view field, const InputColumn& column, double* value
 std::string NamesOf(const std::vector<InputColumn>& columns) {
   std::string names;
   for (const InputColumn& column : columns) {
+    if (column.name.empty()) continue;
     names += (names.empty() ? "" : " ") + (column.fallback ? "[" + column.name + "]" : column.name);
   }
   return names;

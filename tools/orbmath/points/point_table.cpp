@@ -30,8 +30,11 @@ PointTable::PointTable(const std::string& file, const std::vector<TableColumn>& 
     : found_(wanted.size()), values_(wanted.size()), texts_(wanted.size()) {
   const std::vector<std::string> names = ColumnNames(named);
   if (!named.empty()) {
-    const std::string missing = LayoutOfNames(wanted, names, Separator::Comma, false).missing;
-    if (!missing.empty()) throw UsageError("--columns names no column '" + missing + "'");
+    const TableLayout layout = LayoutOfNames(wanted, names, Separator::Comma, false);
+    if (!layout.missing.empty()) {
+      throw UsageError("--columns names no column '" + layout.missing + "'" +
+                       (layout.hint.empty() ? "" : "; " + layout.hint));
+    }
   }
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     if (wanted[i].is_text && wanted[i].name == columns::kId.name) id_ = i;
@@ -56,7 +59,8 @@ PointTable::PointTable(const std::string& file, const std::vector<TableColumn>& 
       if (!finder.Layout().missing.empty()) {
         throw Failure(name_ + ":" + std::to_string(std::max<std::size_t>(line, 2) - 1) +
                       ": these names have no column '" + finder.Layout().missing +
-                      "'; name the columns with --columns");
+                      "'; name the columns with --columns" +
+                      (finder.Layout().hint.empty() ? "" : ", or " + finder.Layout().hint));
       }
       found_ = finder.Layout().found;
     }

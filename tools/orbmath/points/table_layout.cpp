@@ -111,7 +111,9 @@ TableLayout LayoutOf(const std::vector<TableColumn>& wanted, Separator separator
   layout.wanted = wanted.size();
   layout.found.resize(wanted.size());
   for (const TableColumn& column : wanted) {
-    InputColumn number{column.name, std::nullopt, column.quantity, column.may_be_missing};
+    // A text that need not be there stands in files with names only.
+    const bool by_name_only = column.is_text && !column.required;
+    InputColumn number{by_name_only ? "" : column.name, std::nullopt, column.quantity, column.may_be_missing};
     if (!column.required) number.fallback = column.fallback;
     layout.numbers.push_back(number);
     layout.texts.push_back(column.is_text ? column.name : "");
@@ -156,6 +158,7 @@ TableLayout LayoutOfNames(const std::vector<TableColumn>& wanted, const std::vec
       layout.fields[place] = FieldOf(wanted[i], i);
     } else if (wanted[i].required && layout.missing.empty()) {
       layout.missing = wanted[i].name;
+      layout.hint = wanted[i].hint;
     }
   }
   for (std::size_t i = 0; i < names.size() && keep_others; ++i) {
@@ -173,6 +176,7 @@ TableLayout LayoutOfNames(const std::vector<TableColumn>& wanted, const std::vec
 TableLayout LayoutOfOrder(const std::vector<TableColumn>& wanted, Separator separator) {
   TableLayout layout = LayoutOf(wanted, separator);
   for (std::size_t i = 0; i < wanted.size(); ++i) {
+    if (wanted[i].is_text && !wanted[i].required) continue;
     layout.fields.push_back(FieldOf(wanted[i], i));
     layout.found[i] = true;
   }

@@ -22,6 +22,7 @@ struct TableColumn {
   bool is_text = false;   ///< Kept as it stands; an optional text that is not there is empty.
   Quantity quantity = Quantity::Plain;
   bool may_be_missing = false;  ///< As `InputColumn::may_be_missing`.
+  std::string hint{};           ///< What else helps where a required column is not there, for messages.
 
   /// The same column where a file need not have it.
   TableColumn Optional(double value = 0.0) const {
@@ -63,6 +64,7 @@ struct TableLayout {
   std::size_t wanted = 0;
   bool more_allowed = false;  ///< Fields behind the last one are passed over instead of being an error.
   std::string missing;        ///< The first required column that is not there; empty: none.
+  std::string hint;           ///< That column's.
 };
 
 /// A name as names are compared: in lower case, without a unit in brackets, quotes, blanks, and `_`, `-`, `.` within
@@ -77,7 +79,8 @@ std::vector<std::string> ColumnNames(std::string_view line);
 /// \param keep_others whether columns that are not wanted are kept as texts.
 TableLayout LayoutOfNames(const std::vector<TableColumn>& wanted, const std::vector<std::string>& names,
                           Separator separator, bool keep_others);
-/// The layout of a file that has the wanted columns in their order, optional ones perhaps missing at the end.
+/// The layout of a file that has the wanted columns in their order, optional ones perhaps missing at the end; optional
+/// texts are in no such file.
 TableLayout LayoutOfOrder(const std::vector<TableColumn>& wanted, Separator separator);
 
 /// Finds out from the front of a file how it is laid out.

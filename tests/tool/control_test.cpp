@@ -1,0 +1,98 @@
+// Tables of ground control: columns, heights, reference systems, names of points.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "support/real_data.h"
+#include "tool/rows.h"
+
+namespace orbmath_test {
+
+namespace {
+
+/// Five points of flat.RPB, all moved by 2 lines and -3 samples, at 500 m; one more is off by 30 lines.
+const char* const kNamed =
+    "name;x;y;elevation (m);row;col;remark\n"
+    "A 1;7.00;45.00;500;1002;1997;a\n"
+    "A 2;7.10;45.00;500;1002;2997;b\n"
+    "A 3;7.00;45.05;;502;1997;c\n"
+    "A 4;7.10;45.05;500;502;2997;d\n"
+    "A 5;7.05;45.02;500;802;2497;e\n"
+    "B 6;7.02;45.03;500;732;2197;f\n";
+
+TEST(ControlTest, PointsAreNamedByTheirIdentifiers) {
+  Workspace();
+  WriteText("named.csv", kNamed);
+  const ToolRun run = RunToolLine("refine flat.RPB named.csv named.xml --height 500 --type shift");
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(run.out.find("bad points                B 6 (named.csv:7)\n"), std::string::npos) << run.out;
+  EXPECT_EQ(RunToolLine("project named.xml --precision 3", "45 7 500\n").out, "1002.000 1997.000\n");
+  // The empty height is an error without the option, and so is a latitude that is none.
+  const ToolRun without = RunToolLine("refine flat.RPB named.csv never.xml");
+  EXPECT_NE(without.err.find("named.csv:4: the field for height is empty"), std::string::npos) << without.err;
+  const ToolRun bad = RunToolLine("refine flat.RPB - never.xml", "id,lat,lon,h,line,sample\nP9,97,7,1,2,3\n");
+  EXPECT_NE(bad.err.find("P9 (standard input:2): latitude 97"), std::string::npos) << bad.err;
+  EXPECT_EQ(ReadText("never.xml"), "");
+}
+
+TEST(ControlTest, OrderAndHeightsFollowTheOptions) {
+  Workspace();
+  const std::string expected = "1002.000 1997.000\n";
+  const struct {
+    const char* options;
+    const char* points;
+  } rows[] = {{"--lonlat", "7 45 500 1002 1997\n"},
+              {"--height 500", "45 7 1002 1997\n"},
+              {"--height 0", "45 7 1002 1997 1 500\n"},
+              {"--lonlat --height 500 --origin corner", "7 45 1002.5 1997.5\n"},
+              {"", "45:00:00N 7d0'0\"E 500 1002 1997\n"},
+              {"--columns sample,line,lon,lat --height 500", "#row\tcol\tlon\tlat\n1997\t1002\t7\t45\n"}};
+  for (const auto& row : rows) {
+    const ToolRun run = RunToolLine(std::string("refine flat.RPB - order.xml --type shift ") + row.options, row.points);
+    EXPECT_EQ(run.status, 0) << row.options << run.err;
+    EXPECT_EQ(RunToolLine("project order.xml --precision 3", "45 7 500\n").out, expected) << row.options;
+  }
+}
+
+TEST(ControlTest, ReferenceSystemsAndGeoidsAreThoseOfTheOptions) {
+  Workspace();
+  // A geoid of 40 m everywhere.
+  std::string grid = "ncols 3\nnrows 2\nxllcenter 6\nyllcenter 44\ncellsize 2\n40 40 40\n40 40 40\n";
+  WriteText("geoid.asc", grid);
+  const char* const utm = "id,east,north,height,line,sample\nP,500000,4982950.4003,460,1002,21997\n";
+  const ToolRun run = RunToolLine("refine flat.RPB - crs.xml --type shift --crs EPSG:32632 --geoid geoid.asc", utm);
+  if (run.err.find("reference systems are known") != std::string::npos) GTEST_SKIP() << run.err;
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(RunToolLine("project crs.xml --precision 2", "45 9 500\n").out, "1002.00 21997.00\n");
+  const ToolRun swapped = RunToolLine("fit - never.xml --crs EPSG:32632", "4982950 500000 460 1 2\n");
+  EXPECT_EQ(swapped.status, 1);
+  EXPECT_EQ(RunToolLine("fit - never.xml --crs EPSG:1", "1 2 3 4 5\n").err,
+            "orbmath: EPSG:1: is no reference system that PROJ knows\n");
+}
+
+TEST(ControlTest, RealControlWithNamesThatLieAndWithoutHeights) {
+  const std::string folder = RealDataPath("../block/real_qb_toulouse/");
+  const std::string name = folder + "QB_TOULOUSE_MUL_Extract_500_500";
+  if (!std::ifstream(name + ".geom")) GTEST_SKIP() << "no folder 'block' beside ORBMATH_TEST_DATA";
+  Workspace();
+  const auto refine = [&](const std::vector<std::string>& options) {
+    std::vector<std::string> arguments{"refine", name + ".geom", name + "_in_tie_points.txt", "real.xml", "--json"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return RunTool(arguments);
+  };
+  EXPECT_NE(refine({}).err.find("no column 'height'; name the columns with --columns, or --height H"),
+            std::string::npos);
+  const ToolRun believed = refine({"--height", "189"});
+  EXPECT_EQ(believed.status, 1);
+  EXPECT_NE(believed.err.find("line and sample seem to be exchanged: the other way round it is 0.37"),
+            std::string::npos)
+      << believed.err;
+  const ToolRun named = refine({"--height", "189", "--columns", "sample,line,lon,lat"});
+  EXPECT_EQ(named.status, 0) << named.err;
+  EXPECT_NE(named.out.find("\"points_given\":808,"), std::string::npos) << named.out.substr(0, 300);
+}
+
+}  // namespace
+
+}  // namespace orbmath_test

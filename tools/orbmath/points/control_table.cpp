@@ -1,0 +1,82 @@
+// Ground control from tables: columns, heights, roles.
+
+#include "points/control_table.h"
+
+#include <cmath>
+
+#include "errors.h"
+#include "points/dem_options.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+/// Where the columns of a table of control stand among those that are asked for.
+struct Places {
+  explicit Places(bool height_is_last) {
+    if (height_is_last) height = 5, line = 2, sample = 3, sigma = 4;
+  }
+  std::size_t height = 2;
+  std::size_t line = 3;
+  std::size_t sample = 4;
+  std::size_t sigma = 5;
+  std::size_t id = 6;
+  std::size_t role = 7;
+};
+
+std::vector<TableColumn> ColumnsOf(const GroundFrame& frame, const TableColumn& height, const Places& places) {
+  std::vector<TableColumn> wanted = frame.PlaceColumns();
+  wanted.resize(8);
+  wanted[places.height] = height;
+  wanted[places.line] = columns::kLine;
+  wanted[places.sample] = columns::kSample;
+  wanted[places.sigma] = columns::kSigma;
+  wanted[places.id] = columns::kId;
+  wanted[places.role] = columns::kRole;
+  return wanted;
+}
+
+std::vector<double> Shifted(std::vector<double> values, double shift) {
+  for (double& value : values) value -= shift;
+  return values;
+}
+
+void FillHeights(const PointTable& table, const SatCommonUtils::THeightSurface& terrain, GroundPoints* ground) {
+  std::vector<double> heights(table.size());
+  terrain.GetHeights(table.size(), ground->lat.data(), ground->lon.data(), heights.data());
+  for (std::size_t row = 0; row < table.size(); ++row) {
+    if (std::isnan(ground->height[row])) ground->height[row] = heights[row];
+  }
+  table.Refuse([&](std::size_t row) { return std::string(std::isnan(ground->height[row]) ? kNoTerrainHeight : ""); });
+}
+
+std::vector<bool> ChecksOf(const PointTable& table, std::size_t role) {
+  const auto key = [&](std::size_t row) { return KeyOfName(table.Texts(role)[row]); };
+  table.Refuse([&](std::size_t row) -> std::string {
+    const std::string word = key(row);
+    const bool known = word.empty() || word == "control" || word == "gcp" || word == "check";
+    return known ? "" : "role '" + std::string(table.Texts(role)[row]) + "' is neither control nor check";
+  });
+  std::vector<bool> checks(table.size());
+  for (std::size_t row = 0; row < table.size(); ++row) checks[row] = key(row) == "check";
+  return checks;
+}
+
+}  // namespace
+
+ControlTable ReadControl(const std::string& file, const std::string& columns, const GroundFrame& frame, double shift,
+                         const SatCommonUtils::THeightSurface* terrain) {
+  const TableColumn height = frame.HeightColumn(terrain != nullptr);
+  const Places places(!height.required);
+  PointTable table(file, ColumnsOf(frame, height, places), columns);
+  RefuseBadSigma(table, places.sigma);
+  GroundPoints ground = frame.Of(table, 0, 1, places.height);
+  if (terrain != nullptr) FillHeights(table, *terrain, &ground);
+  std::vector<bool> checks = ChecksOf(table, places.role);
+  std::vector<double> line = Shifted(table.Values(places.line), shift);
+  std::vector<double> sample = Shifted(table.Values(places.sample), shift);
+  std::vector<double> sigma = table.Values(places.sigma);
+  return {std::move(table), std::move(ground), std::move(line), std::move(sample), std::move(sigma), std::move(checks)};
+}
+
+}  // namespace orbmath_tool

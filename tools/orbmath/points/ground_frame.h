@@ -1,0 +1,71 @@
+#pragma once
+/// \file
+/// How ground points are written: the order of their columns, their reference system, and what their heights count
+/// from.
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/command_line.h"
+#include "models/raster_library.h"
+#include "points/point_table.h"
+
+namespace orbmath_tool {
+
+/// Ground points in the terms of the models.
+struct GroundPoints {
+  std::vector<double> lat;     ///< degrees
+  std::vector<double> lon;     ///< degrees
+  std::vector<double> height;  ///< metres above the ellipsoid; NaN: none was given
+};
+
+/// The options that say how ground points are written, and the way from there to latitude, longitude and height above
+/// the ellipsoid.
+class GroundFrame {
+ public:
+  /// Declares `--lonlat` and `--crs`.
+  void DeclareOrder(CommandLine& line);
+  /// Declares `--height` for points that have none. \param help what the option means.
+  void DeclareHeight(CommandLine& line, const std::string& help);
+  /// Declares `--geoid` for the points' own heights.
+  void DeclareGeoid(CommandLine& line);
+  /// `--geoid` was declared elsewhere and has this value, perhaps an empty one.
+  void SetGeoid(const std::string& name) { geoid_name_ = name; }
+
+  /// Loads what the options name. \throws Failure, UsageError
+  void Open();
+
+  const std::optional<double>& Height() const { return height_; }
+  bool HasSystem() const { return !system_name_.empty(); }
+  bool IsSwapped() const { return lonlat_ || HasSystem(); }
+
+  /// The two columns of place in the order in which a file without names has them: latitude and longitude, longitude
+  /// and latitude with `--lonlat`, east and north of a reference system. Names in a file say themselves which is which.
+  std::vector<TableColumn> PlaceColumns() const;
+  /// The column of heights: required, unless `--height` or the caller has heights for points without one (which are
+  /// NaN then).
+  TableColumn HeightColumn(bool may_be_missing) const;
+
+  /// Turns the columns in place into latitude, longitude and height above the ellipsoid. \param first, second the
+  /// columns as `PlaceColumns` has them. A place that the reference system has not is NaN; a height that is NaN stays
+  /// so.
+  void ToGround(std::size_t count, double* first, double* second, double* height) const;
+  /// The way back, into the columns as `PlaceColumns` has them; heights of a geoid do not come back.
+  void FromGround(std::size_t count, double* first, double* second, double* height) const;
+
+  /// The ground points of a table. \param first, second, height its columns. \throws Failure naming rows that are none.
+  GroundPoints Of(const PointTable& table, std::size_t first, std::size_t second, std::size_t height) const;
+
+ private:
+  bool lonlat_ = false;
+  std::string system_name_;
+  std::string geoid_name_;
+  std::optional<double> height_;
+  ReferenceSystem system_;
+  std::shared_ptr<const SatCommonUtils::THeightSurface> geoid_;
+};
+
+}  // namespace orbmath_tool
