@@ -12,8 +12,6 @@ namespace SatCommonUtils::terrain {
 
 namespace {
 
-constexpr double kMetresPerDegree = 111320.0;
-
 /// Chebyshev's nodes of degree 4, then where the polynomials are held against the model.
 constexpr double kHeightNodes[] = {
     -0.92387953251128674, -0.38268343236508977, 0.38268343236508977, 0.92387953251128674, -1.0, 0.0, 1.0};

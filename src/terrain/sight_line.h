@@ -8,6 +8,9 @@
 
 namespace SatCommonUtils::terrain {
 
+/// Roughly, of latitude; of longitude no more.
+constexpr double kMetresPerDegree = 111320.0;
+
 /// Coefficients of 1, u, u^2 and u^3.
 constexpr int kTerms = 4;
 
@@ -40,7 +43,7 @@ struct TScene {
   double turn = 0.0;                     ///< degrees that bring the model's longitudes to the turn of the grid
   /// Without a mapping: lon = g[0] + column g[1] + row g[2], lat = g[3] + column g[4] + row g[5].
   double ground[6] = {0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
-  double metresPerUnit = 111320.0;  ///< of a column or row, roughly
+  double metresPerUnit = kMetresPerDegree;  ///< of a column or row, roughly
 
   /// The components that a sight line needs: without a base the clearance is the height itself.
   int CountComponents() const { return mapped ? kComponents : (base != nullptr ? kLatitude : kClearance); }

@@ -54,7 +54,7 @@ double FindRoot(const TScene& scene, const TSightLine& sight, TEnd above, TEnd b
 TTerrainBox GetBox(const TSightLine& sight, const TEnd& a, const TEnd& b, const TScene& scene) {
   const double du = a.u - b.u;
   // Columns stand for longitudes and rows for latitudes where there is no grid; of a grid their spacing counts.
-  const double degrees = scene.metresPerUnit / 111320.0;
+  const double degrees = scene.metresPerUnit / kMetresPerDegree;
   const double bending = 0.125 * du * du * degrees *
                          (2.0 * (std::fabs(sight.c[kColumn][2]) + std::fabs(sight.c[kRow][2])) +
                           6.0 * (std::fabs(sight.c[kColumn][3]) + std::fabs(sight.c[kRow][3])));

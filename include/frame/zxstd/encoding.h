@@ -3,6 +3,8 @@
 /// How a text is encoded: byte order marks and UTF-8 (RFC 3629).
 
 #include <cstddef>
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "../api.h"
@@ -29,5 +31,9 @@ ORBMATH_API std::string_view ZxWithoutUtf8Mark(std::string_view text) noexcept;
 /// Bytes at the front of `text` that form one character in UTF-8, without overlong forms and surrogates; 0 when there
 /// is no such character.
 ORBMATH_API std::size_t ZxUtf8Size(std::string_view text) noexcept;
+
+/// Appends the character of a code point up to U+10FFFF in UTF-8. A surrogate, which is no character, becomes bytes of
+/// which `ZxUtf8Size` says so.
+ORBMATH_API void ZxAppendUtf8(std::uint32_t code, std::string* text);
 
 }  // namespace SatCommonUtils

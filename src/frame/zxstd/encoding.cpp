@@ -48,4 +48,23 @@ std::size_t ZxUtf8Size(std::string_view text) noexcept {
   return bad_second ? 0 : size;
 }
 
+void ZxAppendUtf8(std::uint32_t code, std::string* text) {
+  const auto put = [text](std::uint32_t byte) { text->push_back(static_cast<char>(byte)); };
+  if (code < 0x80) {
+    put(code);
+  } else if (code < 0x800) {
+    put(0xC0 | code >> 6);
+    put(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    put(0xE0 | code >> 12);
+    put(0x80 | (code >> 6 & 0x3F));
+    put(0x80 | (code & 0x3F));
+  } else {
+    put(0xF0 | (code >> 18 & 0x07));
+    put(0x80 | (code >> 12 & 0x3F));
+    put(0x80 | (code >> 6 & 0x3F));
+    put(0x80 | (code & 0x3F));
+  }
+}
+
 }  // namespace SatCommonUtils

@@ -21,25 +21,6 @@ constexpr std::string_view kBlanks = " \t\r\n";
 /// No entity or character reference that can be read is longer.
 constexpr std::size_t kLongestReference = 32;
 
-void AppendUtf8(std::uint32_t code, std::string* text) {
-  const auto put = [text](std::uint32_t byte) { text->push_back(static_cast<char>(byte)); };
-  if (code < 0x80) {
-    put(code);
-  } else if (code < 0x800) {
-    put(0xC0 | code >> 6);
-    put(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    put(0xE0 | code >> 12);
-    put(0x80 | (code >> 6 & 0x3F));
-    put(0x80 | (code & 0x3F));
-  } else {
-    put(0xF0 | (code >> 18 & 0x07));
-    put(0x80 | (code >> 12 & 0x3F));
-    put(0x80 | (code >> 6 & 0x3F));
-    put(0x80 | (code & 0x3F));
-  }
-}
-
 /// Decodes units of 2 or 4 bytes. What is no character (a lone surrogate) becomes bytes that `CheckXml` refuses.
 std::string FromUnits(std::string_view bytes, std::size_t unit, bool little_endian) {
   if (bytes.size() % unit != 0) throw XmlFault{bytes.size(), "the text ends in the middle of a character"};
@@ -61,7 +42,7 @@ std::string FromUnits(std::string_view bytes, std::size_t unit, bool little_endi
       code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
       i += unit;
     }
-    AppendUtf8(code, &text);
+    ZxAppendUtf8(code, &text);
   }
   return text;
 }
@@ -84,7 +65,7 @@ std::string DeclaredEncoding(std::string_view text) {
 std::string FromLatin1(std::string_view bytes) {
   std::string text;
   text.reserve(bytes.size());
-  for (const char c : bytes) AppendUtf8(static_cast<unsigned char>(c), &text);
+  for (const char c : bytes) ZxAppendUtf8(static_cast<unsigned char>(c), &text);
   return text;
 }
 
@@ -148,7 +129,7 @@ class Checker {
     const std::from_chars_result result = std::from_chars(digits.data(), end, code, hexadecimal ? 16 : 10);
     if (result.ec != std::errc() || result.ptr != end || code > 0x10FFFF) return false;
     std::string character;
-    AppendUtf8(code, &character);
+    ZxAppendUtf8(code, &character);
     return XmlCharacterSize(character) == character.size();
   }
 

@@ -2,6 +2,7 @@
 
 #include "rpc/forms/json_values.h"
 
+#include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
 
 namespace SatCommonUtils {
@@ -18,20 +19,6 @@ int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-}
-
-// Surrogates alone and code points beyond the plane of names become question marks: keys of models are ASCII.
-void AppendUtf8(int code, std::string* text) {
-  if (code < 0x80) {
-    *text += static_cast<char>(code);
-  } else if (code < 0x800) {
-    *text += {static_cast<char>(0xC0 | (code >> 6)), static_cast<char>(0x80 | (code & 0x3F))};
-  } else if (code >= 0xD800 && code < 0xE000) {
-    *text += '?';
-  } else {
-    *text += {static_cast<char>(0xE0 | (code >> 12)), static_cast<char>(0x80 | ((code >> 6) & 0x3F)),
-              static_cast<char>(0x80 | (code & 0x3F))};
-  }
 }
 
 }  // namespace
@@ -138,14 +125,31 @@ bool JsonValues::ParseEscape(std::string* text) {
     *text += kMeanings[known];
     return true;
   }
-  int code = 0;
+  std::uint32_t code = 0;
+  if (!ParseUnit(&code)) return false;
+  if (code >= 0xD800 && code < 0xDC00) {
+    // The first half of a character beyond U+FFFF; its twin follows (RFC 8259, section 7).
+    std::uint32_t low = 0;
+    if (text_.substr(position_ + 1, 1) != "\\") return Refuse("half a character");
+    position_ += 2;
+    if (!ParseUnit(&low)) return false;
+    if (low < 0xDC00 || low > 0xDFFF) return Refuse("half a character");
+    code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+  } else if (code >= 0xDC00 && code < 0xE000) {
+    return Refuse("half a character");
+  }
+  ZxAppendUtf8(code, text);
+  return true;
+}
+
+// At the letter of an escape by number; stands on its last digit afterwards.
+bool JsonValues::ParseUnit(std::uint32_t* unit) {
   if (Peek() != 'u' || position_ + 4 >= text_.size()) return Refuse("a backslash begins no escape");
   for (int i = 0; i < 4; ++i) {
     const int digit = HexDigit(text_[++position_]);
     if (digit < 0) return Refuse("a backslash begins no escape");
-    code = code * 16 + digit;
+    *unit = *unit * 16 + static_cast<std::uint32_t>(digit);
   }
-  AppendUtf8(code, text);
   return true;
 }
 

@@ -2,6 +2,7 @@
 // JSON texts (RFC 8259) as a list of values with their places.
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,7 @@ class JsonValues {
   bool ParseScalar(JsonValue* value);
   bool ParseString(std::string* text);
   bool ParseEscape(std::string* text);
+  bool ParseUnit(std::uint32_t* unit);
   bool Refuse(const char* what);
   void SkipBlanks();
   char Peek() const { return position_ < text_.size() ? text_[position_] : '\0'; }
