@@ -16,7 +16,7 @@ need_packages() {
 }
 
 # What every build of the library and its tool needs.
-export BUILD_PACKAGES=(g++ cmake ninja-build libpugixml-dev libcli11-dev)
+export BUILD_PACKAGES=(g++ cmake ninja-build libpugixml-dev libeigen3-dev libcli11-dev)
 # What OrbmathRaster needs on top: images and elevation models.
 export RASTER_PACKAGES=(libgdal-dev)
 # What the tests need on top.

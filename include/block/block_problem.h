@@ -50,7 +50,7 @@ struct TBlockImage {
 enum class TBlockPointRole : std::int32_t {
   Tie,      ///< Nothing; latitude, longitude and height are not read.
   Control,  ///< Latitude, longitude and height, with their sigmas.
-  Check,    ///< The same, but kept out of the adjustment: the point is intersected afterwards and compared.
+  Check,    ///< The same, but only to compare with: to the adjustment the point is a tie.
   Height,   ///< The height, with its sigma; latitude and longitude are not read.
 };
 

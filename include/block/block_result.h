@@ -38,7 +38,7 @@ enum class TBlockImageState : std::int32_t {
 /// What became of a ground point.
 enum class TBlockPointState : std::int32_t {
   NotRun,
-  Used,              ///< It took part in the adjustment, or is a check point that was intersected.
+  Used,              ///< It took part in the adjustment.
   TooFewRays,        ///< Fewer measurements in images that take part than its position needs.
   NoIntersection,    ///< Its rays meet nowhere that its images' models look at.
   LostMeasurements,  ///< Too few measurements are left without the bad ones.
@@ -153,7 +153,7 @@ struct TBlockMisclosureStatistics {
 /// Images that hang together through points; no point links two pieces.
 struct TBlockPiece {
   std::vector<std::uint32_t> images;  ///< Places of the images, ascending.
-  std::size_t ties = 0;               ///< Ties used.
+  std::size_t ties = 0;               ///< Ties and check points used.
   std::size_t control = 0;            ///< Control points used.
   std::size_t heights = 0;            ///< Height points and heights of the surface used.
   std::size_t fixedImages = 0;        ///< Images without a correction.
@@ -181,7 +181,7 @@ struct ORBMATH_API TBlockResult {
   std::vector<TBlockPointResult> points;  ///< Those of the problem, in order.
   TBlockMeasurementResults measurements;
   std::vector<TBlockMisclosure> control;         ///< Control and height points that were used or named bad, in order.
-  std::vector<TBlockMisclosure> check;           ///< Check points that were intersected, in order.
+  std::vector<TBlockMisclosure> check;           ///< Check points that were used as ties, in order.
   TBlockMisclosureStatistics controlStatistics;  ///< Control points that were used.
   TBlockMisclosureStatistics checkStatistics;
   std::vector<TBlockPiece> pieces;  ///< That with the most images first.
