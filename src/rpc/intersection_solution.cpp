@@ -5,6 +5,7 @@
 
 #include "rpc/branch.h"
 #include "rpc/damped_steps.h"
+#include "rpc/ellipsoid.h"
 #include "rpc/ground_solution.h"
 #include "rpc/intersection_solver.h"
 #include "rpc/solution_flags.h"
@@ -192,16 +193,9 @@ TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, d
 }
 
 void GroundSigmas(double lat, double h, const double* covariance, double* sigma) {
-  // WGS84: semi-major axis in metres and squared eccentricity.
-  constexpr double kAxis = 6378137.0;
-  constexpr double kEccentricity2 = 6.69437999014e-3;
-  constexpr double kRadian = 0.017453292519943295;
-  const double sine = std::sin(lat * kRadian);
-  const double w2 = 1.0 - kEccentricity2 * sine * sine;
-  const double primeVertical = kAxis / std::sqrt(w2);
-  const double meridian = primeVertical * (1.0 - kEccentricity2) / w2;
-  sigma[0] = std::sqrt(covariance[4]) * (primeVertical + h) * std::cos(lat * kRadian) * kRadian;
-  sigma[1] = std::sqrt(covariance[0]) * (meridian + h) * kRadian;
+  const ellipsoid::TDegree degree = ellipsoid::DegreeAt(lat, h);
+  sigma[0] = std::sqrt(covariance[4]) * degree.east;
+  sigma[1] = std::sqrt(covariance[0]) * degree.north;
   sigma[2] = std::sqrt(covariance[8]);
 }
 

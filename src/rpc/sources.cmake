@@ -28,6 +28,10 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/image_window.cpp
   ${CMAKE_CURRENT_LIST_DIR}/inverse_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/intersection_solution.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/model_check.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/model_check_file.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/model_check_record.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/model_check_sight.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_alternative_search.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_approximation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_axes.cpp
@@ -45,6 +49,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/rpc_terms.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_two_images.cpp
   ${CMAKE_CURRENT_LIST_DIR}/solution_flags.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/viewing_geometry.cpp
 )
 
 # The polynomials are long straight runs of arithmetic beside slow divisions: scheduling before register allocation,

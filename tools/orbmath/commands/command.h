@@ -31,6 +31,7 @@ std::unique_ptr<Command> MakeRefine();
 std::unique_ptr<Command> MakeExport();
 std::unique_ptr<Command> MakeCompare();
 std::unique_ptr<Command> MakeOrtho();
+std::unique_ptr<Command> MakeCheck();
 std::unique_ptr<Command> MakeHelp();
 std::unique_ptr<Command> MakeCompletion();
 

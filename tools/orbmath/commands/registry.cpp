@@ -28,6 +28,7 @@ const std::vector<CommandEntry>& Commands() {
       {"export", "Write an adjusted model as a plain one that carries its refinement.", MakeExport},
       {"compare", "Compare two models field by field and pixel by pixel.", MakeCompare},
       {"ortho", "Make a map of an image and the terrain under it (orthorectify).", MakeOrtho},
+      {"check", "Say whether models are fit for use, and what is wrong with those that are not.", MakeCheck},
       {"help", "Print the help of a command, or its manual page.", MakeHelp},
       {"completion", "Print what a shell needs to complete commands, options and values.", MakeCompletion},
   };
