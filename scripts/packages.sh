@@ -21,8 +21,8 @@ export BUILD_PACKAGES=(g++ cmake ninja-build libpugixml-dev libeigen3-dev libcli
 export RASTER_PACKAGES=(libgdal-dev)
 # What the tests need on top.
 export TEST_PACKAGES=(libgtest-dev locales pkgconf)
-# What .ci/run and the checks need on top.
-export CHECK_PACKAGES=(clang clang-format clang-tidy libomp-dev doxygen python3)
+# What .ci/run and the checks need on top; Chromium opens the pages of `--html`.
+export CHECK_PACKAGES=(clang clang-format clang-tidy libomp-dev doxygen python3 chromium fonts-dejavu-core)
 
 # use_ccache: builds keep their objects for the next time where ccache is installed. Precompiled headers need its permission.
 use_ccache() {

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "commands/command.h"
@@ -14,8 +16,10 @@
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
 #include "report/fixed_digits.h"
+#include "report/page_option.h"
 #include "report/progress_line.h"
 #include "report/report.h"
+#include "report/residual_page.h"
 #include "report/residual_report.h"
 #include "rpc/rpc_fields.h"
 
@@ -184,6 +188,7 @@ class Fit : public Command {
     line.Count("--check", "N", 2, 1000000, &check_, "keep each N-th point out of the fit and check the model with it");
     line.Text("--residuals", "FILE", &residuals_, "write the residuals, one line a point");
     line.Flag("--json", &json_, "report as one JSON object");
+    page_.Declare(line);
   }
 
   int Run() override {
@@ -199,12 +204,14 @@ class Fit : public Command {
     OutputFile out(out_);
     std::optional<OutputFile> residuals;
     if (!residuals_.empty()) residuals.emplace(residuals_);
+    std::optional<OutputFile> page = page_.Open();
     Fitter fitter(table, points, form, out_);
     const TRPCData record = method_ == 0 ? FitRobust(&fitter) : fitter.FitPlain();
     const TWrittenModel written = WriteModel(TRPC(record), {}, form, &out);
     const Report report = MakeReport(table, points, fitter.Story(), written, residuals ? &*residuals : nullptr);
-    OutputFile::Commit({&out, residuals ? &*residuals : nullptr});
-    report.Print(json_, out_ == "-" || residuals_ == "-");
+    if (page) WritePage(control, points, fitter.Story(), written, &*page);
+    OutputFile::Commit({&out, residuals ? &*residuals : nullptr, page ? &*page : nullptr});
+    report.Print(json_, out_ == "-" || residuals_ == "-" || page_.IsStandardOutput());
     return kSuccess;
   }
 
@@ -267,12 +274,58 @@ class Fit : public Command {
       AddStatistics("check", "residuals of the check points",
                     SatCommonUtils::ResidualsOfRPC(written.record, points.check, false), "px", &report);
     }
-    std::vector<PointResidual> residuals;
-    AppendResiduals(model, points.fit.Points, points.fit_rows, story.bad, "fit", &residuals);
-    AppendResiduals(model, points.check, points.check_rows, {}, "check", &residuals);
+    const std::vector<PointResidual> residuals = ResidualsOf(model, points, story);
     AddWorst(table, residuals, kWorstPoints, &report);
     if (residual_file != nullptr) WriteResiduals(table, residuals, residual_file);
     return report;
+  }
+
+  /// The points of the fit, then those that check it.
+  static std::vector<PointResidual> ResidualsOf(const TRPC& model, const FitPoints& points,
+                                                const SatCommonUtils::TRPCFitReport& story) {
+    std::vector<PointResidual> residuals;
+    AppendResiduals(model, points.fit.Points, points.fit_rows, story.bad, "fit", &residuals);
+    AppendResiduals(model, points.check, points.check_rows, {}, "check", &residuals);
+    return residuals;
+  }
+
+  void WritePage(const ControlTable& control, const FitPoints& points, const SatCommonUtils::TRPCFitReport& story,
+                 const TWrittenModel& written, OutputFile* file) const {
+    const PointTable& table = control.table;
+    const TRPC model(written.record);
+    ResidualPage page;
+    page.command = "fit";
+    page.title = "Fit of " + FileName(out_) + " to " + FileName(table.Name());
+    page.lead = method_ == 0 ? story.message : "The plain fit of all 78 coefficients.";
+    page.names = {"fitted", "check", "bad"};
+    page.facts = {{"points", table.Name()},
+                  {"written", out_},
+                  {"points fitted", PageCount(Taken(points, story).size()) + " of " + PageCount(table.size())},
+                  {"points that check", PageCount(points.check.size())},
+                  {"bad points", PageCount(story.bad.size())},
+                  {"cost of the file's digits", PageNumber(written.worst, 9) + " px"}};
+    const auto statistics = [&](const std::vector<TRPCEstimationPoint>& set) {
+      return SatCommonUtils::ResidualsOfRPC(written.record, set, false);
+    };
+    std::vector<std::pair<std::string, SatCommonUtils::TRPCFitResiduals>> sets;
+    sets.emplace_back("fitted points", statistics(Taken(points, story)));
+    if (!points.check.empty()) sets.emplace_back("check points", statistics(points.check));
+    page.tables.push_back(StatisticsTable(sets));
+    for (const PointResidual& residual : ResidualsOf(model, points, story)) {
+      MeasuredPoint point;
+      point.name = RowName(table, residual.row);
+      point.tone = std::string_view(residual.set) == "bad"     ? PageTone::Bad
+                   : std::string_view(residual.set) == "check" ? PageTone::Second
+                                                               : PageTone::Plain;
+      point.lat = control.ground.lat[residual.row];
+      point.lon = control.ground.lon[residual.row];
+      point.line = control.line[residual.row] + origin_.Shift();
+      point.sample = control.sample[residual.row] + origin_.Shift();
+      point.line_off = residual.line;
+      point.sample_off = residual.sample;
+      page.points.push_back(std::move(point));
+    }
+    file->Write(ResidualPageHtml(page, model, origin_.Shift()));
   }
 
   std::string points_;
@@ -288,6 +341,7 @@ class Fit : public Command {
   std::optional<int> check_;
   std::string residuals_;
   bool json_ = false;
+  PageOption page_;
 };
 
 }  // namespace

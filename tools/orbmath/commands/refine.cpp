@@ -17,7 +17,9 @@
 #include "report/fixed_digits.h"
 #include "report/json.h"
 #include "report/output_file.h"
+#include "report/page_option.h"
 #include "report/report.h"
+#include "report/residual_page.h"
 
 namespace orbmath_tool {
 
@@ -122,6 +124,7 @@ class Refine : public Command {
     frame_.DeclareHeight(line, "height of control points that give none, metres");
     origin_.Declare(line);
     line.Flag("--json", &json_, "report as one JSON object");
+    page_.Declare(line);
     reading_.Declare(line);
   }
 
@@ -145,8 +148,14 @@ class Refine : public Command {
                            columns_);
     RefuseBadSigma(table, 4);
     TRefinementFit fit;
-    SatCommonUtils::FitImageTies(*model.rpc, ImageTies(model, table, origin_.Shift()), FitOptions(model), &fit);
-    return Finish(model, table, fit);
+    const std::vector<TRefinementTie> ties = ImageTies(model, table, origin_.Shift());
+    SatCommonUtils::FitImageTies(*model.rpc, ties, FitOptions(model), &fit);
+    RefinementPlaces places;
+    for (const TRefinementTie& tie : ties) {
+      places.line.push_back(tie.measuredLine);
+      places.sample.push_back(tie.measuredSample);
+    }
+    return Finish(model, table, places, fit);
   }
 
   int RefineByControl(const Model& model) {
@@ -156,15 +165,20 @@ class Refine : public Command {
     const ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), surface.get());
     TRefinementFit fit;
     SatCommonUtils::FitGroundControl(*model.rpc, GroundControl(control), FitOptions(model), &fit);
-    return Finish(model, control.table, fit);
+    return Finish(model, control.table, {control.ground.lat, control.ground.lon, control.line, control.sample}, fit);
   }
 
-  int Finish(const Model& model, const PointTable& table, const TRefinementFit& fit) const {
+  int Finish(const Model& model, const PointTable& table, const RefinementPlaces& places,
+             const TRefinementFit& fit) const {
     NoteOutside(table, fit.outside);
     if (!fit.success) throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
     TAdjustedRPC adjusted(&model.file.record, fit.data.get());
     SatCommonUtils::CopyMarginAndRaster(*model.rpc, &adjusted);
-    WriteModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, out_);
+    OutputFile out(out_);
+    std::optional<OutputFile> page = page_.Open();
+    WriteModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, &out);
+    if (page) page->Write(RefinementPageHtml({model_, out_, table, places, origin_.Shift()}, fit, adjusted));
+    OutputFile::Commit({&out, page ? &*page : nullptr});
     PrintReport(table, fit);
     return kSuccess;
   }
@@ -199,7 +213,7 @@ class Refine : public Command {
     report.Number("sigma_factor", "true sigma / given sigma", fit.sigmaFactor, kDigits, "");
     report.Text("message", "in short", fit.message);
     AddPoints(table, fit.points, &report);
-    report.Print(json_, out_ == "-");
+    report.Print(json_, out_ == "-" || page_.IsStandardOutput());
   }
 
   DemChoice dem_;
@@ -215,6 +229,7 @@ class Refine : public Command {
   GroundFrame frame_;
   PixelOrigin origin_;
   bool json_ = false;
+  PageOption page_;
 };
 
 }  // namespace

@@ -1,0 +1,70 @@
+#pragma once
+/// \file
+/// Figures of pages: a map with outlines and marks, arrows over an image, histograms.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "report/page.h"
+#include "report/page_svg.h"
+
+namespace orbmath_tool {
+
+/// A closed line on the ground.
+struct GroundOutline {
+  std::string name;
+  std::vector<double> lats;  ///< degrees
+  std::vector<double> lons;  ///< degrees, any turn
+  PageTone tone = PageTone::Plain;
+};
+
+/// A point on the ground.
+struct GroundMark {
+  std::string name;
+  double lat = 0.0;  ///< degrees
+  double lon = 0.0;  ///< degrees, any turn
+  PageTone tone = PageTone::Plain;
+};
+
+struct GroundMap {
+  std::vector<GroundOutline> outlines;
+  std::vector<GroundMark> marks;
+  ToneNames names;
+};
+
+/// Outlines and marks on a graticule, north up, with a scale bar that holds in the middle. Its numbers are the corners
+/// of a single outline. Places that are not finite are not drawn.
+PageFigure MapFigure(const std::string& title, const std::string& caption, const GroundMap& map);
+
+/// A difference at a place of an image.
+struct ImageArrow {
+  std::string name;
+  double line = 0.0;           ///< pixels
+  double sample = 0.0;         ///< pixels
+  double line_offset = 0.0;    ///< pixels
+  double sample_offset = 0.0;  ///< pixels
+  PageTone tone = PageTone::Plain;
+};
+
+struct ArrowField {
+  double first_line = 0.0, first_sample = 0.0;  ///< corners of the image, pixels
+  double last_line = 1.0, last_sample = 1.0;
+  std::vector<ImageArrow> arrows;
+  ToneNames names;
+};
+
+/// Arrows at their places in the image, lines down, all enlarged by one factor, with a scale arrow. Those much longer
+/// than the others are cut short; the caption counts them.
+PageFigure ArrowFigure(const std::string& title, const std::string& caption, const ArrowField& field);
+
+struct HistogramSeries {
+  std::string name;
+  std::vector<double> values;
+};
+
+/// Histograms below each other, on the same classes.
+PageFigure HistogramFigure(const std::string& title, const std::string& caption,
+                           const std::vector<HistogramSeries>& series, const std::string& unit);
+
+}  // namespace orbmath_tool
