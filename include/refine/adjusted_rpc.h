@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <memory>
 #include <string>
 
 #include "../frame/api.h"
@@ -13,6 +14,7 @@
 #include "../rpc/rpc_data.h"
 #include "../rpc/rpc_model.h"
 #include "refinement.h"
+#include "refinement_covariance.h"
 #include "refinement_data.h"
 
 namespace SatCommonUtils {
@@ -60,10 +62,12 @@ class ORBMATH_API TAdjustedRPC : public TRPC {
   /// Refined image coordinates to ground at a known height; arguments and result as with `TRPC`.
   bool CalculateLatLon(const double& line, const double& sample, const double& h, double* lat,
                        double* lon) const override;
-  /// Reads the RPC part and, when there is one, the section "Refinement".
-  /// \return false when either is malformed; the model then has no refinement.
+  /// Reads the RPC part and, when they are there, the sections "Refinement" and "RefinementCovariance".
+  /// \return false when one of them is malformed: without its RPC part or its refinement the model then has no
+  /// refinement, without the covariance it has all but that.
   bool InitializeFromXML(TZxXIniReader* src) override;
-  /// Writes the RPC part and, when there is a refinement, the section "Refinement".
+  /// Writes the RPC part and, when there is a refinement, the section "Refinement"; when its covariance is known,
+  /// that too, in a section of its own that readers of the others pass over.
   /// \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst) const override;
   void CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h, double* line,
@@ -77,6 +81,12 @@ class ORBMATH_API TAdjustedRPC : public TRPC {
   var_a<TRPCRefinementDataBase*> GetRPCRefinementData() const;
   /// The refinement itself, shared; empty when there is none. It must not be changed.
   var_a<TRPCRefinementBase*> GetRefinement() const;
+
+  /// How uncertain the refinement is; null when nothing is known. Belongs to the model, until it changes.
+  const TRefinementCovariance* FindRefinementCovariance() const noexcept;
+  /// Says how uncertain the refinement is. Copies share it from then on.
+  /// \return false, nothing changed, unless it is valid and of the refinement's kind.
+  bool SetRefinementCovariance(TRefinementCovariance covariance);
 
   /// The plain record of a model whose refinement is the identity.
   ///
@@ -113,6 +123,7 @@ class ORBMATH_API TAdjustedRPC : public TRPC {
   bool CreateReApproximationDataset(TRPCEstimationDataSetParams* params, TRPCEstimationDataSet* set) const;
 
   var_a<TRPCRefinementBase*> refinement_;
+  std::shared_ptr<const TRefinementCovariance> covariance_;
 };
 
 }  // namespace SatCommonUtils

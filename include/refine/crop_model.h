@@ -17,7 +17,8 @@ ORBMATH_API var_a<TRPCRefinementDataBase*> CropRefinement(const TRPCRefinementDa
                                                           const TImageWindow& window);
 
 /// The model of a window: a `TAdjustedRPC` when `model` carries a refinement, else a `TRPC`. It gives
-/// `window.MapLine(line)`, `window.MapSample(sample)` where `model` gives line and sample. The margin, which lies on
+/// `window.MapLine(line)`, `window.MapSample(sample)` where `model` gives line and sample, and knows how uncertain its
+/// refinement is when `model` does. The margin, which lies on
 /// the ground, stays; a raster size is not set. \return empty for a window that is not valid, a model without a record,
 /// and a refinement without an inverse.
 ORBMATH_API var_a<TRPC*> CropModel(const TRPC& model, const TImageWindow& window);

@@ -10,6 +10,7 @@
 #include "../frame/zxstd/var_a.h"
 #include "../rpc/rpc_model.h"
 #include "adjusted_rpc.h"
+#include "refinement_covariance.h"
 #include "refinement_data.h"
 
 namespace SatCommonUtils {
@@ -59,6 +60,9 @@ struct TRefinementFitOptions {
   /// Root mean square misfit after the fit, pixels, up to which `FitGroundControl` and `FitImageTies` accept it; 0: as
   /// `kReasonableMisfit` says; infinite: whatever it is.
   double largestMisfit = 0.0;
+  /// True: the covariance of the parameters counts the sigmas of the points as they are; false: it is scaled by what
+  /// the residuals say, as far as points are redundant.
+  bool sigmasAreKnown = false;
 };
 
 /// The story of one point.
@@ -94,6 +98,9 @@ struct ORBMATH_API TRefinementFit {
   /// Standard deviation of the correction at the worst corner of the image (or of the square around the points), in
   /// standard deviations of one measurement of the typical sigma.
   double cornerFactor = 0.0;
+  /// Covariance of the parameters of `data`; nothing is known without success. It knows nothing of what makes all
+  /// points wrong together, such as a control net that lies off.
+  TRefinementCovariance covariance;
   /// Places of points outside the model's box of the image or of the ground, by more than a tenth of half its size;
   /// only `FitGroundControl` and `FitImageTies`, which know the model, fill it.
   std::vector<std::size_t> outside;

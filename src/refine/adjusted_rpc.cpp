@@ -4,6 +4,8 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "frame/zxstd/keyed_fields.h"
@@ -14,6 +16,7 @@ namespace SatCommonUtils {
 namespace {
 
 constexpr const char* kRefinementSection = "Refinement";
+constexpr const char* kCovarianceSection = "RefinementCovariance";
 
 /// Three arrays of derivatives, by latitude, longitude and height: the caller's, or own ones where it gave none.
 class TDerivativeArrays {
@@ -148,15 +151,29 @@ bool TAdjustedRPC::InitializeFromXML(TZxXIniReader* src) {
       refinement = CreateRefinementFromXMLN(src);
       return static_cast<bool>(refinement);
     });
+  auto covariance = std::make_shared<TRefinementCovariance>();
+  const bool says_covariance = src != nullptr && HasSection(*src, kCovarianceSection);
+  if (says_covariance) ReadSection(src, kCovarianceSection, [&] { return covariance->InitializeFromXML(src); });
   const bool has_record = TRPC::InitializeFromXML(src);
   if (!has_record) refinement.reset();
   refinement_.swap(refinement);
-  return has_record && (!is_adjusted || refinement_);
+  covariance_.reset();
+  const bool has_covariance = says_covariance && SetRefinementCovariance(std::move(*covariance));
+  return has_record && (!is_adjusted || refinement_) && (!says_covariance || has_covariance);
+}
+
+const TRefinementCovariance* TAdjustedRPC::FindRefinementCovariance() const noexcept { return covariance_.get(); }
+
+bool TAdjustedRPC::SetRefinementCovariance(TRefinementCovariance covariance) {
+  if (!refinement_ || refinement_->GetType() != covariance.type || !covariance.IsValid()) return false;
+  covariance_ = std::make_shared<const TRefinementCovariance>(std::move(covariance));
+  return true;
 }
 
 bool TAdjustedRPC::SaveToXML(TZxXIniWriter* dst) const {
   if (dst == nullptr || !TRPC::SaveToXML(dst)) return false;
-  return !refinement_ || WriteSection(dst, kRefinementSection, [&] { return refinement_->SaveToXML(dst); });
+  if (refinement_ && !WriteSection(dst, kRefinementSection, [&] { return refinement_->SaveToXML(dst); })) return false;
+  return !covariance_ || WriteSection(dst, kCovarianceSection, [&] { return covariance_->SaveToXML(dst); });
 }
 
 }  // namespace SatCommonUtils

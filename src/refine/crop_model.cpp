@@ -5,6 +5,7 @@
 
 #include "frame/zxstd/message.h"
 #include "refine/adjusted_rpc.h"
+#include "refine/plane_similarity.h"
 #include "refine/refinement_kinds.h"
 
 namespace SatCommonUtils {
@@ -27,6 +28,30 @@ matr3x3 Cropped(const matr3x3& m, const TImageWindow& window) {
   return cropped;
 }
 
+/// The covariance of that. The elements of a matrix that are no parameters have no steps.
+TRefinementCovariance Cropped(const TRefinementCovariance& covariance, const TImageWindow& window) {
+  const refine::TPlaneSimilarity to_window{window.zoom, {window.MapLine(0.0), window.MapSample(0.0)}};
+  const TRefinementKind& kind = *FindRefinementKind(covariance.type);
+  const bool projective = covariance.type == TRPCRefinementTransformType::Projective;
+  const std::size_t count = projective ? 9 : kind.parameterCount;
+  const auto place = [&](std::size_t k) { return projective ? k : kind.parameters[k]; };
+  TRefinementCovariance cropped = covariance;
+  cropped.sigma *= window.zoom;
+  for (std::size_t row = 0; row < count; ++row) {
+    for (std::size_t column = row; column < count; ++column) {
+      double sum = 0.0;
+      for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t j = 0; j < count; ++j) {
+          sum += to_window.Step(place(row), place(i)) * covariance.values[i * count + j] *
+                 to_window.Step(place(column), place(j));
+        }
+      }
+      cropped.values[row * count + column] = cropped.values[column * count + row] = sum;
+    }
+  }
+  return cropped;
+}
+
 }  // namespace
 
 var_a<TRPCRefinementDataBase*> CropRefinement(const TRPCRefinementDataBase& refinement, const TImageWindow& window) {
@@ -45,7 +70,10 @@ var_a<TRPC*> CropModel(const TRPC& model, const TImageWindow& window) {
     if (adjusted != nullptr && adjusted->IsAdjusted()) {
       const auto refinement = CropRefinement(*adjusted->GetRPCRefinementData(), window);
       if (!refinement) return nullptr;
-      cropped = make_var_a<TAdjustedRPC>(&record, refinement.get());
+      auto refined = make_var_a<TAdjustedRPC>(&record, refinement.get());
+      if (const auto* known = adjusted->FindRefinementCovariance())
+        refined->SetRefinementCovariance(Cropped(*known, window));
+      cropped = refined;
     } else {
       cropped = make_var_a<TRPC>(record, nullptr);
     }

@@ -103,6 +103,17 @@ double TPlaneFit::VarianceAt(TRPCRefinementTransformType type, double x, double 
   return 0.5 * sum;
 }
 
+double TPlaneFit::Bilinear(TRPCRefinementTransformType type, const double* left, const double* right) const {
+  const std::size_t unknowns = FreeParameters(type);
+  double sum = 0.0;
+  for (std::size_t i = 0; i < unknowns; ++i) {
+    double inner = 0.0;
+    for (std::size_t j = 0; j < unknowns; ++j) inner += cofactors[i * unknowns + j] * right[j];
+    sum += left[i] * inner;
+  }
+  return sum;
+}
+
 std::size_t FreeParameters(TRPCRefinementTransformType type) { return FindRefinementKind(type)->parameterCount; }
 
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,

@@ -42,6 +42,8 @@ struct TPlaneFit {
 
   /// Mean over both coordinates of the variance of the map at a point, for residuals of unit variance.
   double VarianceAt(TRPCRefinementTransformType type, double x, double y) const;
+  /// Covariance, for residuals of unit variance, of two linear forms of the parameters that the kind frees.
+  double Bilinear(TRPCRefinementTransformType type, const double* left, const double* right) const;
 };
 
 /// Parameters that a kind frees: 2, 6 or 8.

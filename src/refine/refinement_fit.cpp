@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "frame/zxstd/text.h"
+#include "refine/plane_similarity.h"
 #include "refine/refinement.h"
 #include "refine/refinement_kinds.h"
 #include "refine/robust_plane_fit.h"
@@ -106,6 +107,8 @@ class TFitter {
   bool FitAll(TCandidate* candidate) const;
   /// The record of a fitted map.
   var_a<TRPCRefinementDataBase*> RecordOf(const TCandidate& candidate) const;
+  /// The covariance of the parameters of that record.
+  TRefinementCovariance CovarianceOf(const TCandidate& candidate) const;
 
  private:
   bool Fit(Type type, TCandidate* candidate) const;
@@ -114,18 +117,19 @@ class TFitter {
 
   const TRefinementFitOptions& options_;
   TFrame frame_;
+  double typical_sigma_;
   std::vector<TPlaneTie> ties_;
 };
 
-TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options) : options_(options) {
+TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options)
+    : options_(options), typical_sigma_(TypicalSigma(ties)) {
   const TBox box = BoxOf(ties);
   frame_ = {{box.Center(0), box.Center(1)}, box.HalfSide() > 0.0 ? box.HalfSide() : 1.0};
-  const double typical_sigma = TypicalSigma(ties);
   ties_.reserve(ties.size());
   for (const TRefinementTie& tie : ties) {
     ties_.push_back({{frame_.ToFrame(tie.line, 0), frame_.ToFrame(tie.sample, 1)},
                      {frame_.ToFrame(tie.measuredLine, 0), frame_.ToFrame(tie.measuredSample, 1)},
-                     frame_.scale * typical_sigma / tie.sigma});  // weighted residuals are pixels
+                     frame_.scale * typical_sigma_ / tie.sigma});  // weighted residuals are pixels
   }
 }
 
@@ -238,6 +242,43 @@ var_a<TRPCRefinementDataBase*> TFitter::RecordOf(const TCandidate& candidate) co
   return FindRefinementKind(candidate.type)->recordOf(matrix);
 }
 
+// The record's matrix is M = S A S^-1 over its last element m, with A the matrix of the map and S from the frame to
+// pixels: dM / m - M dm / m.
+TRefinementCovariance TFitter::CovarianceOf(const TCandidate& candidate) const {
+  const TPlaneMap& a = candidate.robust.fit.map;
+  const TRefinementKind& kind = *FindRefinementKind(candidate.type);
+  const refine::TPlaneSimilarity to_pixels{frame_.scale, {frame_.center[0], frame_.center[1]}};
+  const double last = 1.0 - (a[6] * frame_.center[0] + a[7] * frame_.center[1]) / frame_.scale;
+  const matr3x3 matrix = kind.matrixOf(*RecordOf(candidate));
+  double steps[9][8];  // of the record's elements by the free parameters
+  for (std::size_t k = 0; k < kind.parameterCount; ++k) {
+    const std::size_t from = kind.parameters[k];
+    for (std::size_t to = 0; to < 9; ++to) {
+      steps[to][k] = (to_pixels.Step(to, from) - matrix[to / 3][to % 3] * to_pixels.Step(8, from)) / last;
+    }
+  }
+  const std::size_t equations = 2 * candidate.robust.inside.size();
+  const bool scaled = !options_.sigmasAreKnown && equations > kind.parameterCount;
+  TRefinementCovariance covariance;
+  covariance.type = candidate.type;
+  covariance.sigma = scaled ? std::sqrt(candidate.robust.variance) : typical_sigma_;
+  covariance.redundancy = scaled ? equations - kind.parameterCount : 0;
+  const double variance = covariance.sigma * covariance.sigma;
+  // The last element of a projective record is one of its parameters, and fixed.
+  const bool projective = candidate.type == Type::Projective;
+  const std::size_t count = projective ? 9 : kind.parameterCount;
+  covariance.values.resize(count * count);
+  for (std::size_t row = 0; row < count; ++row) {
+    for (std::size_t column = row; column < count; ++column) {
+      const double* const left = steps[projective ? row : kind.parameters[row]];
+      const double* const right = steps[projective ? column : kind.parameters[column]];
+      const double value = variance * candidate.robust.fit.Bilinear(candidate.type, left, right);
+      covariance.values[row * count + column] = covariance.values[column * count + row] = value;
+    }
+  }
+  return covariance;
+}
+
 /// Residuals of every tie, and their statistics.
 void Describe(const std::vector<TRefinementTie>& ties, const TRPCRefinementBase& refinement,
               const TCandidate& candidate, const std::vector<char>& is_bad, TRefinementFit* result) {
@@ -326,6 +367,7 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
   result->data = record;
   result->sigmaFactor = std::sqrt(best.robust.variance) / TypicalSigma(ties);
   result->cornerFactor = best.corner_factor;
+  result->covariance = fitter.CovarianceOf(best);
   Describe(ties, *refinement, best, is_bad, result);
   result->message = Zentarix::ssprintf("%s from %zu of %zu points (%zu bad), root mean square %.4lf pixels", name,
                                        result->used, ties.size(), bad, result->rmsAfter);
