@@ -2,6 +2,9 @@
 /// \file
 /// Every public header of the library.
 
+#include "accuracy/ellipse_probability.h"
+#include "accuracy/error_model.h"
+#include "accuracy/ground_uncertainty.h"
 #include "block/block_adjustment.h"
 #include "block/block_options.h"
 #include "block/block_problem.h"
@@ -54,6 +57,7 @@
 #include "refine/crop_model.h"
 #include "refine/model_file.h"
 #include "refine/refinement.h"
+#include "refine/refinement_covariance.h"
 #include "refine/refinement_data.h"
 #include "refine/refinement_fit.h"
 #include "refine/robust_fit.h"

@@ -106,6 +106,15 @@ ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataIte
 ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, double hObs, double hVar,
                                              const TIntersectionOptions& options = TIntersectionOptions());
 
+/// Metres on the ground that a degree covers.
+struct TGroundScale {
+  double east = 0.0;   ///< metres a degree of longitude
+  double north = 0.0;  ///< metres a degree of latitude
+};
+
+/// The scale at a point on or above the WGS84 ellipsoid. \param lat degrees. \param h metres.
+ORBMATH_API TGroundScale GroundScaleAt(double lat, double h) noexcept;
+
 /// Standard deviations in metres towards east, north and up of a point with the given covariance, on the WGS84
 /// ellipsoid. \param covariance as in `TGroundIntersection`, 9 values. \param sigma receives east, north, up.
 ORBMATH_API void GroundSigmas(double lat, double h, const double* covariance, double* sigma);

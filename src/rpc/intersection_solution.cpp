@@ -192,6 +192,11 @@ TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, d
   return Solve<THeight::Observed>(items, {hObs, hVar}, options);
 }
 
+TGroundScale GroundScaleAt(double lat, double h) noexcept {
+  const ellipsoid::TDegree degree = ellipsoid::DegreeAt(lat, h);
+  return {degree.east, degree.north};
+}
+
 void GroundSigmas(double lat, double h, const double* covariance, double* sigma) {
   const ellipsoid::TDegree degree = ellipsoid::DegreeAt(lat, h);
   sigma[0] = std::sqrt(covariance[4]) * degree.east;
