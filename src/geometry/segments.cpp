@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "frame/zxstd/plane_length.h"
+
 namespace SatCommonUtils {
 namespace {
 
@@ -175,9 +177,9 @@ double DistanceToSegment(const xy_d& p, const xy_d& a, const xy_d& b) {
     t = std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / squared_length, 0.0, 1.0);
   }
   // From the nearer end, so that the foot is exact when it is a vertex.
-  if (t <= 0.5) return std::hypot(p.x - (a.x + t * dx), p.y - (a.y + t * dy));
+  if (t <= 0.5) return PlaneLength(p.x - (a.x + t * dx), p.y - (a.y + t * dy));
   const double u = 1.0 - t;
-  return std::hypot(p.x - (b.x - u * dx), p.y - (b.y - u * dy));
+  return PlaneLength(p.x - (b.x - u * dx), p.y - (b.y - u * dy));
 }
 
 }  // namespace SatCommonUtils

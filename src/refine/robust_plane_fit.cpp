@@ -35,12 +35,12 @@ void ForEachSubset(std::size_t count, std::size_t size, const Visit& visit) {
   double combinations = 1.0;
   for (std::size_t i = 0; i < size; ++i) combinations *= static_cast<double>(count - i) / static_cast<double>(i + 1);
   if (combinations <= static_cast<double>(kMostSubsets)) {
-    std::vector<char> mask(count, 0);
-    std::fill_n(mask.begin(), size, 1);
+    std::vector<bool> mask(count, false);
+    std::fill_n(mask.begin(), size, true);
     do {
       TIndices subset;
       for (std::size_t i = 0; i < count; ++i) {
-        if (mask[i] != 0) subset.push_back(i);
+        if (mask[i]) subset.push_back(i);
       }
       visit(subset);
     } while (std::prev_permutation(mask.begin(), mask.end()));

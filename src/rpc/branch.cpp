@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "frame/zxstd/plane_length.h"
 #include "rpc/height_slice.h"
 #include "rpc/rpc_terms.h"
 
@@ -175,7 +176,7 @@ bool TBranch::Reach(const double (&aim)[3], TBranchNode* node, std::int32_t* eva
     const double sample = aim[1] - probe.image[1] - probe.slope[1][2] * rise;
     const double step[2] = {(line * probe.slope[1][1] - sample * probe.slope[0][1]) / probe.sides[2],
                             (sample * probe.slope[0][0] - line * probe.slope[1][0]) / probe.sides[2]};
-    const double length = std::hypot(step[0], step[1]);
+    const double length = PlaneLength(step[0], step[1]);
     if (!(length <= longest)) return false;
     longest = kContraction * length;
     node->ground[0] += step[0];
@@ -184,7 +185,7 @@ bool TBranch::Reach(const double (&aim)[3], TBranchNode* node, std::int32_t* eva
     node->probe = Probe(node->ground);
     ++*evaluations;
     if (!IsNear(node->probe, before)) return false;
-    if (std::hypot(aim[0] - node->probe.image[0], aim[1] - node->probe.image[1]) <= kArrived) return true;
+    if (PlaneLength(aim[0] - node->probe.image[0], aim[1] - node->probe.image[1]) <= kArrived) return true;
   }
   return false;
 }

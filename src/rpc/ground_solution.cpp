@@ -7,6 +7,7 @@
 #include <cmath>
 #include <typeinfo>
 
+#include "frame/zxstd/plane_length.h"
 #include "rpc/blocks.h"
 #include "rpc/branch.h"
 #include "rpc/damped_steps.h"
@@ -30,7 +31,7 @@ constexpr int kLastTry = 25;
 double Miss(const TRPCCoordsDataItem& item, double lat, double lon, double h) {
   double line, sample;
   item.model->CalculateLineSample(lat, lon, h, &line, &sample, nullptr, nullptr);
-  return std::hypot(item.line - line, item.sample - sample);
+  return PlaneLength(item.line - line, item.sample - sample);
 }
 
 /// Puts another point in the place of a worse one.

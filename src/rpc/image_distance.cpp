@@ -6,6 +6,7 @@
 #include <cmath>
 #include <vector>
 
+#include "frame/zxstd/plane_length.h"
 #include "rpc/ground_solution.h"
 #include "rpc/rpc_boxes.h"
 
@@ -64,7 +65,7 @@ TImageDistance DistanceInImage(const TRPC& model, const TRPC& other) {
   double worst = 0.0;
   double sum = 0.0;
   for (std::size_t i = 0; i < a.line.size(); ++i) {
-    const double distance = std::hypot(a.line[i] - b.line[i], a.sample[i] - b.sample[i]);
+    const double distance = PlaneLength(a.line[i] - b.line[i], a.sample[i] - b.sample[i]);
     worst = std::max(worst, distance);
     sum += distance * distance;
   }

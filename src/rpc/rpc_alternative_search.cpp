@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frame/zxstd/message.h"
+#include "frame/zxstd/plane_length.h"
 #include "linalg/linear_systems.h"
 #include "rpc/rpc_model.h"
 
@@ -83,7 +84,7 @@ bool Predict(const TTarget& target, const std::vector<TSample>& samples, double*
   for (const TSample& s : samples) {
     const double l = (s.line - target.line) / farthest;
     const double m = (s.sample - target.sample) / farthest;
-    const double relative = std::hypot(l, m) / kHalfWeight;
+    const double relative = PlaneLength(l, m) / kHalfWeight;
     const double y = s.lat - samples[0].lat;
     const double x = s.lon - samples[0].lon;
     design.push_back({l, m, 1.0, 0.0, 0.0, 0.0, -l * y, -m * y});

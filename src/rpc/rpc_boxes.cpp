@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "frame/zxstd/plane_length.h"
 #include "rpc/rpc_model.h"
 
 namespace SatCommonUtils {
@@ -44,7 +45,7 @@ double TImageBox::Remoteness(const TImagePoint& point) const noexcept {
 bool TImageBox::Contains(const TImagePoint& point) const noexcept { return Remoteness(point) <= 1.0; }
 
 double TImageBox::Distance(const TImagePoint& point) const noexcept {
-  return std::hypot(Beyond(line, point.line), Beyond(sample, point.sample));
+  return PlaneLength(Beyond(line, point.line), Beyond(sample, point.sample));
 }
 
 TImagePoint TImageBox::At(const TNormalizedImagePoint& place) const noexcept {

@@ -45,9 +45,15 @@ struct TToBernstein {
     double basis[kDegree + 1][2 * (kDegree + 1)];
     for (int i = 0; i <= kDegree; ++i) {
       const double t = double(i) / kDegree;
+      // Powers by products: those of C libraries differ in their last bit.
+      double powers[kDegree + 1] = {1.0}, others[kDegree + 1] = {1.0};
+      for (int k = 0; k < kDegree; ++k) {
+        powers[k + 1] = powers[k] * t;
+        others[k + 1] = others[k] * (1.0 - t);
+      }
       double binomial = 1.0;
       for (int k = 0; k <= kDegree; ++k) {
-        basis[i][k] = binomial * std::pow(t, k) * std::pow(1.0 - t, kDegree - k);
+        basis[i][k] = binomial * powers[k] * others[kDegree - k];
         basis[i][kDegree + 1 + k] = i == k ? 1.0 : 0.0;
         binomial = binomial * (kDegree - k) / (k + 1);
       }

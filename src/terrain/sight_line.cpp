@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "frame/zxstd/plane_length.h"
 #include "rpc/ground_solution.h"
 #include "rpc/longitude_turns.h"
 
@@ -59,7 +60,7 @@ TScene MakeScene(const TRPC& model, const THeightSurface& surface) {
   }
   const THeightGridFrame& frame = scene.grid->GetFrame();
   const double* t = frame.transform;
-  const double spacing = std::fmax(std::hypot(t[1], t[4]), std::hypot(t[2], t[5]));
+  const double spacing = std::fmax(PlaneLength(t[1], t[4]), PlaneLength(t[2], t[5]));
   scene.mapped = frame.mapping != nullptr;
   scene.metresPerUnit = scene.mapped ? spacing : spacing * kMetresPerDegree;
   if (!scene.mapped) {
@@ -87,9 +88,9 @@ TFourNodes::TFourNodes(const double* nodes) {
 }
 
 double GetMiss(const TScene& scene, const double* a, const double* b) {
-  double miss = scene.metresPerUnit * std::hypot(a[kColumn] - b[kColumn], a[kRow] - b[kRow]);
+  double miss = scene.metresPerUnit * PlaneLength(a[kColumn] - b[kColumn], a[kRow] - b[kRow]);
   if (scene.mapped) {
-    const double ground = std::hypot(a[kLatitude] - b[kLatitude], a[kLongitude] - b[kLongitude]);
+    const double ground = PlaneLength(a[kLatitude] - b[kLatitude], a[kLongitude] - b[kLongitude]);
     miss = std::fmax(miss, kMetresPerDegree * ground);
   }
   return miss;

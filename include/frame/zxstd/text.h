@@ -9,7 +9,9 @@
 namespace Zentarix {
 
 /// `printf`-style formatting into a string. Numbers have a decimal point whatever the process's locale is.
-#if defined(__GNUC__)
+#if defined(__MINGW32__)
+__attribute__((format(gnu_printf, 1, 2)))  // MinGW's "printf" is that of the old C runtime, which lacks %zu
+#elif defined(__GNUC__)
 __attribute__((format(printf, 1, 2)))
 #endif
 ORBMATH_API std::string

@@ -12,6 +12,7 @@
 #include "frame/sat_data_container/numbers.h"
 #include "support/bits.h"
 #include "support/comma_locale.h"
+#include "support/portable_bits.h"
 #include "support/random.h"
 
 namespace SatCommonUtils {
@@ -41,6 +42,25 @@ TEST(FormatDouble, ComesBackBitForBit) {
     ASSERT_TRUE(ParseDouble(text, &back)) << text;
     ASSERT_EQ(Bits(back), Bits(value)) << text;
   }
+}
+
+// Texts of numbers of every size, and the numbers of texts with more digits than a double holds, on every processor.
+TEST(NumberText, KeepsItsBits) {
+  orbmath_test::Lehmer numbers;
+  std::string texts;
+  std::vector<double> parsed;
+  for (int i = 0; i < 20000; ++i) {
+    const double mantissa = numbers.Next();
+    const int exponent = static_cast<int>(320.0 * numbers.Next());
+    const std::string digits =
+        FormatDouble(numbers.Next()) + "37129" + (i % 7 == 0 ? "" : "5e" + std::to_string(exponent));
+    texts += FormatDouble(std::ldexp(mantissa, 3 * exponent)) + "\n";
+    double value = kPoison;
+    ParseDouble(digits, &value);
+    parsed.push_back(value);
+  }
+  EXPECT_EQ(orbmath_test::HashOf(texts), 12168747529344151127u);
+  EXPECT_TRUE(orbmath_test::HasHash(parsed, 0x9f45e81a6063e5aeu));
 }
 
 TEST(ParseDouble, TakesAWholeTokenOnly) {
