@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # What takes too long for every change: everything of .ci/run, and beside it Clang's optimised build, static analysis of every file, a static
-# library with a host of it, the Debian packages, longer fuzzing. Half an hour to two hours on two cores.
+# library with a host of it, the Debian packages, longer fuzzing, other platforms. Two to four hours on two cores.
 #
 #   bash scripts/check-everything.sh            check
 #   bash scripts/check-everything.sh --record   and note in .ci/analysed what the static analysis has passed
@@ -31,5 +31,8 @@ cmake --build --preset bench
 
 echo "== readers fuzzed"
 bash fuzz/run.sh build/sanitize 120
+
+echo "== other platforms (docs/platforms.md has the results)"
+bash scripts/check-aarch64.sh
 
 echo "== done: $(date +%F), $(git rev-parse --short HEAD)"

@@ -9,6 +9,7 @@
 
 #include "linalg/number_list.h"
 #include "linalg/reference.h"
+#include "support/process_ends.h"
 
 namespace orbmath_test {
 namespace {
@@ -69,7 +70,7 @@ TEST(NumberList, KnowsTheLongestToken) {
   EXPECT_EQ(values[0], 2.0);
   const std::string overlong = "(2;" + longest + "0)";
   EXPECT_TRUE(HasOverlongToken(overlong.c_str(), kVectorDelimiters));
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // the solvers' threads may be there
+  WatchEndsInAProcessOfTheirOwn();
   EXPECT_DEATH(ReadNumberList(overlong.c_str(), kVectorDelimiters), "128 or more characters");
 }
 

@@ -9,6 +9,7 @@
 #include "support/bits.h"
 #include "support/comma_locale.h"
 #include "support/debug_capture.h"
+#include "support/process_ends.h"
 #include "support/xml.h"
 
 namespace orbmath_test {
@@ -51,7 +52,7 @@ TEST(Vector, IsBuiltFromSizesUnitsNumbersAndText) {
   } catch (const TZxMessage& message) {
     EXPECT_EQ(message.GetText(), "@SatCommonUtils::TVector::TVector: TVector index error");
   }
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // the solvers' threads may be there
+  orbmath_test::WatchEndsInAProcessOfTheirOwn();
   EXPECT_DEATH(TVector("(" + std::string(128, '1') + ")"), "128");
   EXPECT_EQ(TVector("(" + std::string(127, '0') + ")").GetSize(), 1u);
 }
