@@ -183,7 +183,25 @@ void ImageCoordinates::Exact(std::size_t count, const double* column, const doub
   if (grid_ != nullptr) grid_->GetColumnsRows(count, lat, lon, values[2], values[3]);
 }
 
+/// What the nodes of a square say of the footprint. \param lat, lon nine nodes; between them the square reaches a
+/// little further.
+void ImageCoordinates::Look(const double* lat, const double* lon, Ground* ground) const {
+  if (!hasFootprint_) return;
+  const auto south = std::minmax_element(lat, lat + 9);
+  const auto west = std::minmax_element(lon, lon + 9);
+  const double reachLat = 0.25 * (*south.second - *south.first);
+  const double reachLon = 0.25 * (*west.second - *west.first);
+  const TTerrainBox box = {*south.first - reachLat, *west.first - reachLon, *south.second + reachLat,
+                           *west.second + reachLon};
+  const TTerrainBox& f = footprint_;
+  ground->inside =
+      ground->inside && box.south >= f.south && box.west >= f.west && box.north <= f.north && box.east <= f.east;
+  ground->outside =
+      ground->outside && (box.north < f.south || box.east < f.west || box.south > f.north || box.west > f.east);
+}
+
 void ImageCoordinates::FillExactly(const PixelRect& part, Ground* ground) const {
+  ground->inside = ground->outside = false;
   std::vector<double> column(std::size_t(part.columns)), row(std::size_t(part.columns));
   for (int c = 0; c < part.columns; ++c) column[std::size_t(c)] = part.column + c;
   for (int r = 0; r < part.rows; ++r) {
@@ -232,6 +250,7 @@ void ImageCoordinates::Fill(int column, int row, int size, Ground* ground) const
     for (int i = 0; i < 4; ++i) Fill(column + quarter * (i % 2), row + quarter * (i / 2), quarter, ground);
     return;
   }
+  Look(points[0], points[1], ground);
   for (int k = 0; k < channels_; ++k) {
     for (int r = 0; r < part.rows; ++r) {
       double parabola[3];
@@ -283,27 +302,30 @@ void ImageCoordinates::Mask(std::size_t start, std::size_t count, const Ground& 
   }
 }
 
+bool ImageCoordinates::IsNear(double lat, double lon) const {
+  return lat >= footprint_.south && lat <= footprint_.north && lon >= footprint_.west && lon <= footprint_.east;
+}
+
 /// Heights and image points of the ground; `line` and `sample` stand row by row as the ground does.
 void ImageCoordinates::Project(const Ground& ground, double* line, double* sample, PixelCounts* counts) const {
   const std::size_t all = ground.rect.Count();
   double h[kTogether];
+  const bool free = !hasFootprint_ || ground.inside;
+  counts->filled += std::int64_t(all);
   for (std::size_t start = 0; start < all; start += kTogether) {
     const std::size_t count = std::min(kTogether, all - start);
     const double* const lat = ground.values[0].data() + start;
     const double* const lon = ground.values[1].data() + start;
     GetHeights(start, count, ground, h);
     model_.CalculateLineSampleArray(count, lat, lon, h, line + start, sample + start, nullptr, nullptr);
+    const double lastLine = height_ - 0.5;
+    const double lastSample = width_ - 0.5;
     for (std::size_t i = 0; i < count; ++i) {
       double& l = line[start + i];
       const double s = sample[start + i];
-      const bool inside = l >= -0.5 && l < height_ - 0.5 && s >= -0.5 && s < width_ - 0.5;
-      const bool near = !hasFootprint_ || (lat[i] >= footprint_.south && lat[i] <= footprint_.north &&
-                                           lon[i] >= footprint_.west && lon[i] <= footprint_.east);
-      if (inside && near) {
-        ++counts->filled;
-        continue;
-      }
+      if (l >= -0.5 && l < lastLine && s >= -0.5 && s < lastSample && (free || IsNear(lat[i], lon[i]))) continue;
       ++(std::isnan(h[i]) ? counts->noHeight : counts->outside);
+      --counts->filled;
       l = kNaN;
     }
     if (locator_ != nullptr) Mask(start, count, ground, h, line + start, counts);
@@ -324,8 +346,15 @@ void ImageCoordinates::Compute(const PixelRect& rect, double* line, double* samp
       for (int k = 0; k < channels_; ++k) ground.values[k].resize(count);
       lines.resize(count);
       samples.resize(count);
+      ground.inside = true;
+      ground.outside = hasFootprint_;
       Fill(column, row, kSquare, &ground);
-      Project(ground, lines.data(), samples.data(), counts);
+      if (ground.outside) {
+        std::fill(lines.begin(), lines.end(), kNaN);
+        counts->outside += std::int64_t(count);
+      } else {
+        Project(ground, lines.data(), samples.data(), counts);
+      }
       for (int r = 0; r < ground.rect.rows; ++r) {
         const std::size_t from = std::size_t(r) * std::size_t(ground.rect.columns);
         const std::size_t to = OffsetIn(rect, ground.rect.column, ground.rect.row + r);

@@ -58,15 +58,19 @@ class ImageCoordinates {
   struct Ground {
     PixelRect rect;
     std::vector<double> values[kChannels];
+    bool inside = true;   ///< all of it lies in the footprint
+    bool outside = true;  ///< nothing of it does
   };
 
   void FindChannels();
   void FindFootprint();
   void FindWeights();
   void Exact(std::size_t count, const double* column, const double* row, double* const* values) const;
+  void Look(const double* lat, const double* lon, Ground* ground) const;
   void Fill(int column, int row, int size, Ground* ground) const;
   void FillExactly(const PixelRect& part, Ground* ground) const;
   void GetHeights(std::size_t start, std::size_t count, const Ground& ground, double* h) const;
+  bool IsNear(double lat, double lon) const;
   void Project(const Ground& ground, double* line, double* sample, PixelCounts* counts) const;
   void Mask(std::size_t start, std::size_t count, const Ground& ground, const double* h, double* line,
             PixelCounts* counts) const;

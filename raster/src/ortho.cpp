@@ -40,6 +40,15 @@ class BlockCache {
   GIntBig previous_;
 };
 
+/// floor(value + 1/2), without a call where the processor's rounding instruction is not in the baseline.
+float RoundedUp(float value) {
+  // Single precision holds 24 bits, and narrow types no more than 16.
+  const float up = std::min(std::max(value, -1e6f), 1e6f) + 0.5f;
+  const auto whole = static_cast<float>(static_cast<int>(up));
+  return whole > up ? whole - 1.0f : whole;
+}
+double RoundedUp(double value) { return std::floor(value + 0.5); }
+
 /// The values of a band's type: real numbers become such, and data never becomes the value of no data.
 class ValueRange {
  public:
@@ -68,7 +77,7 @@ class ValueRange {
         values[i] = empty;
         continue;
       }
-      if (integer_) value = std::min(std::max(std::floor(value + Sample(0.5)), low), high);
+      if (integer_) value = std::min(std::max(RoundedUp(value), low), high);
       values[i] = noData_ && value == empty ? beside : value;
     }
   }
@@ -88,6 +97,41 @@ class ValueRange {
   double high_ = 0.0;
 };
 
+/// The smallest and the largest of numbers, NaN left out; four under way together.
+class Extent {
+ public:
+  void Add(const double* x, std::size_t count) {
+    std::size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+      for (int k = 0; k < 4; ++k) Take(x[i + std::size_t(k)], k);
+    }
+    for (; i < count; ++i) Take(x[i], 0);
+  }
+  void Get(double* first, double* last) const {
+    *first = *std::min_element(least_, least_ + 4);
+    *last = *std::max_element(most_, most_ + 4);
+  }
+
+ private:
+  void Take(double x, int k) {
+    least_[k] = x < least_[k] ? x : least_[k];
+    most_[k] = x > most_[k] ? x : most_[k];
+  }
+
+  double least_[4] = {HUGE_VAL, HUGE_VAL, HUGE_VAL, HUGE_VAL};
+  double most_[4] = {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+};
+
+/// What a thread keeps from tile to tile, so that no memory is asked for again.
+template <class Sample>
+struct Scratch {
+  std::vector<double> line;
+  std::vector<double> sample;
+  std::vector<Sample> pixels;
+  std::vector<std::uint8_t> known;
+  PixelCounts counts;
+};
+
 /// One run: what all tiles share.
 class OrthoRun {
  public:
@@ -105,10 +149,10 @@ class OrthoRun {
   template <class Sample>
   void WorkOnTiles();
   template <class Sample>
-  bool MakeTile(int number, PixelCounts* counts);
+  bool MakeTile(int number, Scratch<Sample>* scratch);
   template <class Sample>
-  bool Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, const double* line,
-                const double* sample, Sample* out);
+  bool Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, Scratch<Sample>* scratch,
+                Sample* out);
   bool Report();
   void Fail(const std::string& why);
 
@@ -220,23 +264,21 @@ bool OrthoRun::Report() {
 }
 
 /// The part of a tile, divided until its window of the image fits into this thread's memory.
-/// \param line, sample, out of the whole tile.
+/// \param out of the whole tile.
 template <class Sample>
-bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, const double* line,
-                        const double* sample, Sample* out) {
-  double first[2] = {HUGE_VAL, HUGE_VAL};
-  double last[2] = {-HUGE_VAL, -HUGE_VAL};
+bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, Scratch<Sample>* scratch,
+                        Sample* out) {
+  const double* const line = scratch->line.data();
+  const double* const sample = scratch->sample.data();
   const auto offset = [&](int r) {
     return std::size_t(part.row - tile.row + r) * std::size_t(tile.columns) + std::size_t(part.column - tile.column);
   };
-  for (int r = 0; r < part.rows; ++r) {
-    for (std::size_t i = offset(r), end = i + std::size_t(part.columns); i < end; ++i) {
-      if (std::isnan(line[i])) continue;
-      first[0] = std::min(first[0], line[i]);
-      last[0] = std::max(last[0], line[i]);
-      first[1] = std::min(first[1], sample[i]);
-      last[1] = std::max(last[1], sample[i]);
-    }
+  double first[2], last[2];
+  const double* const both[] = {line, sample};
+  for (int axis = 0; axis < 2; ++axis) {
+    Extent extent;
+    for (int r = 0; r < part.rows; ++r) extent.Add(both[axis] + offset(r), std::size_t(part.columns));
+    extent.Get(&first[axis], &last[axis]);
   }
   if (first[0] > last[0]) {
     for (int r = 0; r < part.rows; ++r) {
@@ -260,16 +302,15 @@ bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const Pi
     (across ? one.columns : one.rows) /= 2;
     (across ? other.column : other.row) += across ? one.columns : one.rows;
     (across ? other.columns : other.rows) -= across ? one.columns : one.rows;
-    return Resample(layer, tile, one, line, sample, out) && Resample(layer, tile, other, line, sample, out);
+    return Resample(layer, tile, one, scratch, out) && Resample(layer, tile, other, scratch, out);
   }
-  std::vector<Sample> pixels;
-  std::vector<std::uint8_t> known;
   std::string error;
-  if (!source_.Read(layer, window, &pixels, &known, &error)) {
+  if (!source_.Read(layer, window, &scratch->pixels, &scratch->known, &error)) {
     Fail(error);
     return false;
   }
-  const PixelWindow<Sample> there = {window, pixels.data(), known.empty() ? nullptr : known.data()};
+  const PixelWindow<Sample> there = {window, scratch->pixels.data(),
+                                     scratch->known.empty() ? nullptr : scratch->known.data()};
   for (int r = 0; r < part.rows; ++r) {
     const std::size_t i = offset(r);
     resampler_->Run(there, std::size_t(part.columns), line + i, sample + i, out + i);
@@ -278,20 +319,21 @@ bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const Pi
 }
 
 template <class Sample>
-bool OrthoRun::MakeTile(int number, PixelCounts* counts) {
+bool OrthoRun::MakeTile(int number, Scratch<Sample>* scratch) {
   PixelRect tile;
   tile.column = number % tileColumns_ * kTile;
   tile.row = number / tileColumns_ * kTile;
   tile.columns = std::min(kTile, result_->frame.columns - tile.column);
   tile.rows = std::min(kTile, result_->frame.rows - tile.row);
   const std::size_t count = tile.Count();
-  std::vector<double> line(count), sample(count);
-  coordinates_->Compute(tile, line.data(), sample.data(), counts);
+  scratch->line.resize(count);
+  scratch->sample.resize(count);
+  coordinates_->Compute(tile, scratch->line.data(), scratch->sample.data(), &scratch->counts);
   const std::vector<ImageLayer>& layers = source_.Layers();
   std::vector<Sample> values(count * layers.size());
   for (std::size_t i = 0; i < layers.size(); ++i) {
     Sample* const out = values.data() + i * count;
-    if (!Resample(layers[i], tile, tile, line.data(), sample.data(), out)) return false;
+    if (!Resample(layers[i], tile, tile, scratch, out)) return false;
     ranges_[i].Apply(count, out);
   }
   return output_.Put(number, tile, std::move(values), layers.front().complex);
@@ -299,10 +341,10 @@ bool OrthoRun::MakeTile(int number, PixelCounts* counts) {
 
 template <class Sample>
 void OrthoRun::WorkOnTiles() {
-  PixelCounts counts;
+  Scratch<Sample> scratch;
   try {
     for (int number = next_++; number < tiles_ && !stop_; number = next_++) {
-      if (!MakeTile<Sample>(number, &counts)) {
+      if (!MakeTile<Sample>(number, &scratch)) {
         Fail(output_.Error());
       } else if (!Report()) {
         stop_ = true;
@@ -313,10 +355,10 @@ void OrthoRun::WorkOnTiles() {
     Fail(lost.what());
   }
   const std::lock_guard<std::mutex> lock(mutex_);
-  result_->filled += counts.filled;
-  result_->outside += counts.outside;
-  result_->noHeight += counts.noHeight;
-  result_->hidden += counts.hidden;
+  result_->filled += scratch.counts.filled;
+  result_->outside += scratch.counts.outside;
+  result_->noHeight += scratch.counts.noHeight;
+  result_->hidden += scratch.counts.hidden;
 }
 
 TOrthoState OrthoRun::Work(std::string* error) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace SatCommonUtils {
@@ -18,7 +19,7 @@ namespace {
 constexpr double kNotCoarser = 1.25;
 constexpr double kPi = 3.14159265358979323846;
 
-int Radius(TResampling kind) {
+constexpr int Radius(TResampling kind) {
   if (kind == TResampling::Nearest) return 0;
   if (kind == TResampling::Bilinear) return 1;
   return kind == TResampling::Cubic ? 2 : 3;
@@ -28,8 +29,11 @@ int Radius(TResampling kind) {
 double SinPi(double x) {
   const double t = kPi * x;
   const double q = t * t;
+  // 1 / (k (k - 1)) for k = 19, 17 ... 3
+  constexpr double kParts[] = {1.0 / 342, 1.0 / 272, 1.0 / 210, 1.0 / 156, 1.0 / 110,
+                               1.0 / 72,  1.0 / 42,  1.0 / 20,  1.0 / 6};
   double sum = 1.0;
-  for (int k = 21; k > 1; k -= 2) sum = 1.0 - sum * q / (k * (k - 1));
+  for (const double part : kParts) sum = 1.0 - sum * q * part;
   return t * sum;
 }
 
@@ -59,26 +63,86 @@ double Kernel(TResampling kind, double x) {
   return 0.0;
 }
 
-/// Cubic weights of the pixels at -1, 0, 1, 2 for a point at x between 0 and 1.
+/// Four numbers that a processor works on together.
 template <class Sample>
-void CubicWeights(double x, Sample* w) {
-  w[0] = static_cast<Sample>(((-0.5 * x + 1.0) * x - 0.5) * x);
-  w[1] = static_cast<Sample>((1.5 * x - 2.5) * x * x + 1.0);
-  w[2] = static_cast<Sample>(((-1.5 * x + 2.0) * x + 0.5) * x);
-  w[3] = static_cast<Sample>((0.5 * x - 0.5) * x * x);
+struct FourOf;
+template <>
+struct FourOf<float> {
+  typedef float Type __attribute__((vector_size(16)));
+};
+template <>
+struct FourOf<double> {
+  typedef double Type __attribute__((vector_size(32)));
+};
+
+template <class Sample>
+[[gnu::always_inline]] inline void Load(const Sample* from, typename FourOf<Sample>::Type& four) {
+  std::memcpy(&four, from, sizeof four);
 }
 
-/// Four by four pixels: columns first, as a processor adds four at a time.
+/// Cubic weights of the pixels at -1, 0, 1, 2 for a point at x between 0 and 1: a polynomial in each lane.
 template <class Sample>
-Sample Cubic4x4(const Sample* pixels, std::ptrdiff_t stride, double x, double y) {
-  Sample wx[4], wy[4], sum[4];
-  CubicWeights(x, wx);
-  CubicWeights(y, wy);
-  for (int c = 0; c < 4; ++c) sum[c] = wy[0] * pixels[c];
+[[gnu::always_inline]] inline void CubicWeights(Sample x, typename FourOf<Sample>::Type& w) {
+  using Four = typename FourOf<Sample>::Type;
+  constexpr Sample kHalf = Sample(0.5);
+  const Four cubic = {-kHalf, 3 * kHalf, -3 * kHalf, kHalf};
+  const Four square = {1, -5 * kHalf, 2, -kHalf};
+  const Four linear = {-kHalf, 0, kHalf, 0};
+  const Four constant = {0, 1, 0, 0};
+  w = ((cubic * x + square) * x + linear) * x + constant;
+}
+
+/// Four by four pixels: four columns together, row by row, then across.
+template <class Sample>
+[[gnu::always_inline]] inline Sample Cubic4x4(const Sample* pixels, std::ptrdiff_t stride, double x, double y) {
+  typename FourOf<Sample>::Type wx, wy, row, sum;
+  CubicWeights(static_cast<Sample>(x), wx);
+  CubicWeights(static_cast<Sample>(y), wy);
+  Load(pixels, row);
+  sum = row * wy[0];
   for (int r = 1; r < 4; ++r) {
-    for (int c = 0; c < 4; ++c) sum[c] += wy[r] * pixels[r * stride + c];
+    Load(pixels + r * stride, row);
+    sum += row * wy[r];
   }
-  return (wx[0] * sum[0] + wx[1] * sum[1]) + (wx[2] * sum[2] + wx[3] * sum[3]);
+  sum *= wx;
+  return (sum[0] + sum[1]) + (sum[2] + sum[3]);
+}
+
+/// Lanczos weights of the pixels at -2 to 3 for a point at x between 0 and 1: of sin(pi (x - k)) only the sign changes
+/// with k, and sin(pi (x - k) / 3) follows from the sine and the cosine of one angle.
+void LanczosWeights(double x, double* w) {
+  if (x < 1e-9 || x > 1.0 - 1e-9) {  // on a pixel, where the quotient below is 0 / 0
+    for (int k = 0; k < 6; ++k) w[k] = k == (x < 0.5 ? 2 : 3) ? 1.0 : 0.0;
+    return;
+  }
+  constexpr double kHalfRoot3 = 0.86602540378443864676;
+  // cos and sin of pi k / 3 for k = -2 to 3
+  constexpr double kCos[] = {-0.5, 0.5, 1.0, 0.5, -0.5, -1.0};
+  constexpr double kSin[] = {-kHalfRoot3, -kHalfRoot3, 0.0, kHalfRoot3, kHalfRoot3, 0.0};
+  const double whole = SinPi(x <= 0.5 ? x : 1.0 - x);
+  const double third = SinPi(x / 3.0);
+  const double cosine = std::sqrt(1.0 - third * third);
+  double sum = 0.0;
+  for (int k = 0; k < 6; ++k) {
+    const double d = x - (k - 2);
+    w[k] = (k % 2 == 0 ? whole : -whole) * (third * kCos[k] - cosine * kSin[k]) / (d * d);
+    sum += w[k];
+  }
+  const double toOne = 1.0 / sum;
+  for (int k = 0; k < 6; ++k) w[k] *= toOne;
+}
+
+template <class Sample>
+Sample Lanczos6x6(const Sample* pixels, std::ptrdiff_t stride, double x, double y) {
+  double wx[6], wy[6], across[6] = {};
+  LanczosWeights(x, wx);
+  LanczosWeights(y, wy);
+  for (int r = 0; r < 6; ++r) {
+    for (int c = 0; c < 6; ++c) across[c] += wy[r] * pixels[r * stride + c];
+  }
+  double sum = 0.0;
+  for (int c = 0; c < 6; ++c) sum += wx[c] * across[c];
+  return static_cast<Sample>(sum);
 }
 
 template <class Sample>
@@ -154,31 +218,63 @@ Sample Resampler::General(const PixelWindow<Sample>& window, double line, double
 }
 
 template <class Sample>
-void Resampler::Run(const PixelWindow<Sample>& window, std::size_t count, const double* line, const double* sample,
-                    Sample* out) const {
+Sample Resampler::One(const PixelWindow<Sample>& window, double line, double sample) const {
+  const PixelRect& rect = window.rect;
+  // At least -0.5, or the point would lie outside the image.
+  const std::ptrdiff_t nearest =
+      static_cast<std::ptrdiff_t>(line - rect.row + 0.5) * rect.columns + static_cast<int>(sample - rect.column + 0.5);
+  if (window.known != nullptr && window.known[nearest] == 0) return std::numeric_limits<Sample>::quiet_NaN();
+  return kind_ == TResampling::Nearest ? window.pixels[nearest] : General(window, line, sample);
+}
+
+/// Points whose kernel lies within the window and meets only data.
+template <class Sample, TResampling kKind>
+void Resampler::RunInside(const PixelWindow<Sample>& window, std::size_t count, const double* line,
+                          const double* sample, Sample* out) const {
+  constexpr int kBefore = Radius(kKind) - 1;
+  constexpr int kBehind = Radius(kKind);
   const PixelRect& rect = window.rect;
   const std::ptrdiff_t stride = rect.columns;
-  const bool plain = window.known == nullptr && !wider_;
-  const int before = kind_ == TResampling::Cubic ? 1 : 0;
-  const int behind = kind_ == TResampling::Cubic ? 2 : 1;
-  const bool fast = plain && (kind_ == TResampling::Cubic || kind_ == TResampling::Bilinear);
+  const Sample* const origin = window.pixels - kBefore * stride - kBefore;
+  const double lastRow = rect.rows - kBehind;
+  const double lastColumn = rect.columns - kBehind;
   for (std::size_t i = 0; i < count; ++i) {
-    out[i] = std::numeric_limits<Sample>::quiet_NaN();
-    if (std::isnan(line[i])) continue;
     const double l = line[i] - rect.row;
     const double s = sample[i] - rect.column;
-    // Above -0.5, or the point would lie outside the image; truncation is towards 0 there.
-    const int row = static_cast<int>(l);
-    const int column = static_cast<int>(s);
-    if (fast && l >= before && s >= before && row + behind < rect.rows && column + behind < rect.columns) {
-      const Sample* const pixels = window.pixels + (row - before) * stride + (column - before);
-      out[i] = kind_ == TResampling::Cubic ? Cubic4x4(pixels, stride, s - column, l - row)
-                                           : Bilinear2x2(pixels, stride, s - column, l - row);
-      continue;
+    if (l >= kBefore && s >= kBefore && l < lastRow && s < lastColumn) {
+      const int row = static_cast<int>(l);
+      const int column = static_cast<int>(s);
+      const Sample* const pixels = origin + row * stride + column;
+      if constexpr (kKind == TResampling::Cubic) {
+        out[i] = Cubic4x4(pixels, stride, s - column, l - row);
+      } else if constexpr (kKind == TResampling::Lanczos) {
+        out[i] = Lanczos6x6(pixels, stride, s - column, l - row);
+      } else {
+        out[i] = Bilinear2x2(pixels, stride, s - column, l - row);
+      }
+    } else {
+      out[i] = std::isnan(l) ? std::numeric_limits<Sample>::quiet_NaN() : One(window, line[i], sample[i]);
     }
-    const std::ptrdiff_t nearest = static_cast<int>(l + 0.5) * stride + static_cast<int>(s + 0.5);
-    if (window.known != nullptr && window.known[nearest] == 0) continue;
-    out[i] = kind_ == TResampling::Nearest ? window.pixels[nearest] : General(window, line[i], sample[i]);
+  }
+}
+
+template <class Sample>
+void Resampler::Run(const PixelWindow<Sample>& window, std::size_t count, const double* line, const double* sample,
+                    Sample* out) const {
+  if (window.known == nullptr && !wider_) {
+    switch (kind_) {
+      case TResampling::Bilinear:
+        return RunInside<Sample, TResampling::Bilinear>(window, count, line, sample, out);
+      case TResampling::Cubic:
+        return RunInside<Sample, TResampling::Cubic>(window, count, line, sample, out);
+      case TResampling::Lanczos:
+        return RunInside<Sample, TResampling::Lanczos>(window, count, line, sample, out);
+      case TResampling::Nearest:
+        break;
+    }
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    out[i] = std::isnan(line[i]) ? std::numeric_limits<Sample>::quiet_NaN() : One(window, line[i], sample[i]);
   }
 }
 

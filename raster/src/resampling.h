@@ -37,6 +37,11 @@ class Resampler {
            Sample* out) const;
 
  private:
+  template <class Sample, TResampling kKind>
+  void RunInside(const PixelWindow<Sample>& window, std::size_t count, const double* line, const double* sample,
+                 Sample* out) const;
+  template <class Sample>
+  Sample One(const PixelWindow<Sample>& window, double line, double sample) const;
   template <class Sample>
   Sample General(const PixelWindow<Sample>& window, double line, double sample) const;
   int Weights(TResampling kind, int axis, double at, int first, int last, double* weights, int* begin) const;

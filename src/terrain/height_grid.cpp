@@ -132,6 +132,11 @@ void THeightGrid::GetColumnsRows(std::size_t count, const double* lat, const dou
 void THeightGrid::GetHeights(std::size_t count, const double* lat, const double* lon, double* h) const {
   TTileCursor cursor(*this);
   double turned[kBlock], column[kBlock], row[kBlock];
+  // Neighbours often share a cell.
+  TCell cell;
+  int loadedColumn = INT_MIN;
+  int loadedRow = INT_MIN;
+  bool known = false;
   for (std::size_t start = 0; start < count; start += kBlock) {
     const std::size_t part = std::min(kBlock, count - start);
     for (std::size_t i = 0; i < part; ++i) {
@@ -144,8 +149,12 @@ void THeightGrid::GetHeights(std::size_t count, const double* lat, const double*
       if (!(std::fabs(column[i]) < terrain::kFarOut && std::fabs(row[i]) < terrain::kFarOut)) continue;
       int cellColumn, cellRow;
       cursor.GetCell(column[i], row[i], &cellColumn, &cellRow);
-      TCell cell;
-      if (!cursor.Load(cellColumn, cellRow, &cell)) continue;
+      if (cellColumn != loadedColumn || cellRow != loadedRow) {
+        known = cursor.Load(cellColumn, cellRow, &cell);
+        loadedColumn = cellColumn;
+        loadedRow = cellRow;
+      }
+      if (!known) continue;
       const double x = column[i] - cellColumn;
       const double y = row[i] - cellRow;
       height = cursor.IsBicubic() ? terrain::BicubicGradient(cell, x, y).h : terrain::BilinearValue(cell, x, y);
