@@ -161,20 +161,20 @@ bool MapOutput::Create(const MapOutputOptions& options, const TMapFrame& frame, 
   const std::string path = folder_.PathOf(copies_ ? "whole.tif" : name_);
   dataset_.reset(driver->Create(path.c_str(), frame.columns, frame.rows, bands, type, list.List()));
   OGRSpatialReference system;
-  if (dataset_ == nullptr || system.SetFromUserInput(frame.crs.c_str()) != OGRERR_NONE) {
+  if (dataset_ == nullptr || (!frame.crs.empty() && system.SetFromUserInput(frame.crs.c_str()) != OGRERR_NONE)) {
     *error = options.path + ": cannot be created (" + session.LastError() + ")";
     return false;
   }
   system.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
   double transform[6];
   for (int i = 0; i < 6; ++i) transform[i] = frame.transform[i];
-  dataset_->SetSpatialRef(&system);
+  if (!frame.crs.empty()) dataset_->SetSpatialRef(&system);
   dataset_->SetGeoTransform(transform);
   return true;
 }
 
 /// By the one thread whose turn it is.
-bool MapOutput::Write(const Tile& tile) {
+bool MapOutput::Write(const Tile& tile, std::string* error) {
   const GdalSession session;
   const std::size_t count = tile.rect.Count();
   const bool single = !tile.single.empty();
@@ -197,7 +197,7 @@ bool MapOutput::Write(const Tile& tile) {
     if (dataset_->GetRasterBand(band)->RasterIO(GF_Write, r.column, r.row, r.columns, r.rows, const_cast<char*>(from),
                                                 r.columns, r.rows, type, 0, 0, nullptr) != CE_None ||
         !session.LastError().empty()) {
-      error_ = options_.path + ": cannot be written (" + session.LastError() + ")";
+      *error = options_.path + ": cannot be written (" + session.LastError() + ")";
       return false;
     }
   }
@@ -205,7 +205,7 @@ bool MapOutput::Write(const Tile& tile) {
 }
 
 template <class Sample>
-bool MapOutput::Put(int number, const PixelRect& rect, std::vector<Sample> values, bool complex) {
+bool MapOutput::Put(int number, const PixelRect& rect, std::vector<Sample> values, bool complex, std::string* error) {
   Tile tile;
   tile.rect = rect;
   tile.complex = complex;
@@ -217,7 +217,10 @@ bool MapOutput::Put(int number, const PixelRect& rect, std::vector<Sample> value
   std::unique_lock<std::mutex> lock(mutex_);
   const std::size_t most = kAhead * std::size_t(options_.threads);
   moved_.wait(lock, [&] { return failed_ || number == next_ || waiting_.size() < most; });
-  if (failed_) return false;
+  if (failed_) {
+    *error = error_;
+    return false;
+  }
   waiting_.emplace(number, std::move(tile));
   // Whoever finds the next tile there writes, and others go on with their work.
   while (!writing_ && !failed_ && !waiting_.empty() && waiting_.begin()->first == next_) {
@@ -225,18 +228,21 @@ bool MapOutput::Put(int number, const PixelRect& rect, std::vector<Sample> value
     waiting_.erase(waiting_.begin());
     writing_ = true;
     lock.unlock();
-    const bool written = Write(next);
+    std::string why;
+    const bool written = Write(next, &why);
     lock.lock();
     writing_ = false;
+    if (!written) error_ = why;
     failed_ = failed_ || !written;
     ++next_;
     moved_.notify_all();
   }
+  *error = error_;
   return !failed_;
 }
 
-template bool MapOutput::Put(int, const PixelRect&, std::vector<float>, bool);
-template bool MapOutput::Put(int, const PixelRect&, std::vector<double>, bool);
+template bool MapOutput::Put(int, const PixelRect&, std::vector<float>, bool, std::string*);
+template bool MapOutput::Put(int, const PixelRect&, std::vector<double>, bool, std::string*);
 
 void MapOutput::GiveUp() {
   const std::lock_guard<std::mutex> lock(mutex_);

@@ -50,15 +50,15 @@ class MapOutput {
   GDALDataset* Dataset() const noexcept { return dataset_.get(); }
 
   /// A tile with the values of all layers, one layer behind the other; from any thread, in any order. They are written
-  /// in the order of their numbers 0, 1, ...; a thread that is far ahead waits. \return false once writing has failed.
+  /// in the order of their numbers 0, 1, ...; a thread that is far ahead waits. \return false, and why, once writing
+  /// has failed.
   template <class Sample>
-  bool Put(int number, const PixelRect& rect, std::vector<Sample> values, bool complex);
+  bool Put(int number, const PixelRect& rect, std::vector<Sample> values, bool complex, std::string* error);
   /// Lets go of threads that wait, for a tile that will not come.
   void GiveUp();
 
   /// Closes the file and puts it in its place. \return false, and why.
   bool Finish(std::string* error);
-  const std::string& Error() const noexcept { return error_; }
 
  private:
   struct Tile {
@@ -68,7 +68,7 @@ class MapOutput {
     bool complex = false;
   };
 
-  bool Write(const Tile& tile);
+  bool Write(const Tile& tile, std::string* error);
 
   MapOutputOptions options_;
   GrowingFolder folder_;

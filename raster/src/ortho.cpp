@@ -3,11 +3,9 @@
 #include "raster/ortho.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <limits>
 #include <mutex>
-#include <thread>
 
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/threads.h"
@@ -15,6 +13,7 @@
 #include "image_source.h"
 #include "map_output.h"
 #include "resampling.h"
+#include "tile_run.h"
 
 namespace SatCommonUtils {
 
@@ -141,20 +140,18 @@ class OrthoRun {
   /// \return false, and why, when the work cannot begin.
   bool Prepare(std::string* error);
   /// All tiles. \return how it ended.
-  TOrthoState Work(std::string* error);
+  TMapState Work(std::string* error);
 
  private:
   void ChooseNoData();
   bool CreateOutput(std::string* error);
   template <class Sample>
-  void WorkOnTiles();
+  TileRunEnd WorkOnTiles();
   template <class Sample>
-  bool MakeTile(int number, Scratch<Sample>* scratch);
+  bool MakeTile(int number, Scratch<Sample>* scratch, std::string* error);
   template <class Sample>
   bool Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, Scratch<Sample>* scratch,
-                Sample* out);
-  bool Report();
-  void Fail(const std::string& why);
+                Sample* out, std::string* error);
 
   const TOrthoProblem& problem_;
   const TOrthoOptions& options_;
@@ -166,14 +163,7 @@ class OrthoRun {
   MapOutput output_;
   std::optional<double> noData_;
   std::vector<ValueRange> ranges_;  ///< of the layers
-  int tileColumns_ = 0;
   int tiles_ = 0;
-  std::atomic<int> next_{0};
-  std::atomic<bool> stop_{false};
-  std::mutex mutex_;  ///< of what follows
-  int done_ = 0;
-  bool asked_ = false;  ///< the progress handler asked for a stop
-  std::string error_;
 };
 
 bool OrthoRun::Prepare(std::string* error) {
@@ -198,8 +188,7 @@ bool OrthoRun::Prepare(std::string* error) {
   coordinates_->GetRatios(&alongLines, &alongSamples);
   resampler_.emplace(kind, alongLines, alongSamples);
   ChooseNoData();
-  tileColumns_ = (result_->frame.columns - 1) / kTile + 1;
-  tiles_ = tileColumns_ * ((result_->frame.rows - 1) / kTile + 1);
+  tiles_ = CountTiles(kTile, result_->frame.columns, result_->frame.rows);
   return CreateOutput(error);
 }
 
@@ -246,28 +235,11 @@ bool OrthoRun::CreateOutput(std::string* error) {
   return true;
 }
 
-void OrthoRun::Fail(const std::string& why) {
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (error_.empty()) error_ = why;
-  }
-  stop_ = true;
-  output_.GiveUp();
-}
-
-/// \return false when the work shall stop.
-bool OrthoRun::Report() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  ++done_;
-  if (options_.progress != nullptr && !asked_ && !options_.progress->Progress(double(done_) / tiles_)) asked_ = true;
-  return !asked_;
-}
-
 /// The part of a tile, divided until its window of the image fits into this thread's memory.
 /// \param out of the whole tile.
 template <class Sample>
 bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const PixelRect& part, Scratch<Sample>* scratch,
-                        Sample* out) {
+                        Sample* out, std::string* error) {
   const double* const line = scratch->line.data();
   const double* const sample = scratch->sample.data();
   const auto offset = [&](int r) {
@@ -302,13 +274,9 @@ bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const Pi
     (across ? one.columns : one.rows) /= 2;
     (across ? other.column : other.row) += across ? one.columns : one.rows;
     (across ? other.columns : other.rows) -= across ? one.columns : one.rows;
-    return Resample(layer, tile, one, scratch, out) && Resample(layer, tile, other, scratch, out);
+    return Resample(layer, tile, one, scratch, out, error) && Resample(layer, tile, other, scratch, out, error);
   }
-  std::string error;
-  if (!source_.Read(layer, window, &scratch->pixels, &scratch->known, &error)) {
-    Fail(error);
-    return false;
-  }
+  if (!source_.Read(layer, window, &scratch->pixels, &scratch->known, error)) return false;
   const PixelWindow<Sample> there = {window, scratch->pixels.data(),
                                      scratch->known.empty() ? nullptr : scratch->known.data()};
   for (int r = 0; r < part.rows; ++r) {
@@ -319,12 +287,8 @@ bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const Pi
 }
 
 template <class Sample>
-bool OrthoRun::MakeTile(int number, Scratch<Sample>* scratch) {
-  PixelRect tile;
-  tile.column = number % tileColumns_ * kTile;
-  tile.row = number / tileColumns_ * kTile;
-  tile.columns = std::min(kTile, result_->frame.columns - tile.column);
-  tile.rows = std::min(kTile, result_->frame.rows - tile.row);
+bool OrthoRun::MakeTile(int number, Scratch<Sample>* scratch, std::string* error) {
+  const PixelRect tile = TileOf(number, kTile, result_->frame.columns, result_->frame.rows);
   const std::size_t count = tile.Count();
   scratch->line.resize(count);
   scratch->sample.resize(count);
@@ -333,52 +297,37 @@ bool OrthoRun::MakeTile(int number, Scratch<Sample>* scratch) {
   std::vector<Sample> values(count * layers.size());
   for (std::size_t i = 0; i < layers.size(); ++i) {
     Sample* const out = values.data() + i * count;
-    if (!Resample(layers[i], tile, tile, scratch, out)) return false;
+    if (!Resample(layers[i], tile, tile, scratch, out, error)) return false;
     ranges_[i].Apply(count, out);
   }
-  return output_.Put(number, tile, std::move(values), layers.front().complex);
+  return output_.Put(number, tile, std::move(values), layers.front().complex, error);
 }
 
 template <class Sample>
-void OrthoRun::WorkOnTiles() {
-  Scratch<Sample> scratch;
-  try {
-    for (int number = next_++; number < tiles_ && !stop_; number = next_++) {
-      if (!MakeTile<Sample>(number, &scratch)) {
-        Fail(output_.Error());
-      } else if (!Report()) {
-        stop_ = true;
-        output_.GiveUp();
-      }
-    }
-  } catch (const std::exception& lost) {
-    Fail(lost.what());
-  }
-  const std::lock_guard<std::mutex> lock(mutex_);
-  result_->filled += scratch.counts.filled;
-  result_->outside += scratch.counts.outside;
-  result_->noHeight += scratch.counts.noHeight;
-  result_->hidden += scratch.counts.hidden;
+TileRunEnd OrthoRun::WorkOnTiles() {
+  std::mutex adding;
+  const auto worker = [&]() -> TileWorker {
+    auto scratch = std::make_shared<Scratch<Sample>>();
+    return [this, &adding, scratch](int number, std::string* why) {
+      scratch->counts = {};
+      const bool made = MakeTile<Sample>(number, scratch.get(), why);
+      const std::lock_guard<std::mutex> lock(adding);
+      result_->filled += scratch->counts.filled;
+      result_->outside += scratch->counts.outside;
+      result_->noHeight += scratch->counts.noHeight;
+      result_->hidden += scratch->counts.hidden;
+      return made;
+    };
+  };
+  return RunTiles(tiles_, options_.progress, worker, [this] { output_.GiveUp(); });
 }
 
-TOrthoState OrthoRun::Work(std::string* error) {
-  const auto work = [this] {
-    if (source_.IsNarrow()) {
-      WorkOnTiles<float>();
-    } else {
-      WorkOnTiles<double>();
-    }
-  };
-  std::vector<std::thread> others;
-  for (int i = 1; i < std::min(threads_, tiles_); ++i) others.emplace_back(work);
-  work();
-  for (std::thread& other : others) other.join();
-  if (!error_.empty()) {
-    *error = error_;
-    return TOrthoState::Failed;
-  }
-  if (asked_) return TOrthoState::Stopped;
-  return output_.Finish(error) ? TOrthoState::Done : TOrthoState::Failed;
+TMapState OrthoRun::Work(std::string* error) {
+  const TileRunEnd end = source_.IsNarrow() ? WorkOnTiles<float>() : WorkOnTiles<double>();
+  *error = end.error;
+  if (!end.error.empty()) return TMapState::Failed;
+  if (end.stopped) return TMapState::Stopped;
+  return output_.Finish(error) ? TMapState::Done : TMapState::Failed;
 }
 
 }  // namespace
@@ -389,17 +338,8 @@ TOrthoResult Orthorectify(const TOrthoProblem& problem, const TOrthoOptions& opt
   TOrthoResult result;
   std::string error;
   OrthoRun run(problem, options, &result);
-  result.state = run.Prepare(&error) ? run.Work(&error) : TOrthoState::Failed;
-  switch (result.state) {
-    case TOrthoState::Done:
-      result.sentence = "the orthoimage is there";
-      break;
-    case TOrthoState::Stopped:
-      result.sentence = "stopped as asked for; nothing was written";
-      break;
-    default:
-      result.sentence = error;
-  }
+  result.state = run.Prepare(&error) ? run.Work(&error) : TMapState::Failed;
+  result.sentence = DescribeMapState(result.state, error);
   return result;
 }
 

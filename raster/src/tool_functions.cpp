@@ -10,6 +10,7 @@ const SatCommonUtils::RasterFunctions* OrbmathRasterFunctions() {
                                                                  &SatCommonUtils::ReadImageModel,
                                                                  &SatCommonUtils::WriteImageModel,
                                                                  &SatCommonUtils::OpenDem,
+                                                                 &SatCommonUtils::WriteGrid,
                                                                  &SatCommonUtils::Orthorectify,
                                                                  &SatCommonUtils::OpenGeoid,
                                                                  &SatCommonUtils::OpenReferenceSystem};

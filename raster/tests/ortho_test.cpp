@@ -13,6 +13,7 @@
 #include <fstream>
 
 #include "frame/zxstd/threads.h"
+#include "pixels.h"
 #include "raster/height_files.h"
 #include "raster/image_model.h"
 #include "rpc/image_window.h"
@@ -25,70 +26,15 @@ namespace SatCommonUtils {
 namespace {
 
 namespace fs = std::filesystem;
+using orbmath_test::InFolder;
 using orbmath_test::kNaN;
+using orbmath_test::Load;
+using orbmath_test::Pixels;
+using orbmath_test::Save;
+using orbmath_test::SmallModel;
 
-/// Bands of pixels in memory, row by row.
-struct Pixels {
-  int width = 0;
-  int height = 0;
-  std::vector<std::vector<double>> bands;
-
-  double At(int band, int column, int row) const {
-    return bands[std::size_t(band)][std::size_t(row) * std::size_t(width) + std::size_t(column)];
-  }
-};
-
-void Save(const std::string& path, const Pixels& image, GDALDataType type, std::optional<double> noData = {}) {
-  GDALAllRegister();
-  GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
-  GDALDataset* const file =
-      driver->Create(path.c_str(), image.width, image.height, int(image.bands.size()), type, nullptr);
-  for (std::size_t i = 0; i < image.bands.size(); ++i) {
-    GDALRasterBand* const band = file->GetRasterBand(int(i) + 1);
-    if (noData) band->SetNoDataValue(*noData);
-    ASSERT_EQ(band->RasterIO(GF_Write, 0, 0, image.width, image.height, const_cast<double*>(image.bands[i].data()),
-                             image.width, image.height, GDT_Float64, 0, 0, nullptr),
-              CE_None);
-  }
-  GDALClose(file);
-}
-
-Pixels Load(const std::string& path) {
-  GDALAllRegister();
-  Pixels image;
-  auto* const file = static_cast<GDALDataset*>(GDALOpen(path.c_str(), GA_ReadOnly));
-  if (file == nullptr) return image;
-  image.width = file->GetRasterXSize();
-  image.height = file->GetRasterYSize();
-  for (int i = 1; i <= file->GetRasterCount(); ++i) {
-    image.bands.emplace_back(std::size_t(image.width) * std::size_t(image.height));
-    EXPECT_EQ(file->GetRasterBand(i)->RasterIO(GF_Read, 0, 0, image.width, image.height, image.bands.back().data(),
-                                               image.width, image.height, GDT_Float64, 0, 0, nullptr),
-              CE_None);
-  }
-  GDALClose(file);
-  return image;
-}
-
-/// A folder of its own for each test.
-class Ortho : public ::testing::Test {
+class Ortho : public InFolder {
  protected:
-  void SetUp() override {
-    folder_ = fs::path(::testing::TempDir()) /
-              ("ortho_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-    fs::remove_all(folder_);
-    fs::create_directories(folder_);
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
-
-  int FilesThere() const {
-    int count = 0;
-    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder_)) ++count;
-    return count;
-  }
-
   /// Runs, expects success, and gives the pixels.
   Pixels Run(const TRPC& model, const THeightSurface& surface, const TOrthoOptions& options,
              TOrthoResult* result = nullptr) const {
@@ -97,8 +43,6 @@ class Ortho : public ::testing::Test {
     if (result != nullptr) *result = made;
     return Load(Path("ortho.tif"));
   }
-
-  fs::path folder_;
 };
 
 class WithOrthoData : public Ortho {
@@ -162,14 +106,6 @@ TEST_F(WithOrthoData, PixelsAreThoseOfAnIndependentProgram) {
     EXPECT_LE(different, c.mostDifferent * double(result.filled));
     EXPECT_LE(largest, c.largest);
   }
-}
-
-/// The middle of a tilted model, in pixels of some two metres.
-TRPC SmallModel() {
-  TRPCData record;
-  orbmath_test::TiltedModel(0.5, 1e-3).GetRPCData(&record);
-  EXPECT_TRUE(CropRPC(record, {4400.0, 3500.0, 0.25}, &record));
-  return TRPC(record);
 }
 
 TOrthoOptions DegreesOptions(TResampling resampling) {
@@ -396,7 +332,7 @@ TEST_F(Ortho, ComesWholeOrNotAtAll) {
   options.frame.resolution = 0.5;
   Stopper stopper;
   options.progress = &stopper;
-  EXPECT_EQ(Orthorectify(problem, options).state, TOrthoState::Stopped);
+  EXPECT_EQ(Orthorectify(problem, options).state, TMapState::Stopped);
   options.progress = nullptr;
   // No file may get larger than this: the disk is full.
   struct rlimit before {};
@@ -407,11 +343,11 @@ TEST_F(Ortho, ComesWholeOrNotAtAll) {
   const TOrthoResult full = Orthorectify(problem, options);
   setrlimit(RLIMIT_FSIZE, &before);
   std::signal(SIGXFSZ, handler);
-  EXPECT_EQ(full.state, TOrthoState::Failed) << full.sentence;
+  EXPECT_EQ(full.state, TMapState::Failed) << full.sentence;
   EXPECT_EQ(fs::file_size(Path("ortho.tif")), 3u);
   EXPECT_EQ(FilesThere(), 2);
-  EXPECT_EQ(Orthorectify({Path("none.tif"), Path("ortho.tif"), &model, &flat}, options).state, TOrthoState::Failed);
-  EXPECT_EQ(Orthorectify({Path("image.tif"), Path("no/ortho.tif"), &model, &flat}, options).state, TOrthoState::Failed);
+  EXPECT_EQ(Orthorectify({Path("none.tif"), Path("ortho.tif"), &model, &flat}, options).state, TMapState::Failed);
+  EXPECT_EQ(Orthorectify({Path("image.tif"), Path("no/ortho.tif"), &model, &flat}, options).state, TMapState::Failed);
   // A format that is written by copying, and one of two files.
   for (const char* format : {"COG", "ENVI"}) {
     options.format = format;

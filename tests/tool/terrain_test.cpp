@@ -78,6 +78,16 @@ TEST_F(TerrainTool, MakesAMapAndSaysWhatItChose) {
   EXPECT_FALSE(ReadText("map.tif").empty());
 }
 
+TEST_F(TerrainTool, WritesCoordinateGrids) {
+  const ToolRun run = RunToolLine("grid flat.RPB ground.npy --height 600 --size 5 7 --step 2");
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(run.err.find("ground.npy: 4 x 3 nodes, 12 with coordinates"), std::string::npos) << run.err;
+  EXPECT_EQ(ReadText("ground.npy").size(), 128u + 3u * 12u * 8u);
+  const ToolRun map = RunToolLine("grid flat.RPB map.npy --dem dem.asc --geoid none --map --crs EPSG:4326");
+  EXPECT_NE(map.err.find("taken from the model's range: 2001 lines and 4001 samples"), std::string::npos) << map.err;
+  EXPECT_NE(map.err.find("resolution 1e-04, the image's own"), std::string::npos) << map.err;
+}
+
 TEST_F(TerrainTool, WrongUsageIsOneLine) {
   for (const char* arguments :
        {"locate flat.RPB --geoid none", "locate flat.RPB --dem dem.asc --height 5", "project flat.RPB --visible",

@@ -5,6 +5,7 @@
 #include <orbmath/rpc/rpc_model.h>
 #include <orbmath/terrain/height_surface.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,14 @@
 #include "api.h"
 
 namespace SatCommonUtils {
+
+/// How the making of a raster file ended.
+enum class TMapState : std::int32_t {
+  NotRun,   ///< Nothing was done.
+  Done,     ///< The file is there.
+  Stopped,  ///< The progress handler asked for it; nothing was written.
+  Failed,   ///< The result's sentence says why; nothing was written.
+};
 
 /// The pixels of a map.
 struct TMapFrame {

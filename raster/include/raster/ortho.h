@@ -55,27 +55,19 @@ struct TOrthoOptions {
   TZxProgressHandler* progress = nullptr;
 };
 
-/// How it ended.
-enum class TOrthoState : std::int32_t {
-  NotRun,   ///< Nothing was done.
-  Done,     ///< The file is there.
-  Stopped,  ///< The progress handler asked for it; nothing was written.
-  Failed,   ///< `sentence` says why; nothing was written.
-};
-
 /// What became of it.
 struct TOrthoResult {
-  TOrthoState state = TOrthoState::NotRun;  ///< how it ended
-  std::string sentence = "not run";         ///< what became of it, without a full stop
-  std::vector<std::string> notes;           ///< what was chosen and assumed, sentences without a full stop
-  TMapFrame frame;                          ///< of the map
-  std::int64_t filled = 0;                  ///< pixels of the map that lie in the image
-  std::int64_t outside = 0;                 ///< pixels that lie outside it
-  std::int64_t noHeight = 0;                ///< pixels without a height (voids, or off the surface)
-  std::int64_t hidden = 0;                  ///< pixels of the image that are masked because terrain hides them
+  TMapState state = TMapState::NotRun;  ///< how it ended
+  std::string sentence = "not run";     ///< what became of it, without a full stop
+  std::vector<std::string> notes;       ///< what was chosen and assumed, sentences without a full stop
+  TMapFrame frame;                      ///< of the map
+  std::int64_t filled = 0;              ///< pixels of the map that lie in the image
+  std::int64_t outside = 0;             ///< pixels that lie outside it
+  std::int64_t noHeight = 0;            ///< pixels without a height (voids, or off the surface)
+  std::int64_t hidden = 0;              ///< pixels of the image that are masked because terrain hides them
 
   /// True when the file is there.
-  explicit operator bool() const noexcept { return state == TOrthoState::Done; }
+  explicit operator bool() const noexcept { return state == TMapState::Done; }
 };
 
 /// Makes an orthoimage.

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "api.h"
+#include "grid.h"
 #include "height_files.h"
 #include "ortho.h"
 #include "reference_system.h"
@@ -24,6 +25,7 @@ struct RasterFunctions {
   bool (*writeImageModel)(const std::string&, const TRPCData&, const TRPCFileExtras&,
                           TRPCFileError*);                                   ///< WriteImageModel.
   bool (*openDem)(const TDemOptions&, TDemSurface*, std::string*);           ///< OpenDem.
+  TGridResult (*writeGrid)(const TGridProblem&, const TGridOptions&);        ///< WriteGrid.
   TOrthoResult (*orthorectify)(const TOrthoProblem&, const TOrthoOptions&);  ///< Orthorectify.
   std::shared_ptr<const THeightSurface> (*openGeoid)(const std::string&, std::size_t, std::string*);  ///< OpenGeoid.
   std::shared_ptr<const TReferenceSystem> (*openReferenceSystem)(const std::string&,

@@ -29,6 +29,7 @@ const std::vector<CommandEntry>& Commands() {
       {"compare", "Compare two models field by field and pixel by pixel.", MakeCompare},
       {"ortho", "Make a map of an image and the terrain under it (orthorectify).", MakeOrtho},
       {"check", "Say whether models are fit for use, and what is wrong with those that are not.", MakeCheck},
+      {"grid", "Write the ground of an image's pixels, or the image points of a map's, as a raster.", MakeGrid},
       {"help", "Print the help of a command, or its manual page.", MakeHelp},
       {"completion", "Print what a shell needs to complete commands, options and values.", MakeCompletion},
   };

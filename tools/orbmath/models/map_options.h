@@ -15,6 +15,7 @@ namespace orbmath_tool {
 class MapFrameChoice {
  public:
   void Declare(CommandLine& line);
+  bool IsGiven() const { return !crs_.empty() || !like_.empty() || resolution_ || !bounds_.empty(); }
   /// \throws UsageError for what excludes each other.
   SatCommonUtils::TMapFrameOptions Options() const;
 

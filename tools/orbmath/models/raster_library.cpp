@@ -113,15 +113,33 @@ std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& 
   return dem.surface;
 }
 
-SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
-                                            const SatCommonUtils::TOrthoOptions& options) {
-  std::string reason;
-  const RasterFunctions* const functions = Load(kMaps, &reason);
-  if (functions == nullptr) throw Failure(problem.image + ": " + reason);
-  SatCommonUtils::TOrthoResult result = functions->orthorectify(problem, options);
+namespace {
+
+/// Says what was chosen. \throws Failure when there is no result.
+template <class Result>
+Result Checked(Result result) {
   for (const std::string& note : result.notes) Note(note);
   if (!result) throw Failure(result.sentence);
   return result;
+}
+
+const RasterFunctions& LoadForMap(const std::string& name) {
+  std::string reason;
+  const RasterFunctions* const functions = Load(kMaps, &reason);
+  if (functions == nullptr) throw Failure(name + ": " + reason);
+  return *functions;
+}
+
+}  // namespace
+
+SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
+                                            const SatCommonUtils::TOrthoOptions& options) {
+  return Checked(LoadForMap(problem.image).orthorectify(problem, options));
+}
+
+SatCommonUtils::TGridResult MakeGridFile(const SatCommonUtils::TGridProblem& problem,
+                                         const SatCommonUtils::TGridOptions& options) {
+  return Checked(LoadForMap(problem.output).writeGrid(problem, options));
 }
 
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenGeoidSurface(const std::string& name) {
@@ -159,6 +177,11 @@ bool WriteImage(const std::string& name, const SatCommonUtils::TRPCData&, const 
 
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request) {
   throw Failure(request.files.front() + ": " + ReasonWithoutGdal(kDems));
+}
+
+SatCommonUtils::TGridResult MakeGridFile(const SatCommonUtils::TGridProblem& problem,
+                                         const SatCommonUtils::TGridOptions&) {
+  throw Failure(problem.output + ": " + ReasonWithoutGdal(kMaps));
 }
 
 SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "raster/grid.h"
 #include "raster/ortho.h"
 #include "rpc/rpc_file.h"
 #include "terrain/height_surface.h"
@@ -35,6 +36,10 @@ struct DemRequest {
 
 /// Opens a DEM as heights above the ellipsoid; what was assumed is said on standard error. \throws Failure
 std::shared_ptr<const SatCommonUtils::THeightSurface> OpenDem(const DemRequest& request);
+
+/// `WriteGrid` of that library, in the same way. \throws Failure
+SatCommonUtils::TGridResult MakeGridFile(const SatCommonUtils::TGridProblem& problem,
+                                         const SatCommonUtils::TGridOptions& options);
 
 /// `Orthorectify` of that library; what was chosen is said on standard error. \throws Failure when there is no result
 SatCommonUtils::TOrthoResult MakeOrthoimage(const SatCommonUtils::TOrthoProblem& problem,
