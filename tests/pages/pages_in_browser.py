@@ -21,6 +21,7 @@ from typing import Any
 from devtools import Browser
 
 CHROMIUM = next(filter(None, map(shutil.which, ("chromium", "chromium-browser", "google-chrome"))), None)
+LOOKED_AT = ("fit", "refine", "check")
 WIDTHS = (1280, 390)
 SCHEMES = ("light", "dark")
 HOSTILE = "<script>window.hacked=1<script><img src=x onerror=window.hacked=1>\"'&.txt"
@@ -32,9 +33,11 @@ LEAST_TEXT = 8.5  # pixels of text in a drawing on the narrow screen
 TOOL, DATA, PICTURES = (Path(argument).resolve() for argument in sys.argv[1:4])
 
 
-def run(folder: Path, *arguments: str, text: str = "") -> str:
-    """The tool's standard output; a failure ends the test."""
-    done = subprocess.run([TOOL, *arguments], cwd=folder, input=text, capture_output=True, text=True, check=True)
+def run(folder: Path, *arguments: str, text: str = "", status: int = 0) -> str:
+    """The tool's standard output; another status ends the test."""
+    done = subprocess.run([TOOL, *arguments], cwd=folder, input=text, capture_output=True, text=True, check=False)
+    if done.returncode != status:
+        raise RuntimeError(f"{arguments}: status {done.returncode}, {done.stderr}")
     return done.stdout
 
 
@@ -64,7 +67,12 @@ def make_pages(folder: Path) -> dict[str, Path]:
     run(folder, "refine", model, "control.txt", "refined.xml", "--html", "refine.html")
     run(folder, "refine", model, HOSTILE, "refined.xml", "--html", "hostile.html")
     run(folder, "fit", "many.txt", "many.RPB", "--html", "many.html")
-    return {name: folder / f"{name}.html" for name in ("fit", "refine", "hostile", "many")}
+    # A coefficient of the denominator that puts a pole into the image, and heights that no ground has.
+    text = (DATA / "pushbroom_right.RPB").read_text()
+    (folder / "pole.RPB").write_text(re.sub(r"(lineDenCoef = \((?:[^,]*,){2})[^,]*", r"\1 4.0", text))
+    (folder / "tall.RPB").write_text(re.sub(r"heightScale = .*;", "heightScale = 9000;", text))
+    run(folder, "check", model, "pole.RPB", "tall.RPB", "none.RPB", "--mirrored", "--html", "check.html", status=1)
+    return {name: folder / f"{name}.html" for name in ("fit", "refine", "check", "hostile", "many")}
 
 
 def contrast(first: str, second: str) -> float:
@@ -136,7 +144,7 @@ class Pages(unittest.TestCase):
 
     def test_pictures_and_words(self) -> None:
         """Nothing is wider than the screen, no words of a drawing lie on each other or are too small."""
-        for name, width, scheme in itertools.product(("fit", "refine"), WIDTHS, SCHEMES):
+        for name, width, scheme in itertools.product(LOOKED_AT, WIDTHS, SCHEMES):
             with self.subTest(page=name, width=width, scheme=scheme):
                 self.open(name, width, scheme)
                 self.assertEqual(self.ask("document.documentElement.scrollWidth"), width)
@@ -244,6 +252,20 @@ class Pages(unittest.TestCase):
         self.assertIsNone(self.ask("window.hacked ?? null"))
         self.browser.events = [e for e in self.browser.events if e.get("method") != "Log.entryAdded"]
 
+    def test_verdicts_and_findings(self) -> None:
+        """The heaviest come first, on the page and on the map, and the lists of choices leave what they say."""
+        self.open("check")
+        verdicts = [row[1] for row in self.ask(ROWS)]
+        self.assertEqual(verdicts, ["cannot be read", "unfit", "fit, with warnings", "fit"])
+        outlines = self.ask("[...document.querySelectorAll('figure > svg > path.outline')].map(e => e.classList[1])")
+        self.assertEqual(outlines, [None, "second"])  # one with a pole in it has no outline
+        select = "document.getElementById('table-2-choice-1')"
+        self.ask(f"{select}.value = 'unfit'; {select}.dispatchEvent(new Event('change'))")
+        shown = (
+            "[...document.querySelector('#table-2 tbody').rows].filter(r => !r.hidden).map(r => r.cells[0].textContent)"
+        )
+        self.assertEqual(set(self.ask(shown)), {"pole.RPB"})
+
     def test_many_points(self) -> None:
         """A hundred thousand points make a page that is short enough, and says what it leaves out."""
         self.open("many")
@@ -257,7 +279,7 @@ class Pages(unittest.TestCase):
 
     def test_paper(self) -> None:
         """Print is light, has no controls, and opens what is closed."""
-        for name in ("fit", "refine"):
+        for name in LOOKED_AT:
             self.open(name, 794, "dark", "print")
             self.assertEqual(self.ask(COLOURS)["ink"], "#1b2429")
             controls = "[...document.querySelectorAll('.controls, #dark, nav')]"

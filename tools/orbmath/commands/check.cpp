@@ -1,15 +1,18 @@
 // orbmath check: whether models are fit for use.
 
 #include <cmath>
+#include <cstdio>
 #include <vector>
 
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model_list.h"
+#include "report/check_page.h"
 #include "report/fixed_digits.h"
 #include "report/geojson.h"
 #include "report/json.h"
 #include "report/output_file.h"
+#include "report/page_option.h"
 #include "rpc/model_check.h"
 
 namespace orbmath_tool {
@@ -96,6 +99,7 @@ class Check : public Command {
     line.Arguments("MODEL", &names_, 1, "model files of any form, '-' for standard input");
     line.Flag("--json", &json_, "one JSON object a model, one line each");
     line.Text("--geojson", "FILE", &map_, "write the footprints as GeoJSON");
+    page_.Declare(line);
     line.Flag("--mirrored", &mirrored_, "the images are mirror images of the ground, as delivered");
     line.Flag("--no-notes", &no_notes_, "findings from warnings on");
     reading_.Declare(line);
@@ -104,6 +108,7 @@ class Check : public Command {
   int Run() override {
     std::optional<OutputFile> map_file;
     if (!map_.empty()) map_file.emplace(map_);
+    std::optional<OutputFile> page = page_.Open();
     std::vector<TModelCheck> checks(names_.size());
     const std::vector<ListedModel> models =
         reading_.Read(names_, "checking", [&](std::size_t i, const Model& model) { checks[i] = CheckOf(model); });
@@ -122,10 +127,9 @@ class Check : public Command {
       AddFootprint(models[i].model->name, checks[i], checks[i].lowFootprint, "lowest", &map);
       AddFootprint(models[i].model->name, checks[i], checks[i].highFootprint, "highest", &map);
     }
-    if (map_file) {
-      map_file->Write(map.Text());
-      OutputFile::Commit({&*map_file});
-    }
+    if (map_file) map_file->Write(map.Text());
+    if (page) page->Write(CheckPageHtml(models, checks));
+    OutputFile::Commit({map_file ? &*map_file : nullptr, page ? &*page : nullptr});
     return status;
   }
 
@@ -153,7 +157,7 @@ class Check : public Command {
 
   void Print(const std::string& name, const TModelCheck& check) const {
     if (json_) {
-      WriteToStandardOutput(JsonOf(name, check) + "\n");
+      Say(JsonOf(name, check) + "\n");
       return;
     }
     std::string text = name + ": " + Headline(check) + "\n";
@@ -161,14 +165,23 @@ class Check : public Command {
       if (no_notes_ && finding.severity == TFindingSeverity::Note) continue;
       text += name + ": " + LineOf(finding) + "\n";
     }
-    WriteToStandardOutput(text);
+    Say(text);
+  }
+
+  /// To standard output, or, when that is taken by the page, to standard error.
+  void Say(const std::string& text) const {
+    if (page_.IsStandardOutput()) {
+      std::fputs(text.c_str(), stderr);
+    } else {
+      WriteToStandardOutput(text);
+    }
   }
 
   void PrintError(const ListedModel& listed) const {
     if (json_) {
       JsonWriter json;
       json.BeginObject().Member("file", listed.name).Member("error", listed.error).EndObject();
-      WriteToStandardOutput(json.Text() + "\n");
+      Say(json.Text() + "\n");
     }
     Note(listed.error);
   }
@@ -176,6 +189,7 @@ class Check : public Command {
   ModelListReading reading_;
   std::vector<std::string> names_;
   std::string map_;
+  PageOption page_;
   bool json_ = false;
   bool mirrored_ = false;
   bool no_notes_ = false;

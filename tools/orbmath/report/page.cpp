@@ -61,10 +61,12 @@ std::string HeadOf(const PageTable& table) {
 std::string BodyOf(const PageTable& table) {
   std::vector<std::string> opened;
   for (const PageColumn& column : table.columns) {
-    const char* const number = column.kind == PageColumn::Kind::Number ? " class=\"number\"" : "";
-    opened.push_back(opened.empty()
-                         ? "<th role=\"rowheader\" scope=\"row\">"
-                         : std::string("<td role=\"cell\"") + number + " data-label=\"" + ColumnLabel(column) + "\">");
+    const char* const style = column.kind == PageColumn::Kind::Number ? "number"
+                              : column.kind == PageColumn::Kind::Text ? "words"
+                                                                      : "choice";
+    opened.push_back(opened.empty() ? "<th role=\"rowheader\" scope=\"row\">"
+                                    : std::string("<td role=\"cell\" class=\"") + style + "\" data-label=\"" +
+                                          ColumnLabel(column) + "\">");
   }
   std::string html = "<tbody role=\"rowgroup\">\n";
   for (const PageTable::Row& row : table.rows) {
@@ -122,6 +124,8 @@ std::string PageCount(std::size_t count) {
   for (std::size_t behind = 3; behind < text.size(); behind += 4) text.insert(text.size() - behind, ",");
   return text;
 }
+
+std::string FileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 Page::Page(std::string command, std::string title, std::string lead)
     : command_(std::move(command)), title_(std::move(title)), lead_(std::move(lead)) {

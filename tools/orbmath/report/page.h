@@ -17,6 +17,9 @@ std::string PageNumber(double value, int digits);
 /// "1,234,567"
 std::string PageCount(std::size_t count);
 
+/// The last part of a path, for headings.
+std::string FileName(const std::string& path);
+
 /// What a row, a mark or an outline means beside others. Pages never say it by colour alone.
 enum class PageTone {
   Plain,
@@ -36,6 +39,9 @@ struct PageColumn {
   std::string unit;  ///< may be empty
   Kind kind = Kind::Number;
 };
+
+/// Rows of the longest table: more make a page slow, and nobody reads them.
+constexpr std::size_t kMostTableRows = 500;
 
 /// A table; the first column names its rows.
 struct PageTable {

@@ -148,7 +148,30 @@ PageTable Corners(const GroundMap& map) {
   return table;
 }
 
+/// The place of a name on the map.
+struct NamePlace {
+  SvgPoint middle;
+  double half = 0.0;  ///< of its width
+};
+
+/// Whether a name fits at a place, where others stand already; if so it stands there.
+bool TakeRoom(SvgPoint middle, std::size_t letters, std::vector<NamePlace>* taken) {
+  constexpr double kLine = 16.0;
+  constexpr double kLetter = 7.5;
+  const double half = 0.5 * kLetter * static_cast<double>(letters);
+  if (middle.x - half < kLeft || middle.x + half > kWidth - kRight) return false;
+  for (const NamePlace& other : *taken) {
+    const bool apart =
+        std::abs(other.middle.y - middle.y) > kLine || std::abs(other.middle.x - middle.x) > half + other.half;
+    if (!apart) return false;
+  }
+  taken->push_back({middle, half});
+  return true;
+}
+
 void DrawOutlines(const GroundMap& map, const Projection& projection, Svg* svg) {
+  constexpr double kSpeck = 6.0;
+  std::vector<NamePlace> names;
   for (const GroundOutline& outline : map.outlines) {
     std::vector<SvgPoint> corners;
     Range x;
@@ -160,14 +183,26 @@ void DrawOutlines(const GroundMap& map, const Projection& projection, Svg* svg) 
       y.Take(corners.back().y);
     }
     if (corners.empty()) continue;
+    const SvgPoint middle{x.Middle(), y.Middle()};
     svg->Polygon(std::string("outline") + ToneSuffix(outline.tone), corners, outline.name);
-    if (map.outlines.size() > 1 && map.outlines.size() <= kMostNames) {
-      svg->Text("strong middle halo", {x.Middle(), y.Middle()}, outline.name);
+    // Scenes all over a continent are specks, which marks show.
+    if (x.Size() < kSpeck && y.Size() < kSpeck) svg->Mark(outline.tone, middle, 2.5, outline.name);
+    if (map.labels && map.outlines.size() <= kMostNames && TakeRoom(middle, outline.name.size(), &names)) {
+      svg->Text("strong middle halo", {middle.x, middle.y + 4.0}, outline.name);
     }
   }
 }
 
 }  // namespace
+
+GroundOutline OutlineOf(const std::string& name, const SatCommonUtils::TPolygon& ring, PageTone tone) {
+  GroundOutline outline{name, {}, {}, tone};
+  for (const SatCommonUtils::xy_d& vertex : ring.GetVertices()) {
+    outline.lats.push_back(vertex.y);
+    outline.lons.push_back(vertex.x);
+  }
+  return outline;
+}
 
 PageFigure MapFigure(const std::string& title, const std::string& caption, const GroundMap& given) {
   PageFigure figure{title, {}, caption, Corners(given)};
@@ -202,7 +237,8 @@ PageFigure MapFigure(const std::string& title, const std::string& caption, const
                         (map.outlines.size() == 1 ? " outline, " : " outlines, ") + PageCount(map.marks.size()) +
                         (map.marks.size() == 1 ? " point." : " points.");
   Svg svg;
-  svg.Key(map.names, {kLeft, 22.0});
+  const SvgPoint end = svg.Key(map.outline_names, false, {kLeft + 4.0, 22.0});
+  svg.Key(map.names, true, end);
   DrawGraticule(projection, &svg);
   DrawOutlines(map, projection, &svg);
   const double size = map.marks.size() > 300 ? 1.8 : 3.0;

@@ -194,7 +194,7 @@ PageFigure ArrowFigure(const std::string& title, const std::string& caption, con
   const SvgPoint last = frame.Place(field.last_line, field.last_sample);
   svg.Rectangle("image", first, last.x - first.x, last.y - first.y);
   DrawAxes(frame, &svg);
-  svg.Key(field.names, {kLeft, 22.0});
+  svg.Key(field.names, true, {kLeft, 22.0});
   const double bottom = kTop + frame.height + 40.0;
   svg.BeginClip({kLeft, kTop}, kInner, frame.height);
   std::size_t cut = 0;

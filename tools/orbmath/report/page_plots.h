@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "geometry/polygon.h"
 #include "report/page.h"
 #include "report/page_svg.h"
 
@@ -30,8 +31,13 @@ struct GroundMark {
 struct GroundMap {
   std::vector<GroundOutline> outlines;
   std::vector<GroundMark> marks;
-  ToneNames names;
+  ToneNames outline_names;  ///< for the key
+  ToneNames names;          ///< of marks
+  bool labels = false;      ///< the outlines' names stand in them, where there is room
 };
+
+/// A ring, x longitude, y latitude in degrees, as an outline.
+GroundOutline OutlineOf(const std::string& name, const SatCommonUtils::TPolygon& ring, PageTone tone = PageTone::Plain);
 
 /// Outlines and marks on a graticule, north up, with a scale bar that holds in the middle. Its numbers are the corners
 /// of a single outline. Places that are not finite are not drawn.

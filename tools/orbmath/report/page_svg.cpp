@@ -85,17 +85,22 @@ void Svg::Arrow(const std::string& classes, SvgPoint from, SvgPoint to, bool cut
   text_ += Path("arrow" + classes, d, hint);
 }
 
-void Svg::Key(const ToneNames& names, SvgPoint at) {
+SvgPoint Svg::Key(const ToneNames& names, bool marks, SvgPoint at) {
   constexpr double kCharacter = 6.8;  // of the widest of usual fonts, so that names never meet
   const auto add = [&](PageTone tone, const std::string& name) {
     if (name.empty()) return;
-    Mark(tone, {at.x + 4.0, at.y - 4.2}, 3.5, "");
+    if (marks) {
+      Mark(tone, {at.x + 4.0, at.y - 4.2}, 3.5, "");
+    } else {
+      Rectangle((std::string("outline") + ToneSuffix(tone)).c_str(), {at.x - 4.0, at.y - 9.0}, 13.0, 9.0);
+    }
     Text("strong", {at.x + 13.0, at.y}, name);
     at.x += 30.0 + kCharacter * static_cast<double>(name.size());
   };
   add(PageTone::Plain, names.plain);
   add(PageTone::Second, names.second);
   add(PageTone::Bad, names.bad);
+  return at;
 }
 
 void Svg::BeginClip(SvgPoint corner, double width, double height) {

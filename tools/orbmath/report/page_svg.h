@@ -34,8 +34,8 @@ class Svg {
   void Mark(PageTone tone, SvgPoint at, double size, const std::string& hint);
   /// An arrow, with a bar in the place of its head when it has been cut short.
   void Arrow(const std::string& classes, SvgPoint from, SvgPoint to, bool cut, const std::string& hint);
-  /// Marks with their names in a row, from `at` to the right.
-  void Key(const ToneNames& names, SvgPoint at);
+  /// Marks, or else pieces of outlines, with their names in a row, from `at` to the right. \return where it ends.
+  SvgPoint Key(const ToneNames& names, bool marks, SvgPoint at);
 
   /// Puts what follows into a group that shows only within a box, until `EndClip`.
   void BeginClip(SvgPoint corner, double width, double height);

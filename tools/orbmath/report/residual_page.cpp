@@ -6,8 +6,8 @@
 #include <cmath>
 
 #include "report/page_scale.h"
-#include "rpc/ground_solution.h"
 #include "rpc/rpc_boxes.h"
+#include "rpc/viewing_geometry.h"
 
 namespace orbmath_tool {
 
@@ -19,37 +19,8 @@ constexpr int kDigits = 4;
 // What a figure shows of many points: more arrows would be a blot.
 constexpr std::size_t kWorstDrawn = 100;
 constexpr std::size_t kSampleDrawn = 500;
-constexpr std::size_t kMostRows = 500;
 
 double Distance(const MeasuredPoint& point) { return std::hypot(point.line_off, point.sample_off); }
-
-/// The image's edge on the ground at the model's height offset.
-GroundOutline FootprintOf(const TRPC& model) {
-  constexpr int kParts = 4;  // of a side
-  constexpr double kAround[][4] = {{-1, -1, 0, 1}, {-1, 1, 1, 0}, {1, 1, 0, -1}, {1, -1, -1, 0}};
-  const SatCommonUtils::TImageBox image = SatCommonUtils::ImageBoxOf(model);
-  std::vector<double> lines;
-  std::vector<double> samples;
-  for (const auto& side : kAround) {
-    for (int i = 0; i < kParts; ++i) {
-      const double along = 2.0 * i / kParts;
-      lines.push_back(image.line.Normalized2Initial(side[0] + along * side[2]));
-      samples.push_back(image.sample.Normalized2Initial(side[1] + along * side[3]));
-    }
-  }
-  const double height = SatCommonUtils::GroundBoxOf(model).height.Normalized2Initial(0.0);
-  const std::vector<double> heights(lines.size(), height);
-  std::vector<SatCommonUtils::TGroundSolution> ground(lines.size());
-  SatCommonUtils::SolveLatLonArray(model, lines.size(), lines.data(), samples.data(), heights.data(), ground.data());
-  GroundOutline outline;
-  outline.name = "Footprint at height " + PageNumber(height, 0) + " m";
-  for (const SatCommonUtils::TGroundSolution& place : ground) {
-    if (!place) continue;
-    outline.lats.push_back(place.lat);
-    outline.lons.push_back(place.lon);
-  }
-  return outline;
-}
 
 const std::string& NameOf(PageTone tone, const ToneNames& names) {
   return tone == PageTone::Plain ? names.plain : tone == PageTone::Second ? names.second : names.bad;
@@ -80,11 +51,17 @@ std::vector<MeasuredPoint> Drawn(const std::vector<MeasuredPoint>& points) {
 PageFigure Map(const TRPC& model, const std::vector<MeasuredPoint>& points, const ToneNames& names) {
   GroundMap map;
   map.names = names;
-  map.outlines.push_back(FootprintOf(model));
+  constexpr int kPointsPerSide = 4;
+  const double height = SatCommonUtils::GroundBoxOf(model).height.Normalized2Initial(0.0);
+  const SatCommonUtils::TImageFootprint footprint = SatCommonUtils::FootprintAt(model, height, kPointsPerSide);
+  const std::string at = PageNumber(height, 0) + " m";
+  if (footprint) map.outlines.push_back(OutlineOf("Footprint at " + at, footprint.ring));
   for (const MeasuredPoint& point : points) map.marks.push_back({point.name, point.lat, point.lon, point.tone});
   return MapFigure("Points on the ground",
-                   "The outline is where the edge of the image meets the ground at the model's height offset, " +
-                       map.outlines.front().name.substr(std::string("Footprint at height ").size()) + ". North is up.",
+                   footprint
+                       ? "The outline is where the edge of the image meets the ground at the model's height offset, " +
+                             at + ". North is up."
+                       : "The image has no footprint at the model's height offset. North is up.",
                    map);
 }
 
@@ -142,10 +119,10 @@ PageTable PointsTable(const ResidualPage& page) {
   for (const MeasuredPoint& point : page.points) points.push_back(&point);
   std::stable_sort(points.begin(), points.end(),
                    [](const auto* a, const auto* b) { return Distance(*a) > Distance(*b); });
-  if (points.size() > kMostRows) {
-    table.note = "The " + PageCount(kMostRows) + " points with the largest residuals of " + PageCount(points.size()) +
-                 " are listed.";
-    points.resize(kMostRows);
+  if (points.size() > kMostTableRows) {
+    table.note = "The " + PageCount(kMostTableRows) + " points with the largest residuals of " +
+                 PageCount(points.size()) + " are listed.";
+    points.resize(kMostTableRows);
   }
   for (const MeasuredPoint* point : points) {
     PageTable::Row row;
@@ -217,8 +194,6 @@ PageTable StatisticsTable(const std::vector<std::pair<std::string, SatCommonUtil
   }
   return table;
 }
-
-std::string FileName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 std::string RowName(const PointTable& table, std::size_t row) {
   const std::string_view id = table.Id(row);

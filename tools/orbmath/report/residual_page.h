@@ -52,9 +52,6 @@ std::string ResidualPageHtml(const ResidualPage& page, const SatCommonUtils::TRP
 /// A table of root mean square, 95 % and maximum of some sets of residuals, each with its name.
 PageTable StatisticsTable(const std::vector<std::pair<std::string, SatCommonUtils::TRPCFitResiduals>>& sets);
 
-/// The last part of a path, for headings.
-std::string FileName(const std::string& path);
-
 /// What a page calls a row: its identifier, or its place where it has none.
 std::string RowName(const PointTable& table, std::size_t row);
 
