@@ -129,10 +129,10 @@ ORBMATH_API bool FitRefinement(const std::vector<TRefinementTie>& ties, const TR
 /// `FitRefinement` to ground control, and a look at whether it can be meant.
 ///
 /// Refused, beside what `FitRefinement` refuses, is a result whose misfit is beyond reason (see `largestMisfit`), or
-/// whose correction is more than half the image or mirrors it. The reason names the likely cause: latitude and longitude, or line and
-/// sample, or both pairs are exchanged when that way round the points fit five times better and within reason. Points
-/// outside the model's box are named by `outside`, with success and without. \param model projects the points without
-/// the refinement that it may have.
+/// whose correction is more than half the image or mirrors it. The reason names the likely cause: latitude and
+/// longitude, or line and sample, or both pairs are exchanged when that way round the points fit five times better and
+/// within reason. Points outside the model's box are named by `outside`, with success and without. \param model
+/// projects the points without the refinement that it may have.
 ORBMATH_API bool FitGroundControl(const TRPC& model, const std::vector<TGroundControlPoint>& points,
                                   const TRefinementFitOptions& options, TRefinementFit* result);
 

@@ -78,8 +78,8 @@ double ImageExcess(const TExamined& examined) {
   int width = 0;
   int height = 0;
   if (!examined.model.GetRasterDims(&width, &height)) return 1.0;
-  return std::max({1.0, 2.0 * std::abs(examined.record.lineScale) / height,
-                   2.0 * std::abs(examined.record.sampScale) / width});
+  return std::max(
+      {1.0, 2.0 * std::abs(examined.record.lineScale) / height, 2.0 * std::abs(examined.record.sampScale) / width});
 }
 
 void CheckGroundBox(const TExamined& examined) {

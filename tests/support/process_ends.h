@@ -5,8 +5,8 @@
 
 namespace orbmath_test {
 
-/// The call is made in a program started anew, since threads of the solvers may be there. Under an emulator, which starts
-/// no programs, it is made in a copy of the process.
+/// The call is made in a program started anew, since threads of the solvers may be there. Under an emulator, which
+/// starts no programs, it is made in a copy of the process.
 inline void WatchEndsInAProcessOfTheirOwn() {
 #if defined(ORBMATH_EMULATED)
   GTEST_FLAG_SET(death_test_style, "fast");

@@ -16,7 +16,8 @@ TEST(TerrainBits, OfCrossings) {
   const struct {
     THeightInterpolation interpolation;
     std::uint64_t hash;
-  } rows[] = {{THeightInterpolation::Bilinear, 0x1e0b8d6bd3f89e0eu}, {THeightInterpolation::Bicubic, 0xd4e8a1637be70fb7u}};
+  } rows[] = {{THeightInterpolation::Bilinear, 0x1e0b8d6bd3f89e0eu},
+              {THeightInterpolation::Bicubic, 0xd4e8a1637be70fb7u}};
   const TRPC model = CameraModel(1.4, 0.4);
   for (const auto& row : rows) {
     Lehmer numbers;
