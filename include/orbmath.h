@@ -82,6 +82,8 @@
 #include "rpc/rpc_renormalize.h"
 #include "rpc/rpc_terms.h"
 #include "rpc/viewing_geometry.h"
+#include "stereo/acquisition_time.h"
+#include "stereo/pair_geometry.h"
 #include "stereo/stereopairs_by_overlap.h"
 #include "terrain/height_grid.h"
 #include "terrain/height_surface.h"

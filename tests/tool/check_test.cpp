@@ -67,11 +67,16 @@ TEST_F(CheckTool, PrintsObjectsAndAMap) {
 
 TEST_F(CheckTool, DoesNotDependOnThreads) {
   std::vector<std::string> arguments = {"check", "--threads", "1"};
-  for (int i = 0; i < 40; ++i) arguments.insert(arguments.end(), {"flat.RPB", "cubic.xml", "right.RPB"});
+  const std::string text = ReadText("flat.RPB");
+  for (int i = 0; i < 40; ++i) {
+    arguments.push_back("copy" + std::to_string(i) + ".RPB");
+    WriteText(arguments.back(), text);
+  }
+  arguments.insert(arguments.end(), {"cubic.xml", "right.RPB", "cubic.xml"});
   const std::string one = RunTool(arguments).out;
   arguments[2] = "7";
   EXPECT_EQ(RunTool(arguments).out, one);
-  EXPECT_GE(LinesOf(one), 120u);
+  EXPECT_GE(LinesOf(one), 43u);
 }
 
 }  // namespace

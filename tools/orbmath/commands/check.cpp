@@ -2,10 +2,12 @@
 
 #include <cmath>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "commands/command.h"
 #include "errors.h"
+#include "models/in_parallel.h"
 #include "models/model_list.h"
 #include "report/check_page.h"
 #include "report/fixed_digits.h"
@@ -143,16 +145,20 @@ class Check : public Command {
 
   /// Each model of a group against the group's first.
   void CompareImages(const std::vector<ListedModel>& models, std::vector<TModelCheck>* checks) const {
+    std::vector<std::pair<std::size_t, std::size_t>> comparisons;
     for (const std::vector<std::size_t>& group : SameImageGroups(models)) {
-      const std::size_t first = group.front();
-      for (std::size_t k = 1; k < group.size(); ++k) {
-        const std::size_t other = group[k];
-        const TModelFinding finding =
-            CompareSameImage(*models[first].model->rpc, *models[other].model->rpc, models[first].name);
-        const bool told = FolderOf(models[first].name) == FolderOf(models[other].name);
-        if (told || finding.distance <= kAnotherImage) AddFinding(finding, &(*checks)[other]);
-      }
+      for (std::size_t k = 1; k < group.size(); ++k) comparisons.emplace_back(group.front(), group[k]);
     }
+    InParallel(
+        comparisons.size(), reading_.Threads(),
+        [&](std::size_t i) {
+          const ListedModel& first = models[comparisons[i].first];
+          const ListedModel& other = models[comparisons[i].second];
+          const TModelFinding finding = CompareSameImage(*first.model->rpc, *other.model->rpc, first.name);
+          const bool told = FolderOf(first.name) == FolderOf(other.name);
+          if (told || finding.distance <= kAnotherImage) AddFinding(finding, &(*checks)[comparisons[i].second]);
+        },
+        [](std::size_t) {});
   }
 
   void Print(const std::string& name, const TModelCheck& check) const {

@@ -33,6 +33,7 @@ std::unique_ptr<Command> MakeCompare();
 std::unique_ptr<Command> MakeOrtho();
 std::unique_ptr<Command> MakeCheck();
 std::unique_ptr<Command> MakeGrid();
+std::unique_ptr<Command> MakePairs();
 std::unique_ptr<Command> MakeHelp();
 std::unique_ptr<Command> MakeCompletion();
 

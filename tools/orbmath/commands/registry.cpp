@@ -30,6 +30,7 @@ const std::vector<CommandEntry>& Commands() {
       {"ortho", "Make a map of an image and the terrain under it (orthorectify).", MakeOrtho},
       {"check", "Say whether models are fit for use, and what is wrong with those that are not.", MakeCheck},
       {"grid", "Write the ground of an image's pixels, or the image points of a map's, as a raster.", MakeGrid},
+      {"pairs", "Rank the stereo pairs of many images by overlap, angles and precision of height.", MakePairs},
       {"help", "Print the help of a command, or its manual page.", MakeHelp},
       {"completion", "Print what a shell needs to complete commands, options and values.", MakeCompletion},
   };
