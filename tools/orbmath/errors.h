@@ -26,7 +26,13 @@ class Failure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Prints one line to standard error, with the name of the tool in front.
+/// Prints one line to standard error, with the name of the tool in front, unless the tool was asked to be quiet.
 void Note(const std::string& text);
+/// The same for what is wrong, quiet or not; in red on a terminal, unless the environment has NO_COLOR.
+void Complain(const std::string& text);
+
+/// Whether notes and progress are left out from now on.
+void SetQuiet(bool quiet);
+bool IsQuiet();
 
 }  // namespace orbmath_tool

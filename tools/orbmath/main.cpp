@@ -1,6 +1,9 @@
 // The command-line tool: finds the command, reads its options, runs it.
 
+#include <unistd.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <string>
@@ -41,7 +44,25 @@ int Dispatch(const std::vector<std::string>& arguments) {
 
 }  // namespace
 
-void Note(const std::string& text) { std::fprintf(stderr, "orbmath: %s\n", text.c_str()); }
+namespace {
+
+bool is_quiet = false;
+
+}  // namespace
+
+void SetQuiet(bool quiet) { is_quiet = quiet; }
+
+bool IsQuiet() { return is_quiet; }
+
+void Note(const std::string& text) {
+  if (!is_quiet) std::fprintf(stderr, "orbmath: %s\n", text.c_str());
+}
+
+void Complain(const std::string& text) {
+  const char* const no_color = std::getenv("NO_COLOR");
+  const bool color = isatty(STDERR_FILENO) == 1 && (no_color == nullptr || *no_color == '\0');
+  std::fprintf(stderr, "%sorbmath: %s%s\n", color ? "\033[31m" : "", text.c_str(), color ? "\033[0m" : "");
+}
 
 }  // namespace orbmath_tool
 
@@ -51,14 +72,14 @@ int main(int argc, char** argv) {
     const int status = Dispatch({argv + (argc > 0 ? 1 : 0), argv + argc});
     // The flush knows only of what was left in the buffer.
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
-    Note("standard output cannot be written");
+    Complain("standard output cannot be written");
   } catch (const UsageError& error) {
-    Note(error.what());
+    Complain(error.what());
     return kWrongUsage;
   } catch (const std::bad_alloc&) {
-    Note("out of memory");
+    Complain("out of memory");
   } catch (const std::exception& error) {
-    Note(error.what());
+    Complain(error.what());
   }
   return kFailure;
 }

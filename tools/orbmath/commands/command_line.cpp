@@ -62,6 +62,7 @@ void Wrap(const std::string& text, std::size_t at, std::size_t indent, std::size
 }
 
 constexpr std::size_t kPageWidth = 110;
+constexpr const char* kQuietHelp = "no notes and no progress on standard error, errors alone";
 
 /// Usage line, arguments and options wrapped to a page, notes.
 class HelpLayout : public CLI::Formatter {
@@ -139,6 +140,9 @@ CommandLine::CommandLine(const std::string& name, const std::string& summary, co
   parser_->app.formatter(parser_->layout);
   parser_->app.set_help_flag("-h,--help", "print this help and stop");
   parser_->options.push_back({{"-h", "--help"}, "", {}, "print this help and stop"});
+  parser_->app.add_flag_callback(
+      "--quiet", [] { SetQuiet(true); }, kQuietHelp);
+  parser_->Note("--quiet", "", kQuietHelp);
 }
 
 CommandLine::~CommandLine() = default;

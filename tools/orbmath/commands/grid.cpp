@@ -13,7 +13,7 @@
 #include "models/raster_library.h"
 #include "points/dem_options.h"
 #include "report/interruption.h"
-#include "report/time_left.h"
+#include "report/progress_line.h"
 
 namespace orbmath_tool {
 
@@ -66,7 +66,7 @@ class Grid : public Command {
     options.frame = frame_.Options();
     options.step = step_.value_or(1);
     const Interruption interruption;
-    TimeLeft progress("grid");
+    WorkProgress progress("grid");
     options.progress = &progress;
     const SatCommonUtils::TGridResult result = MakeGridFile(problem, options);
     Note(output_ + ": " + std::to_string(result.columns) + " x " + std::to_string(result.rows) + " nodes, " +

@@ -7,10 +7,13 @@
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model.h"
+#include "points/block_task.h"
 #include "points/dem_options.h"
+#include "points/ground_frame.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
 #include "points/terrain_task.h"
+#include "points/track_table.h"
 #include "rpc/ground_solution.h"
 #include "terrain/terrain_locator.h"
 
@@ -32,19 +35,13 @@ struct IntersectionOptions {
   std::optional<double> largest_rms;  ///< pixels
 };
 
-class IntersectTask : public PointTask {
+/// Points of two images or more, one by one, into the columns of results.
+class Intersector {
  public:
-  IntersectTask(const std::vector<Model>& models, const IntersectionOptions& intersection, double shift,
-                const PointOptions& options)
-      : models_(models), intersection_(intersection), sigma_(intersection.sigma.value_or(1.0)), shift_(shift) {
-    for (std::size_t i = 1; i <= models.size(); ++i) {
-      layout_.columns.push_back({"line" + std::to_string(i)});
-      layout_.columns.push_back({"sample" + std::to_string(i)});
-    }
-    columns_ = {{"lat", options.Digits(kDegreeDigits)},
-                {"lon", options.Digits(kDegreeDigits)},
-                {"height", options.Digits(kMetreDigits)},
-                {"rms_pixels", options.Digits(kPixelDigits)}};
+  Intersector(const IntersectionOptions& intersection, const GroundFrame& frame, const PointOptions& options)
+      : intersection_(intersection), frame_(frame), sigma_(intersection.sigma.value_or(1.0)) {
+    columns_ = frame.ResultColumns(options);
+    columns_.push_back({"rms_pixels", options.Digits(kPixelDigits)});
     if (intersection.covariance) {
       for (const char* name : {"sigma_east", "sigma_north", "sigma_up"}) {
         columns_.push_back({name, options.Digits(kMetreDigits)});
@@ -53,28 +50,21 @@ class IntersectTask : public PointTask {
     if (intersection.status) columns_.push_back({"status", 0, StatusWords()});
   }
 
-  const LineLayout& Layout() const override { return layout_; }
-  const std::vector<OutputColumn>& Columns() const override { return columns_; }
+  const std::vector<OutputColumn>& Columns() const { return columns_; }
+  const GroundFrame& Frame() const { return frame_; }
 
-  void Compute(LineBlock* block) const override {
-    std::vector<TRPCCoordsDataItem> items(models_.size());
-    for (std::size_t m = 0; m < items.size(); ++m) items[m].model = models_[m].rpc.get();
-    block->marks.resize(block->count);
-    for (std::size_t i = 0; i < block->count; ++i) {
-      for (std::size_t m = 0; m < items.size(); ++m) {
-        items[m].line = block->in[2 * m][i] - shift_;
-        items[m].sample = block->in[2 * m + 1][i] - shift_;
-      }
-      const TGroundIntersection point = Solve(items);
-      if (!IsGiven(point, intersection_.extrapolate)) block->Fail(i, WhyLost(point));
-      block->marks[i] = StatusOf(point);
-      Store(point, i, block);
-    }
+  /// Computes point `index` of a block. Calls come in ascending order.
+  void Compute(const std::vector<TRPCCoordsDataItem>& items, std::size_t index, LineBlock* block) const {
+    const TGroundIntersection point = Solve(items);
+    if (!IsGiven(point, intersection_.extrapolate)) block->Fail(index, WhyLost(point));
+    block->marks[index] = StatusOf(point);
+    Store(point, index, block);
   }
 
-  void Observe(const LineBlock& block) override { marks_.Add(block); }
-
-  const MarkCounter& Marks() const { return marks_; }
+  /// Brings the ground points of a block into their reference system.
+  void Finish(LineBlock* block) const {
+    frame_.FromGround(block->count, block->out[0].data(), block->out[1].data(), block->out[2].data());
+  }
 
  private:
   TGroundIntersection Solve(const std::vector<TRPCCoordsDataItem>& items) const {
@@ -98,11 +88,121 @@ class IntersectTask : public PointTask {
     if (intersection_.status) block->out[column++][index] = block->marks[index];
   }
 
-  const std::vector<Model>& models_;
   const IntersectionOptions& intersection_;
+  const GroundFrame& frame_;
   const double sigma_;
+  std::vector<OutputColumn> columns_;
+};
+
+/// Why a point that `count` images see has no ground point.
+std::string WhyTooFew(std::size_t count) {
+  return (count == 0 ? "no image sees" : "one image alone sees") + std::string(" the point, two are needed");
+}
+
+/// Two columns an image, empty where the image does not see the point.
+class IntersectTask : public PointTask {
+ public:
+  IntersectTask(const std::vector<Model>& models, const std::vector<NamedImage>& images, const Intersector& intersector,
+                double shift)
+      : models_(models), intersector_(intersector), shift_(shift) {
+    for (std::size_t i = 0; i < models.size(); ++i) {
+      AddColumn(columns::kLine, std::to_string(i + 1), images[i].name);
+      AddColumn(columns::kSample, std::to_string(i + 1), images[i].name);
+    }
+  }
+
+  const std::vector<TableColumn>& Input() const override { return input_; }
+  const std::vector<OutputColumn>& Columns() const override { return intersector_.Columns(); }
+  std::optional<GroundPlace> Place() const override { return intersector_.Frame().ResultPlace(); }
+
+  void Compute(LineBlock* block) const override {
+    std::vector<TRPCCoordsDataItem> items;
+    block->marks.assign(block->count, 0);
+    for (std::size_t i = 0; i < block->count; ++i) {
+      items.clear();
+      std::size_t half_seen = 0;
+      for (std::size_t m = 0; m < models_.size(); ++m) {
+        const double line = block->in[2 * m][i] - shift_;
+        const double sample = block->in[2 * m + 1][i] - shift_;
+        if (std::isnan(line) != std::isnan(sample)) half_seen = m + 1;
+        if (!std::isnan(line) && !std::isnan(sample)) items.push_back({models_[m].rpc.get(), line, sample});
+      }
+      if (half_seen > 0) {
+        block->Fail(i, "image " + std::to_string(half_seen) + " has one coordinate of the point alone");
+      } else if (items.size() < 2) {
+        block->Fail(i, WhyTooFew(items.size()));
+      } else {
+        intersector_.Compute(items, i, block);
+      }
+    }
+    intersector_.Finish(block);
+  }
+
+  void Observe(const LineBlock& block) override { marks_.Add(block); }
+
+  const MarkCounter& Marks() const { return marks_; }
+
+ private:
+  /// A coordinate of an image: "line1" and the like, or with the image's name before or behind.
+  void AddColumn(const TableColumn& coordinate, const std::string& number, const std::string& image) {
+    TableColumn column{coordinate.name + number, {}};
+    std::vector<std::string> names = coordinate.other_names;
+    names.insert(names.begin(), coordinate.name);
+    for (const std::string& name : names) {
+      for (const std::string& full : {name + number, name + image, image + name}) {
+        column.other_names.push_back(KeyOfName(full));
+      }
+    }
+    column.may_be_missing = true;
+    input_.push_back(column);
+  }
+
+  const std::vector<Model>& models_;
+  const Intersector& intersector_;
   const double shift_;
-  LineLayout layout_;
+  std::vector<TableColumn> input_;
+  MarkCounter marks_;
+};
+
+/// Tracks of a long table, in blocks.
+class TrackTask : public BlockTask {
+ public:
+  TrackTask(const std::vector<Model>& models, const TrackTable& table, const Intersector& intersector)
+      : models_(models), table_(table), intersector_(intersector), columns_(intersector.Columns()) {
+    columns_.push_back({"images", 0});
+  }
+
+  const std::vector<OutputColumn>& Columns() const override { return columns_; }
+  std::optional<GroundPlace> Place() const override { return intersector_.Frame().ResultPlace(); }
+  std::size_t Count() const override { return table_.Tracks().size(); }
+  std::string Name() const override { return "point"; }
+
+  void Compute(std::size_t first, LineBlock* block) const override {
+    std::vector<TRPCCoordsDataItem> items;
+    block->marks.assign(block->count, 0);
+    for (std::size_t i = 0; i < block->count; ++i) {
+      const Track& track = table_.Tracks()[first + i];
+      block->texts[0][i] = track.point;
+      block->out.back()[i] = static_cast<double>(track.rays.size());
+      items.clear();
+      for (const TrackRay& ray : track.rays) items.push_back({models_[ray.image].rpc.get(), ray.line, ray.sample});
+      if (items.size() < 2) {
+        block->Fail(i, WhyTooFew(items.size()));
+      } else {
+        intersector_.Compute(items, i, block);
+      }
+    }
+    intersector_.Finish(block);
+  }
+
+  void Observe(const LineBlock& block) override { marks_.Add(block); }
+
+  const MarkCounter& Marks() const { return marks_; }
+
+ private:
+  const std::vector<Model>& models_;
+  const TrackTable& table_;
+  const Intersector& intersector_;
   std::vector<OutputColumn> columns_;
   MarkCounter marks_;
 };
@@ -118,18 +218,27 @@ class Intersect : public Command {
            "is one that no image can mean: missed by more than --max-rms, behind a sensor, far outside the models' "
            "heights or ground; --extrapolate gives those too. Where one "
            "image is left, --dem gives the heights: each line is 'line1 sample1'.\n\n"
+           "An image that does not see a point has '-' or 'nan' in its fields, or nothing between two commas; two have "
+           "to "
+           "see it. With --tracks each line is 'point image line sample' in any order of lines, the image a model's "
+           "NAME "
+           "or the name of its file; each point becomes one line, which ends with the number of its images and its "
+           "name.\n\n"
            "Example:\n"
-           "  orbmath intersect left.RPB right.RPB --points ties.txt --covariance --sigma 0.3";
+           "  orbmath intersect left.RPB right.RPB --points ties.txt --covariance --sigma 0.3\n"
+           "  orbmath intersect *_RPC.TXT --tracks --points measurements.csv --csv";
   }
 
   void Declare(CommandLine& line) override {
-    line.Arguments("MODEL", &names_, 1, "model files of any form, two or more; one with --dem");
+    line.Arguments("MODEL", &names_, 1, "model files of any form, PATH or NAME=PATH, two or more; one with --dem");
     options_.DeclareFilesOption(line);
+    line.Flag("--tracks", &tracks_, "points are a table of one measurement a line: point, image, line, sample");
     line.Number("--height", "H", &intersection_.height, "height of all points, metres above the ellipsoid");
     line.Number("--height-variance", "V", &intersection_.height_variance,
                 "variance of that height, square metres: it is observed, not fixed");
     line.Flag("--covariance", &intersection_.covariance, "add standard deviations towards east, north and up");
     line.Number("--sigma", "PX", &intersection_.sigma, "standard deviation of an image coordinate, pixels (default 1)");
+    frame_.DeclareOrder(line);
     dem_.Declare(line);
     line.Flag("--status", &intersection_.status, "add a status: 'ok' or what the point lies outside of");
     line.Number("--max-rms", "PX", &intersection_.largest_rms,
@@ -148,27 +257,51 @@ class Intersect : public Command {
     if (dem_.IsGiven() && names_.size() > 1)
       throw UsageError("--dem takes the place of a second image: give one MODEL");
     if (!dem_.IsGiven() && names_.size() < 2) throw UsageError("MODEL: At least 2 required, or 1 with --dem");
+    frame_.Open();
     if (const auto surface = dem_.Open()) return OnTerrain(*surface);
     std::vector<Model> models;
-    for (const std::string& name : names_) models.push_back(ReadGroundModel(name, reading_));
-    IntersectTask task(models, intersection_, origin_.Shift(), options_);
+    std::vector<NamedImage> images;
+    for (const std::string& name : names_) {
+      images.push_back(NamedImageOf(name));
+      models.push_back(ReadGroundModel(images.back().path, reading_));
+    }
+    const Intersector intersector(intersection_, frame_, options_);
+    if (tracks_) return OfTracks(models, images, intersector);
+    IntersectTask task(models, images, intersector, origin_.Shift());
     const int status = options_.Run(&task);
     task.Marks().Report();
     return status;
   }
 
  private:
+  int OfTracks(const std::vector<Model>& models, const std::vector<NamedImage>& images,
+               const Intersector& intersector) {
+    const TrackTable table(options_.OneFile(), options_.ColumnNames(), images, origin_.Shift());
+    if (table.HasSigmas()) Note("sigmas are passed over: every image counts alike ('orbmath adjust' weighs them)");
+    TrackTask task(models, table, intersector);
+    const int status = options_.Run(&task);
+    task.Marks().Report();
+    return status;
+  }
+
   /// One image of a pair is left: heights come from the terrain.
   int OnTerrain(const SatCommonUtils::THeightSurface& surface) {
     if (intersection_.height || intersection_.covariance || intersection_.status) {
       throw UsageError("--height, --covariance and --status do not go with --dem");
     }
-    const Model model = ReadGroundModel(names_[0], reading_);
+    if (tracks_) throw UsageError("--tracks and --dem exclude each other");
+    const Model model = ReadGroundModel(NamedImageOf(names_[0]).path, reading_);
     const SatCommonUtils::TTerrainLocator locator(*model.rpc, surface);
-    TerrainTask task(locator, {"line1", "sample1", "rms_pixels", false}, origin_.Shift(), options_);
+    TableColumn line = columns::kLine;
+    TableColumn sample = columns::kSample;
+    line.name += "1";
+    sample.name += "1";
+    TerrainTask task(locator, {line, sample, "rms_pixels", false}, frame_, origin_.Shift(), options_);
     return options_.Run(&task);
   }
 
+  bool tracks_ = false;
+  GroundFrame frame_;
   DemChoice dem_;
   ModelReading reading_;
   std::vector<std::string> names_;

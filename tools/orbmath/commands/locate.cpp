@@ -8,6 +8,7 @@
 #include "frame/zxstd/number_text.h"
 #include "models/model.h"
 #include "points/dem_options.h"
+#include "points/ground_frame.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
 #include "points/terrain_task.h"
@@ -20,25 +21,25 @@ namespace {
 
 class LocateTask : public PointTask {
  public:
-  LocateTask(const Model& model, std::optional<double> height, bool status, bool extrapolate, double shift,
-             const PointOptions& options)
+  LocateTask(const Model& model, const GroundFrame& frame, std::optional<double> height, bool status, bool extrapolate,
+             double shift, const PointOptions& options)
       : model_(model),
+        frame_(frame),
         extrapolate_(extrapolate),
         shift_(shift),
         says_height_(!height),
-        height_(height.value_or(model.rpc->GetAverageHeight())) {
-    layout_.columns = {{"line"}, {"sample"}, {"height", height_}};
-    columns_ = {{"lat", options.Digits(kDegreeDigits)},
-                {"lon", options.Digits(kDegreeDigits)},
-                {"height", options.Digits(kMetreDigits)}};
+        height_(height.value_or(model.rpc->GetAverageHeight())),
+        input_{columns::kLine, columns::kSample, columns::kHeight.Optional(height_)},
+        columns_(frame.ResultColumns(options)) {
     if (status) {
       columns_.push_back({"residual", options.Digits(kPixelDigits)});
       columns_.push_back({"status", 0, StatusWords()});
     }
   }
 
-  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<TableColumn>& Input() const override { return input_; }
   const std::vector<OutputColumn>& Columns() const override { return columns_; }
+  std::optional<GroundPlace> Place() const override { return frame_.ResultPlace(); }
 
   void Compute(LineBlock* block) const override {
     for (int i = 0; i < 2; ++i) {
@@ -56,6 +57,7 @@ class LocateTask : public PointTask {
                                static_cast<double>(block->marks[i])};
       for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
     }
+    frame_.FromGround(block->count, block->out[0].data(), block->out[1].data(), block->out[2].data());
   }
 
   void Observe(const LineBlock& block) override {
@@ -70,11 +72,12 @@ class LocateTask : public PointTask {
 
  private:
   const Model& model_;
+  const GroundFrame& frame_;
   const bool extrapolate_;
   const double shift_;
   bool says_height_;
   const double height_;
-  LineLayout layout_;
+  const std::vector<TableColumn> input_;
   std::vector<OutputColumn> columns_;
   MarkCounter marks_;
 };
@@ -103,6 +106,7 @@ class Locate : public Command {
     line.Argument("MODEL", &model_, "model file of any form");
     options_.DeclareFiles(line);
     line.Number("--height", "H", &height_, "height of points that give none, metres above the ellipsoid");
+    frame_.DeclareOrder(line);
     dem_.Declare(line);
     line.Flag("--status", &status_, "add residual and status");
     line.Flag("--extrapolate", &extrapolate_, "give points that the model cannot know instead of error lines");
@@ -114,15 +118,16 @@ class Locate : public Command {
   int Run() override {
     const Model model = ReadGroundModel(model_, reading_);
     if (dem_.IsGiven() && height_) throw UsageError("--height and --dem exclude each other");
+    frame_.Open();
     if (const auto surface = dem_.Open()) {
       const SatCommonUtils::TTerrainLocator locator(*model.rpc, *surface);
-      const TerrainColumns names{"line", "sample", status_ ? "residual" : nullptr, status_};
-      TerrainTask task(locator, names, origin_.Shift(), options_);
+      const TerrainColumns names{columns::kLine, columns::kSample, status_ ? "residual" : nullptr, status_};
+      TerrainTask task(locator, names, frame_, origin_.Shift(), options_);
       const int status = options_.Run(&task);
       task.ReportVoids();
       return status;
     }
-    LocateTask task(model, height_, status_, extrapolate_, origin_.Shift(), options_);
+    LocateTask task(model, frame_, height_, status_, extrapolate_, origin_.Shift(), options_);
     const int status = options_.Run(&task);
     task.Marks().Report();
     return status;
@@ -134,6 +139,7 @@ class Locate : public Command {
   std::optional<double> height_;
   bool status_ = false;
   bool extrapolate_ = false;
+  GroundFrame frame_;
   DemChoice dem_;
   PixelOrigin origin_;
   PointOptions options_;

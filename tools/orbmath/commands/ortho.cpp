@@ -12,7 +12,7 @@
 #include "models/raster_library.h"
 #include "points/dem_options.h"
 #include "report/interruption.h"
-#include "report/time_left.h"
+#include "report/progress_line.h"
 
 namespace orbmath_tool {
 
@@ -73,7 +73,7 @@ class Ortho : public Command {
     problem.model = &*model.rpc;
     problem.surface = surface.get();
     const Interruption interruption;
-    TimeLeft progress("ortho");
+    WorkProgress progress("ortho");
     options.progress = &progress;
     const SatCommonUtils::TOrthoResult result = MakeOrthoimage(problem, options);
     Note(output_ + ": " + std::to_string(result.frame.columns) + " x " + std::to_string(result.frame.rows) +

@@ -1,14 +1,15 @@
 // orbmath project: ground points to image points, and an inverse model the other way.
 
 #include <cmath>
-#include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model.h"
 #include "points/dem_options.h"
+#include "points/ground_frame.h"
 #include "points/ground_marks.h"
 #include "points/point_options.h"
 #include "rpc/inverse_rpc.h"
@@ -27,11 +28,10 @@ class InverseTask : public PointTask {
  public:
   InverseTask(const Model& model, double shift, const PointOptions& options)
       : inverse_(model.file.record), shift_(shift) {
-    layout_.columns = {{"line"}, {"sample"}, {"height"}};
-    columns_ = {{"lat", options.Digits(kDegreeDigits)}, {"lon", options.Digits(kDegreeDigits)}};
+    columns_ = {options.Latitude(), options.Longitude()};
   }
 
-  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<TableColumn>& Input() const override { return input_; }
   const std::vector<OutputColumn>& Columns() const override { return columns_; }
 
   void Compute(LineBlock* block) const override {
@@ -45,19 +45,24 @@ class InverseTask : public PointTask {
  private:
   const SatCommonUtils::TInverseRPC inverse_;
   const double shift_;
-  LineLayout layout_;
+  const std::vector<TableColumn> input_{columns::kLine, columns::kSample, columns::kHeight};
   std::vector<OutputColumn> columns_;
 };
 
 class ProjectTask : public PointTask {
  public:
-  /// \param surface null, or where heights that are not given come from.
+  /// \param frame how the points are written. \param surface null, or where heights that are not given come from.
   /// \param locator null, or what tells which points are visible.
-  ProjectTask(const Model& model, bool derivatives, double shift, const PointOptions& options,
+  ProjectTask(const Model& model, const GroundFrame& frame, bool derivatives, double shift, const PointOptions& options,
               const SatCommonUtils::THeightSurface* surface, const SatCommonUtils::TTerrainLocator* locator)
-      : model_(model), derivatives_(derivatives), shift_(shift), surface_(surface), locator_(locator) {
-    layout_.columns = {{"lat"}, {"lon"}, {"height"}};
-    if (surface != nullptr) layout_.columns[2].fallback = std::numeric_limits<double>::quiet_NaN();
+      : model_(model),
+        frame_(frame),
+        derivatives_(derivatives),
+        shift_(shift),
+        surface_(surface),
+        locator_(locator),
+        input_(frame.PlaceColumns()) {
+    input_.push_back(frame.HeightColumn(surface != nullptr));
     columns_ = {{"line", options.Digits(kPixelDigits)}, {"sample", options.Digits(kPixelDigits)}};
     for (int i = 0; i < 6 && derivatives; ++i) {
       // Pixels per degree, and pixels per metre.
@@ -66,10 +71,12 @@ class ProjectTask : public PointTask {
     if (locator != nullptr) columns_.push_back({"visible", 0, {"visible", "visible-void", "hidden", "no-line"}});
   }
 
-  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<TableColumn>& Input() const override { return input_; }
   const std::vector<OutputColumn>& Columns() const override { return columns_; }
+  std::optional<GroundPlace> Place() const override { return GroundPlace{true, 0, 1, 2}; }
 
   void Compute(LineBlock* block) const override {
+    frame_.ToGround(block->count, block->in[0].data(), block->in[1].data(), block->in[2].data());
     if (surface_ != nullptr) FillHeights(block);
     double* d[6] = {};
     for (std::size_t i = 0; i < 6 && derivatives_; ++i) d[i] = block->out[i + 2].data();
@@ -83,7 +90,9 @@ class ProjectTask : public PointTask {
     for (std::size_t i = 0; i < block->count; ++i) {
       const double lat = block->in[0][i];
       const double lon = block->in[1][i];
-      if (!IsGround(lat, lon))
+      if (std::isnan(lat))
+        block->Fail(i, frame_.WhyNowhere());
+      else if (!IsGround(lat, lon))
         block->Fail(i, WhyNoGround(lat, lon));
       else if (std::isnan(block->in[2][i]))
         block->Fail(i, kNoTerrainHeight);
@@ -114,11 +123,12 @@ class ProjectTask : public PointTask {
   }
 
   const Model& model_;
+  const GroundFrame& frame_;
   const bool derivatives_;
   const double shift_;
   const SatCommonUtils::THeightSurface* const surface_;
   const SatCommonUtils::TTerrainLocator* const locator_;
-  LineLayout layout_;
+  std::vector<TableColumn> input_;
   std::vector<OutputColumn> columns_;
   MarkCounter marks_;
 };
@@ -140,6 +150,8 @@ class Project : public Command {
     line.Argument("MODEL", &model_, "model file of any form");
     options_.DeclareFiles(line);
     line.Flag("--derivatives", &derivatives_, "add the six derivatives");
+    frame_.DeclareOrder(line);
+    frame_.DeclareHeight(line, "height of points that give none, metres");
     dem_.Declare(line);
     line.Flag("--visible", &visible_, "add whether the point is seen or hidden by terrain (with --dem)");
     origin_.Declare(line);
@@ -157,10 +169,13 @@ class Project : public Command {
       return options_.Run(&task);
     }
     if (visible_ && !dem_.IsGiven()) throw UsageError("--visible needs --dem");
+    if (frame_.Height() && dem_.IsGiven()) throw UsageError("--height and --dem exclude each other");
+    frame_.SetGeoid(dem_.TakeGeoid());
+    frame_.Open();
     const auto surface = dem_.Open();
     std::unique_ptr<SatCommonUtils::TTerrainLocator> locator;
     if (visible_) locator = std::make_unique<SatCommonUtils::TTerrainLocator>(*model.rpc, *surface);
-    ProjectTask task(model, derivatives_, origin_.Shift(), options_, surface.get(), locator.get());
+    ProjectTask task(model, frame_, derivatives_, origin_.Shift(), options_, surface.get(), locator.get());
     const int status = options_.Run(&task);
     task.Marks().ReportGiven();
     return status;
@@ -170,6 +185,7 @@ class Project : public Command {
   ModelReading reading_;
   std::string model_;
   bool derivatives_ = false;
+  GroundFrame frame_;
   DemChoice dem_;
   bool visible_ = false;
   PixelOrigin origin_;

@@ -56,7 +56,7 @@ int ModelListReading::Threads() const { return threads_.value_or(SatCommonUtils:
 std::vector<ListedModel> ModelListReading::Read(const std::vector<std::string>& names, const std::string& what,
                                                 const std::function<void(std::size_t, const Model&)>& then) const {
   std::vector<ListedModel> models(names.size());
-  ProgressLine progress;
+  ProgressLine progress(false);
   InParallel(
       names.size(), Threads(),
       [&](std::size_t i) {
@@ -69,7 +69,9 @@ std::vector<ListedModel> ModelListReading::Read(const std::vector<std::string>& 
         }
       },
       [&](std::size_t begun) {
-        if (progress.IsDue()) progress.Show(what + " " + std::to_string(begun) + " of " + std::to_string(names.size()));
+        if (progress.IsDue())
+          progress.Show(what + " " + std::to_string(begun) + " of " + std::to_string(names.size()),
+                        static_cast<double>(begun) / static_cast<double>(names.size()));
       });
   return models;
 }

@@ -92,11 +92,25 @@ void GroundFrame::FromGround(std::size_t count, double* first, double* second, d
   if (HasSystem()) system_.from_wgs84(count, first, second, height);
 }
 
+std::vector<OutputColumn> GroundFrame::ResultColumns(const PointOptions& options) const {
+  const OutputColumn height{"height", options.Digits(kMetreDigits)};
+  if (HasSystem() && !system_.is_geographic) {
+    return {{"x", options.Digits(kMetreDigits)}, {"y", options.Digits(kMetreDigits)}, height};
+  }
+  if (IsSwapped()) return {options.Longitude(), options.Latitude(), height};
+  return {options.Latitude(), options.Longitude(), height};
+}
+
+std::optional<GroundPlace> GroundFrame::ResultPlace() const {
+  if (HasSystem()) return std::nullopt;
+  return IsSwapped() ? GroundPlace{false, 1, 0, 2} : GroundPlace{false, 0, 1, 2};
+}
+
 GroundPoints GroundFrame::Of(const PointTable& table, std::size_t first, std::size_t second, std::size_t height) const {
   GroundPoints points{table.Values(first), table.Values(second), table.Values(height)};
   ToGround(table.size(), points.lat.data(), points.lon.data(), points.height.data());
   table.Refuse([&](std::size_t row) -> std::string {
-    if (std::isnan(points.lat[row])) return system_name_ + " has no such place";
+    if (std::isnan(points.lat[row])) return WhyNowhere();
     if (!IsGround(points.lat[row], points.lon[row])) return WhyNoGround(points.lat[row], points.lon[row]);
     const bool lost = std::isnan(points.height[row]) && !std::isnan(table.Values(height)[row]);
     return lost ? "the geoid has no height there" : "";

@@ -11,6 +11,7 @@
 
 #include "commands/command_line.h"
 #include "models/raster_library.h"
+#include "points/point_options.h"
 #include "points/point_table.h"
 
 namespace orbmath_tool {
@@ -55,6 +56,15 @@ class GroundFrame {
   void ToGround(std::size_t count, double* first, double* second, double* height) const;
   /// The way back, into the columns as `PlaceColumns` has them; heights of a geoid do not come back.
   void FromGround(std::size_t count, double* first, double* second, double* height) const;
+
+  /// The columns of a ground point among results, in the order of `PlaceColumns`, and its height.
+  std::vector<OutputColumn> ResultColumns(const PointOptions& options) const;
+  /// Where `FromGround` leaves ground points, or nothing where their coordinates are no longitudes and latitudes of
+  /// WGS84.
+  std::optional<GroundPlace> ResultPlace() const;
+
+  /// Why a place is none, for a point that `ToGround` has made NaN.
+  std::string WhyNowhere() const { return system_name_ + " has no such place"; }
 
   /// The ground points of a table. \param first, second, height its columns. \throws Failure naming rows that are none.
   GroundPoints Of(const PointTable& table, std::size_t first, std::size_t second, std::size_t height) const;

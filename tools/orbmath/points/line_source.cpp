@@ -24,10 +24,8 @@ namespace {
 constexpr std::size_t kBlockBytes = 64 * 1024;
 static_assert(kBlockBytes > 2 * kLongestLine, "a block must hold a longest line and the reading behind it");
 
-bool HasMore(int descriptor) {
-  pollfd state{descriptor, POLLIN, 0};
-  return poll(&state, 1, 0) > 0;
-}
+/// The descriptor of a text, which is no file.
+constexpr int kNoDescriptor = -1;
 
 /// Moves what stands in `[begin, end)` from the first line feed on to the front. \return the new end.
 const char* DropLineRest(char* begin, const char* end) {
@@ -63,10 +61,20 @@ LineSource::LineSource(const std::vector<std::string>& names) {
   if (!all_plain) total_bytes_ = 0;
 }
 
+LineSource::LineSource(std::string name, std::string text) : text_(std::move(text)) {
+  inputs_.push_back({std::move(name), kNoDescriptor});
+}
+
 LineSource::~LineSource() {
   for (const Input& input : inputs_) {
-    if (input.descriptor != STDIN_FILENO) close(input.descriptor);
+    if (input.descriptor != STDIN_FILENO && input.descriptor != kNoDescriptor) close(input.descriptor);
   }
+}
+
+bool LineSource::HasMore() const {
+  if (record_at_ < records_.size()) return true;
+  pollfd state{inputs_[current_].descriptor, POLLIN, 0};
+  return state.fd == kNoDescriptor || poll(&state, 1, 0) > 0;
 }
 
 bool LineSource::Next(CharBuffer* text) {
@@ -76,6 +84,8 @@ bool LineSource::Next(CharBuffer* text) {
       ++current_;
       finished_ = false;
       at_start_ = true;
+      unread_ = true;
+      is_json_ = false;
     }
     if (ReadBlock(text)) return true;
   }
@@ -87,7 +97,7 @@ bool LineSource::ReadBlock(CharBuffer* text) {
   carry_.clear();
   std::size_t whole = 0;  // bytes of the whole lines in the text
   bool dropping = false;  // the reading stands in the part of a line behind its first kLongestLine bytes
-  while (whole == 0 || (text->size() < kBlockBytes && HasMore(inputs_[current_].descriptor))) {
+  while (whole == 0 || (text->size() < kBlockBytes && HasMore())) {
     if (whole == 0 && text->size() > kLongestLine) {
       text->TakeUpTo(text->data() + kLongestLine);
       dropping = true;
@@ -125,6 +135,40 @@ bool LineSource::ReadBlock(CharBuffer* text) {
 }
 
 std::size_t LineSource::ReadSome(char* to, std::size_t count) {
+  if (is_json_ && record_at_ < records_.size()) return ReadRecords(to, count, 0);
+  std::size_t got = ReadBytes(to, count);
+  if (std::exchange(unread_, false) && LooksLikeJson({to, got})) {
+    is_json_ = true;
+    cutter_ = JsonRecordCutter();
+    const std::string_view rest = SatCommonUtils::ZxWithoutUtf8Mark({to, got});
+    got = rest.size();
+    std::memmove(to, rest.data(), got);
+  }
+  return is_json_ ? ReadRecords(to, count, got) : got;
+}
+
+/// \param got bytes of JSON that stand in `[to, to + count)`, 0 for none.
+std::size_t LineSource::ReadRecords(char* to, std::size_t count, std::size_t got) {
+  while (record_at_ == records_.size()) {
+    records_.clear();
+    record_at_ = 0;
+    got > 0 ? cutter_.Feed({to, got}, &records_) : cutter_.Finish(&records_);
+    if (got == 0 && records_.empty()) return 0;
+    if (records_.empty()) got = ReadBytes(to, count);
+  }
+  const std::size_t taken = std::min(count, records_.size() - record_at_);
+  std::copy_n(records_.data() + record_at_, taken, to);
+  record_at_ += taken;
+  return taken;
+}
+
+std::size_t LineSource::ReadBytes(char* to, std::size_t count) {
+  if (inputs_[current_].descriptor == kNoDescriptor) {
+    const std::size_t taken = std::min(count, text_.size() - text_at_);
+    std::copy_n(text_.data() + text_at_, taken, to);
+    text_at_ += taken;
+    return taken;
+  }
   while (true) {
     const ssize_t got = read(inputs_[current_].descriptor, to, count);
     if (got >= 0) return static_cast<std::size_t>(got);

@@ -22,6 +22,7 @@ void WalkLines(std::string_view text, LineBlock* block, Parse parse) {
   block->filled = 0;
   block->lines.clear();
   block->refused.clear();
+  block->unread.clear();
   block->failed.clear();
   std::string reason;
   const char* at = text.data();

@@ -1,59 +1,16 @@
-// Results of a block as lines.
+// Results of a block as lines of fields and as JSON lines.
 
-#include <cmath>
+#include <string>
 
+#include "points/json_members.h"
+#include "points/json_text.h"
 #include "points/line_block.h"
-#include "report/fixed_digits.h"
+#include "points/result_walk.h"
 #include "report/json.h"
 
 namespace orbmath_tool {
 
 namespace {
-
-constexpr std::string_view kNotFinite = "the result is not finite";
-
-bool IsFinite(const LineBlock& block, std::size_t point) {
-  for (const std::vector<double>& column : block.out) {
-    if (!std::isfinite(column[point])) return false;
-  }
-  return true;
-}
-
-/// Walks the lines of a block in step with its points and refusals. \return how many lines are errors.
-template <class OnPassThrough, class OnPoint, class OnError>
-std::size_t WalkLines(const LineBlock& block, OnPassThrough on_pass_through, OnPoint on_point, OnError on_error) {
-  auto refused = block.refused.begin();
-  auto failed = block.failed.begin();
-  std::size_t point = 0;
-  std::size_t errors = 0;
-  for (std::size_t i = 0; i < block.lines.size(); ++i) {
-    const PointLine& line = block.lines[i];
-    if (line.kind == PointLine::Kind::PassThrough) {
-      on_pass_through(line);
-    } else if (line.kind == PointLine::Kind::Refused) {
-      on_error(i, line, std::string_view((refused++)->reason));
-      ++errors;
-    } else {
-      const std::size_t current = point++;
-      if (failed != block.failed.end() && failed->index == current) {
-        on_error(i, line, std::string_view((failed++)->reason));
-        ++errors;
-      } else if (!IsFinite(block, current)) {
-        on_error(i, line, kNotFinite);
-        ++errors;
-      } else {
-        on_point(i, line, current);
-      }
-    }
-  }
-  return errors;
-}
-
-char* PrintValue(const OutputColumn& column, double value, char* to) {
-  if (column.words.empty()) return PrintFixed(value, column.digits, to);
-  const std::string& word = column.words[static_cast<std::size_t>(value)];
-  return std::copy(word.begin(), word.end(), to);
-}
 
 void EndLine(std::string_view comment, CharBuffer* out) {
   if (!comment.empty()) {
@@ -63,10 +20,27 @@ void EndLine(std::string_view comment, CharBuffer* out) {
   out->Append("\n");
 }
 
+/// The texts of a point that travel, each with a blank before it; one with blanks in quotes, an empty one as '-'.
+void AppendTexts(const LineBlock& block, const Travellers& travellers, std::size_t point, CharBuffer* out) {
+  for (std::size_t i = 0; i < travellers.size(); ++i) {
+    const std::string_view raw = block.texts[travellers.first + i][point];
+    const std::string text = travellers.is_json ? TextOfJson(raw) : std::string(raw);
+    out->Append(" ");
+    if (text.empty()) {
+      out->Append("-");
+    } else if (text.find_first_of(" \t,\"#") == std::string::npos) {
+      out->Append(text);
+    } else {
+      out->Append(QuotedField(text));
+    }
+  }
+}
+
 }  // namespace
 
-std::size_t PrintLines(const LineBlock& block, const std::vector<OutputColumn>& columns, CharBuffer* out) {
-  return WalkLines(
+std::size_t PrintLines(const LineBlock& block, const std::vector<OutputColumn>& columns, const Travellers& travellers,
+                       CharBuffer* out) {
+  return WalkResults(
       block,
       [out](const PointLine& line) {
         out->Append(line.text);
@@ -79,47 +53,76 @@ std::size_t PrintLines(const LineBlock& block, const std::vector<OutputColumn>& 
           to = PrintValue(columns[i], block.out[i][point], to);
         }
         out->TakeUpTo(to);
+        if (travellers.size() > 0) AppendTexts(block, travellers, point, out);
         EndLine(line.text, out);
       },
-      [out](std::size_t, const PointLine& line, std::string_view reason) {
+      [&](std::size_t, const PointLine& line, std::string_view reason, std::size_t point) {
         out->Append("ERROR: ");
         out->Append(reason);
+        if (travellers.size() > 0 && point < block.count) {
+          out->Append(" #");
+          AppendTexts(block, travellers, point, out);
+        }
         EndLine(line.text, out);
       });
 }
 
-std::size_t PrintJson(const LineBlock& block, const std::vector<OutputColumn>& columns, CharBuffer* out) {
+void AppendMembers(const LineBlock& block, const std::vector<OutputColumn>& columns, std::size_t point,
+                   CharBuffer* out) {
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    out->Append(",\"");
+    out->Append(columns[i].name);
+    out->Append("\":");
+    char* const value = out->Room(kNumberBytes);
+    char* const end = PrintValue(columns[i], block.out[i][point], value);
+    if (IsNumber(columns[i])) {
+      out->TakeUpTo(end);
+    } else {
+      out->Append(JsonString(std::string(value, end)));
+    }
+  }
+}
+
+void AppendTravellers(const LineBlock& block, const Travellers& travellers, std::size_t point, CharBuffer* out) {
+  for (std::size_t i = 0; i < travellers.size() && point < block.count; ++i) {
+    const std::string_view text = block.texts[travellers.first + i][point];
+    out->Append(",");
+    out->Append(JsonString(travellers.names[i]));
+    out->Append(":");
+    if (travellers.is_json) {
+      out->Append(text.empty() ? "null" : text);
+    } else {
+      out->Append(JsonOfField(text));
+    }
+  }
+}
+
+std::size_t PrintJson(const LineBlock& block, const std::vector<OutputColumn>& columns, const Travellers& travellers,
+                      CharBuffer* out) {
   const auto begin = [&](std::size_t index) {
     out->Append("{\"input_line\":");
     out->Append(std::to_string(block.first_line + index));
   };
-  const auto end = [out](const PointLine& line) {
+  const auto end = [&](const PointLine& line, std::size_t point) {
+    AppendTravellers(block, travellers, point, out);
     if (!line.text.empty()) {
       out->Append(",\"comment\":");
       out->Append(JsonString(line.text));
     }
     out->Append("}\n");
   };
-  return WalkLines(
+  return WalkResults(
       block, [](const PointLine&) {},
       [&](std::size_t index, const PointLine& line, std::size_t point) {
         begin(index);
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-          const char* quote = columns[i].words.empty() ? "" : "\"";
-          out->Append(",\"");
-          out->Append(columns[i].name);
-          out->Append("\":");
-          out->Append(quote);
-          out->TakeUpTo(PrintValue(columns[i], block.out[i][point], out->Room(kNumberBytes)));
-          out->Append(quote);
-        }
-        end(line);
+        AppendMembers(block, columns, point, out);
+        end(line, point);
       },
-      [&](std::size_t index, const PointLine& line, std::string_view reason) {
+      [&](std::size_t index, const PointLine& line, std::string_view reason, std::size_t point) {
         begin(index);
         out->Append(",\"error\":");
         out->Append(JsonString(reason));
-        end(line);
+        end(line, point);
       });
 }
 

@@ -5,27 +5,46 @@
 #include <algorithm>
 #include <condition_variable>
 #include <exception>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <thread>
 
 #include "errors.h"
 #include "frame/zxstd/threads.h"
 #include "points/line_source.h"
-#include "report/fixed_digits.h"
-#include "report/output_file.h"
+#include "points/result_writer.h"
+#include "points/stream_layout.h"
 #include "report/progress_line.h"
 
 namespace orbmath_tool {
 
 namespace {
 
+/// Makes points whose numbers could not be read points without a result, for that reason and no other.
+void AddUnread(LineBlock* block) {
+  if (block->unread.empty()) return;
+  std::vector<Refusal> all = block->unread;
+  for (Refusal& failure : block->failed) {
+    const auto same = [&](const Refusal& refusal) { return refusal.index == failure.index; };
+    if (std::none_of(block->unread.begin(), block->unread.end(), same)) all.push_back(std::move(failure));
+  }
+  std::sort(all.begin(), all.end(), [](const Refusal& a, const Refusal& b) { return a.index < b.index; });
+  block->failed = std::move(all);
+}
+
 /// A ring of blocks that reader, workers and writer pass on to each other. Each block is owned by exactly one of them;
 /// the three counters say by whom, and they alone are behind the lock.
 class BlockRing {
  public:
-  BlockRing(const StreamOptions& options, PointTask* task, int workers)
-      : options_(options), task_(task), slots_(static_cast<std::size_t>(2 * workers + 2)), workers_(workers) {}
+  BlockRing(const StreamOptions& options, PointTask* task, ResultWriter* writer, int workers)
+      : options_(options),
+        task_(task),
+        writer_(writer),
+        layouts_(task->Input(), task->Columns(), options.columns),
+        slots_(static_cast<std::size_t>(2 * workers + 2)),
+        workers_(workers) {}
 
   StreamResult Run(LineSource* source);
 
@@ -34,6 +53,8 @@ class BlockRing {
     CharBuffer text;
     CharBuffer output;
     LineBlock block;
+    std::shared_ptr<const StreamLayout> layout;
+    std::optional<std::size_t> header;  ///< the line of names in the block
     std::size_t errors = 0;
     bool done = false;
   };
@@ -42,7 +63,7 @@ class BlockRing {
   void Work();
   void Write(std::uint64_t total_bytes);
   void Compute(Slot* slot) const;
-  std::string ProgressText(std::uint64_t bytes, std::uint64_t total_bytes) const;
+  void ShowProgress(std::uint64_t bytes, std::uint64_t total_bytes, ProgressLine* progress) const;
 
   /// Runs one of the three parts; the first exception stops all of them and is kept for the caller.
   template <class Part>
@@ -68,6 +89,8 @@ class BlockRing {
 
   const StreamOptions& options_;
   PointTask* const task_;
+  ResultWriter* const writer_;
+  StreamLayouts layouts_;
   std::vector<Slot> slots_;
   const int workers_;
 
@@ -113,6 +136,8 @@ void BlockRing::Read(LineSource* source) {
     const bool more = source->Next(&slot.text);
     if (more) {
       slot.block.first_line = line;
+      slot.header.reset();
+      slot.layout = layouts_.For(*source, line, &slot.text, &slot.header);
       line += static_cast<std::size_t>(std::count(slot.text.view().begin(), slot.text.view().end(), '\n'));
     }
     lock.lock();
@@ -139,23 +164,25 @@ void BlockRing::Work() {
 
 void BlockRing::Compute(Slot* slot) const {
   LineBlock& block = slot->block;
-  ParseLines(slot->text.view(), task_->Layout(), &block);
+  ParseBlock(slot->text.view(), *slot->layout, &block);
+  if (slot->header) block.lines[*slot->header].text = slot->layout->header_comment;
   const std::vector<OutputColumn>& columns = task_->Columns();
   block.out.resize(columns.size());
   for (std::vector<double>& column : block.out) column.resize(block.count);
   if (block.count > 0) task_->Compute(&block);
+  AddUnread(&block);
   slot->output.clear();
-  slot->errors = options_.json ? PrintJson(block, columns, &slot->output) : PrintLines(block, columns, &slot->output);
+  slot->errors = writer_->Print(block, slot->layout->travellers, &slot->output);
 }
 
-std::string BlockRing::ProgressText(std::uint64_t bytes, std::uint64_t total_bytes) const {
-  std::string points = std::to_string(result_.points) + " points";
-  if (total_bytes == 0) return points;
-  return points + ", " + Fixed(100.0 * static_cast<double>(bytes) / static_cast<double>(total_bytes), 0) + " %";
+void BlockRing::ShowProgress(std::uint64_t bytes, std::uint64_t total_bytes, ProgressLine* progress) const {
+  if (!progress->IsDue()) return;
+  const double fraction = total_bytes == 0 ? 0.0 : static_cast<double>(bytes) / static_cast<double>(total_bytes);
+  progress->Show(std::to_string(result_.points) + " points", fraction);
 }
 
 void BlockRing::Write(std::uint64_t total_bytes) {
-  ProgressLine progress;
+  ProgressLine progress(options_.output == "-");
   std::uint64_t bytes = 0;
   std::unique_lock<std::mutex> lock(mutex_);
   while (
@@ -164,11 +191,11 @@ void BlockRing::Write(std::uint64_t total_bytes) {
     Slot& slot = At(written_);
     lock.unlock();
     task_->Observe(slot.block);
-    WriteToStandardOutput(slot.output.view());
+    writer_->Write(slot.output.view(), slot.layout->travellers);
     result_.points += slot.block.count;
     result_.errors += slot.errors;
     bytes += slot.text.size();
-    if (progress.IsDue()) progress.Show(ProgressText(bytes, total_bytes));
+    ShowProgress(bytes, total_bytes, &progress);
     slot.done = false;
     lock.lock();
     ++written_;
@@ -179,8 +206,14 @@ void BlockRing::Write(std::uint64_t total_bytes) {
 }  // namespace
 
 StreamResult RunPointStream(const StreamOptions& options, PointTask* task) {
-  LineSource source(options.inputs);
-  return BlockRing(options, task, SatCommonUtils::ZxGetThreadsCount()).Run(&source);
+  std::string given;
+  for (const std::string& point : options.points) given += point + "\n";
+  ResultWriter writer(options, *task);
+  std::optional<LineSource> source;
+  options.points.empty() ? source.emplace(options.inputs) : source.emplace("--point", given);
+  const StreamResult result = BlockRing(options, task, &writer, SatCommonUtils::ZxGetThreadsCount()).Run(&*source);
+  writer.Finish();
+  return result;
 }
 
 }  // namespace orbmath_tool

@@ -49,7 +49,7 @@ PointTable::PointTable(const std::string& file, const std::vector<TableColumn>& 
   bool known = false;  // names may still come; comments alone may fill a block
   while (source.Next(&text)) {
     std::string_view rows = text.view();
-    if (!known && (known = finder.Look(rows))) {
+    if (!known && (known = finder.Look(rows, source.IsJson()))) {
       const std::string_view header = finder.HeaderLine();
       if (!header.empty()) {
         const std::string_view before = rows.substr(0, static_cast<std::size_t>(header.data() - rows.data()));
@@ -57,10 +57,8 @@ PointTable::PointTable(const std::string& file, const std::vector<TableColumn>& 
         rows.remove_prefix(std::min(before.size() + header.size() + 1, rows.size()));
       }
       if (!finder.Layout().missing.empty()) {
-        throw Failure(name_ + ":" + std::to_string(std::max<std::size_t>(line, 2) - 1) +
-                      ": these names have no column '" + finder.Layout().missing +
-                      "'; name the columns with --columns" +
-                      (finder.Layout().hint.empty() ? "" : ", or " + finder.Layout().hint));
+        throw Failure(name_ + ":" + std::to_string(std::max<std::size_t>(line, 2) - 1) + ": " +
+                      finder.Layout().MissingText());
       }
       found_ = finder.Layout().found;
     }
@@ -106,7 +104,7 @@ void PointTable::ThrowRefused(const Refusals& refused, bool rows) const {
   if (refused.empty()) return;
   for (std::size_t i = 0; i < std::min(refused.size(), kNamedRefusals); ++i) {
     const std::size_t index = refused[i].index;
-    Note((rows ? Place(index) : name_ + ":" + std::to_string(index)) + ": " + refused[i].reason);
+    Complain((rows ? Place(index) : name_ + ":" + std::to_string(index)) + ": " + refused[i].reason);
   }
   throw Failure(name_ + ": " + std::to_string(refused.size()) +
                 (refused.size() == 1 ? " line is not" : " lines are not") + " a usable point; nothing was computed");

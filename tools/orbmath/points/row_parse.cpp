@@ -135,6 +135,7 @@ class RowParser {
     FieldCutter cutter(at, end, has_mark ? layout_.separator : Separator::Blanks);
     *behind = end;
     StartRow();
+    std::string unread;
     std::size_t count = 0;
     for (; count < layout_.fields.size() && cutter.More(); ++count) {
       Field field;
@@ -142,15 +143,24 @@ class RowParser {
         *reason = "a quote is not closed, or something stands behind it";
         return false;
       }
-      if (!Take(layout_.fields[count], field, reason)) return false;
+      if (Take(layout_.fields[count], field, reason)) continue;
+      if (!layout_.Travels()) return false;
+      if (unread.empty()) unread = *reason;
     }
-    if (!FillMissing(count, reason)) return false;
+    if (!FillMissing(count, reason)) {
+      if (!layout_.Travels()) return false;
+      if (unread.empty()) unread = *reason;
+    }
     const bool rest_is_empty = SkipBlanks(cutter.At(), end) == end || *cutter.At() == '#';
     if (cutter.More() && !layout_.more_allowed && !rest_is_empty) {
       *reason = "more than " + std::to_string(layout_.fields.size()) + " fields, expected: " + NamesOf(layout_.numbers);
       return false;
     }
     *behind = cutter.More() ? std::find(cutter.At(), end, '#') : cutter.At();
+    if (!unread.empty()) {
+      std::fill(values_.begin(), values_.end(), std::nan(""));
+      block_->unread.push_back({block_->count, std::move(unread)});
+    }
     Append();
     return true;
   }
@@ -227,6 +237,7 @@ void ParseRows(std::string_view text, const TableLayout& layout, LineBlock* bloc
   for (std::vector<double>& column : block->in) column.clear();
   block->texts.resize(layout.texts.size());
   for (std::vector<std::string_view>& column : block->texts) column.clear();
+  if (layout.is_json) return ParseRecords(text, layout, block);
   RowParser parser(layout, block);
   WalkLines(text, block, [&parser](const char* at, const char* end, const char** behind, std::string* reason) {
     return parser.Parse(at, end, behind, reason);

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "points/field_text.h"
+#include "points/json_members.h"
 
 namespace orbmath_tool {
 
@@ -146,6 +147,7 @@ TableLayout LayoutOfNames(const std::vector<TableColumn>& wanted, const std::vec
                           Separator separator, bool keep_others) {
   TableLayout layout = LayoutOf(wanted, separator);
   layout.more_allowed = true;
+  layout.names = names;
   layout.fields.resize(names.size());
   std::vector<std::string> keys;
   for (const std::string& name : names) keys.push_back(KeyOfName(name));
@@ -183,6 +185,11 @@ TableLayout LayoutOfOrder(const std::vector<TableColumn>& wanted, Separator sepa
   return layout;
 }
 
+std::string TableLayout::MissingText() const {
+  return "these names have no column '" + missing + "'; name the columns with --columns" +
+         (hint.empty() ? "" : ", or " + hint);
+}
+
 LayoutFinder::LayoutFinder(const std::vector<TableColumn>& wanted, std::vector<std::string> names, bool keep_others,
                            Header header)
     : wanted_(wanted), names_(std::move(names)), keep_others_(keep_others), header_(header) {}
@@ -192,13 +199,29 @@ std::size_t LayoutFinder::KnownAmong(const std::vector<std::string>& names) cons
   return static_cast<std::size_t>(std::count(layout.found.begin(), layout.found.end(), true));
 }
 
-bool LayoutFinder::Look(std::string_view text) {
+void LayoutFinder::TakeFirstRecord(std::string_view line) {
+  std::vector<JsonMember> members;
+  std::string reason;
+  const bool is_record = SplitRecord(line, &members, &reason);
+  std::vector<std::string> names;
+  for (const JsonMember& member : members) names.emplace_back(member.key);
+  has_names_ = true;
+  layout_ = LayoutOfNames(wanted_, names, Separator::Blanks, keep_others_);
+  layout_.is_json = true;
+  if (!is_record) layout_.hint = "see to its first record: " + reason;
+}
+
+bool LayoutFinder::Look(std::string_view text, bool is_json) {
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());
     std::string_view line = text.substr(begin, end - begin);
     begin = end + 1;
     const std::size_t first = line.find_first_not_of(" \t\r");
     if (first == std::string_view::npos) continue;
+    if (is_json) {
+      TakeFirstRecord(line);
+      return true;
+    }
     if (line[first] != '#') return TakeFirstLine(line);
     line.remove_prefix(std::min(line.find_first_not_of("# \t\r"), line.size()));
     if (KnownAmong(ColumnNames(line)) >= kEnoughNames && IsWords(ColumnNames(line))) comment_ = line;

@@ -54,6 +54,8 @@ struct TableLayout {
   };
 
   Separator separator = Separator::Blanks;
+  bool is_json = false;  ///< The lines are JSON records, whose members have the names of the fields.
+  std::vector<std::string> names;
   std::vector<Field> fields;
   /// The wanted columns that are numbers, as `LineBlock::in` has them; texts have a place there too, which stays empty.
   std::vector<InputColumn> numbers;
@@ -65,6 +67,11 @@ struct TableLayout {
   bool more_allowed = false;  ///< Fields behind the last one are passed over instead of being an error.
   std::string missing;        ///< The first required column that is not there; empty: none.
   std::string hint;           ///< That column's.
+
+  /// Whether texts travel to the output: a row goes along then even when its numbers cannot be read.
+  bool Travels() const { return texts.size() > wanted; }
+  /// What to say where a column is missing.
+  std::string MissingText() const;
 };
 
 /// A name as names are compared: in lower case, without a unit in brackets, quotes, blanks, and `_`, `-`, `.` within
@@ -94,7 +101,8 @@ class LayoutFinder {
 
   /// Looks at the next lines of the file. A header may stand in a comment, when it has as many names as the first row
   /// has fields and two of them are known. \return true when the layout is known: there was a header or a row.
-  bool Look(std::string_view text);
+  /// \param is_json whether the lines are JSON records.
+  bool Look(std::string_view text, bool is_json = false);
 
   const TableLayout& Layout() const { return layout_; }
   /// The line of names among the lines looked at last, which is no row; empty when there was none.
@@ -105,6 +113,7 @@ class LayoutFinder {
  private:
   std::size_t KnownAmong(const std::vector<std::string>& names) const;
   bool TakeFirstLine(std::string_view line);
+  void TakeFirstRecord(std::string_view line);
 
   const std::vector<TableColumn>& wanted_;
   std::vector<std::string> names_;
@@ -119,6 +128,9 @@ class LayoutFinder {
 /// Reads `text`, whole lines that must outlive the block, into numbers and texts of `block`; forgets what it held.
 /// Fields may stand in quotes, within which a quote is doubled (RFC 4180), on one line.
 void ParseRows(std::string_view text, const TableLayout& layout, LineBlock* block);
+
+/// `ParseRows` of a layout that is JSON; texts that are not wanted stay JSON.
+void ParseRecords(std::string_view text, const TableLayout& layout, LineBlock* block);
 
 /// The fields of a line without quotes.
 std::vector<std::string> SplitRow(std::string_view line, Separator separator);

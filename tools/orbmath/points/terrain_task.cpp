@@ -8,13 +8,13 @@
 
 namespace orbmath_tool {
 
-TerrainTask::TerrainTask(const SatCommonUtils::TTerrainLocator& locator, const TerrainColumns& names, double shift,
-                         const PointOptions& options)
-    : locator_(locator), shift_(shift) {
-  layout_.columns = {{names.line}, {names.sample}};
-  columns_ = {{"lat", options.Digits(kDegreeDigits)},
-              {"lon", options.Digits(kDegreeDigits)},
-              {"height", options.Digits(kMetreDigits)}};
+TerrainTask::TerrainTask(const SatCommonUtils::TTerrainLocator& locator, const TerrainColumns& names,
+                         const GroundFrame& frame, double shift, const PointOptions& options)
+    : locator_(locator),
+      frame_(frame),
+      shift_(shift),
+      input_{names.line, names.sample},
+      columns_(frame.ResultColumns(options)) {
   if (names.residual != nullptr) columns_.push_back({names.residual, options.Digits(kPixelDigits)});
   if (names.status) columns_.push_back({"status", 0, {"ok", "after-void"}});
 }
@@ -34,6 +34,7 @@ void TerrainTask::Compute(LineBlock* block) const {
                              static_cast<double>(block->marks[i])};
     for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
   }
+  frame_.FromGround(block->count, block->out[0].data(), block->out[1].data(), block->out[2].data());
 }
 
 void TerrainTask::Observe(const LineBlock& block) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "points/ground_frame.h"
 #include "points/point_options.h"
 #include "terrain/terrain_locator.h"
 
@@ -12,8 +13,8 @@ namespace orbmath_tool {
 
 /// What a command calls the columns; latitude, longitude and height stand between those of input and `residual`.
 struct TerrainColumns {
-  const char* line;
-  const char* sample;
+  TableColumn line;
+  TableColumn sample;
   const char* residual;  ///< null: none
   bool status;           ///< the last column, behind `residual`
 };
@@ -21,12 +22,13 @@ struct TerrainColumns {
 /// The first point of the terrain on the line of sight of each image point.
 class TerrainTask : public PointTask {
  public:
-  /// \param locator must outlive the task. \param shift what the points have more than the model, pixels.
-  TerrainTask(const SatCommonUtils::TTerrainLocator& locator, const TerrainColumns& names, double shift,
-              const PointOptions& options);
+  /// \param locator, frame must outlive the task. \param shift what the points have more than the model, pixels.
+  TerrainTask(const SatCommonUtils::TTerrainLocator& locator, const TerrainColumns& names, const GroundFrame& frame,
+              double shift, const PointOptions& options);
 
-  const LineLayout& Layout() const override { return layout_; }
+  const std::vector<TableColumn>& Input() const override { return input_; }
   const std::vector<OutputColumn>& Columns() const override { return columns_; }
+  std::optional<GroundPlace> Place() const override { return frame_.ResultPlace(); }
   void Compute(LineBlock* block) const override;
   void Observe(const LineBlock& block) override;
 
@@ -35,9 +37,10 @@ class TerrainTask : public PointTask {
 
  private:
   const SatCommonUtils::TTerrainLocator& locator_;
+  const GroundFrame& frame_;
   const double shift_;
   std::size_t after_voids_ = 0;
-  LineLayout layout_;
+  std::vector<TableColumn> input_;
   std::vector<OutputColumn> columns_;
 };
 
