@@ -14,12 +14,12 @@
 
 namespace SatCommonUtils {
 
-/// Linear errors in standard deviations: 90 and 95 % of normally distributed errors are below.
-constexpr double kLinearError90 = 1.6448536269514722;
-constexpr double kLinearError95 = 1.9599639845400545;
-/// Circular errors of equal axes, in standard deviations of one axis: sqrt(-2 ln 0.1) and sqrt(-2 ln 0.05).
-constexpr double kCircularError90 = 2.1459660262893474;
-constexpr double kCircularError95 = 2.4477468306808166;
+/// Linear errors in standard deviations.
+constexpr double kLinearError90 = 1.6448536269514722;  ///< 90 % of normally distributed errors are below
+constexpr double kLinearError95 = 1.9599639845400545;  ///< 95 % are
+/// Circular errors of equal axes, in standard deviations of one axis.
+constexpr double kCircularError90 = 2.1459660262893474;  ///< sqrt(-2 ln 0.1)
+constexpr double kCircularError95 = 2.4477468306808166;  ///< sqrt(-2 ln 0.05)
 
 /// Covariance of two errors of one unit: both variances and what they share.
 struct TPlaneCovariance {
@@ -47,9 +47,14 @@ ORBMATH_API double ProbabilityWithin(const TPlaneCovariance& covariance, double 
 /// linear error of x. \param probability from 0.01 to below 1. \return NaN outside of that.
 ORBMATH_API double CircularError(const TPlaneCovariance& covariance, double probability) noexcept;
 
-/// `CircularError` at 0.90, some twenty times faster, within 1e-11 of itself.
-ORBMATH_API double CircularError90(const TPlaneCovariance& covariance) noexcept;
-/// The same at 0.95.
-ORBMATH_API double CircularError95(const TPlaneCovariance& covariance) noexcept;
+/// The two circular errors that accuracies are stated by, in the unit of the errors.
+struct TCircularErrors {
+  double ce90 = 0.0;  ///< the radius that 90 % keep
+  double ce95 = 0.0;  ///< the radius that 95 % keep
+};
+
+/// `CircularError` at 0.90 and 0.95, some hundred times faster, within 1e-11 of themselves. The first call makes a
+/// table, which takes some milliseconds.
+ORBMATH_API TCircularErrors CircularErrorsOf(const TPlaneCovariance& covariance) noexcept;
 
 }  // namespace SatCommonUtils

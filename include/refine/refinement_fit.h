@@ -61,7 +61,7 @@ struct TRefinementFitOptions {
   /// `kReasonableMisfit` says; infinite: whatever it is.
   double largestMisfit = 0.0;
   /// True: the covariance of the parameters counts the sigmas of the points as they are; false: it is scaled by what
-  /// the residuals say, as far as points are redundant.
+  /// the residuals say, and not known where no point is redundant.
   bool sigmasAreKnown = false;
 };
 
@@ -98,8 +98,8 @@ struct ORBMATH_API TRefinementFit {
   /// Standard deviation of the correction at the worst corner of the image (or of the square around the points), in
   /// standard deviations of one measurement of the typical sigma.
   double cornerFactor = 0.0;
-  /// Covariance of the parameters of `data`; nothing is known without success. It knows nothing of what makes all
-  /// points wrong together, such as a control net that lies off.
+  /// Covariance of the parameters of `data`; nothing is known without success, and with neither redundant points nor
+  /// `sigmasAreKnown`. It knows nothing of what makes all points wrong together, such as a control net that lies off.
   TRefinementCovariance covariance;
   /// Places of points outside the model's box of the image or of the ground, by more than a tenth of half its size;
   /// only `FitGroundControl` and `FitImageTies`, which know the model, fill it.

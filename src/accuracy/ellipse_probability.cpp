@@ -104,7 +104,7 @@ double RadiusOf(double ratio, double probability) noexcept {
   return radius;
 }
 
-/// The radius of one share over the ratio of the axes, 0 to 1: Chebyshev series on three pieces.
+/// The radius of one share over the ratio of the axes, 0 to 1: polynomials through Chebyshev's nodes of equal pieces.
 class TRadiusTable {
  public:
   explicit TRadiusTable(double probability) noexcept {
@@ -112,56 +112,53 @@ class TRadiusTable {
   }
 
   double At(double axes) const noexcept {
-    const std::size_t piece = axes < kEdges[1] ? 0 : axes < kEdges[2] ? 1 : 2;
-    const std::array<double, kTerms>& c = series_[piece];
-    const double x = (2.0 * axes - (kEdges[piece] + kEdges[piece + 1])) / (kEdges[piece + 1] - kEdges[piece]);
-    double ahead = 0.0;
-    double here = c[kTerms - 1];
-    for (std::size_t k = kTerms - 2; k > 0; --k) {  // Clenshaw
-      const double next = 2.0 * x * here - ahead + c[k];
-      ahead = here;
-      here = next;
-    }
-    return x * here - ahead + c[0];
+    const double place = kPieces * axes;
+    const std::size_t piece = std::min(kPieces - 1, static_cast<std::size_t>(place));
+    const double x = 2.0 * (place - static_cast<double>(piece)) - 1.0;
+    const std::array<double, kTerms>& powers = powers_[piece];
+    double value = powers[kTerms - 1];
+    for (std::size_t k = kTerms - 1; k-- > 0;) value = value * x + powers[k];
+    return value;
   }
 
  private:
-  static constexpr std::size_t kPieces = 3;
-  static constexpr std::size_t kTerms = 21;
-  static constexpr double kEdges[kPieces + 1] = {0.0, 0.25, 0.5, 1.0};
+  static constexpr std::size_t kPieces = 32;
+  static constexpr std::size_t kTerms = 8;
 
-  /// Cosine of k pi / (2 terms), whole turns and all.
+  /// Cosine of k pi / (2 terms).
   static double Cosine(std::size_t k) noexcept {
     k %= 4 * kTerms;
     if (k > 2 * kTerms) k = 4 * kTerms - k;
-    return 1.0 - 2.0 * (k <= kTerms ? SquaredSine(0.25 * kPi * static_cast<double>(k) / kTerms)
-                                    : 1.0 - SquaredSine(0.25 * kPi * static_cast<double>(2 * kTerms - k) / kTerms));
+    const bool right = k <= kTerms;
+    const double half = 0.25 * kPi * static_cast<double>(right ? k : 2 * kTerms - k) / kTerms;
+    return right ? 1.0 - 2.0 * SquaredSine(half) : 2.0 * SquaredSine(half) - 1.0;
   }
 
   void Fill(std::size_t piece, double probability) noexcept {
     std::array<double, kTerms> values{};
     for (std::size_t i = 0; i < kTerms; ++i) {
-      const double axes =
-          0.5 * (kEdges[piece] + kEdges[piece + 1]) + 0.5 * (kEdges[piece + 1] - kEdges[piece]) * Cosine(2 * i + 1);
+      const double axes = (static_cast<double>(piece) + 0.5 + 0.5 * Cosine(2 * i + 1)) / kPieces;
       values[i] = RadiusOf(axes * axes, probability);
     }
+    // Sums of Chebyshev's polynomials, whose powers come by their recurrence.
+    std::array<double, kTerms> before{}, polynomial{1.0};
     for (std::size_t k = 0; k < kTerms; ++k) {
       double sum = 0.0;
       for (std::size_t i = 0; i < kTerms; ++i) sum += values[i] * Cosine(k * (2 * i + 1));
-      series_[piece][k] = sum * (k == 0 ? 1.0 : 2.0) / kTerms;
+      sum *= (k == 0 ? 1.0 : 2.0) / kTerms;
+      for (std::size_t power = 0; power < kTerms; ++power) powers_[piece][power] += sum * polynomial[power];
+      std::array<double, kTerms> next{};
+      for (std::size_t power = 0; power < kTerms; ++power) {
+        const double raised = power > 0 ? polynomial[power - 1] : 0.0;
+        next[power] = (k == 0 ? 1.0 : 2.0) * raised - before[power];
+      }
+      before = polynomial;
+      polynomial = next;
     }
   }
 
-  std::array<std::array<double, kTerms>, kPieces> series_{};
+  std::array<std::array<double, kTerms>, kPieces> powers_{};
 };
-
-constexpr double TRadiusTable::kEdges[];
-
-double FromTable(const TRadiusTable& table, const TPlaneCovariance& covariance) noexcept {
-  const TVariances variances = VariancesOf(covariance);
-  if (!(variances.larger > 0.0)) return variances.larger;
-  return std::sqrt(variances.larger) * table.At(std::sqrt(variances.smaller / variances.larger));
-}
 
 }  // namespace
 
@@ -186,14 +183,14 @@ double CircularError(const TPlaneCovariance& covariance, double probability) noe
   return std::sqrt(variances.larger) * RadiusOf(variances.smaller / variances.larger, probability);
 }
 
-double CircularError90(const TPlaneCovariance& covariance) noexcept {
-  static const TRadiusTable table(0.90);
-  return FromTable(table, covariance);
-}
-
-double CircularError95(const TPlaneCovariance& covariance) noexcept {
-  static const TRadiusTable table(0.95);
-  return FromTable(table, covariance);
+TCircularErrors CircularErrorsOf(const TPlaneCovariance& covariance) noexcept {
+  static const TRadiusTable table90(0.90);
+  static const TRadiusTable table95(0.95);
+  const TVariances variances = VariancesOf(covariance);
+  if (!(variances.larger > 0.0)) return {variances.larger, variances.larger};
+  const double major = std::sqrt(variances.larger);
+  const double axes = std::sqrt(variances.smaller / variances.larger);
+  return {major * table90.At(axes), major * table95.At(axes)};
 }
 
 }  // namespace SatCommonUtils

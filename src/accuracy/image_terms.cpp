@@ -82,8 +82,9 @@ TGroundUncertainty UncertaintyOf(const TGroundCovariance& own, const TGroundCova
                        own.northNorth + shared.northNorth, own.northUp + shared.northUp,     own.upUp + shared.upUp};
   const TPlaneCovariance plane = {result.covariance.eastEast, result.covariance.eastNorth,
                                   result.covariance.northNorth};
-  result.ce90 = CircularError90(plane);
-  result.ce95 = CircularError95(plane);
+  const TCircularErrors circles = CircularErrorsOf(plane);
+  result.ce90 = circles.ce90;
+  result.ce95 = circles.ce95;
   result.le90 = kLinearError90 * std::sqrt(result.covariance.upUp);
   if (!std::isfinite(result.ce95) || !std::isfinite(result.le90)) return NoUncertainty(TUncertaintyState::Singular);
   result.state = TUncertaintyState::Known;

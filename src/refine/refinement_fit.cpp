@@ -258,8 +258,9 @@ TRefinementCovariance TFitter::CovarianceOf(const TCandidate& candidate) const {
     }
   }
   const std::size_t equations = 2 * candidate.robust.inside.size();
-  const bool scaled = !options_.sigmasAreKnown && equations > kind.parameterCount;
+  const bool scaled = !options_.sigmasAreKnown;
   TRefinementCovariance covariance;
+  if (scaled && equations <= kind.parameterCount) return covariance;  // nothing tells the scale
   covariance.type = candidate.type;
   covariance.sigma = scaled ? std::sqrt(candidate.robust.variance) : typical_sigma_;
   covariance.redundancy = scaled ? equations - kind.parameterCount : 0;

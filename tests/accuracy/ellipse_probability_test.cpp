@@ -64,8 +64,8 @@ TEST(CircularError, TheFastOnesAreTheExactOnes) {
   for (int i = 0; i <= 400; ++i) {
     const TPlaneCovariance covariance = Turned(2.0, i / 200.0, 0.3);
     const double exact[] = {CircularError(covariance, 0.9), CircularError(covariance, 0.95)};
-    EXPECT_NEAR(CircularError90(covariance), exact[0], kPromisedOfTables * exact[0]) << i;
-    EXPECT_NEAR(CircularError95(covariance), exact[1], kPromisedOfTables * exact[1]) << i;
+    EXPECT_NEAR(CircularErrorsOf(covariance).ce90, exact[0], kPromisedOfTables * exact[0]) << i;
+    EXPECT_NEAR(CircularErrorsOf(covariance).ce95, exact[1], kPromisedOfTables * exact[1]) << i;
   }
 }
 
@@ -74,7 +74,7 @@ TEST(CircularError, RefusesWhatIsNoCovariance) {
   for (const TPlaneCovariance& covariance : {TPlaneCovariance{1.0, 2.0, 1.0}, TPlaneCovariance{-1.0, 0.0, 1.0},
                                              TPlaneCovariance{nan, 0.0, 1.0}, TPlaneCovariance{HUGE_VAL, 0.0, 1.0}}) {
     EXPECT_TRUE(std::isnan(CircularError(covariance, 0.9)));
-    EXPECT_TRUE(std::isnan(CircularError90(covariance)));
+    EXPECT_TRUE(std::isnan(CircularErrorsOf(covariance).ce90));
     EXPECT_TRUE(std::isnan(ProbabilityWithin(covariance, 1.0)));
   }
   for (const double probability : {0.0, 1.0, -0.5, nan}) {

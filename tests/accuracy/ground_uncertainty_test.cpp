@@ -98,8 +98,7 @@ TEST(LocateUncertainty, HoldsErrorsAtAHeightWithASigma) {
       const TPlaneCovariance plane = {2.0 * (a.eastEast - b.eastEast), 2.0 * (a.eastNorth - b.eastNorth),
                                       2.0 * (a.northNorth - b.northNorth)};
       distances.Add({off[1].east - off[0].east, off[1].north - off[0].north, off[1].up - off[0].up},
-                    CircularError90(plane), CircularError95(plane),
-                    kLinearError90 * std::sqrt(2.0 * (a.upUp - b.upUp)));
+                    CircularErrorsOf(plane), kLinearError90 * std::sqrt(2.0 * (a.upUp - b.upUp)));
     }
     points.Expect(true);
     distances.Expect(true);

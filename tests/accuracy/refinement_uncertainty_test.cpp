@@ -81,8 +81,8 @@ TEST(RefinementCovariance, HoldsErrorsOfCorrectedPointsAnywhereInTheImage) {
         const TImageCovariance stated = propagation.At(line, sample);
         const TPlaneCovariance plane = {stated.lineLine, stated.lineSample, stated.sampleSample};
         // Of the two coordinates the line stands in the place of a height.
-        points.Add({at[0] - meant[0], at[1] - meant[1], at[0] - meant[0]}, CircularError90(plane),
-                   CircularError95(plane), kLinearError90 * std::sqrt(stated.lineLine));
+        points.Add({at[0] - meant[0], at[1] - meant[1], at[0] - meant[0]}, CircularErrorsOf(plane),
+                   kLinearError90 * std::sqrt(stated.lineLine));
       }
     }
     points.Expect(true);

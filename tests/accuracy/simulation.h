@@ -29,16 +29,16 @@ inline GroundError ErrorOf(double lat, double lon, double h, double true_lat, do
 /// Shares of errors inside of what was stated for them.
 class Coverage {
  public:
-  void Add(const GroundError& error, double ce90, double ce95, double le90) {
+  void Add(const GroundError& error, const SatCommonUtils::TCircularErrors& circles, double le90) {
     const double length = std::hypot(error.east, error.north);
-    circle90_ += length <= ce90 ? 1 : 0;
-    circle95_ += length <= ce95 ? 1 : 0;
+    circle90_ += length <= circles.ce90 ? 1 : 0;
+    circle95_ += length <= circles.ce95 ? 1 : 0;
     height90_ += std::fabs(error.up) <= le90 ? 1 : 0;
     ++count_;
   }
   void Add(const GroundError& error, const SatCommonUtils::TGroundUncertainty& stated) {
     ASSERT_TRUE(stated) << SatCommonUtils::DescribeUncertaintyState(stated.state);
-    Add(error, stated.ce90, stated.ce95, stated.le90);
+    Add(error, {stated.ce90, stated.ce95}, stated.le90);
   }
 
   std::size_t Count() const { return count_; }

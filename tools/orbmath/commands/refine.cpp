@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "accuracy/error_model.h"
 #include "commands/command.h"
 #include "errors.h"
 #include "models/model.h"
@@ -117,6 +118,8 @@ class Refine : public Command {
     line.Choice("--type", {"auto", "shift", "affine", "projective"}, &type_, "kind of correction (default: auto)");
     line.Flag("--ties", &ties_, "the points are image ties");
     line.Flag("--keep-all", &keep_all_, "name bad points, but keep them in the fit");
+    line.Flag("--known-sigmas", &sigmas_are_known_,
+              "the points' sigmas are true: the correction's uncertainty is not scaled by the residuals");
     line.Number("--max-misfit", "PX", &max_misfit_, "accept a root mean square up to this (default: 20 px or 20 m)");
     dem_.Declare(line);
     PointTable::DeclareColumns(line, &columns_);
@@ -174,12 +177,13 @@ class Refine : public Command {
     if (!fit.success) throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
     TAdjustedRPC adjusted(&model.file.record, fit.data.get());
     SatCommonUtils::CopyMarginAndRaster(*model.rpc, &adjusted);
+    adjusted.SetRefinementCovariance(fit.covariance);
     OutputFile out(out_);
     std::optional<OutputFile> page = page_.Open();
     WriteModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, &out);
     if (page) page->Write(RefinementPageHtml({model_, out_, table, places, origin_.Shift()}, fit, adjusted));
     OutputFile::Commit({&out, page ? &*page : nullptr});
-    PrintReport(table, fit);
+    PrintReport(table, fit, SatCommonUtils::ErrorsOfExport(adjusted));
     return kSuccess;
   }
 
@@ -192,6 +196,7 @@ class Refine : public Command {
     options.automatic = type_ == 0;
     options.type = kTypes[type_];
     options.keepAll = keep_all_;
+    options.sigmasAreKnown = sigmas_are_known_;
     options.largestMisfit = max_misfit_.value_or(0.0);
     int width = 0;
     int height = 0;
@@ -202,7 +207,8 @@ class Refine : public Command {
     return options;
   }
 
-  void PrintReport(const PointTable& table, const TRefinementFit& fit) const {
+  void PrintReport(const PointTable& table, const TRefinementFit& fit,
+                   const SatCommonUtils::TExportedErrors& errors) const {
     Report report;
     report.Text("file", "written", out_);
     report.Text("type", "kind", SatCommonUtils::GetRPCRefinementTransformTypeName(fit.type));
@@ -211,6 +217,8 @@ class Refine : public Command {
     report.Number("rms_before_px", "rms before", fit.rmsBefore, kDigits, "px");
     report.Number("rms_after_px", "rms after", fit.rmsAfter, kDigits, "px");
     report.Number("sigma_factor", "true sigma / given sigma", fit.sigmaFactor, kDigits, "");
+    if (errors.bias) report.Number("bias_m", "bias left per axis", *errors.bias, kDigits, "m");
+    if (errors.random) report.Number("random_m", "point error per axis", *errors.random, kDigits, "m");
     report.Text("message", "in short", fit.message);
     AddPoints(table, fit.points, &report);
     report.Print(json_, out_ == "-" || page_.IsStandardOutput());
@@ -224,6 +232,7 @@ class Refine : public Command {
   int type_ = 0;
   bool ties_ = false;
   bool keep_all_ = false;
+  bool sigmas_are_known_ = false;
   std::optional<double> max_misfit_;
   std::string columns_;
   GroundFrame frame_;
