@@ -8,9 +8,12 @@
 #include <cmath>
 #include <limits>
 
+#include "block/choice.h"
 #include "block/least_squares.h"
 #include "block/network.h"
+#include "block/progress.h"
 #include "block/report.h"
+#include "block/robust.h"
 #include "block/starts.h"
 #include "frame/zxstd/text.h"
 #include "frame/zxstd/threads.h"
@@ -98,6 +101,51 @@ int LargestParameters(const TNetwork& network) {
   return parameters;
 }
 
+/// Solves the problem that is left, and makes what the report needs.
+TStepsState Run(TNetwork* network, TLeastSquares* solution) {
+  if (network->options.robust) return block::SolveRobustly(network, solution);
+  TStepsState state = solution->Solve(network->options.maxIterations);
+  if (state == TStepsState::Converged) state = block::ChooseKinds(network, solution);
+  if (state == TStepsState::Singular || state == TStepsState::Cancelled) return state;
+  const bool corrections = network->options.covariance != TBlockCovariance::None;
+  return solution->MakePrecision(corrections) ? state : TStepsState::Singular;
+}
+
+std::string Summary(const TNetwork& network, const TBlockResult& result) {
+  if (!result) return DescribeBlockState(result.state);
+  const auto adjusted = std::count(network.imageState.begin(), network.imageState.end(), TBlockImageState::Adjusted);
+  const auto points = std::count(network.pointState.begin(), network.pointState.end(), TBlockPointState::Used);
+  std::string text = ssprintf("%s %d of %d images with %d points; %d measurements are used, %d named bad; sigma0 %.3f",
+                              result.state == TBlockState::Adjusted ? "adjusted" : "did not come to rest with",
+                              int(adjusted), int(network.imageState.size()), int(points), int(result.observations),
+                              int(result.badMeasurements.size()), result.sigma0);
+  return text;
+}
+
+void Report(const TNetwork& network, TLeastSquares* solution, TBlockResult* result) {
+  block::ReportStates(network, result);
+  if (*result) {
+    block::ReportSolution(network, *solution, result);
+    block::ReportPieces(network, result);
+    block::ReportMisclosures(network, solution->equations, result);
+    block::ReportPrecision(network, *solution, result);
+    block::ReportLostPoints(network, solution->equations, result);
+    block::ReportLists(network, result);
+  }
+  result->message = Summary(network, *result);
+}
+
+void ReportCheck(const TNetwork& network, TBlockResult* result) {
+  result->state = TBlockState::Checked;
+  block::ReportStates(network, result);
+  block::ReportPieces(network, result);
+  block::ReportLists(network, result);
+  const auto points = std::count(network.pointState.begin(), network.pointState.end(), TBlockPointState::Used);
+  result->message = ssprintf("%d of %d images and %d of %d points can take part",
+                             int(result->images.size() - result->lostImages.size()), int(result->images.size()),
+                             int(points), int(result->points.size()));
+}
+
 bool NobodyToAdjust(const TNetwork& network) {
   return std::none_of(network.imageState.begin(), network.imageState.end(),
                       [](TBlockImageState state) { return state == TBlockImageState::Adjusted; });
@@ -132,15 +180,25 @@ TBlockResult AdjustBlock(const TBlockProblem& problem, const TBlockOptions& opti
     result.message = DescribeBlockState(result.state);
     return result;
   }
-  TLeastSquares solution(network, LargestParameters(network));
+  block::TProgress progress(options.progress);
+  progress.Tell(0.0);
+  TLeastSquares solution(network, LargestParameters(network), &progress);
   FindStarts(&network, &solution.equations);
   network.LeaveOut(TBlockPointState::TooFewRays);
-  result.state = StateOf(solution.Solve(options.maxIterations));
-  ReportStates(network, &result);
-  ReportSolution(network, solution, &result);
-  ReportPieces(network, &result);
-  ReportMisclosures(network, solution.equations, &result);
-  result.message = DescribeBlockState(result.state);
+  if (NobodyToAdjust(network)) {
+    ReportStates(network, &result);
+    result.state = TBlockState::NothingToDo;
+    result.message = DescribeBlockState(result.state);
+    return result;
+  }
+  block::OpenKinds(&network);
+  if (options.checkOnly) {
+    ReportCheck(network, &result);
+    return result;
+  }
+  result.state = StateOf(Run(&network, &solution));
+  Report(network, &solution, &result);
+  if (result) progress.Tell(1.0);
   return result;
 }
 

@@ -188,7 +188,7 @@ void TBlockFactor<Q>::InverseOf(std::uint32_t i, std::uint32_t k, std::size_t* h
     // The full inverse has its upper triangle.
     const std::size_t r = (k - pattern_.dense) * Q;
     const std::size_t c = (i - pattern_.dense) * Q;
-    const double* const* const rows = factor_->GetRows();
+    const double* const* const rows = rest_->GetRows();
     for (std::size_t p = 0; p < Q; ++p) {
       for (std::size_t q = 0; q < Q; ++q) {
         block[q * Q + p] = r + p <= c + q ? rows[r + p][c + q] : rows[c + q][r + p];

@@ -44,7 +44,7 @@ class TBlockFactor {
   bool Factor(const TPattern& pattern, const std::vector<double>& blocks);
   /// Solves in place, Q numbers a group.
   void Solve(std::vector<double>* right) const;
-  /// The blocks of the inverse. The factor is spent: no `Solve` afterwards.
+  /// The blocks of the inverse. They last until the next factor is made.
   void Invert();
   /// Block (a, b) of the inverse by rows. \return false when the factor has no such block.
   bool InverseBlock(std::uint32_t a, std::uint32_t b, double* block) const;
@@ -62,12 +62,11 @@ class TBlockFactor {
   std::vector<double> diagonal_;  ///< Lower triangles.
   std::vector<double> inverseBelow_;
   std::vector<double> inverseDiagonal_;
-  std::unique_ptr<WorkMatrix> rest_;    ///< Upper triangle; later the inverse of the factor.
-  std::unique_ptr<WorkMatrix> factor_;  ///< U of the rest; later the inverse of the rest, upper triangle.
+  std::unique_ptr<WorkMatrix> rest_;    ///< Upper triangle of the full rest; later of its inverse.
+  std::unique_ptr<WorkMatrix> factor_;  ///< U of the rest.
 };
 
-/// Upper triangle of the inverse of U'U. \param u the factor, which the result overwrites. \param work room of the same
-/// size.
-void InvertFactor(std::size_t n, double** u, double** work);
+/// Upper triangle of the inverse of U'U; needs room for one matrix more while it works.
+void InvertFactor(std::size_t n, const double* const* u, double** inverse);
 
 }  // namespace SatCommonUtils::block

@@ -40,13 +40,15 @@ struct TTriangleInversion {
 
 }  // namespace
 
-void InvertFactor(std::size_t n, double** u, double** work) {
+void InvertFactor(std::size_t n, const double* const* u, double** inverse) {
+  const WorkMatrix triangle(n, n);
+  double** const work = triangle.GetRows();
   ForRuns(n, kColumns, [&](std::size_t first, std::size_t last) {
     for (std::size_t i = 0; i < n; ++i) std::fill(work[i] + first, work[i] + last, 0.0);
     for (std::size_t i = first; i < last; ++i) work[i][i] = 1.0;
     simd::Dispatch(TTriangleInversion{n, u, {first, last}, work});
   });
-  for (std::size_t i = 0; i < n; ++i) std::fill_n(u[i], n, 0.0);
+  for (std::size_t i = 0; i < n; ++i) std::fill_n(inverse[i], n, 0.0);
   const std::size_t team = kernels::SolverTeamSize(n);
   std::vector<const double*> panel(n);
   for (std::size_t first = 0; first < n; first += kPanel) {
@@ -56,7 +58,7 @@ void InvertFactor(std::size_t n, double** u, double** work) {
     product.add = true;
     const std::vector<kernels::TWorkspace> workspaces = kernels::Workspaces(product, team);
     kernels::OnTeamOrAlone(team, [&](std::size_t thread, std::size_t threads) {
-      kernels::MultiplyUpper(product, {thread, threads}, u, workspaces[thread]);
+      kernels::MultiplyUpper(product, {thread, threads}, inverse, workspaces[thread]);
     });
   }
 }

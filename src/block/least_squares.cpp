@@ -14,8 +14,6 @@ namespace SatCommonUtils::block {
 namespace {
 
 constexpr std::size_t kPointRun = 1024;
-/// Steps that move nothing in any image by more than this, pixels, end the iteration.
-constexpr double kRest = 1e-6;
 /// A step that is shorter than the one before by less than this factor wants a new factor.
 constexpr double kSlow = 0.2;
 /// Rounding may raise the cost by this share.
@@ -26,8 +24,11 @@ constexpr double kLargestDamping = 1e8;
 
 }  // namespace
 
-TLeastSquares::TLeastSquares(const TNetwork& network, int parameters)
-    : equations(network), network_(network), system_(TReducedSystem::Create(network, parameters)) {}
+TLeastSquares::TLeastSquares(const TNetwork& network, int parameters, TProgress* progress)
+    : equations(network),
+      network_(network),
+      progress_(progress),
+      system_(TReducedSystem::Create(network, parameters)) {}
 
 double TLeastSquares::TakeStep() {
   const std::vector<std::array<double, 6>> step = system_->Solve(equations);
@@ -59,12 +60,13 @@ double TLeastSquares::TakeStep() {
   return far;
 }
 
-TStepsState TLeastSquares::Solve(int steps) {
+TStepsState TLeastSquares::Solve(int steps, double rest) {
   double damping = 0.0;
   equations.Linearize();
   double cost = equations.Cost();
   double before = std::numeric_limits<double>::infinity();
   for (int taken = 0; taken < steps; ++taken) {
+    if (!progress_->Advance()) return TStepsState::Cancelled;
     system_->EliminatePoints(equations, damping);
     if (!hasFactor_) {
       ++factorizations;
@@ -83,14 +85,14 @@ TStepsState TLeastSquares::Solve(int steps) {
       equations.unknowns = saved;
       equations.Linearize();
       // At rest rounding decides; else damp more, with a factor of the place.
-      if (far <= kRest) return TStepsState::Converged;
+      if (far <= rest) return TStepsState::Converged;
       damping = std::max(kFirstDamping, damping * kMoreDamping);
       if (damping > kLargestDamping) return TStepsState::NotConverged;
       hasFactor_ = false;
       continue;
     }
     cost = reached;
-    if (far <= kRest && damping == 0.0) return TStepsState::Converged;
+    if (far <= rest && damping == 0.0) return TStepsState::Converged;
     if (far > kSlow * before || damping > 0.0) hasFactor_ = false;
     damping = damping > kFirstDamping ? damping / kMoreDamping : 0.0;
     before = far;
@@ -98,11 +100,14 @@ TStepsState TLeastSquares::Solve(int steps) {
   return TStepsState::NotConverged;
 }
 
-bool TLeastSquares::FactorHere() {
+bool TLeastSquares::MakePrecision(bool corrections) {
   system_->EliminatePoints(equations, 0.0);
+  if (!corrections) return true;
   ++factorizations;
   hasFactor_ = system_->Factor(equations, 0.0);
-  return hasFactor_;
+  if (!hasFactor_) return false;
+  system_->Invert();
+  return true;
 }
 
 }  // namespace SatCommonUtils::block

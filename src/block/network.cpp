@@ -64,10 +64,12 @@ void TNetwork::MakeGroups() {
     const auto next = static_cast<std::uint32_t>(groups.size());
     const std::uint32_t group = image.pass < 0 ? next : passes.emplace(image.pass, next).first->second;
     if (group == next) {
-      groups.push_back({{},
-                        image.correction,
-                        OrElse(image.sigmaShift, options.sigmaShift),
-                        OrElse(image.sigmaDrift, options.sigmaDrift)});
+      TGroup own;
+      own.isOpen = image.correction == TBlockCorrection::Automatic;
+      own.kind = own.isOpen ? TBlockCorrection::Affine : image.correction;
+      own.sigmaShift = OrElse(image.sigmaShift, options.sigmaShift);
+      own.sigmaDrift = OrElse(image.sigmaDrift, options.sigmaDrift);
+      groups.push_back(own);
     }
     groups[group].images.push_back(k);
     groupOf[k] = group;
@@ -160,7 +162,7 @@ bool TNetwork::PointsLeave(Point reason) {
   return someone;
 }
 
-bool TNetwork::ImagesLeave() {
+std::vector<double> TNetwork::Equations() const {
   // Each ray brings its correction as many equations as its point has to spare, shared among the point's rays.
   std::vector<double> equations(groups.size(), 0.0);
   for (std::size_t j = 0; j < pointState.size(); ++j) {
@@ -174,11 +176,15 @@ bool TNetwork::ImagesLeave() {
       if (group != kNobody && IsUsed(i)) equations[group] += share;
     }
   }
+  return equations;
+}
+
+bool TNetwork::ImagesLeave() {
+  const std::vector<double> equations = Equations();
   bool someone = false;
   for (std::size_t g = 0; g < groups.size(); ++g) {
     // What is to be chosen needs a shift at least.
-    const TBlockCorrection kind =
-        groups[g].kind == TBlockCorrection::Automatic ? TBlockCorrection::Shift : groups[g].kind;
+    const TBlockCorrection kind = groups[g].isOpen ? TBlockCorrection::Shift : groups[g].kind;
     if (equations[g] >= ParametersOf(kind) - 1e-9) continue;
     for (const std::uint32_t image : groups[g].images) {
       someone = someone || imageState[image] == Image::Adjusted;

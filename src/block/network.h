@@ -28,13 +28,15 @@ struct TRay {
 struct TGroup {
   std::vector<std::uint32_t> images;
   TBlockCorrection kind = TBlockCorrection::None;
-  double sigmaShift = 0.0;  ///< Pixels.
-  double sigmaDrift = 0.0;  ///< Pixels.
+  double sigmaShift = 0.0;                              ///< Pixels.
+  double sigmaDrift = 0.0;                              ///< Pixels.
+  bool isOpen = false;                                  ///< The kind is to be chosen.
+  TBlockCorrection richest = TBlockCorrection::Affine;  ///< An open one's points bear up to that.
 };
 
 /// Whether a kind has the terms 1, u and v.
 inline std::array<bool, 3> TermsOf(TBlockCorrection kind) {
-  const bool affine = kind == TBlockCorrection::Affine || kind == TBlockCorrection::Automatic;
+  const bool affine = kind == TBlockCorrection::Affine;
   return {kind != TBlockCorrection::None, affine, affine || kind == TBlockCorrection::Drift};
 }
 
@@ -90,6 +92,8 @@ struct TNetwork {
   std::size_t UsedRays(std::size_t point) const;
   /// Rays that the position of the point needs.
   std::size_t NeededRays(std::size_t point) const;
+  /// How many equations the points have to spare for each group.
+  std::vector<double> Equations() const;
   /// Points without enough rays leave with `reason`, images whose points do not determine their correction leave too,
   /// until nobody more has to. \return whether somebody left.
   bool LeaveOut(TBlockPointState reason);

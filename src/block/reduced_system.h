@@ -43,7 +43,7 @@ class TReducedSystem {
   virtual std::vector<std::array<double, 6>> Solve(const TEquations& equations) const = 0;
   /// The step of a point that goes with the corrections' step, metres.
   std::array<double, 3> PointStep(std::size_t point, const std::vector<std::array<double, 6>>& step) const;
-  /// Works out what `Covariance` gives; `Solve` needs a new factor afterwards.
+  /// Works out what `Covariance` gives, until the next factor is made.
   virtual void Invert() = 0;
   /// Covariance of the corrections of two groups, 6 x 6 by rows; 0 in rows and columns of parameters that a group does
   /// not have. \return false when no point links them.

@@ -154,17 +154,25 @@ TBlockMisclosureStatistics StatisticsOf(const std::vector<TBlockMisclosure>& mis
 
 }  // namespace
 
+TFit FitOf(const TNetwork& network, const TEquations& equations) {
+  const TSums sums = SumsOf(network, equations);
+  TFit fit;
+  fit.observations = sums.rays;
+  fit.unknowns = CorrectionUnknowns(network) + 3 * sums.points;
+  fit.redundancy = 2 * sums.rays + sums.known - fit.unknowns;
+  if (fit.redundancy > 0) fit.sigma0 = std::sqrt(sums.weighted / static_cast<double>(fit.redundancy));
+  if (sums.rays > 0) fit.rms = std::sqrt(sums.plain / static_cast<double>(2 * sums.rays));
+  return fit;
+}
+
 void ReportSolution(const TNetwork& network, TLeastSquares& solution, TBlockResult* result) {
   const TEquations& equations = solution.equations;
-  const TSums sums = SumsOf(network, equations);
-  const std::int64_t corrections = CorrectionUnknowns(network);
-  result->observations = sums.rays;
-  result->unknowns = corrections + 3 * sums.points;
-  result->redundancy = 2 * sums.rays + sums.known - result->unknowns;
-  if (result->redundancy > 0) {
-    result->sigma0 = std::sqrt(sums.weighted / static_cast<double>(result->redundancy));
-  }
-  if (sums.rays > 0) result->rms = std::sqrt(sums.plain / static_cast<double>(2 * sums.rays));
+  const TFit fit = FitOf(network, equations);
+  result->observations = fit.observations;
+  result->unknowns = fit.unknowns;
+  result->redundancy = fit.redundancy;
+  result->sigma0 = fit.sigma0;
+  result->rms = fit.rms;
   result->iterations = solution.iterations;
   result->factorizations = solution.factorizations;
   result->dense = solution.System().IsDense();

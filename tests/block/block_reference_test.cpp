@@ -91,6 +91,14 @@ std::vector<TBlockParameters> CorrectionsOf(const Json& json) {
   return all;
 }
 
+double RmsError(const std::vector<TBlockParameters>& some, const std::vector<TBlockParameters>& truth) {
+  double sum = 0.0;
+  for (std::size_t k = 0; k < truth.size(); ++k) {
+    for (int c = 0; c < 6; ++c) sum += std::pow(SixOf(some[k])[c] - SixOf(truth[k])[c], 2);
+  }
+  return std::sqrt(sum / static_cast<double>(6 * truth.size()));
+}
+
 TBlockOptions ReferenceOptions() {
   TBlockOptions options;
   options.robust = false;
@@ -130,6 +138,43 @@ TEST_F(BlockReference, LeastSquaresAgree) {
     EXPECT_EQ(result.redundancy, static_cast<std::int64_t>(expected["redundancy"].number));
     EXPECT_EQ(result.unknowns, static_cast<std::int64_t>(expected["unknowns"].number));
   }
+}
+
+TEST_F(BlockReference, BlundersAreFoundAndParametersStayAsGoodAsWithoutThem) {
+  const Json truth = ReadJson("truth.json");
+  const std::vector<TBlockParameters> expected = CorrectionsOf(truth);
+  const Reference block = ReadReference(true, TBlockCorrection::Affine);
+  TBlockOptions options;
+  options.sigmaMeasurement = 1.0;  // a guess: the spread is found
+  const TBlockResult result = AdjustBlock(block.problem, options);
+  ASSERT_EQ(result.state, TBlockState::Adjusted) << result.message;
+  const double without =
+      RmsError(CorrectionsOf(ReadJson("reference.json")["affine, true outliers left out"]), expected);
+  std::vector<TBlockParameters> found;
+  for (const TBlockImageResult& image : result.images) found.push_back(image.parameters);
+  EXPECT_LT(RmsError(found, expected), 1.15 * without);
+  int large = 0, missed = 0, good = 0, wronged = 0;
+  for (std::size_t i = 0; i < block.blunder.size(); ++i) {
+    if (block.rays[block.problem.measurements.point[i]] < 4) continue;
+    const TBlockMeasurementState state = result.measurements.state[i];
+    const bool named = state == TBlockMeasurementState::Bad || state == TBlockMeasurementState::Undecided;
+    if (block.blunder[i] == 0.0) ++good, wronged += named ? 1 : 0;
+    if (block.blunder[i] >= 10.0) ++large, missed += named ? 0 : 1;
+  }
+  EXPECT_GT(large, 40);
+  EXPECT_LE(missed * 50, large);
+  EXPECT_LE(wronged * 1000, good);
+  // Corrections and check points are off by what their covariances expect.
+  double square = 0.0;
+  for (std::size_t k = 0; k < expected.size(); ++k) {
+    for (int c = 0; c < 6; ++c) {
+      const double off = SixOf(found[k])[c] - SixOf(expected[k])[c];
+      square += off * off / result.images[k].covariance[7 * c];
+    }
+  }
+  EXPECT_NEAR(std::sqrt(square / 48.0), 1.0, 0.3);
+  ASSERT_EQ(result.check.size(), 3u);
+  for (const TBlockMisclosure& check : result.check) EXPECT_LT(check.standardized, 2.5);
 }
 
 }  // namespace
