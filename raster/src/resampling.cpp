@@ -108,11 +108,13 @@ template <class Sample>
   return (sum[0] + sum[1]) + (sum[2] + sum[3]);
 }
 
+constexpr int kLanczosTaps = 6;
+
 /// Lanczos weights of the pixels at -2 to 3 for a point at x between 0 and 1: of sin(pi (x - k)) only the sign changes
 /// with k, and sin(pi (x - k) / 3) follows from the sine and the cosine of one angle.
 void LanczosWeights(double x, double* w) {
   if (x < 1e-9 || x > 1.0 - 1e-9) {  // on a pixel, where the quotient below is 0 / 0
-    for (int k = 0; k < 6; ++k) w[k] = k == (x < 0.5 ? 2 : 3) ? 1.0 : 0.0;
+    for (int k = 0; k < kLanczosTaps; ++k) w[k] = k == (x < 0.5 ? 2 : 3) ? 1.0 : 0.0;
     return;
   }
   constexpr double kHalfRoot3 = 0.86602540378443864676;
@@ -123,26 +125,66 @@ void LanczosWeights(double x, double* w) {
   const double third = SinPi(x / 3.0);
   const double cosine = std::sqrt(1.0 - third * third);
   double sum = 0.0;
-  for (int k = 0; k < 6; ++k) {
+  for (int k = 0; k < kLanczosTaps; ++k) {
     const double d = x - (k - 2);
     w[k] = (k % 2 == 0 ? whole : -whole) * (third * kCos[k] - cosine * kSin[k]) / (d * d);
     sum += w[k];
   }
   const double toOne = 1.0 / sum;
-  for (int k = 0; k < 6; ++k) w[k] *= toOne;
+  for (int k = 0; k < kLanczosTaps; ++k) w[k] *= toOne;
 }
 
-template <class Sample>
-Sample Lanczos6x6(const Sample* pixels, std::ptrdiff_t stride, double x, double y) {
-  double wx[6], wy[6], across[6] = {};
-  LanczosWeights(x, wx);
-  LanczosWeights(y, wy);
-  for (int r = 0; r < 6; ++r) {
-    for (int c = 0; c < 6; ++c) across[c] += wy[r] * pixels[r * stride + c];
+/// Lanczos weights at equal distances, linear between them: right to 3e-8.
+class LanczosTable {
+ public:
+  LanczosTable() : weights_(kLanczosTaps * (kPhases + 2)) {
+    for (int i = 0; i <= kPhases; ++i) LanczosWeights(double(i) / kPhases, &weights_[std::size_t(i) * kLanczosTaps]);
+    // One more row, for a point that rounding brings to 1.
+    std::copy_n(&weights_[std::size_t(kPhases) * kLanczosTaps], kLanczosTaps,
+                &weights_[std::size_t(kPhases + 1) * kLanczosTaps]);
   }
-  double sum = 0.0;
-  for (int c = 0; c < 6; ++c) sum += wx[c] * across[c];
-  return static_cast<Sample>(sum);
+  template <class Sample>
+  void Get(double x, Sample* w) const {
+    const double at = x * kPhases;
+    const int phase = static_cast<int>(at);
+    const double part = at - phase;
+    const double* const from = &weights_[std::size_t(phase) * kLanczosTaps];
+    for (int k = 0; k < kLanczosTaps; ++k) {
+      w[k] = static_cast<Sample>(from[k] + part * (from[k + kLanczosTaps] - from[k]));
+    }
+  }
+
+ private:
+  static constexpr int kPhases = 4096;
+  std::vector<double> weights_;
+};
+
+/// Six by six pixels: twice four columns together, the second time from the third on with the first two left out.
+template <class Sample>
+Sample Lanczos6x6(const LanczosTable& table, const Sample* pixels, std::ptrdiff_t stride, double x, double y) {
+  using Four = typename FourOf<Sample>::Type;
+  Sample wx[kLanczosTaps], wy[kLanczosTaps];
+  table.Get(x, wx);
+  table.Get(y, wy);
+  Four left, right;
+  Load(pixels, left);
+  Load(pixels + 2, right);
+  left *= wy[0];
+  right *= wy[0];
+  for (int r = 1; r < kLanczosTaps; ++r) {
+    Four row;
+    Load(pixels + r * stride, row);
+    left += row * wy[r];
+    Load(pixels + r * stride + 2, row);
+    right += row * wy[r];
+  }
+  return ((left[0] * wx[0] + left[1] * wx[1]) + (left[2] * wx[2] + left[3] * wx[3])) +
+         (right[2] * wx[4] + right[3] * wx[5]);
+}
+
+const LanczosTable& TheLanczosTable() {
+  static const LanczosTable table;
+  return table;
 }
 
 template <class Sample>
@@ -235,6 +277,7 @@ void Resampler::RunInside(const PixelWindow<Sample>& window, std::size_t count, 
   constexpr int kBehind = Radius(kKind);
   const PixelRect& rect = window.rect;
   const std::ptrdiff_t stride = rect.columns;
+  const LanczosTable& table = TheLanczosTable();
   const Sample* const origin = window.pixels - kBefore * stride - kBefore;
   const double lastRow = rect.rows - kBehind;
   const double lastColumn = rect.columns - kBehind;
@@ -248,7 +291,7 @@ void Resampler::RunInside(const PixelWindow<Sample>& window, std::size_t count, 
       if constexpr (kKind == TResampling::Cubic) {
         out[i] = Cubic4x4(pixels, stride, s - column, l - row);
       } else if constexpr (kKind == TResampling::Lanczos) {
-        out[i] = Lanczos6x6(pixels, stride, s - column, l - row);
+        out[i] = Lanczos6x6(table, pixels, stride, s - column, l - row);
       } else {
         out[i] = Bilinear2x2(pixels, stride, s - column, l - row);
       }

@@ -241,6 +241,27 @@ TEST_F(Ortho, HalfPixelsAreRightAtEveryEdge) {
   EXPECT_EQ(Run(model, flat, PlainFrame(TResampling::Cubic, 3.5, 2.5, 1, 1)).At(0, 0, 0), std::floor(keys + 0.5));
 }
 
+TEST_F(Ortho, LanczosIsTheWindowedSincOfSixBySixPixels) {
+  Pixels image = {11, 9, {{}}};
+  for (int i = 0; i < 99; ++i) image.bands[0].push_back(1000.0 + 37.0 * (i * i % 11) - 11.0 * (i % 7));
+  Save(Path("image.tif"), image, GDT_Float64);
+  const double at[] = {4.3, 3.8};  // column and row
+  const auto sinc = [](double x) { return x == 0.0 ? 1.0 : std::sin(M_PI * x) / (M_PI * x); };
+  double weights[2][6], sums[2] = {};
+  for (int axis = 0; axis < 2; ++axis) {
+    for (int k = 0; k < 6; ++k) {
+      const double x = at[axis] - (std::floor(at[axis]) - 2 + k);
+      sums[axis] += weights[axis][k] = sinc(x) * sinc(x / 3.0);
+    }
+  }
+  double expected = 0.0;
+  for (int i = 0; i < 36; ++i) {
+    expected += weights[0][i % 6] / sums[0] * weights[1][i / 6] / sums[1] * image.At(0, 2 + i % 6, 1 + i / 6);
+  }
+  const Pixels ortho = Run(PlainModel(), TConstantHeight(300.0), PlainFrame(TResampling::Lanczos, at[0], at[1], 1, 1));
+  EXPECT_NEAR(ortho.At(0, 0, 0), expected, 1e-4);
+}
+
 TEST_F(Ortho, PixelsWithoutDataAndVoidsStayEmptyAndNothingElseDoes) {
   const TRPC model = PlainModel();
   Pixels image = Grey();
