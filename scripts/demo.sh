@@ -11,8 +11,8 @@ need_packages "${BUILD_PACKAGES[@]}" "${RASTER_PACKAGES[@]}"
 # Where the tests' build stands, it has the tool too.
 preset=demo
 [ ! -f build/release/build.ninja ] || preset=release
-cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset" --target orbmath_tool >/dev/null
+cmake --preset "$preset" -DORBMATH_BUILD_EXAMPLES=ON >/dev/null
+cmake --build --preset "$preset" --target orbmath_tool example_orthoimage >/dev/null
 
 orbmath=$PWD/build/$preset/tools/orbmath/orbmath
 mkdir -p build/demo/walk
@@ -58,5 +58,10 @@ say "6. A plain model that carries the correction, for programs that know nothin
    Read in it: compared with step 2, every line is 2.3 larger and every sample 1.7 smaller."
 show export adjusted.xml corrected.RPB
 show project corrected.RPB ground.txt
+
+say "7. From image to map: a small image of this scene with a mountain in it is simulated, with a straight grid on the ground.
+   Read in it: on orthoimage_flat.png, made with one height for all, the mountain bends the grid; on orthoimage.png, made
+   with the terrain, it is straight. The README shows both."
+../../"$preset"/examples/example_orthoimage
 
 say "Files of this walk: build/demo/walk"
