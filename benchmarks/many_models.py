@@ -52,7 +52,9 @@ def main() -> None:
         sys.exit(__doc__)
     tool, model = (str(Path(name).resolve()) for name in sys.argv[1:3])
     count = int(sys.argv[3]) if len(sys.argv) > 3 else 1000
-    text = subprocess.run([tool, "convert", model, "-", "--to", "text"], capture_output=True, text=True, check=True).stdout
+    text = subprocess.run(
+        [tool, "convert", model, "-", "--to", "text"], capture_output=True, text=True, check=True
+    ).stdout
     with tempfile.TemporaryDirectory() as folder:
         for name, spread in (("spread", 20.0), ("stacked", 0.002)):
             files = []
@@ -68,7 +70,9 @@ def main() -> None:
             lines = len(log.read_text().splitlines()) - 1
             print(f"{name}: {count} models: info {info:.2f} s")
             print(f"  check {check:.2f} s, {fit} fit: {info / check:.1f} times as fast as info")
-            print(f"  pairs {pairs:.2f} s, {lines} of {count * (count - 1) // 2} pairs overlap, {lines / pairs:.0f} a second")
+            print(
+                f"  pairs {pairs:.2f} s, {lines} of {count * (count - 1) // 2} pairs overlap, {lines / pairs:.0f} a second"
+            )
 
 
 if __name__ == "__main__":

@@ -7,11 +7,13 @@ pixel centres, unless its maker says otherwise.
 
 from importlib.metadata import PackageNotFoundError, version
 
+from .checking import Check, Finding, View
 from .comparison import Comparison, compare
 from .fitting import FitReport, fit
 from .footprint import Footprint
 from .intersection import Intersection, intersect
 from .model import Location, Model
+from .pairing import Pairs, pairs
 from .refining import RefineReport, refine
 from .states import State
 from .terrain import Terrain, TerrainState, Visibility
@@ -23,21 +25,26 @@ except PackageNotFoundError:  # a source tree that was never installed
     __version__ = "0"
 
 __all__ = [
+    "Check",
     "Comparison",
+    "Finding",
     "FitReport",
     "Footprint",
     "Intersection",
     "Location",
     "Model",
+    "Pairs",
     "RefineReport",
     "State",
     "Terrain",
     "TerrainState",
+    "View",
     "Visibility",
     "compare",
     "fit",
     "get_threads",
     "intersect",
+    "pairs",
     "refine",
     "set_threads",
 ]

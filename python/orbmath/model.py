@@ -11,6 +11,7 @@ from . import _core, records
 from ._typing import Doubles, Numbers, Values
 
 if TYPE_CHECKING:
+    from .checking import Check, View
     from .footprint import Footprint
     from .terrain import Terrain
 
@@ -277,6 +278,38 @@ class Model:
 
         return footprint(self, height, points, terrain)
 
+    def check(self, *, mirrored: bool = False, radar: bool | None = None) -> Check:
+        """Say whether the model is fit for use, and how it looks at the ground; see `Check`.
+
+        Parameters
+        ----------
+        mirrored
+            The image is known to be a mirror image of the ground.
+        radar
+            The image is a radar's; None: as the file's form says.
+        """
+        from .checking import check
+
+        return check(self, self._is_radar if radar is None else radar, mirrored)
+
+    def view(self, line: float, sample: float, height: float) -> View:
+        """Give the direction of the line of sight of an image point, and the size of its pixel; see `View`.
+
+        Parameters
+        ----------
+        line, sample
+            Pixels.
+        height
+            Metres above the ellipsoid.
+        """
+        from .checking import View
+
+        return View(*_core.view(self._model, line, sample, height, self._is_radar))
+
+    @property
+    def _is_radar(self) -> bool:
+        return bool(self._origin.get("radar", False))
+
     def plain(self) -> Model:
         """Give a model without a correction on top that projects as this one does, within 0.01 pixels.
 
@@ -308,7 +341,7 @@ class Model:
 
     @property
     def origin(self) -> dict[str, Any]:
-        """Where the model comes from: source, form, first_pixel and who says so, term_order, acquired, notes.
+        """Where the model comes from: source, form, first_pixel and who says so, term_order, acquired, notes, radar.
 
         Empty for a model that was not read from a file.
         """

@@ -87,12 +87,14 @@ nb::dict DictOf(const TRPCFileOrigin& origin) {
 }
 
 nb::tuple Open(const std::string& path, std::optional<int> firstPixel) {
-  TRPCFileOrigin origin;
+  TRPCFileForm form{};
   const TModel model = [&] {
     const nb::gil_scoped_release free;
-    return TModel::Open(path, {firstPixel}, &origin);
+    return TModel::Open(path, {firstPixel}, &form);
   }();
-  return nb::make_tuple(model, DictOf(origin));
+  nb::dict origin = DictOf(*model.origin());
+  origin["radar"] = form == TRPCFileForm::Radarsat;
+  return nb::make_tuple(model, origin);
 }
 
 std::optional<std::pair<int, int>> RasterOf(const TModel& model) {
@@ -178,12 +180,15 @@ nb::object ProjectJacobian(const TModel& model, nb::handle lat, nb::handle lon, 
 
 TModel::TModel(var_a<TRPC*> rpc, TRPCFileExtras extras) : rpc_(std::move(rpc)), extras_(std::move(extras)) {}
 
-TModel TModel::Open(const std::string& path, const TRPCFileOptions& options, TRPCFileOrigin* origin) {
+TModel TModel::Open(const std::string& path, const TRPCFileOptions& options, TRPCFileForm* form) {
   TModelFile read = ReadModelFile(path, {options});
   if (!read) throw std::runtime_error(read.message);
-  *origin = std::move(read.file.origin);
-  if (origin->variant.empty()) origin->variant = RPCFileFormName(read.file.form);
-  return {read.model, std::move(read.file.extras)};
+  *form = read.file.form;
+  TRPCFileOrigin& origin = read.file.origin;
+  if (origin.variant.empty()) origin.variant = RPCFileFormName(read.file.form);
+  TModel model(read.model, std::move(read.file.extras));
+  model.origin_ = std::make_shared<const TRPCFileOrigin>(std::move(origin));
+  return model;
 }
 
 TModel TModel::OfXml(const std::string& xml) {

@@ -3,6 +3,7 @@
 
 #include <nanobind/nanobind.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -20,9 +21,9 @@ namespace nb = nanobind;
 class TModel {
  public:
   /// Reads a file of any form that the core knows. \throws std::runtime_error with the library's sentence.
-  /// \param origin receives where the model comes from and what its file counts from.
+  /// \param form receives the form of the file.
   static TModel Open(const std::string& path, const SatCommonUtils::TRPCFileOptions& options,
-                     SatCommonUtils::TRPCFileOrigin* origin);
+                     SatCommonUtils::TRPCFileForm* form);
   /// \param raster width and height in pixels. \throws std::runtime_error for an incomplete record.
   static TModel OfRecord(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFileExtras extras,
                          std::optional<std::pair<int, int>> raster);
@@ -34,6 +35,8 @@ class TModel {
 
   const SatCommonUtils::TRPC& rpc() const { return *rpc_; }
   const SatCommonUtils::TRPCFileExtras& extras() const { return extras_; }
+  /// What the file says beside the record; null for a model that was not read from one, or that has been pickled.
+  const SatCommonUtils::TRPCFileOrigin* origin() const { return origin_.get(); }
   SatCommonUtils::TRPCData record() const;
   /// Null for a plain model.
   const SatCommonUtils::TAdjustedRPC* adjusted() const;
@@ -45,6 +48,7 @@ class TModel {
 
   SatCommonUtils::var_a<SatCommonUtils::TRPC*> rpc_;
   SatCommonUtils::TRPCFileExtras extras_;
+  std::shared_ptr<const SatCommonUtils::TRPCFileOrigin> origin_;
 };
 
 void DefineModel(nb::module_& module);
@@ -52,5 +56,6 @@ void DefineSolving(nb::module_& module);
 void DefineFitting(nb::module_& module);
 void DefineRefining(nb::module_& module);
 void DefineTerrain(nb::module_& module);
+void DefineChecking(nb::module_& module);
 
 }  // namespace orbmath_python

@@ -15,4 +15,5 @@ NB_MODULE(_core, module) {
   orbmath_python::DefineFitting(module);
   orbmath_python::DefineRefining(module);
   orbmath_python::DefineTerrain(module);
+  orbmath_python::DefineChecking(module);
 }
