@@ -3,9 +3,10 @@
 
     python3 benchmarks/many_models.py TOOL MODEL [COUNT]
 
-TOOL is the built orbmath, MODEL a model file of any form, COUNT the number of models (default 1000) that are made of it: once spread
-over a region of 40 by 40 degrees, as an archive is, and once stacked over one place, where every pair overlaps. Each model is moved
-and its line of sight turned a little. Figures are seconds of whole processes, the best of three.
+TOOL is the built orbmath, MODEL a model file of any form, COUNT the number of models (default 1000) that are made of
+it: once spread over a region of 40 by 40 degrees, as an archive is, and once stacked over one place, where every pair
+overlaps. Each model is moved and its line of sight turned a little. Figures are seconds of whole processes, the best of
+three.
 """
 
 import json
@@ -70,9 +71,8 @@ def main() -> None:
             lines = len(log.read_text().splitlines()) - 1
             print(f"{name}: {count} models: info {info:.2f} s")
             print(f"  check {check:.2f} s, {fit} fit: {info / check:.1f} times as fast as info")
-            print(
-                f"  pairs {pairs:.2f} s, {lines} of {count * (count - 1) // 2} pairs overlap, {lines / pairs:.0f} a second"
-            )
+            possible = count * (count - 1) // 2
+            print(f"  pairs {pairs:.2f} s, {lines} of {possible} pairs overlap, {lines / pairs:.0f} a second")
 
 
 if __name__ == "__main__":
