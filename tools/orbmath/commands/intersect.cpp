@@ -38,8 +38,12 @@ struct IntersectionOptions {
 /// Points of two images or more, one by one, into the columns of results.
 class Intersector {
  public:
-  Intersector(const IntersectionOptions& intersection, const GroundFrame& frame, const PointOptions& options)
-      : intersection_(intersection), frame_(frame), sigma_(intersection.sigma.value_or(1.0)) {
+  Intersector(const IntersectionOptions& intersection, const GroundFrame& frame, UncertaintyColumns* uncertainty,
+              const PointOptions& options)
+      : intersection_(intersection),
+        frame_(frame),
+        uncertainty_(*uncertainty),
+        sigma_(intersection.sigma.value_or(1.0)) {
     columns_ = frame.ResultColumns(options);
     columns_.push_back({"rms_pixels", options.Digits(kPixelDigits)});
     if (intersection.covariance) {
@@ -48,6 +52,7 @@ class Intersector {
       }
     }
     if (intersection.status) columns_.push_back({"status", 0, StatusWords()});
+    uncertainty->AppendTo(&columns_);
   }
 
   const std::vector<OutputColumn>& Columns() const { return columns_; }
@@ -56,7 +61,12 @@ class Intersector {
   /// Computes point `index` of a block. Calls come in ascending order.
   void Compute(const std::vector<TRPCCoordsDataItem>& items, std::size_t index, LineBlock* block) const {
     const TGroundIntersection point = Solve(items);
-    if (!IsGiven(point, intersection_.extrapolate)) block->Fail(index, WhyLost(point));
+    if (!IsGiven(point, intersection_.extrapolate)) {
+      block->Fail(index, WhyLost(point));
+    } else if (uncertainty_.IsGiven()) {
+      uncertainty_.Store(uncertainty_.Of(items, point, Height(), intersection_.height_variance, SolvedHeightVariance()),
+                         index, block);
+    }
     block->marks[index] = StatusOf(point);
     Store(point, index, block);
   }
@@ -67,14 +77,21 @@ class Intersector {
   }
 
  private:
+  SatCommonUtils::TIntersectionHeight Height() const {
+    if (!intersection_.height) return SatCommonUtils::TIntersectionHeight::Free;
+    return intersection_.height_variance ? SatCommonUtils::TIntersectionHeight::Observed
+                                         : SatCommonUtils::TIntersectionHeight::Known;
+  }
+
+  /// The library counts variances in those of an image coordinate.
+  double SolvedHeightVariance() const { return intersection_.height_variance.value_or(0.0) / (sigma_ * sigma_); }
+
   TGroundIntersection Solve(const std::vector<TRPCCoordsDataItem>& items) const {
     SatCommonUtils::TIntersectionOptions options;
     options.largestRms = intersection_.largest_rms.value_or(options.largestRms);
     if (!intersection_.height) return SatCommonUtils::SolveLatLonH(items, options);
     if (!intersection_.height_variance) return SatCommonUtils::SolveLatLon(items, *intersection_.height, options);
-    // The library counts variances in those of an image coordinate.
-    return SatCommonUtils::SolveLatLonH(items, *intersection_.height,
-                                        *intersection_.height_variance / (sigma_ * sigma_), options);
+    return SatCommonUtils::SolveLatLonH(items, *intersection_.height, SolvedHeightVariance(), options);
   }
 
   void Store(const TGroundIntersection& point, std::size_t index, LineBlock* block) const {
@@ -90,6 +107,7 @@ class Intersector {
 
   const IntersectionOptions& intersection_;
   const GroundFrame& frame_;
+  const UncertaintyColumns& uncertainty_;
   const double sigma_;
   std::vector<OutputColumn> columns_;
 };
@@ -220,7 +238,8 @@ class Intersect : public Command {
            "image is left, --dem gives the heights: each line is 'line1 sample1'.\n\n"
            "An image that does not see a point has '-' or 'nan' in its fields, or nothing between two commas; two have "
            "to "
-           "see it. With --tracks each line is 'point image line sample' in any order of lines, the image a model's "
+           "see it. With --uncertainty nine more columns follow, which docs/uncertainty.md explains. With --tracks "
+           "each line is 'point image line sample' in any order of lines, the image a model's "
            "NAME "
            "or the name of its file; each point becomes one line, which ends with the number of its images and its "
            "name.\n\n"
@@ -240,6 +259,8 @@ class Intersect : public Command {
     line.Number("--sigma", "PX", &intersection_.sigma, "standard deviation of an image coordinate, pixels (default 1)");
     frame_.DeclareOrder(line);
     dem_.Declare(line);
+    uncertainty_.Declare(line);
+    uncertainty_.DeclareForSeveral(line);
     line.Flag("--status", &intersection_.status, "add a status: 'ok' or what the point lies outside of");
     line.Number("--max-rms", "PX", &intersection_.largest_rms,
                 "largest root mean square of the residuals, pixels (default 100)");
@@ -257,6 +278,7 @@ class Intersect : public Command {
     if (dem_.IsGiven() && names_.size() > 1)
       throw UsageError("--dem takes the place of a second image: give one MODEL");
     if (!dem_.IsGiven() && names_.size() < 2) throw UsageError("MODEL: At least 2 required, or 1 with --dem");
+    uncertainty_.Check(dem_.IsGiven());
     frame_.Open();
     if (const auto surface = dem_.Open()) return OnTerrain(*surface);
     std::vector<Model> models;
@@ -265,7 +287,10 @@ class Intersect : public Command {
       images.push_back(NamedImageOf(name));
       models.push_back(ReadGroundModel(images.back().path, reading_));
     }
-    const Intersector intersector(intersection_, frame_, options_);
+    std::vector<const Model*> each;
+    for (const Model& model : models) each.push_back(&model);
+    UncertaintyColumns uncertainty(uncertainty_, each, intersection_.sigma, options_);
+    const Intersector intersector(intersection_, frame_, &uncertainty, options_);
     if (tracks_) return OfTracks(models, images, intersector);
     IntersectTask task(models, images, intersector, origin_.Shift());
     const int status = options_.Run(&task);
@@ -296,13 +321,16 @@ class Intersect : public Command {
     TableColumn sample = columns::kSample;
     line.name += "1";
     sample.name += "1";
-    TerrainTask task(locator, {line, sample, "rms_pixels", false}, frame_, origin_.Shift(), options_);
+    UncertaintyColumns uncertainty(uncertainty_, {&model}, intersection_.sigma, options_);
+    TerrainTask task(locator, surface, {line, sample, "rms_pixels", false}, frame_, origin_.Shift(), &uncertainty,
+                     options_);
     return options_.Run(&task);
   }
 
   bool tracks_ = false;
   GroundFrame frame_;
   DemChoice dem_;
+  UncertaintyChoice uncertainty_;
   ModelReading reading_;
   std::vector<std::string> names_;
   IntersectionOptions intersection_;

@@ -12,6 +12,7 @@
 #include "points/ground_marks.h"
 #include "points/point_options.h"
 #include "points/terrain_task.h"
+#include "points/uncertainty_columns.h"
 #include "rpc/ground_solution.h"
 #include "terrain/terrain_locator.h"
 
@@ -22,9 +23,10 @@ namespace {
 class LocateTask : public PointTask {
  public:
   LocateTask(const Model& model, const GroundFrame& frame, std::optional<double> height, bool status, bool extrapolate,
-             double shift, const PointOptions& options)
+             double shift, UncertaintyColumns* uncertainty, const PointOptions& options)
       : model_(model),
         frame_(frame),
+        uncertainty_(*uncertainty),
         extrapolate_(extrapolate),
         shift_(shift),
         says_height_(!height),
@@ -35,6 +37,8 @@ class LocateTask : public PointTask {
       columns_.push_back({"residual", options.Digits(kPixelDigits)});
       columns_.push_back({"status", 0, StatusWords()});
     }
+    own_columns_ = columns_.size();
+    uncertainty->AppendTo(&columns_);
   }
 
   const std::vector<TableColumn>& Input() const override { return input_; }
@@ -48,14 +52,19 @@ class LocateTask : public PointTask {
     std::vector<SatCommonUtils::TGroundSolution> solutions(block->count);
     SatCommonUtils::SolveLatLonArray(*model_.rpc, block->count, block->in[0].data(), block->in[1].data(),
                                      block->in[2].data(), solutions.data());
+    const std::vector<SatCommonUtils::TGroundUncertainty> uncertainties = uncertainty_.At(solutions);
     block->marks.resize(block->count);
     for (std::size_t i = 0; i < block->count; ++i) {
       const SatCommonUtils::TGroundSolution& solution = solutions[i];
-      if (!IsGiven(solution, extrapolate_)) block->Fail(i, WhyLost(solution));
+      if (!IsGiven(solution, extrapolate_)) {
+        block->Fail(i, WhyLost(solution));
+      } else if (uncertainty_.IsGiven()) {
+        uncertainty_.Store(uncertainties[i], i, block);
+      }
       block->marks[i] = StatusOf(solution);
       const double values[] = {solution.lat, solution.lon, solution.h, solution.residual,
                                static_cast<double>(block->marks[i])};
-      for (std::size_t c = 0; c < columns_.size(); ++c) block->out[c][i] = values[c];
+      for (std::size_t c = 0; c < own_columns_; ++c) block->out[c][i] = values[c];
     }
     frame_.FromGround(block->count, block->out[0].data(), block->out[1].data(), block->out[2].data());
   }
@@ -73,6 +82,8 @@ class LocateTask : public PointTask {
  private:
   const Model& model_;
   const GroundFrame& frame_;
+  const UncertaintyColumns& uncertainty_;
+  std::size_t own_columns_ = 0;
   const bool extrapolate_;
   const double shift_;
   bool says_height_;
@@ -97,6 +108,8 @@ class Locate : public Command {
            "With --dem each line 'line sample' becomes the first point of the terrain that its line of sight meets. "
            "Voids and places off the DEM are error lines; the status is 'ok', or 'after-void' where terrain of "
            "unknown height may lie before the point.\n\n"
+           "With --uncertainty nine more columns follow, which docs/uncertainty.md explains; what errors the image was "
+           "taken to have, of its file, its refinement or the options, is said on standard error.\n\n"
            "Example:\n"
            "  echo '1000 2000' | orbmath locate image.RPB --height -5\n"
            "  orbmath locate image.RPB points.txt --dem srtm.tif --geoid egm96";
@@ -108,6 +121,8 @@ class Locate : public Command {
     line.Number("--height", "H", &height_, "height of points that give none, metres above the ellipsoid");
     frame_.DeclareOrder(line);
     dem_.Declare(line);
+    uncertainty_.Declare(line);
+    line.Number("--sigma", "PX", &sigma_, "with --uncertainty: standard deviation of an image coordinate (default 1)");
     line.Flag("--status", &status_, "add residual and status");
     line.Flag("--extrapolate", &extrapolate_, "give points that the model cannot know instead of error lines");
     origin_.Declare(line);
@@ -118,16 +133,20 @@ class Locate : public Command {
   int Run() override {
     const Model model = ReadGroundModel(model_, reading_);
     if (dem_.IsGiven() && height_) throw UsageError("--height and --dem exclude each other");
+    if (sigma_ && !uncertainty_.IsGiven()) throw UsageError("--sigma needs --uncertainty");
+    if (sigma_.value_or(0.0) < 0.0) throw UsageError("--sigma must not be below 0");
+    uncertainty_.Check(dem_.IsGiven());
     frame_.Open();
+    UncertaintyColumns uncertainty(uncertainty_, {&model}, sigma_, options_);
     if (const auto surface = dem_.Open()) {
       const SatCommonUtils::TTerrainLocator locator(*model.rpc, *surface);
       const TerrainColumns names{columns::kLine, columns::kSample, status_ ? "residual" : nullptr, status_};
-      TerrainTask task(locator, names, frame_, origin_.Shift(), options_);
+      TerrainTask task(locator, *surface, names, frame_, origin_.Shift(), &uncertainty, options_);
       const int status = options_.Run(&task);
       task.ReportVoids();
       return status;
     }
-    LocateTask task(model, frame_, height_, status_, extrapolate_, origin_.Shift(), options_);
+    LocateTask task(model, frame_, height_, status_, extrapolate_, origin_.Shift(), &uncertainty, options_);
     const int status = options_.Run(&task);
     task.Marks().Report();
     return status;
@@ -141,6 +160,8 @@ class Locate : public Command {
   bool extrapolate_ = false;
   GroundFrame frame_;
   DemChoice dem_;
+  UncertaintyChoice uncertainty_;
+  std::optional<double> sigma_;
   PixelOrigin origin_;
   PointOptions options_;
 };

@@ -7,6 +7,7 @@
 
 #include "points/ground_frame.h"
 #include "points/point_options.h"
+#include "points/uncertainty_columns.h"
 #include "terrain/terrain_locator.h"
 
 namespace orbmath_tool {
@@ -16,15 +17,17 @@ struct TerrainColumns {
   TableColumn line;
   TableColumn sample;
   const char* residual;  ///< null: none
-  bool status;           ///< the last column, behind `residual`
+  bool status;           ///< behind `residual`
 };
 
 /// The first point of the terrain on the line of sight of each image point.
 class TerrainTask : public PointTask {
  public:
-  /// \param locator, frame must outlive the task. \param shift what the points have more than the model, pixels.
-  TerrainTask(const SatCommonUtils::TTerrainLocator& locator, const TerrainColumns& names, const GroundFrame& frame,
-              double shift, const PointOptions& options);
+  /// \param locator, surface, frame, uncertainty must outlive the task. \param shift what the points have more than
+  /// the model, pixels.
+  TerrainTask(const SatCommonUtils::TTerrainLocator& locator, const SatCommonUtils::THeightSurface& surface,
+              const TerrainColumns& names, const GroundFrame& frame, double shift, UncertaintyColumns* uncertainty,
+              const PointOptions& options);
 
   const std::vector<TableColumn>& Input() const override { return input_; }
   const std::vector<OutputColumn>& Columns() const override { return columns_; }
@@ -37,8 +40,11 @@ class TerrainTask : public PointTask {
 
  private:
   const SatCommonUtils::TTerrainLocator& locator_;
+  const SatCommonUtils::THeightSurface& surface_;
   const GroundFrame& frame_;
+  const UncertaintyColumns& uncertainty_;
   const double shift_;
+  std::size_t own_columns_ = 0;
   std::size_t after_voids_ = 0;
   std::vector<TableColumn> input_;
   std::vector<OutputColumn> columns_;
