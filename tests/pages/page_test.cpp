@@ -178,6 +178,20 @@ TEST(PagePlotsTest, MapsHangTogetherAcrossTheAntimeridian) {
   EXPECT_NE(nothing.drawing.svg.find("nothing to draw"), std::string::npos);
 }
 
+// East is on the right, and halfway to the rim is half of its degrees. Names that are too long for one row get a
+// second.
+TEST(PagePlotsTest, DirectionsInTheSky) {
+  const SkyMark east{"e", 90.0, 20.0, PageTone::Plain};
+  const SkyMark unknown{"u", kNan, 20.0, PageTone::Plain};
+  const SkyMark rim{"r", 180.0, 38.0, PageTone::Bad};
+  const PageFigure figure = SkyFigure("t", "c", {east, unknown, rim}, {"a", "", "b"});
+  EXPECT_NE(figure.drawing.svg.find("<circle class=\"mark\" cx=\"300.0\" cy=\"216.0\""), std::string::npos)
+      << figure.drawing.svg;
+  EXPECT_EQ(CountOf(figure.drawing.svg, "<title>"), 2U);
+  const std::string name(30, 'n');
+  EXPECT_EQ(SkyFigure("t", "c", {east}, {name, name, name}).drawing.height, figure.drawing.height + 36.0);
+}
+
 // The arrow in the key and the arrows of points have one scale; one arrow that is far too long is cut and counted.
 TEST(PagePlotsTest, ArrowsShareTheScaleOfTheKey) {
   ArrowField field;

@@ -43,8 +43,8 @@ class CheckPage {
     Page page("check", "Check of " + what, Lead());
     page.Section("Summary");
     page.Facts(models_.size() == 1 && models_.front().model ? FactsOfOne() : FactsOfMany());
-    page.Section("Footprints");
-    page.Figures({models_.size() == 1 ? MapOfOne() : MapOfMany()});
+    page.Section("Figures");
+    page.Figures({models_.size() == 1 ? MapOfOne() : MapOfMany(), Sky()});
     if (models_.size() > 1) {
       page.Section("Models");
       page.Table(ModelTable());
@@ -139,16 +139,35 @@ class CheckPage {
       const std::size_t i = order_[k];
       if (!models_[i].model || !checks_[i].footprint || k >= kMostOutlines) continue;
       map.outlines.push_back(OutlineOf(FileNameOf(i), checks_[i].footprint.ring, ToneOf(i)));
-      const Verdict verdict = VerdictOf(i);
-      (verdict == Verdict::Fit      ? map.outline_names.plain
-       : verdict == Verdict::Warned ? map.outline_names.second
-                                    : map.outline_names.bad) = NameOf(verdict);
+      AddName(VerdictOf(i), &map.outline_names);
     }
     std::string caption = "Each outline is an image on the ground at the middle of its model's heights. North is up.";
     if (order_.size() > kMostOutlines) {
       caption += " The heaviest " + PageCount(kMostOutlines) + " of " + PageCount(order_.size()) + " are drawn.";
     }
     return MapFigure("Where the images lie", caption, map);
+  }
+
+  PageFigure Sky() const {
+    std::vector<SkyMark> marks;
+    ToneNames names;
+    for (std::size_t k = std::min(order_.size(), kMostOutlines); k-- > 0;) {
+      const std::size_t i = order_[k];
+      if (!models_[i].model || !checks_[i].view) continue;
+      marks.push_back({FileNameOf(i), checks_[i].view.azimuth, checks_[i].view.incidence, ToneOf(i)});
+      AddName(VerdictOf(i), &names);
+    }
+    return SkyFigure(
+        "Where the images look from",
+        "The sky over the middle of each image, with the vertical in the middle and north on top. Rings are "
+        "degrees from the vertical, the incidence of the line of sight.",
+        marks, names);
+  }
+
+  static void AddName(Verdict verdict, ToneNames* names) {
+    (verdict == Verdict::Fit      ? names->plain
+     : verdict == Verdict::Warned ? names->second
+                                  : names->bad) = NameOf(verdict);
   }
 
   PageTable ModelTable() const {

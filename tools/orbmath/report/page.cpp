@@ -79,10 +79,14 @@ std::string BodyOf(const PageTable& table) {
   return html + "</tbody>";
 }
 
+/// With more columns a table has smaller letters.
+constexpr std::size_t kManyColumns = 10;
+
 std::string TableHtml(const PageTable& table, const std::string& id) {
   std::string html = "<div class=\"table\"";
   if (table.sorts_and_filters) html += " data-sorts-and-filters";
-  html += ">\n<table id=\"" + id + "\" role=\"table\">\n" + Element("caption", table.caption);
+  html += ">\n<table id=\"" + id + "\" role=\"table\"" +
+          (table.columns.size() > kManyColumns ? " class=\"wide\"" : "") + ">\n" + Element("caption", table.caption);
   html += HeadOf(table) + BodyOf(table) + "</table>\n</div>\n";
   if (!table.note.empty()) html += "<p class=\"note\">" + HtmlText(table.note) + "</p>\n";
   return html;

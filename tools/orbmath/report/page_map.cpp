@@ -184,11 +184,13 @@ void DrawOutlines(const GroundMap& map, const Projection& projection, Svg* svg) 
     }
     if (corners.empty()) continue;
     const SvgPoint middle{x.Middle(), y.Middle()};
+    const bool is_speck = x.Size() < kSpeck && y.Size() < kSpeck;
     svg->Polygon(std::string("outline") + ToneSuffix(outline.tone), corners, outline.name);
     // Scenes all over a continent are specks, which marks show.
-    if (x.Size() < kSpeck && y.Size() < kSpeck) svg->Mark(outline.tone, middle, 2.5, outline.name);
-    if (map.labels && map.outlines.size() <= kMostNames && TakeRoom(middle, outline.name.size(), &names)) {
-      svg->Text("strong middle halo", {middle.x, middle.y + 4.0}, outline.name);
+    if (is_speck) svg->Mark(outline.tone, middle, 2.5, outline.name);
+    const SvgPoint label{middle.x, is_speck ? middle.y - 12.0 : middle.y};
+    if (map.labels && map.outlines.size() <= kMostNames && TakeRoom(label, outline.name.size(), &names)) {
+      svg->Text("strong middle halo", {label.x, label.y + 4.0}, outline.name);
     }
   }
 }
@@ -237,8 +239,9 @@ PageFigure MapFigure(const std::string& title, const std::string& caption, const
                         (map.outlines.size() == 1 ? " outline, " : " outlines, ") + PageCount(map.marks.size()) +
                         (map.marks.size() == 1 ? " point." : " points.");
   Svg svg;
-  const SvgPoint end = svg.Key(map.outline_names, false, {kLeft + 4.0, 22.0});
-  svg.Key(map.names, true, end);
+  const double more = svg.Key(map.outline_names, map.names, {kLeft, 22.0}, kWidth);
+  drawing.height += more;
+  svg.BeginShift(more);
   DrawGraticule(projection, &svg);
   DrawOutlines(map, projection, &svg);
   const double size = map.marks.size() > 300 ? 1.8 : 3.0;
@@ -249,6 +252,7 @@ PageFigure MapFigure(const std::string& title, const std::string& caption, const
   }
   svg.Rectangle("frame", {kLeft, kTop}, kInner, projection.Height());
   DrawScaleBar(projection, &svg);
+  svg.EndShift();
   drawing.svg = svg.Take();
   return figure;
 }

@@ -144,11 +144,11 @@ std::string BeyondText(const HistogramCounts& counts) {
 }
 
 PageTable ClassTable(const std::vector<HistogramSeries>& series, const std::vector<HistogramCounts>& counts,
-                     const HistogramClasses& classes, const std::string& unit) {
+                     const HistogramClasses& classes, const std::string& unit, const std::string& counted) {
   PageTable table;
-  table.caption = "Points by class";
+  table.caption = "How many " + counted + " by class";
   table.columns = {{"class", unit, PageColumn::Kind::Text}};
-  for (const HistogramSeries& one : series) table.columns.push_back({one.name, "points"});
+  for (const HistogramSeries& one : series) table.columns.push_back({one.name, counted});
   const auto add = [&](const std::string& name, const auto& count_of) {
     PageTable::Row row{{name}, PageTone::Plain};
     for (const HistogramCounts& one : counts) row.cells.push_back(PageCount(count_of(one)));
@@ -164,7 +164,7 @@ PageTable ClassTable(const std::vector<HistogramSeries>& series, const std::vect
 }
 
 void DrawHistogramAxis(const HistogramClasses& classes, const HistogramLayout& at, double bottom,
-                       const std::string& unit, Svg* svg) {
+                       const std::string& label, Svg* svg) {
   const double from = classes.Border(0);
   const double to = classes.Border(classes.count);
   // Ticks on borders of classes, as far as there is room.
@@ -174,7 +174,7 @@ void DrawHistogramAxis(const HistogramClasses& classes, const HistogramLayout& a
     svg->Line("ticks", {x, bottom}, {x, bottom + 5.0});
     svg->Text("middle", {x, bottom + 18.0}, AxisLabel(value, step));
   }
-  svg->Text("end", {kWidth - kRight, bottom + 36.0}, "residual, " + unit);
+  svg->Text("end", {kWidth - kRight, bottom + 36.0}, label);
 }
 
 }  // namespace
@@ -190,11 +190,12 @@ PageFigure ArrowFigure(const std::string& title, const std::string& caption, con
   const double longest = 0.2 * room;
 
   Svg svg;
+  const double more = svg.Key({}, field.names, {kLeft, 22.0}, kWidth);
+  svg.BeginShift(more);
   const SvgPoint first = frame.Place(field.first_line, field.first_sample);
   const SvgPoint last = frame.Place(field.last_line, field.last_sample);
   svg.Rectangle("image", first, last.x - first.x, last.y - first.y);
   DrawAxes(frame, &svg);
-  svg.Key(field.names, true, {kLeft, 22.0});
   const double bottom = kTop + frame.height + 40.0;
   svg.BeginClip({kLeft, kTop}, kInner, frame.height);
   std::size_t cut = 0;
@@ -220,11 +221,12 @@ PageFigure ArrowFigure(const std::string& title, const std::string& caption, con
   const std::string key_text = key > 0.0 ? AxisLabel(key, key) + " px" : "no arrow is longer than 0 px";
   if (key > 0.0) svg.Arrow(" key", {kLeft, bottom + 8.0}, {kLeft + key * enlarged, bottom + 8.0}, false, "");
   svg.Text("strong", {kLeft + key * enlarged + (key > 0.0 ? 8.0 : 0.0), bottom + 12.0}, key_text);
+  svg.EndShift();
   if (cut > 0) {
     figure.caption += " " + PageCount(cut) + (cut == 1 ? " arrow is" : " arrows are") +
                       " much longer than the others and cut short, with a bar in the place of the head.";
   }
-  figure.drawing = {kWidth, bottom + 28.0, title,
+  figure.drawing = {kWidth, bottom + 28.0 + more, title,
                     PageCount(field.arrows.size()) + (field.arrows.size() == 1 ? " arrow" : " arrows") +
                         " over an image from line " + Fixed(field.first_line, 0) + " to " + Fixed(field.last_line, 0) +
                         " and sample " + Fixed(field.first_sample, 0) + " to " + Fixed(field.last_sample, 0) +
@@ -234,8 +236,10 @@ PageFigure ArrowFigure(const std::string& title, const std::string& caption, con
 }
 
 PageFigure HistogramFigure(const std::string& title, const std::string& caption,
-                           const std::vector<HistogramSeries>& series, const std::string& unit) {
+                           const std::vector<HistogramSeries>& series, const std::string& unit, const std::string& name,
+                           const std::string& counted) {
   std::vector<std::vector<double>> values;
+  values.reserve(series.size());
   for (const HistogramSeries& one : series) values.push_back(one.values);
   const HistogramClasses classes = ClassesOf(values);
   std::vector<HistogramCounts> counts;
@@ -271,12 +275,12 @@ PageFigure HistogramFigure(const std::string& title, const std::string& caption,
     at.top = base + 34.0;
   }
   const double bottom = at.top - 34.0;
-  if (classes.count > 0) DrawHistogramAxis(classes, at, bottom, unit, &svg);
-  PageFigure figure{title, {}, caption, ClassTable(series, counts, classes, unit)};
+  if (classes.count > 0) DrawHistogramAxis(classes, at, bottom, name + ", " + unit, &svg);
+  PageFigure figure{title, {}, caption, ClassTable(series, counts, classes, unit, counted)};
   figure.drawing = {kWidth, bottom + 46.0, title,
                     "Histograms of " + PageCount(series.size()) + " series in " + PageCount(classes.count) +
                         " classes of " + AxisLabel(classes.width, classes.width) + " " + unit +
-                        "; the fullest class has " + PageCount(highest) + " points.",
+                        "; the fullest class has " + PageCount(highest) + " " + counted + ".",
                     svg.Take()};
   return figure;
 }

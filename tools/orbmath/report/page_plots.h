@@ -69,8 +69,21 @@ struct HistogramSeries {
   std::vector<double> values;
 };
 
-/// Histograms below each other, on the same classes.
+/// Histograms below each other, on the same classes. \param name, unit of the values. \param counted what has them.
 PageFigure HistogramFigure(const std::string& title, const std::string& caption,
-                           const std::vector<HistogramSeries>& series, const std::string& unit);
+                           const std::vector<HistogramSeries>& series, const std::string& unit,
+                           const std::string& name = "residual", const std::string& counted = "points");
+
+/// Where an image looks from.
+struct SkyMark {
+  std::string name;
+  double azimuth = 0.0;    ///< towards the sensor, clockwise from north, degrees
+  double incidence = 0.0;  ///< of the line of sight, from the vertical, degrees
+  PageTone tone = PageTone::Plain;
+};
+
+/// Directions in the sky as seen from the ground: the vertical in the middle, north up, east on the right.
+PageFigure SkyFigure(const std::string& title, const std::string& caption, const std::vector<SkyMark>& marks,
+                     const ToneNames& names);
 
 }  // namespace orbmath_tool

@@ -48,6 +48,11 @@ void Svg::Rectangle(const char* classes, SvgPoint corner, double width, double h
            Attribute("width", width) + Attribute("height", height) + Closed("rect", hint);
 }
 
+void Svg::Circle(const char* classes, SvgPoint middle, double radius, const std::string& hint) {
+  text_ += std::string("<circle class=\"") + classes + "\"" + Attribute("cx", middle.x) + Attribute("cy", middle.y) +
+           Attribute("r", radius) + Closed("circle", hint);
+}
+
 void Svg::Text(const char* classes, SvgPoint at, const std::string& text) {
   text_ += std::string("<text class=\"") + classes + "\"" + Attribute("x", at.x) + Attribute("y", at.y) + ">" +
            HtmlText(text) + "</text>\n";
@@ -56,8 +61,7 @@ void Svg::Text(const char* classes, SvgPoint at, const std::string& text) {
 void Svg::Mark(PageTone tone, SvgPoint at, double size, const std::string& hint) {
   const std::string classes = std::string("mark") + ToneSuffix(tone);
   if (tone == PageTone::Plain) {
-    text_ += "<circle class=\"" + classes + "\"" + Attribute("cx", at.x) + Attribute("cy", at.y) +
-             Attribute("r", size) + Closed("circle", hint);
+    Circle(classes.c_str(), at, size, hint);
     return;
   }
   const SvgPoint low{at.x - size, at.y - size};
@@ -85,23 +89,32 @@ void Svg::Arrow(const std::string& classes, SvgPoint from, SvgPoint to, bool cut
   text_ += Path("arrow" + classes, d, hint);
 }
 
-SvgPoint Svg::Key(const ToneNames& names, bool marks, SvgPoint at) {
+double Svg::Key(const ToneNames& outlines, const ToneNames& marks, SvgPoint at, double right) {
   constexpr double kCharacter = 6.8;  // of the widest of usual fonts, so that names never meet
-  const auto add = [&](PageTone tone, const std::string& name) {
+  constexpr double kRow = 18.0;
+  const SvgPoint start = at;
+  const auto add = [&](PageTone tone, const std::string& name, bool mark) {
     if (name.empty()) return;
-    if (marks) {
+    const double width = 16.0 + kCharacter * static_cast<double>(name.size());
+    if (at.x > start.x && at.x + width > right) at = {start.x, at.y + kRow};
+    if (mark) {
       Mark(tone, {at.x + 4.0, at.y - 4.2}, 3.5, "");
     } else {
-      Rectangle((std::string("outline") + ToneSuffix(tone)).c_str(), {at.x - 4.0, at.y - 9.0}, 13.0, 9.0);
+      Rectangle((std::string("outline") + ToneSuffix(tone)).c_str(), {at.x, at.y - 9.0}, 9.0, 9.0);
     }
     Text("strong", {at.x + 13.0, at.y}, name);
-    at.x += 30.0 + kCharacter * static_cast<double>(name.size());
+    at.x += width + 14.0;
   };
-  add(PageTone::Plain, names.plain);
-  add(PageTone::Second, names.second);
-  add(PageTone::Bad, names.bad);
-  return at;
+  for (const bool mark : {false, true}) {
+    const ToneNames& names = mark ? marks : outlines;
+    add(PageTone::Plain, names.plain, mark);
+    add(PageTone::Second, names.second, mark);
+    add(PageTone::Bad, names.bad, mark);
+  }
+  return at.y - start.y;
 }
+
+void Svg::BeginShift(double down) { text_ += "<g transform=\"translate(0 " + Fixed(down, 0) + ")\">\n"; }
 
 void Svg::BeginClip(SvgPoint corner, double width, double height) {
   // A drawing inside the drawing shows nothing beyond its edges; its coordinates stay those of the outer one.

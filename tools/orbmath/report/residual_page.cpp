@@ -183,7 +183,9 @@ PageTable StatisticsTable(const std::vector<std::pair<std::string, SatCommonUtil
   table.caption = "Residuals, measured minus computed";
   table.columns = {
       {"of", "", PageColumn::Kind::Text}, {"points", ""}, {"rms", "px"}, {"95 % within", "px"}, {"largest", "px"}};
-  for (const auto& [name, residuals] : sets) {
+  for (const auto& set : sets) {
+    const std::string& name = set.first;
+    const SatCommonUtils::TRPCFitResiduals& residuals = set.second;
     const auto add = [&](const char* what, const SatCommonUtils::TRPCFitStatistics& statistics) {
       table.rows.push_back({{name + ", " + what, PageCount(residuals.count), PageNumber(statistics.rms, 6),
                              PageNumber(statistics.percentile95, 6), PageNumber(statistics.maximum, 6)}});
