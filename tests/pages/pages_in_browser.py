@@ -21,7 +21,7 @@ from typing import Any
 from devtools import Browser
 
 CHROMIUM = next(filter(None, map(shutil.which, ("chromium", "chromium-browser", "google-chrome"))), None)
-LOOKED_AT = ("fit", "refine", "check")
+LOOKED_AT = ("fit", "refine", "check", "pairs")
 WIDTHS = (1280, 390)
 SCHEMES = ("light", "dark")
 HOSTILE = "<script>window.hacked=1<script><img src=x onerror=window.hacked=1>\"'&.txt"
@@ -72,7 +72,9 @@ def make_pages(folder: Path) -> dict[str, Path]:
     (folder / "pole.RPB").write_text(re.sub(r"(lineDenCoef = \((?:[^,]*,){2})[^,]*", r"\1 4.0", text))
     (folder / "tall.RPB").write_text(re.sub(r"heightScale = .*;", "heightScale = 9000;", text))
     run(folder, "check", model, "pole.RPB", "tall.RPB", "none.RPB", "--mirrored", "--html", "check.html", status=1)
-    return {name: folder / f"{name}.html" for name in ("fit", "refine", "check", "hostile", "many")}
+    right = str(DATA / "pushbroom_right.RPB")
+    run(folder, "pairs", model, right, "tall.RPB", "--min-angle", "20", "--html", "pairs.html")
+    return {name: folder / f"{name}.html" for name in (*LOOKED_AT, "hostile", "many")}
 
 
 def contrast(first: str, second: str) -> float:
@@ -257,7 +259,9 @@ class Pages(unittest.TestCase):
         self.open("check")
         verdicts = [row[1] for row in self.ask(ROWS)]
         self.assertEqual(verdicts, ["cannot be read", "unfit", "fit, with warnings", "fit"])
-        outlines = self.ask("[...document.querySelectorAll('figure > svg > path.outline')].map(e => e.classList[1])")
+        outlines = self.ask(
+            "[...document.querySelectorAll('figure > svg > g > path.outline')].map(e => e.classList[1])"
+        )
         self.assertEqual(outlines, [None, "second"])  # one with a pole in it has no outline
         select = "document.getElementById('table-2-choice-1')"
         self.ask(f"{select}.value = 'unfit'; {select}.dispatchEvent(new Event('change'))")
@@ -265,6 +269,14 @@ class Pages(unittest.TestCase):
             "[...document.querySelector('#table-2 tbody').rows].filter(r => !r.hidden).map(r => r.cells[0].textContent)"
         )
         self.assertEqual(set(self.ask(shown)), {"pole.RPB"})
+
+    def test_pairs(self) -> None:
+        """The best come first, those that do not meet the criteria say why, overlaps lie on the map."""
+        self.open("pairs")
+        rows = self.ask(ROWS)
+        self.assertEqual([row[2] for row in rows], ["yes", "no", "no"])
+        self.assertEqual([row[-1] for row in rows], ["", "convergence", "convergence"])
+        self.assertEqual(self.ask("document.querySelectorAll('figure > svg > g > path.outline.second').length"), 3)
 
     def test_many_points(self) -> None:
         """A hundred thousand points make a page that is short enough, and says what it leaves out."""

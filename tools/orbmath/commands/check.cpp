@@ -1,7 +1,6 @@
 // orbmath check: whether models are fit for use.
 
 #include <cmath>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
@@ -163,7 +162,7 @@ class Check : public Command {
 
   void Print(const std::string& name, const TModelCheck& check) const {
     if (json_) {
-      Say(JsonOf(name, check) + "\n");
+      page_.Say(JsonOf(name, check) + "\n");
       return;
     }
     std::string text = name + ": " + Headline(check) + "\n";
@@ -171,23 +170,14 @@ class Check : public Command {
       if (no_notes_ && finding.severity == TFindingSeverity::Note) continue;
       text += name + ": " + LineOf(finding) + "\n";
     }
-    Say(text);
-  }
-
-  /// To standard output, or, when that is taken by the page, to standard error.
-  void Say(const std::string& text) const {
-    if (page_.IsStandardOutput()) {
-      std::fputs(text.c_str(), stderr);
-    } else {
-      WriteToStandardOutput(text);
-    }
+    page_.Say(text);
   }
 
   void PrintError(const ListedModel& listed) const {
     if (json_) {
       JsonWriter json;
       json.BeginObject().Member("file", listed.name).Member("error", listed.error).EndObject();
-      Say(json.Text() + "\n");
+      page_.Say(json.Text() + "\n");
     }
     Note(listed.error);
   }

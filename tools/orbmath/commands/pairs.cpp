@@ -14,6 +14,8 @@
 #include "report/geojson.h"
 #include "report/json.h"
 #include "report/output_file.h"
+#include "report/page_option.h"
+#include "report/pairs_page.h"
 #include "stereo/pair_geometry.h"
 
 namespace orbmath_tool {
@@ -168,6 +170,7 @@ class Pairs : public Command {
     line.Number("--height", "H", &height_, "height of the ground (default: amid the heights of both models)");
     line.Flag("--json", &json_, "one JSON object a pair instead of a line of fields");
     line.Text("--geojson", "FILE", &map_, "write the overlaps of the printed pairs as GeoJSON");
+    page_.Declare(line);
     reading_.Declare(line);
   }
 
@@ -176,15 +179,15 @@ class Pairs : public Command {
     const SatCommonUtils::TStereoPairOptions options = Options();
     std::optional<OutputFile> map_file;
     if (!map_.empty()) map_file.emplace(map_);
+    std::optional<OutputFile> page = page_.Open();
     const std::vector<ListedModel> models = reading_.Read(names_, "reading", [](std::size_t, const Model&) {});
     const std::vector<TStereoImage> images = ImagesOf(models);
     const SatCommonUtils::TZxThreadsScope threads(reading_.Threads());
     const SatCommonUtils::TPairSearch search = FindStereoPairs(images, criteria, options);
     Print(models, criteria, search);
-    if (map_file) {
-      map_file->Write(MapOf(models, images, options, search));
-      OutputFile::Commit({&*map_file});
-    }
+    if (map_file) map_file->Write(MapOf(models, images, options, search));
+    if (page) page->Write(PairsPageHtml({models, images, criteria, options, search, Printed(search)}));
+    OutputFile::Commit({map_file ? &*map_file : nullptr, page ? &*page : nullptr});
     Note(search.message);
     return Complain(models, search);
   }
@@ -233,10 +236,10 @@ class Pairs : public Command {
       const std::string& second = models[pair.second].name;
       text += (json_ ? JsonOf(i + 1, first, second, pair, failed) : LineOf(i + 1, first, second, pair, failed)) + "\n";
       if (text.size() < kBlock) continue;
-      WriteToStandardOutput(text);
+      page_.Say(text);
       text.clear();
     }
-    WriteToStandardOutput(text);
+    page_.Say(text);
   }
 
   static std::string LineOf(std::size_t rank, const std::string& first, const std::string& second,
@@ -295,6 +298,7 @@ class Pairs : public Command {
   std::optional<double> sigma_, height_;
   std::optional<int> top_;
   std::string map_;
+  PageOption page_;
   bool accepted_ = false;
   bool json_ = false;
 };

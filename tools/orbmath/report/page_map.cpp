@@ -150,23 +150,24 @@ PageTable Corners(const GroundMap& map) {
 
 /// The place of a name on the map.
 struct NamePlace {
+  std::string text;
   SvgPoint middle;
   double half = 0.0;  ///< of its width
 };
 
-/// Whether a name fits at a place, where others stand already; if so it stands there.
-bool TakeRoom(SvgPoint middle, std::size_t letters, std::vector<NamePlace>* taken) {
+/// Draws the names that fit into the map and lie on no other: of two that meet neither could be told to which outline
+/// it belongs.
+void DrawNames(const std::vector<NamePlace>& names, Svg* svg) {
   constexpr double kLine = 16.0;
-  constexpr double kLetter = 7.5;
-  const double half = 0.5 * kLetter * static_cast<double>(letters);
-  if (middle.x - half < kLeft || middle.x + half > kWidth - kRight) return false;
-  for (const NamePlace& other : *taken) {
-    const bool apart =
-        std::abs(other.middle.y - middle.y) > kLine || std::abs(other.middle.x - middle.x) > half + other.half;
-    if (!apart) return false;
+  for (const NamePlace& name : names) {
+    const bool fits = name.middle.x - name.half >= kLeft && name.middle.x + name.half <= kWidth - kRight;
+    const auto meets = [&](const NamePlace& other) {
+      return &other != &name && std::abs(other.middle.y - name.middle.y) < kLine &&
+             std::abs(other.middle.x - name.middle.x) < name.half + other.half;
+    };
+    if (!fits || std::any_of(names.begin(), names.end(), meets)) continue;
+    svg->Text("strong middle halo", {name.middle.x, name.middle.y + 4.0}, name.text);
   }
-  taken->push_back({middle, half});
-  return true;
 }
 
 void DrawOutlines(const GroundMap& map, const Projection& projection, Svg* svg) {
@@ -188,11 +189,12 @@ void DrawOutlines(const GroundMap& map, const Projection& projection, Svg* svg) 
     svg->Polygon(std::string("outline") + ToneSuffix(outline.tone), corners, outline.name);
     // Scenes all over a continent are specks, which marks show.
     if (is_speck) svg->Mark(outline.tone, middle, 2.5, outline.name);
-    const SvgPoint label{middle.x, is_speck ? middle.y - 12.0 : middle.y};
-    if (map.labels && map.outlines.size() <= kMostNames && TakeRoom(label, outline.name.size(), &names)) {
-      svg->Text("strong middle halo", {label.x, label.y + 4.0}, outline.name);
-    }
+    constexpr double kHalfLetter = 3.8;
+    names.push_back({outline.name,
+                     {middle.x, is_speck ? middle.y - 12.0 : middle.y},
+                     kHalfLetter * static_cast<double>(outline.name.size())});
   }
+  if (map.labels && map.outlines.size() <= kMostNames) DrawNames(names, svg);
 }
 
 }  // namespace

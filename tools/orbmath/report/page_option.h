@@ -18,6 +18,8 @@ class PageOption {
   bool IsStandardOutput() const { return path_ == "-"; }
   /// The file that the page goes into, begun before the work; nothing without the option. \throws Failure
   std::optional<OutputFile> Open() const;
+  /// Prints results to standard output, or, when that is taken by the page, to standard error. \throws Failure
+  void Say(const std::string& text) const;
 
  private:
   std::string path_;

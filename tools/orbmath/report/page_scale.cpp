@@ -113,7 +113,8 @@ HistogramClasses ClassesOf(const std::vector<std::vector<double>>& series) {
     most = *std::prev(std::upper_bound(all.begin(), all.end(), quartile3 + 4.0 * between));
   }
   const double range = most - least;
-  const double width = 2.0 * between / std::cbrt(static_cast<double>(all.size()));
+  const auto number = static_cast<double>(all.size());
+  const double width = std::min(2.0 * between / std::cbrt(number), range / (1.0 + std::log2(number)));
   // Values that are all the same have no width of their own; neither have those that differ by rounding only.
   const double size = std::max(std::abs(least), std::abs(most));
   if (!(range > 1e-12 * size)) {

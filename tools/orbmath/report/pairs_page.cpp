@@ -44,7 +44,6 @@ std::vector<bool> PairedImages(const PairsStory& story) {
 
 PageFigure Map(const PairsStory& story) {
   GroundMap map;
-  map.labels = story.images.size() <= 2;
   std::size_t known = 0;
   for (std::size_t i = 0; i < story.images.size(); ++i) {
     const SatCommonUtils::TRPC* const model = story.images[i].model;
