@@ -77,6 +77,22 @@ struct TRefinementResidual {
   bool isBad = false;  ///< The point does not belong to the others; it is left out of the fit unless all are kept.
 };
 
+/// A richer kind is taken when a poorer one would leave a misfit as large by chance with less than this probability.
+constexpr double kRefinementKindLevel = 1e-3;
+
+/// How a kind fared when one was chosen.
+struct TRefinementKindTest {
+  TRPCRefinementTransformType type = TRPCRefinementTransformType::None;  ///< The kind.
+  bool taken = false;  ///< It became the choice; a later kind that is taken too takes its place.
+  /// The F test of the misfit that it takes away against what it leaves: the ratio, its degrees of freedom, and the
+  /// probability of a larger ratio by chance. There was no test when `denominator` is 0.
+  double ratio = 0.0;
+  std::size_t numerator = 0;    ///< Degrees of freedom of the gain: parameters more than the kind before.
+  std::size_t denominator = 0;  ///< Degrees of freedom of what is left.
+  double probability = 0.0;     ///< Dimensionless.
+  std::string reason;           ///< Why it was taken or not, as the rest of a sentence.
+};
+
 /// The result of a fit.
 struct ORBMATH_API TRefinementFit {
   /// True when there is a refinement.
@@ -101,6 +117,8 @@ struct ORBMATH_API TRefinementFit {
   /// Covariance of the parameters of `data`; nothing is known without success, and with neither redundant points nor
   /// `sigmasAreKnown`. It knows nothing of what makes all points wrong together, such as a control net that lies off.
   TRefinementCovariance covariance;
+  /// How the kinds fared, poorer ones first; empty when the caller wanted one.
+  std::vector<TRefinementKindTest> kinds;
   /// Places of points outside the model's box of the image or of the ground, by more than a tenth of half its size;
   /// only `FitGroundControl` and `FitImageTies`, which know the model, fill it.
   std::vector<std::size_t> outside;

@@ -102,7 +102,7 @@ class TFitter {
   /// Fits the kind that the caller wants. \return false with `reason`.
   bool FitGiven(TCandidate* best, std::string* reason) const;
   /// Fits the kind that the points bear. \return false with `reason`.
-  bool FitChosen(TCandidate* best, std::string* reason) const;
+  bool FitChosen(TCandidate* best, std::vector<TRefinementKindTest>* tests, std::string* reason) const;
   /// Fits all points, good and bad.
   bool FitAll(TCandidate* candidate) const;
   /// The record of a fitted map.
@@ -113,7 +113,8 @@ class TFitter {
  private:
   bool Fit(Type type, TCandidate* candidate) const;
   double CornerFactor(const TCandidate& candidate, const TBox& box) const;
-  bool IsSignificantlyBetter(const TCandidate& richer, const TCandidate& simpler) const;
+  bool IsSignificantlyBetter(const TCandidate& richer, const TCandidate& simpler, TRefinementKindTest* test) const;
+  bool IsBorne(Type type, const TCandidate& simpler, TCandidate* richer, std::string* reason) const;
 
   const TRefinementFitOptions& options_;
   TFrame frame_;
@@ -178,36 +179,67 @@ bool TFitter::FitGiven(TCandidate* best, std::string* reason) const {
   return false;
 }
 
-bool TFitter::IsSignificantlyBetter(const TCandidate& richer, const TCandidate& simpler) const {
-  constexpr double kLevel = 1e-3;
+bool TFitter::IsSignificantlyBetter(const TCandidate& richer, const TCandidate& simpler,
+                                    TRefinementKindTest* test) const {
   const TIndices& common = richer.robust.inside;
+  const char* const name = GetRPCRefinementTransformTypeName(simpler.type);
   TPlaneFit plain;
-  if (!refine::FitPlaneMap(simpler.type, ties_, common, &plain)) return true;
-  const std::size_t gained = refine::FreeParameters(richer.type) - refine::FreeParameters(simpler.type);
-  const std::size_t freedom = 2 * common.size() - refine::FreeParameters(richer.type);
-  const double noise = static_cast<double>(freedom) * kNoiseFloor * kNoiseFloor;
-  const double rest = richer.robust.fit.sum_of_squares + noise;
+  if (!refine::FitPlaneMap(simpler.type, ties_, common, &plain)) {
+    test->reason = Zentarix::ssprintf("%s has no fit to the same points", name);
+    return true;
+  }
+  test->numerator = refine::FreeParameters(richer.type) - refine::FreeParameters(simpler.type);
+  test->denominator = 2 * common.size() - refine::FreeParameters(richer.type);
+  const double freedom = static_cast<double>(test->denominator);
+  const double rest = richer.robust.fit.sum_of_squares + freedom * kNoiseFloor * kNoiseFloor;
   const double gain = plain.sum_of_squares - richer.robust.fit.sum_of_squares;
-  const double ratio = std::max(0.0, gain) / static_cast<double>(gained) / (rest / static_cast<double>(freedom));
-  return refine::FDistributionTail(gained, freedom, ratio) < kLevel;
+  test->ratio = std::max(0.0, gain) / static_cast<double>(test->numerator) / (rest / freedom);
+  test->probability = refine::FDistributionTail(test->numerator, test->denominator, test->ratio);
+  const bool better = test->probability < kRefinementKindLevel;
+  test->reason = Zentarix::ssprintf("%s better than %s", better ? "significantly" : "not significantly", name);
+  return better;
 }
 
-bool TFitter::FitChosen(TCandidate* best, std::string* reason) const {
+// Whether number and spread of the points bear a kind.
+bool TFitter::IsBorne(Type type, const TCandidate& simpler, TCandidate* richer, std::string* reason) const {
+  const std::size_t enough = refine::FreeParameters(type);
+  if (ties_.size() < enough) {
+    *reason = Zentarix::ssprintf("it needs %zu points to be tested", enough);
+    return false;
+  }
+  if (!Fit(type, richer)) {
+    *reason = "the points lie too near to one place or one line for it";
+    return false;
+  }
+  if (!(richer->corner_factor <= kLargestChosenCornerFactor)) {
+    *reason = Zentarix::ssprintf("at a corner it would be uncertain by %.2lg times a point's error, more than %lg",
+                                 richer->corner_factor, kLargestChosenCornerFactor);
+    return false;
+  }
+  // A rich map can pass through the few good points of its choice: small sets must not pay for it with points.
+  const std::size_t inside = richer->robust.inside.size();
+  if (inside >= enough && (inside >= 2 * enough || inside >= simpler.robust.inside.size())) return true;
+  *reason = Zentarix::ssprintf("it would fit %zu points alone", inside);
+  return false;
+}
+
+bool TFitter::FitChosen(TCandidate* best, std::vector<TRefinementKindTest>* tests, std::string* reason) const {
   if (!Fit(Type::Shift, best)) {
     *reason = "the numbers are too large for a fit";
     return false;
   }
+  tests->emplace_back();
+  tests->back().type = Type::Shift;
+  tests->back().taken = true;
+  tests->back().reason = "the simplest";
   for (const TRefinementKind& kind : RefinementKinds()) {
-    const Type type = kind.type;
     if (kind.parameterCount <= refine::FreeParameters(Type::Shift)) continue;
+    TRefinementKindTest test;
+    test.type = kind.type;
     TCandidate richer;
-    if (ties_.size() < refine::FreeParameters(type) || !Fit(type, &richer)) continue;
-    if (!(richer.corner_factor <= kLargestChosenCornerFactor)) continue;
-    // A rich map can pass through the few good points of its choice: small sets must not pay for it with points.
-    const std::size_t inside = richer.robust.inside.size();
-    const std::size_t enough = refine::FreeParameters(type);
-    if (inside < enough || (inside < 2 * enough && inside < best->robust.inside.size())) continue;
-    if (IsSignificantlyBetter(richer, *best)) *best = richer;
+    test.taken = IsBorne(kind.type, *best, &richer, &test.reason) && IsSignificantlyBetter(richer, *best, &test);
+    if (test.taken) *best = richer;
+    tests->push_back(test);
   }
   return true;
 }
@@ -346,7 +378,9 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
   }
   const TFitter fitter(ties, options);
   TCandidate best;
-  if (!(options.automatic ? fitter.FitChosen(&best, &result->message) : fitter.FitGiven(&best, &result->message))) {
+  const bool found = options.automatic ? fitter.FitChosen(&best, &result->kinds, &result->message)
+                                       : fitter.FitGiven(&best, &result->message);
+  if (!found) {
     return false;
   }
   std::vector<char> is_bad(ties.size(), 1);

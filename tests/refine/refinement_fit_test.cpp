@@ -95,6 +95,41 @@ TEST(RefinementFit, ExactAndNoisyTiesWithAndWithoutBadPoints) {
   }
 }
 
+TEST(RefinementFit, TheTestsOfTheKindsHaveTheFiguresOfTheirFits) {
+  // Ties of unit sigma, none of them bad: a drift of a third of a pixel at the border, noise of 0.2 pixels.
+  orbmath_test::Random random("kinds");
+  std::vector<TRefinementTie> ties;
+  for (int i = 0; i < 20; ++i) {
+    TRefinementTie tie{random.Uniform(0, 1000), random.Uniform(0, 1000), 0.0, 0.0, 1.0};
+    tie.measuredLine = tie.line + 3.0 + 3e-4 * tie.sample + random.Normal(0.2);
+    tie.measuredSample = tie.sample - 5.0 + random.Normal(0.2);
+    ties.push_back(tie);
+  }
+  TRefinementFit chosen;
+  ASSERT_TRUE(FitRefinement(ties, TRefinementFitOptions(), &chosen));
+  ASSERT_EQ(chosen.used, ties.size());
+  ASSERT_GE(chosen.kinds.size(), 2u);
+  EXPECT_TRUE(chosen.kinds[0].type == Type::Shift && chosen.kinds[0].taken);
+  double squares[2];
+  for (int i = 0; i < 2; ++i) {
+    TRefinementFitOptions options;
+    options.automatic = false;
+    options.type = i == 0 ? Type::Shift : Type::Affine;
+    TRefinementFit fit;
+    ASSERT_TRUE(FitRefinement(ties, options, &fit));
+    EXPECT_TRUE(fit.kinds.empty());
+    squares[i] = 20.0 * fit.rmsAfter * fit.rmsAfter;
+  }
+  const TRefinementKindTest& affine = chosen.kinds[1];
+  ASSERT_EQ(affine.type, Type::Affine);
+  EXPECT_EQ(affine.numerator, 4u);
+  EXPECT_EQ(affine.denominator, 34u);
+  constexpr double kFloorOfNoise = 1e-4;  // relative: a thousandth of a pixel is added to what is left
+  EXPECT_NEAR(affine.ratio * (squares[1] / 34.0) / ((squares[0] - squares[1]) / 4.0), 1.0, kFloorOfNoise);
+  EXPECT_EQ(affine.taken, affine.probability < kRefinementKindLevel);
+  EXPECT_EQ(chosen.type == Type::Shift, !affine.taken);
+}
+
 TEST(RefinementFit, TheSameTiesGiveTheSameBits) {
   const Simulation simulation(orbmath_test::Projective(), 60, 0.5, 4);
   TRefinementFit first, second;

@@ -71,6 +71,36 @@ TEST(ControlTest, ReferenceSystemsAndGeoidsAreThoseOfTheOptions) {
             "orbmath: EPSG:1: is no reference system that PROJ knows\n");
 }
 
+TEST(ControlTest, CheckPointsTakeNoPartAndAreSummedUp) {
+  Workspace();
+  // Control moved by (2, -3); two check points 1 line and 1 sample off that, either way.
+  const std::string control =
+      "id,role,lat,lon,h,line,sample\n"
+      "A,control,45.00,7.00,500,1002,1997\nB,GCP,45.05,7.00,500,502,1997\nC,,45.00,7.10,500,1002,2997\n"
+      "D,control,45.05,7.10,500,502,2997\n";
+  const char* const checks = "E,check,45.02,7.05,500,803,2496\nF,Check,44.98,7.05,500,1201,2498\n";
+  WriteText("checked.csv", control + checks);
+  WriteText("control.csv", control);
+  WriteText("checks.csv", std::string("id,role,lat,lon,h,line,sample\n") + checks);
+  // CE90 is 2.1460 times the standard deviation; a pixel is 1e-4 degrees, 11.132 m towards north.
+  for (const char* const files : {"checked.csv roles.xml", "control.csv roles.xml --check checks.csv"}) {
+    const ToolRun run = RunToolLine(std::string("refine flat.RPB --type shift --json ") + files);
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (const char* const part :
+         {"\"points_given\":4,", "\"rms_after_px\":0.0000,", "\"check\":{\"count\":2,\"rms_line_px\":1.00000",
+          "\"rms_px\":1.4142", "\"ce90_px\":2.14596", "\"rms_north_m\":11.13", "\"rms_east_m\":7.87",
+          "\"id\":\"F\",\"line\":-1", "\"parameters\":[{\"name\":\"d_line\",\"value\":1.99999"}) {
+      EXPECT_NE(run.out.find(part), std::string::npos) << part << run.out;
+    }
+    EXPECT_EQ(run.out.find("\"id\":\"E\",\"line_before\""), std::string::npos) << run.out;
+  }
+  const ToolRun bad = RunToolLine("refine flat.RPB - never.xml", "lat,lon,h,line,sample,role\n45,7,500,1,2,tie\n");
+  EXPECT_NE(bad.err.find("role 'tie' is neither control nor check"), std::string::npos) << bad.err;
+  const std::string report = RunToolLine("refine flat.RPB checked.csv roles.xml").out;
+  EXPECT_NE(report.find("Affine                not taken, it needs 6 points to be tested"), std::string::npos)
+      << report;
+}
+
 TEST(ControlTest, RealControlWithNamesThatLieAndWithoutHeights) {
   const std::string folder = RealDataPath("../block/real_qb_toulouse/");
   const std::string name = folder + "QB_TOULOUSE_MUL_Extract_500_500";

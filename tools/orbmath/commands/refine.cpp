@@ -1,7 +1,5 @@
 // orbmath refine: a correction from control points.
 
-#include <cmath>
-#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,10 +13,9 @@
 #include "points/point_options.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/refinement_fit.h"
-#include "report/fixed_digits.h"
-#include "report/json.h"
 #include "report/output_file.h"
 #include "report/page_option.h"
+#include "report/refinement_report.h"
 #include "report/report.h"
 #include "report/residual_page.h"
 
@@ -26,7 +23,6 @@ namespace orbmath_tool {
 
 using SatCommonUtils::TAdjustedRPC;
 using SatCommonUtils::TRefinementFit;
-using SatCommonUtils::TRefinementResidual;
 using SatCommonUtils::TRefinementTie;
 using SatCommonUtils::TRPCRefinementTransformType;
 
@@ -66,31 +62,6 @@ void NoteOutside(const PointTable& table, const std::vector<std::size_t>& outsid
   if (!outside.empty()) Note("outside the model's box: " + names);
 }
 
-/// Every point with its residuals, and the bad ones by name.
-void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& points, Report* report) {
-  report->Heading("residuals, measured minus computed, px");
-  std::string lines = PadLeft("line", 34) + PadLeft("sample", 12) + PadLeft("line", 14) + PadLeft("sample", 12) +
-                      PadLeft("standardized", 14) + "\n";
-  JsonWriter json;
-  json.BeginArray();
-  std::string bad;
-  for (std::size_t row = 0; row < points.size(); ++row) {
-    const TRefinementResidual& point = points[row];
-    if (point.isBad) bad += (bad.empty() ? "" : ", ") + table.Place(row);
-    lines += PadRight(table.Place(row), 22) + PadLeft(Fixed(point.lineBefore, kDigits), 12) +
-             PadLeft(Fixed(point.sampleBefore, kDigits), 12) + PadLeft(Fixed(point.lineAfter, kDigits), 14) +
-             PadLeft(Fixed(point.sampleAfter, kDigits), 12) + PadLeft(Fixed(point.standardized, 1), 14) +
-             (point.isBad ? "  BAD" : "") + "\n";
-    json.BeginObject().Member("input_line", table.Line(row));
-    json.Member("line_before", point.lineBefore).Member("sample_before", point.sampleBefore);
-    json.Member("line_after", point.lineAfter).Member("sample_after", point.sampleAfter);
-    json.Member("standardized", point.standardized).Member("bad", point.isBad).EndObject();
-  }
-  report->Lines(std::string(22, ' ') + PadLeft("before", 24) + PadLeft("after", 26) + "\n" + lines + "\n");
-  report->Json("points", json.EndArray());
-  report->Text("bad", "bad points", bad.empty() ? "none" : bad);
-}
-
 class Refine : public Command {
  public:
   const char* Notes() const override {
@@ -101,8 +72,11 @@ class Refine : public Command {
            "projective one 4; two more let a bad point be found. 'auto' takes the kind that number and spread of "
            "the points bear. Bad points are named and left out. A misfit beyond reason is refused, with the columns "
            "that seem to be exchanged; points outside the model's box are noted. A refinement that the model already "
-           "has is "
-           "replaced. With --height or --dem control points need no height: lines are 'lat lon line sample [sigma "
+           "has is replaced. The report has the parameters with their standard deviations and correlations, and what "
+           "decided on the kind. Points with the role 'check' in a column 'role', or of the file of --check, take no "
+           "part; the report says how far the refined model misses them, root mean square and CE90 in pixels and in "
+           "metres on the ground at their heights. With --height or --dem control points need no height: lines are "
+           "'lat lon line sample [sigma "
            "[height]]', or a table with named columns, which may name the points too ('id'). --crs says in which "
            "reference system control points are, and --geoid, without --dem, what their heights count from. OUT is an "
            "XML file; 'orbmath export' makes a plain model of it.\n\n"
@@ -121,6 +95,7 @@ class Refine : public Command {
     line.Flag("--known-sigmas", &sigmas_are_known_,
               "the points' sigmas are true: the correction's uncertainty is not scaled by the residuals");
     line.Number("--max-misfit", "PX", &max_misfit_, "accept a root mean square up to this (default: 20 px or 20 m)");
+    line.Text("--check", "FILE", &check_, "control points that take no part in the fit and check it");
     dem_.Declare(line);
     PointTable::DeclareColumns(line, &columns_);
     frame_.DeclareOrder(line);
@@ -138,6 +113,7 @@ class Refine : public Command {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
     }
     const Model model = ReadGroundModel(model_, reading_);
+    if (ties_ && !check_.empty()) throw UsageError("--check takes ground control, not --ties");
     if (ties_ && dem_.IsGiven()) throw UsageError("--ties and --dem exclude each other");
     if (dem_.IsGiven() && frame_.Height()) throw UsageError("--height and --dem exclude each other");
     return ties_ ? RefineByTies(model) : RefineByControl(model);
@@ -158,21 +134,25 @@ class Refine : public Command {
       places.line.push_back(tie.measuredLine);
       places.sample.push_back(tie.measuredSample);
     }
-    return Finish(model, table, places, fit);
+    return Finish(model, table, places, {}, fit);
   }
 
   int RefineByControl(const Model& model) {
     frame_.SetGeoid(dem_.TakeGeoid());
     frame_.Open();
     const auto surface = dem_.Open();
-    const ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), surface.get());
+    const ControlTable all = ReadControl(points_, columns_, frame_, origin_.Shift(), surface.get());
+    const ControlTable control = PointsOfRole(all, false);
+    std::vector<ControlTable> checks = {PointsOfRole(all, true)};
+    if (!check_.empty()) checks.push_back(ReadControl(check_, columns_, frame_, origin_.Shift(), surface.get()));
     TRefinementFit fit;
     SatCommonUtils::FitGroundControl(*model.rpc, GroundControl(control), FitOptions(model), &fit);
-    return Finish(model, control.table, {control.ground.lat, control.ground.lon, control.line, control.sample}, fit);
+    return Finish(model, control.table, {control.ground.lat, control.ground.lon, control.line, control.sample}, checks,
+                  fit);
   }
 
   int Finish(const Model& model, const PointTable& table, const RefinementPlaces& places,
-             const TRefinementFit& fit) const {
+             const std::vector<ControlTable>& checks, const TRefinementFit& fit) const {
     NoteOutside(table, fit.outside);
     if (!fit.success) throw Failure(table.Name() + ": no refinement can be fitted: " + fit.message);
     TAdjustedRPC adjusted(&model.file.record, fit.data.get());
@@ -183,7 +163,7 @@ class Refine : public Command {
     WriteModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, &out);
     if (page) page->Write(RefinementPageHtml({model_, out_, table, places, origin_.Shift()}, fit, adjusted));
     OutputFile::Commit({&out, page ? &*page : nullptr});
-    PrintReport(table, fit, SatCommonUtils::ErrorsOfExport(adjusted));
+    PrintReport(table, checks, adjusted, fit);
     return kSuccess;
   }
 
@@ -207,8 +187,9 @@ class Refine : public Command {
     return options;
   }
 
-  void PrintReport(const PointTable& table, const TRefinementFit& fit,
-                   const SatCommonUtils::TExportedErrors& errors) const {
+  void PrintReport(const PointTable& table, const std::vector<ControlTable>& checks, const TAdjustedRPC& adjusted,
+                   const TRefinementFit& fit) const {
+    const SatCommonUtils::TExportedErrors errors = SatCommonUtils::ErrorsOfExport(adjusted);
     Report report;
     report.Text("file", "written", out_);
     report.Text("type", "kind", SatCommonUtils::GetRPCRefinementTransformTypeName(fit.type));
@@ -220,7 +201,10 @@ class Refine : public Command {
     if (errors.bias) report.Number("bias_m", "bias left per axis", *errors.bias, kDigits, "m");
     if (errors.random) report.Number("random_m", "point error per axis", *errors.random, kDigits, "m");
     report.Text("message", "in short", fit.message);
+    AddKinds(fit, &report);
+    AddParameters(fit, &report);
     AddPoints(table, fit.points, &report);
+    AddCheck(adjusted, checks, &report);
     report.Print(json_, out_ == "-" || page_.IsStandardOutput());
   }
 
@@ -229,6 +213,7 @@ class Refine : public Command {
   std::string model_;
   std::string points_;
   std::string out_;
+  std::string check_;
   int type_ = 0;
   bool ties_ = false;
   bool keep_all_ = false;

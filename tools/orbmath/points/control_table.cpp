@@ -64,6 +64,23 @@ std::vector<bool> ChecksOf(const PointTable& table, std::size_t role) {
 
 }  // namespace
 
+ControlTable PointsOfRole(const ControlTable& control, bool is_check) {
+  std::vector<std::size_t> rows;
+  for (std::size_t row = 0; row < control.table.size(); ++row) {
+    if (control.is_check[row] == is_check) rows.push_back(row);
+  }
+  ControlTable chosen{control.table.Subset(rows), {}, {}, {}, {}, std::vector<bool>(rows.size(), is_check)};
+  for (const std::size_t row : rows) {
+    chosen.ground.lat.push_back(control.ground.lat[row]);
+    chosen.ground.lon.push_back(control.ground.lon[row]);
+    chosen.ground.height.push_back(control.ground.height[row]);
+    chosen.line.push_back(control.line[row]);
+    chosen.sample.push_back(control.sample[row]);
+    chosen.sigma.push_back(control.sigma[row]);
+  }
+  return chosen;
+}
+
 ControlTable ReadControl(const std::string& file, const std::string& columns, const GroundFrame& frame, double shift,
                          const SatCommonUtils::THeightSurface* terrain) {
   const TableColumn height = frame.HeightColumn(terrain != nullptr);

@@ -21,6 +21,9 @@ struct ControlTable {
   std::vector<bool> is_check;  ///< says "check" in a column of roles
 };
 
+/// The points that check, or those that do not.
+ControlTable PointsOfRole(const ControlTable& control, bool is_check);
+
 /// Reads ground control. Without names the columns stand in the order of the place, height, line, sample and sigma, or,
 /// where points may do without a height, place, line, sample, sigma and height.
 /// \param columns the option `--columns`. \param shift where line and sample count from.

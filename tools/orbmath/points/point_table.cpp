@@ -18,6 +18,23 @@ constexpr std::size_t kNamedRefusals = 10;
 /// Bytes of texts that are kept in one piece.
 constexpr std::size_t kPiece = 256 * 1024;
 
+/// Elements of a column; a column without elements stays so.
+template <class T>
+std::vector<T> Chosen(const std::vector<T>& column, const std::vector<std::size_t>& rows) {
+  std::vector<T> chosen;
+  for (const std::size_t row : rows) {
+    if (row < column.size()) chosen.push_back(column[row]);
+  }
+  return chosen;
+}
+
+template <class T>
+std::vector<std::vector<T>> Chosen(const std::vector<std::vector<T>>& columns, const std::vector<std::size_t>& rows) {
+  std::vector<std::vector<T>> chosen;
+  for (const std::vector<T>& column : columns) chosen.push_back(Chosen(column, rows));
+  return chosen;
+}
+
 }  // namespace
 
 void PointTable::DeclareColumns(CommandLine& line, std::string* target) {
@@ -85,14 +102,27 @@ void PointTable::Append(const LineBlock& block, std::size_t line) {
 }
 
 std::string_view PointTable::Keep(std::string_view text) {
-  if (kept_.empty() || kept_.back().size() + text.size() > kept_.back().capacity()) {
-    kept_.emplace_back();
-    kept_.back().reserve(std::max(kPiece, text.size()));
+  std::deque<std::string>& pieces = *kept_;
+  if (pieces.empty() || pieces.back().size() + text.size() > pieces.back().capacity()) {
+    pieces.emplace_back();
+    pieces.back().reserve(std::max(kPiece, text.size()));
   }
-  std::string& piece = kept_.back();
+  std::string& piece = pieces.back();
   const std::size_t at = piece.size();
   piece += text;
   return std::string_view(piece).substr(at);
+}
+
+PointTable PointTable::Subset(const std::vector<std::size_t>& rows) const {
+  PointTable subset;
+  subset.name_ = name_;
+  subset.found_ = found_;
+  subset.values_ = Chosen(values_, rows);
+  subset.texts_ = Chosen(texts_, rows);
+  subset.kept_ = kept_;
+  subset.lines_ = Chosen(lines_, rows);
+  subset.id_ = id_;
+  return subset;
 }
 
 std::string PointTable::Place(std::size_t row) const {

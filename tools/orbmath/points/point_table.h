@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,13 +38,16 @@ class PointTable {
   bool Has(std::size_t column) const { return column < found_.size() && found_[column]; }
   /// The values of the wanted column number `column`, one that is a number.
   const std::vector<double>& Values(std::size_t column) const { return values_[column]; }
-  /// The values of a column that is a text; they live as long as the table.
+  /// The values of a column that is a text; they live as long as the table or a subset of it.
   const std::vector<std::string_view>& Texts(std::size_t column) const { return texts_[column]; }
   /// The name of row `row` (`columns::kId`), or an empty text.
   std::string_view Id(std::size_t row) const { return id_ == kNone ? std::string_view() : texts_[id_][row]; }
   /// What a message calls row `row`: where it stood, as "file:line", behind its name, where it has one.
   std::string Place(std::size_t row) const;
   std::size_t Line(std::size_t row) const { return lines_[row]; }
+
+  /// The table of these rows alone, in their order. \param rows ascending.
+  PointTable Subset(const std::vector<std::size_t>& rows) const;
 
   /// Refuses rows of which `why(row)` gives a reason; an empty one is none. \throws Failure as the constructor.
   template <class Why>
@@ -61,6 +65,8 @@ class PointTable {
   using Refusals = std::vector<Refusal>;
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
+  PointTable() = default;
+
   /// \param line number of the block's first line in the file.
   void Append(const LineBlock& block, std::size_t line);
   std::string_view Keep(std::string_view text);
@@ -70,7 +76,8 @@ class PointTable {
   std::vector<bool> found_;
   std::vector<std::vector<double>> values_;
   std::vector<std::vector<std::string_view>> texts_;
-  std::deque<std::string> kept_;  ///< what the texts refer to, in pieces that are never moved
+  /// What the texts refer to, in pieces that are never moved.
+  std::shared_ptr<std::deque<std::string>> kept_ = std::make_shared<std::deque<std::string>>();
   std::vector<std::size_t> lines_;
   std::size_t id_ = kNone;
 };
