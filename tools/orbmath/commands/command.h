@@ -28,6 +28,7 @@ std::unique_ptr<Command> MakeConvert();
 std::unique_ptr<Command> MakeFit();
 std::unique_ptr<Command> MakeInvert();
 std::unique_ptr<Command> MakeRefine();
+std::unique_ptr<Command> MakeAdjust();
 std::unique_ptr<Command> MakeExport();
 std::unique_ptr<Command> MakeCompare();
 std::unique_ptr<Command> MakeOrtho();

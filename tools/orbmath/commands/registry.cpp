@@ -25,6 +25,7 @@ const std::vector<CommandEntry>& Commands() {
       {"fit", "Fit a model to points whose ground and image coordinates are known.", MakeFit},
       {"invert", "Fit the inverse of a model: image and height to latitude and longitude.", MakeInvert},
       {"refine", "Correct a model in image space with ground control or image ties.", MakeRefine},
+      {"adjust", "Correct the models of many images together by ties and control points.", MakeAdjust},
       {"export", "Write an adjusted model as a plain one that carries its refinement.", MakeExport},
       {"compare", "Compare two models field by field and pixel by pixel.", MakeCompare},
       {"ortho", "Make a map of an image and the terrain under it (orthorectify).", MakeOrtho},

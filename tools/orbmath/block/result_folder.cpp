@@ -1,0 +1,79 @@
+// Many files that come together.
+
+#include "block/result_folder.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <deque>
+#include <filesystem>
+#include <system_error>
+
+#include "errors.h"
+#include "report/output_file.h"
+
+namespace orbmath_tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// How many files can be open at once, those that the process needs for itself apart.
+std::size_t MostOpenFiles(std::size_t wanted) {
+  constexpr rlim_t kOwn = 64;
+  struct rlimit limit {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+  if (limit.rlim_cur < wanted + kOwn && limit.rlim_cur < limit.rlim_max) {
+    limit.rlim_cur = std::min(static_cast<rlim_t>(wanted + kOwn), limit.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    getrlimit(RLIMIT_NOFILE, &limit);
+  }
+  return limit.rlim_cur > kOwn ? static_cast<std::size_t>(limit.rlim_cur - kOwn) : 1;
+}
+
+}  // namespace
+
+ResultFolder::ResultFolder(std::string path) : path_(std::move(path)) {
+  std::error_code error;
+  made_ = fs::create_directory(path_, error);
+  if (error) throw Failure(path_ + ": cannot be made: " + error.message());
+  if (!fs::is_directory(path_, error)) throw Failure(path_ + ": is no folder");
+  // Nothing is written yet; a folder that takes no files costs no work.
+  const OutputFile probe(PathOf("report.json"));
+}
+
+ResultFolder::~ResultFolder() {
+  std::error_code ignored;
+  for (const auto& [copy, path] : copies_) fs::remove(copy, ignored);
+  if (made_) fs::remove(path_, ignored);  // refused by the system unless it is empty
+}
+
+std::string ResultFolder::BeginCopy(const std::string& name, const std::string& source) {
+  const std::string copy = PathOf(".orbmath-" + name);
+  std::error_code error;
+  fs::copy_file(source, copy, fs::copy_options::overwrite_existing, error);
+  if (error) throw Failure(PathOf(name) + ": " + source + " cannot be copied: " + error.message());
+  return copy;
+}
+
+void ResultFolder::Commit() {
+  for (const auto& [copy, path] : copies_) {
+    std::error_code error;
+    fs::rename(copy, path, error);
+    if (error) throw Failure(path + ": cannot be written: " + error.message());
+  }
+  const std::size_t most = MostOpenFiles(files_.size());
+  for (std::size_t begin = 0; begin < files_.size(); begin += most) {
+    const std::size_t end = std::min(begin + most, files_.size());
+    std::deque<OutputFile> open;
+    std::vector<OutputFile*> group;
+    for (std::size_t i = begin; i < end; ++i) {
+      open.emplace_back(PathOf(files_[i].first));
+      open.back().Write(files_[i].second);
+      group.push_back(&open.back());
+    }
+    OutputFile::Commit(group);
+  }
+}
+
+}  // namespace orbmath_tool
