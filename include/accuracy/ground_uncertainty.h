@@ -1,7 +1,7 @@
 #pragma once
 /// \file
 /// How uncertain ground points are that were computed from image points: covariance in the local east, north and up,
-/// circular and linear errors. First order in the errors.
+/// circular and linear errors. First order in the errors; docs/uncertainty.md explains them.
 
 #include <cstddef>
 #include <cstdint>
@@ -41,8 +41,8 @@ struct TGroundCovariance {
 
 /// How uncertain a ground point is. All numbers are NaN unless the state is `Known`.
 struct TGroundUncertainty {
-  TUncertaintyState state = TUncertaintyState::NotRun;
-  TGroundCovariance covariance;  ///< of all errors together
+  TUncertaintyState state = TUncertaintyState::NotRun;  ///< whether the rest is known, or why not
+  TGroundCovariance covariance;                         ///< of all errors together
   /// The part that points near each other in the same images share: bias and refinement. What is left of `covariance`
   /// without it is what distances between such points suffer from.
   TGroundCovariance shared;
@@ -102,7 +102,7 @@ enum class TIntersectionHeight : std::int32_t {
 
 /// What holds for all images of an intersection together.
 struct TIntersectionErrors {
-  TIntersectionHeight height = TIntersectionHeight::Free;
+  TIntersectionHeight height = TIntersectionHeight::Free;  ///< what the solution knew of it
   double heightSigma = 0.0;     ///< true standard deviation of a known or observed height, metres
   double heightVariance = 0.0;  ///< `hVar` as the solution had it; only for an observed one, above 0 there
   /// Correlation of the biases of any two images, as vectors on the ground, 0 to 1: images of one pass share what the
