@@ -28,19 +28,19 @@ struct TBlockOptions {
   double sigmaMeasurement = 0.5;
   /// A-priori standard deviations of an image that states none, pixels; see `TBlockImage`.
   double sigmaShift = 100.0;
-  double sigmaDrift = 100.0;
+  double sigmaDrift = 100.0;  ///< The same of drifts.
   /// Standard deviations of control, check and height points that state none, metres.
   double sigmaHorizontal = 1.0;
-  double sigmaVertical = 1.0;
+  double sigmaVertical = 1.0;  ///< Of heights.
   /// Null, or heights that every tie lies on, within `sigmaSurface` metres; metres above the ellipsoid. Where the
   /// surface has no height nothing is added.
   std::shared_ptr<const THeightSurface> surface;
-  double sigmaSurface = 10.0;
+  double sigmaSurface = 10.0;  ///< Standard deviation of the surface, metres.
   /// Probability with which a good measurement is named as bad, dimensionless.
   double significance = 1e-4;
   /// Gauss-Newton steps of one adjustment, at most.
   int maxIterations = 20;
-  TBlockCovariance covariance = TBlockCovariance::Points;
+  TBlockCovariance covariance = TBlockCovariance::Points;  ///< What is worked out.
   /// True: covariances and standardized residuals hold for the measurements' spread that was found (they are
   /// multiplied by sigma0), as the stated sigmas are often guesses. False: for the stated sigmas.
   bool scaleBySigma0 = true;

@@ -36,7 +36,7 @@ struct TBlockImage {
   std::string name;  ///< As reports name it; any text.
   std::shared_ptr<const TRPC>
       model;  ///< Not null. An adjusted model counts with its refinement, see `AdjustedModelOf`.
-  TBlockCorrection correction = TBlockCorrection::Affine;
+  TBlockCorrection correction = TBlockCorrection::Affine;  ///< What may be corrected.
   /// Standard deviation of a0 and b0 about 0 before the adjustment, pixels; 0: that of the options.
   double sigmaShift = 0.0;
   /// The same of a1, a2, b1, b2: pixels at half the image's size from its centre; 0: that of the options.
@@ -59,11 +59,11 @@ ORBMATH_API const char* GetBlockPointRoleName(TBlockPointRole role) noexcept;
 
 /// One ground point.
 struct TBlockPoint {
-  std::string name;  ///< As reports name it; any text.
-  TBlockPointRole role = TBlockPointRole::Tie;
-  double lat = 0.0;              ///< Degrees.
-  double lon = 0.0;              ///< Degrees, in any turn.
-  double height = 0.0;           ///< Metres above the ellipsoid.
+  std::string name;                             ///< As reports name it; any text.
+  TBlockPointRole role = TBlockPointRole::Tie;  ///< What is known.
+  double lat = 0.0;                             ///< Degrees.
+  double lon = 0.0;                             ///< Degrees, in any turn.
+  double height = 0.0;                          ///< Metres above the ellipsoid.
   double sigmaHorizontal = 0.0;  ///< Standard deviation towards east and towards north, metres; 0: that of the options.
   double sigmaVertical = 0.0;    ///< The same of the height.
 };
@@ -86,9 +86,9 @@ struct ORBMATH_API TBlockMeasurements {
 
 /// All that an adjustment is given.
 struct TBlockProblem {
-  std::vector<TBlockImage> images;
-  std::vector<TBlockPoint> points;
-  TBlockMeasurements measurements;
+  std::vector<TBlockImage> images;  ///< In any order.
+  std::vector<TBlockPoint> points;  ///< In any order.
+  TBlockMeasurements measurements;  ///< Where they were measured.
 };
 
 }  // namespace SatCommonUtils

@@ -28,7 +28,7 @@ enum class TBlockState : std::int32_t {
 
 /// What became of an image.
 enum class TBlockImageState : std::int32_t {
-  NotRun,
+  NotRun,      ///< Nothing was computed.
   Adjusted,    ///< It has a correction.
   Fixed,       ///< No correction was asked for.
   TooFewTies,  ///< Its measurements do not determine the correction asked for; it stays as it was and takes no part.
@@ -37,7 +37,7 @@ enum class TBlockImageState : std::int32_t {
 
 /// What became of a ground point.
 enum class TBlockPointState : std::int32_t {
-  NotRun,
+  NotRun,            ///< Nothing was computed.
   Used,              ///< It took part in the adjustment.
   TooFewRays,        ///< Fewer measurements in images that take part than its position needs.
   NoIntersection,    ///< Its rays meet nowhere that its images' models look at.
@@ -47,8 +47,8 @@ enum class TBlockPointState : std::int32_t {
 
 /// What became of a measurement.
 enum class TBlockMeasurementState : std::int32_t {
-  NotRun,
-  Used,
+  NotRun,     ///< Nothing was computed.
+  Used,       ///< It took part.
   Bad,        ///< It does not belong to the others; it was left out.
   Undecided,  ///< It and the other one of its point contradict each other; which is bad cannot be told, both were left
               ///< out.
@@ -60,9 +60,9 @@ enum class TBlockMeasurementState : std::int32_t {
 
 /// Short sentences without a full stop, in English; never null.
 ORBMATH_API const char* DescribeBlockState(TBlockState state) noexcept;
-ORBMATH_API const char* DescribeBlockState(TBlockImageState state) noexcept;
-ORBMATH_API const char* DescribeBlockState(TBlockPointState state) noexcept;
-ORBMATH_API const char* DescribeBlockState(TBlockMeasurementState state) noexcept;
+ORBMATH_API const char* DescribeBlockState(TBlockImageState state) noexcept;        ///< The same of an image.
+ORBMATH_API const char* DescribeBlockState(TBlockPointState state) noexcept;        ///< The same of a point.
+ORBMATH_API const char* DescribeBlockState(TBlockMeasurementState state) noexcept;  ///< The same of a measurement.
 
 /// The correction of an image, in pixels; see `TBlockCorrection`. The constant first, then the factors of u and of v.
 struct TBlockParameters {
@@ -83,24 +83,24 @@ struct TBlockImageResiduals {
 
 /// The story of one image.
 struct TBlockImageResult {
-  TBlockImageState state = TBlockImageState::NotRun;
+  TBlockImageState state = TBlockImageState::NotRun;  ///< What became of it.
   /// The kind of correction: that of the problem, or what took the place of `Automatic`.
   TBlockCorrection correction = TBlockCorrection::None;
   /// Which of `TBlockResult::pieces` it belongs to; negative when it takes no part.
   std::int32_t piece = -1;
-  TBlockParameters parameters;
+  TBlockParameters parameters;  ///< The correction; zeros without one.
   /// Covariance of b0, b1, b2, a0, a1, a2 by rows, squared pixels; 0 in rows and columns of parameters that the kind
   /// does not have; NaN where it was not worked out.
   std::array<double, 36> covariance{};
   /// The largest standard deviation of the correction, in either coordinate, over the corners of the model's box of the
   /// image, pixels; NaN as above.
   double cornerSigma = std::numeric_limits<double>::quiet_NaN();
-  TBlockImageResiduals residuals;
+  TBlockImageResiduals residuals;  ///< Over its measurements.
 };
 
 /// The story of one ground point.
 struct TBlockPointResult {
-  TBlockPointState state = TBlockPointState::NotRun;
+  TBlockPointState state = TBlockPointState::NotRun;         ///< What became of it.
   double lat = std::numeric_limits<double>::quiet_NaN();     ///< Degrees; NaN unless `Used`.
   double lon = std::numeric_limits<double>::quiet_NaN();     ///< Degrees, in the turn of the point's first image.
   double height = std::numeric_limits<double>::quiet_NaN();  ///< Metres.
@@ -112,13 +112,13 @@ struct TBlockPointResult {
 
 /// The story of the measurements: lists of the problem's length and order.
 struct TBlockMeasurementResults {
-  std::vector<TBlockMeasurementState> state;
+  std::vector<TBlockMeasurementState> state;  ///< What became of each.
   /// Measured minus corrected projection, pixels; of bad ones too where the point is known, else NaN.
   std::vector<double> line;
-  std::vector<double> sample;
-  /// Length of the residual in standard deviations of a good one, dimensionless: the root of v'Q^-1 v / 2 with v the
-  /// residual and Q its covariance (of bad ones: as it would be for a measurement that did not take part); NaN as
-  /// above.
+  std::vector<double> sample;  ///< The same of the sample.
+  /// Length of the residual in standard deviations of a good one, dimensionless: the root of v'Q^-1 v / n with v the
+  /// residual, Q its covariance and n the number of directions, 1 or 2, in which it shows an error (of bad ones: as it
+  /// would be for a measurement that did not take part); NaN as above.
   std::vector<double> standardized;
   /// Share of an error in the measurement that its residual shows, mean of both coordinates, 0 to 1.
   std::vector<double> redundancy;
@@ -128,26 +128,27 @@ struct TBlockMeasurementResults {
 struct TBlockMisclosure {
   std::uint32_t point = 0;  ///< Place in `TBlockProblem::points`.
   double east = 0.0;        ///< Adjusted minus known, metres; 0 for a height point.
-  double north = 0.0;
-  double up = 0.0;
-  double sigmaEast = 0.0;  ///< What the covariances expect of it, metres; NaN where they were not worked out.
-  double sigmaNorth = 0.0;
-  double sigmaUp = 0.0;
-  /// The misclosure's length in its standard deviations, dimensionless: the root of d'Q^-1 d / dimension; NaN as above.
+  double north = 0.0;       ///< The same towards north.
+  double up = 0.0;          ///< The same of the height.
+  double sigmaEast = 0.0;   ///< What the covariances expect of it, metres; NaN where they were not worked out.
+  double sigmaNorth = 0.0;  ///< The same towards north.
+  double sigmaUp = 0.0;     ///< The same of the height.
+  /// The misclosure's length in its standard deviations, dimensionless: root mean square over its coordinates; NaN as
+  /// above, and where the point rests on what is known of it alone.
   double standardized = std::numeric_limits<double>::quiet_NaN();
   bool isBad = false;  ///< It does not belong to the others; as control it was left out.
 };
 
 /// Statistics of misclosures, metres; NaN without points.
 struct TBlockMisclosureStatistics {
-  std::size_t count = 0;
-  double rmsEast = std::numeric_limits<double>::quiet_NaN();
-  double rmsNorth = std::numeric_limits<double>::quiet_NaN();
-  double rmsUp = std::numeric_limits<double>::quiet_NaN();
+  std::size_t count = 0;                                       ///< Points.
+  double rmsEast = std::numeric_limits<double>::quiet_NaN();   ///< Root mean square towards east.
+  double rmsNorth = std::numeric_limits<double>::quiet_NaN();  ///< Towards north.
+  double rmsUp = std::numeric_limits<double>::quiet_NaN();     ///< Of heights.
   /// Nine of ten points lie within it, horizontally and vertically: the order statistic that is not below 90 % of the
   /// points, so the largest of fewer than ten.
   double ce90 = std::numeric_limits<double>::quiet_NaN();
-  double le90 = std::numeric_limits<double>::quiet_NaN();
+  double le90 = std::numeric_limits<double>::quiet_NaN();  ///< Nine of ten heights lie within it, in the same way.
 };
 
 /// Images that hang together through points; no point links two pieces.
@@ -162,7 +163,7 @@ struct TBlockPiece {
 
 /// The result of an adjustment.
 struct ORBMATH_API TBlockResult {
-  TBlockState state = TBlockState::NotRun;
+  TBlockState state = TBlockState::NotRun;  ///< How it ended.
   /// One sentence that a person can read.
   std::string message = "not run";
   /// More sentences, each about one thing to know: what holds the datum, pieces, images that were left out.
@@ -177,14 +178,14 @@ struct ORBMATH_API TBlockResult {
   int factorizations = 0;         ///< How often the reduced normal matrix was factored.
   bool dense = false;             ///< The reduced normal matrix was factored as a full one.
 
-  std::vector<TBlockImageResult> images;  ///< Those of the problem, in order.
-  std::vector<TBlockPointResult> points;  ///< Those of the problem, in order.
-  TBlockMeasurementResults measurements;
+  std::vector<TBlockImageResult> images;         ///< Those of the problem, in order.
+  std::vector<TBlockPointResult> points;         ///< Those of the problem, in order.
+  TBlockMeasurementResults measurements;         ///< Those of the problem, in order.
   std::vector<TBlockMisclosure> control;         ///< Control and height points that were used or named bad, in order.
   std::vector<TBlockMisclosure> check;           ///< Check points that were used as ties, in order.
   TBlockMisclosureStatistics controlStatistics;  ///< Control points that were used.
-  TBlockMisclosureStatistics checkStatistics;
-  std::vector<TBlockPiece> pieces;  ///< That with the most images first.
+  TBlockMisclosureStatistics checkStatistics;    ///< Check points.
+  std::vector<TBlockPiece> pieces;               ///< That with the most images first.
 
   std::vector<std::uint32_t> badMeasurements;  ///< Bad and undecided ones, worst first.
   std::vector<std::uint32_t> lostPoints;       ///< Points that take no part.

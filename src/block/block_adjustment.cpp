@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 
 #include "block/choice.h"
 #include "block/least_squares.h"
@@ -55,6 +56,15 @@ std::string Complaint(const TBlockProblem& problem, const TBlockOptions& options
   for (const TBlockImage& image : problem.images) {
     if (!(image.sigmaShift >= 0.0) || !(image.sigmaDrift >= 0.0)) {
       return "image " + image.name + " has a standard deviation below 0";
+    }
+  }
+  std::map<std::int32_t, const TBlockImage*> passes;
+  for (const TBlockImage& image : problem.images) {
+    if (image.pass < 0 || image.correction == TBlockCorrection::None) continue;
+    const TBlockImage& first = *passes.emplace(image.pass, &image).first->second;
+    if (image.correction != first.correction || image.sigmaShift != first.sigmaShift ||
+        image.sigmaDrift != first.sigmaDrift) {
+      return "images " + first.name + " and " + image.name + " of one pass ask for different corrections";
     }
   }
   if (!(options.significance > 0.0) || options.significance > 0.1) return "the significance is not within 0 to 0.1";
