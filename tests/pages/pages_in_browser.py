@@ -47,13 +47,14 @@ def control_points(folder: Path, across: int, along: int) -> str:
     places = [(dice.uniform(0, 15999), dice.uniform(0, 15999), dice.uniform(380, 480)) for _ in range(across * along)]
     table = "".join(f"{line:.3f} {sample:.3f} {height:.2f}\n" for line, sample, height in places)
     ground = run(folder, "locate", str(DATA / "pushbroom_left.RPB"), text=table).splitlines()
-    rows = ["id,lat,lon,height,line,sample"]
+    rows = ["id,lat,lon,height,line,sample,role"]
     for number, (where, (line, sample, _)) in enumerate(zip(ground, places, strict=True)):
         line += 2.3 + (line - 8000) * 2e-4 + dice.gauss(0, 0.35)
         sample += -1.7 + dice.gauss(0, 0.5)
         if number % 17 == 16:
             line += 19
-        rows.append(",".join([f"P{number + 1}", *where.split()[:3], f"{line:.3f}", f"{sample:.3f}"]))
+        role = "check" if number % 6 == 5 else "control"
+        rows.append(",".join([f"P{number + 1}", *where.split()[:3], f"{line:.3f}", f"{sample:.3f}", role]))
     return "\n".join(rows) + "\n"
 
 
@@ -63,7 +64,7 @@ def make_pages(folder: Path) -> dict[str, Path]:
     (folder / "control.txt").write_text(control_points(folder, 7, 7))
     (folder / HOSTILE).write_text(control_points(folder, 3, 3))
     (folder / "many.txt").write_text(control_points(folder, 250, 400))
-    run(folder, "fit", "control.txt", "fitted.RPB", "--check", "5", "--html", "fit.html")
+    run(folder, "fit", "control.txt", "fitted.RPB", "--html", "fit.html")
     run(folder, "refine", model, "control.txt", "refined.xml", "--html", "refine.html")
     run(folder, "refine", model, HOSTILE, "refined.xml", "--html", "hostile.html")
     run(folder, "fit", "many.txt", "many.RPB", "--html", "many.html")
@@ -269,6 +270,15 @@ class Pages(unittest.TestCase):
             "[...document.querySelector('#table-2 tbody').rows].filter(r => !r.hidden).map(r => r.cells[0].textContent)"
         )
         self.assertEqual(set(self.ask(shown)), {"pole.RPB"})
+
+    def test_check_points(self) -> None:
+        """They are among the points, and the summary has the root mean square of what the table says."""
+        self.open("refine")
+        distances = [float(row[8]) for row in self.ask(ROWS) if row[1] == "check"]
+        self.assertEqual(len(distances), 8)
+        rms = (sum(distance**2 for distance in distances) / 8) ** 0.5
+        self.assertIn(f"8, rms after {rms:.3f}", self.ask("document.querySelector('dl').textContent"))
+        self.assertEqual(self.ask("document.querySelectorAll('.arrow.second').length"), 16)
 
     def test_pairs(self) -> None:
         """The best come first, those that do not meet the criteria say why, overlaps lie on the map."""

@@ -161,7 +161,7 @@ class Refine : public Command {
     OutputFile out(out_);
     std::optional<OutputFile> page = page_.Open();
     WriteModel(adjusted, model.file.extras, SatCommonUtils::TRPCFileForm::XML, &out);
-    if (page) page->Write(RefinementPageHtml({model_, out_, table, places, origin_.Shift()}, fit, adjusted));
+    if (page) page->Write(RefinementPageHtml({model_, out_, table, places, origin_.Shift()}, fit, adjusted, checks));
     OutputFile::Commit({&out, page ? &*page : nullptr});
     PrintReport(table, checks, adjusted, fit);
     return kSuccess;

@@ -202,14 +202,11 @@ std::string RowName(const PointTable& table, std::size_t row) {
   return id.empty() ? table.Place(row) : std::string(id);
 }
 
-std::string RefinementPageHtml(const RefinementOrigin& origin, const SatCommonUtils::TRefinementFit& fit,
-                               const TRPC& model) {
-  ResidualPage page;
-  page.command = "refine";
-  page.title = "Refinement of " + FileName(origin.model) + " by " + FileName(origin.points.Name());
-  page.lead = fit.message;
-  page.corrected = true;
-  page.names = {"used", "", "bad"};
+namespace {
+
+/// The points of the fit. \return how many are bad.
+std::size_t AddUsed(const RefinementOrigin& origin, const SatCommonUtils::TRefinementFit& fit,
+                    std::vector<MeasuredPoint>* points) {
   std::size_t bad = 0;
   for (std::size_t row = 0; row < fit.points.size(); ++row) {
     const SatCommonUtils::TRefinementResidual& residual = fit.points[row];
@@ -226,8 +223,59 @@ std::string RefinementPageHtml(const RefinementOrigin& origin, const SatCommonUt
     point.line_before = residual.lineBefore;
     point.sample_before = residual.sampleBefore;
     point.standardized = residual.standardized;
-    page.points.push_back(point);
+    points->push_back(point);
   }
+  return bad;
+}
+
+/// Points that check. \return the root mean square of their distances, pixels; NaN of none.
+double AddChecks(const std::vector<ControlTable>& checks, const TRPC& model, double shift,
+                 std::vector<MeasuredPoint>* points) {
+  double sum = 0.0;
+  std::size_t count = 0;
+  for (const ControlTable& check : checks) {
+    std::vector<SatCommonUtils::TGroundControlPoint> ground;
+    ground.reserve(check.table.size());
+    for (std::size_t row = 0; row < check.table.size(); ++row) {
+      ground.push_back({check.ground.lat[row], check.ground.lon[row], check.ground.height[row], check.line[row],
+                        check.sample[row], 1.0});
+    }
+    const std::vector<SatCommonUtils::TRefinementTie> raw = SatCommonUtils::TiesOfGroundControl(model, ground);
+    for (std::size_t row = 0; row < ground.size(); ++row) {
+      MeasuredPoint point;
+      point.name = RowName(check.table, row);
+      point.tone = PageTone::Second;
+      point.lat = ground[row].lat;
+      point.lon = ground[row].lon;
+      point.line = ground[row].line + shift;
+      point.sample = ground[row].sample + shift;
+      double line = 0.0;
+      double sample = 0.0;
+      model.CalculateLineSample(point.lat, point.lon, ground[row].height, &line, &sample, nullptr, nullptr);
+      point.line_off = ground[row].line - line;
+      point.sample_off = ground[row].sample - sample;
+      point.line_before = ground[row].line - raw[row].line;
+      point.sample_before = ground[row].sample - raw[row].sample;
+      sum += Distance(point) * Distance(point);
+      ++count;
+      points->push_back(std::move(point));
+    }
+  }
+  return std::sqrt(sum / static_cast<double>(count));
+}
+
+}  // namespace
+
+std::string RefinementPageHtml(const RefinementOrigin& origin, const SatCommonUtils::TRefinementFit& fit,
+                               const TRPC& model, const std::vector<ControlTable>& checks) {
+  ResidualPage page;
+  page.command = "refine";
+  page.title = "Refinement of " + FileName(origin.model) + " by " + FileName(origin.points.Name());
+  page.lead = fit.message;
+  page.corrected = true;
+  page.names = {"used", "check", "bad"};
+  const std::size_t bad = AddUsed(origin, fit, &page.points);
+  const double check_rms = AddChecks(checks, model, origin.shift, &page.points);
   page.facts = {{"model", origin.model},
                 {"points", origin.points.Name()},
                 {"written", origin.written},
@@ -237,6 +285,10 @@ std::string RefinementPageHtml(const RefinementOrigin& origin, const SatCommonUt
                 {"rms before", PageNumber(fit.rmsBefore, kDigits) + " px"},
                 {"rms after", PageNumber(fit.rmsAfter, kDigits) + " px"},
                 {"true sigma / given sigma", fit.sigmaFactor > 0.0 ? PageNumber(fit.sigmaFactor, kDigits) : "unknown"}};
+  if (page.points.size() > fit.points.size()) {
+    page.facts.push_back({"check points", PageCount(page.points.size() - fit.points.size()) + ", rms after " +
+                                              PageNumber(check_rms, kDigits) + " px"});
+  }
   return ResidualPageHtml(page, model, origin.shift);
 }
 

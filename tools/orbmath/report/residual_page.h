@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "points/control_table.h"
 #include "points/point_table.h"
 #include "refine/refinement_fit.h"
 #include "refine/robust_fit.h"
@@ -72,8 +73,8 @@ struct RefinementOrigin {
   double shift = 0.0;  ///< where line and sample count from on the page
 };
 
-/// The page of a refinement. \param model the refined one.
+/// The page of a refinement. \param model the refined one. \param checks points that took no part in the fit.
 std::string RefinementPageHtml(const RefinementOrigin& origin, const SatCommonUtils::TRefinementFit& fit,
-                               const SatCommonUtils::TRPC& model);
+                               const SatCommonUtils::TRPC& model, const std::vector<ControlTable>& checks = {});
 
 }  // namespace orbmath_tool
