@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -31,6 +32,33 @@ TEST(ManualTest, HelpTextsAreThoseOfTheTool) {
     EXPECT_NE(page.find(block), std::string::npos)
         << "docs/tool.md has another text for 'orbmath " << line << "': bash tools/orbmath/update_manual.sh";
   }
+}
+
+TEST(ManualTest, ExamplesPrintWhatThePageSays) {
+  namespace fs = std::filesystem;
+  if (std::system("bash -c true") != 0) GTEST_SKIP() << "there is no bash";
+  const std::string folder = Workspace() + "/examples";
+  fs::remove_all(folder);
+  fs::create_directories(folder + "/bin");
+  fs::create_symlink(ORBMATH_TOOL, folder + "/bin/orbmath");
+  fs::copy(ORBMATH_TESTS_DIR "/../examples/data", folder + "/data");
+  std::ifstream page(ORBMATH_TESTS_DIR "/../docs/tool.md");
+  std::size_t count = 0;
+  for (std::string line; std::getline(page, line);) {
+    if (line.compare(0, 2, "$ ") != 0 || line.find(" --help") != std::string::npos) continue;
+    std::string expected;
+    for (std::string printed; std::getline(page, printed) && printed != "```";) expected += printed + "\n";
+    WriteText("examples/command.sh",
+              "cd '" + folder + "/data'\nPATH='" + folder + "/bin':$PATH\n" + line.substr(2) + "\n");
+    // Some examples show errors; that a command ran is seen in what it printed.
+    ASSERT_NE(std::system(("bash '" + folder + "/command.sh' > '" + folder + "/printed' 2>&1 < /dev/null").c_str()),
+              -1);
+    const std::string printed = ReadText("examples/printed");
+    ++count;
+    if (printed.find("reference systems are known by") != std::string::npos) continue;  // built without GDAL
+    EXPECT_EQ(printed, expected) << line << "\nrenew docs/tool.md: bash tools/orbmath/update_manual.sh TOOL";
+  }
+  EXPECT_GE(count, 10u);
 }
 
 TEST(ManualTest, PagesAndCompletionsHaveEveryOptionOfTheHelp) {

@@ -1,22 +1,28 @@
 #!/usr/bin/env bash
-# Puts the tool's help texts into docs/tool.md: each block that begins with "$ orbmath ..." gets that command's output.
+# Puts what commands print into docs/tool.md: below each line that begins with "$ " in a block of the page comes what that command
+# prints, errors too. The commands run in a copy of examples/data, one after the other.
 #
 #   bash tools/orbmath/update_manual.sh build/release/tools/orbmath/orbmath
 set -euo pipefail
-[ $# -eq 1 ] || { sed -n '2,4s/^# \{0,1\}//p' "$0"; exit 2; }
+[ $# -eq 1 ] || { sed -n '2,5s/^# \{0,1\}//p' "$0"; exit 2; }
 tool=$(realpath "$1")
-page=$(dirname "$0")/../../docs/tool.md
-new=$(mktemp)
-trap 'rm -f "$new"' EXIT
+root=$(realpath "$(dirname "$0")/../..")
+page=$root/docs/tool.md
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp -r "$root/examples/data" "$work/data"
+mkdir "$work/bin"
+ln -s "$tool" "$work/bin/orbmath"
+export PATH=$work/bin:$PATH
+cd "$work/data"
 skipping=
 while IFS= read -r line; do
   [ -n "$skipping" ] && [ "$line" != '```' ] && continue
   skipping=
   printf '%s\n' "$line"
-  if [[ $line == '$ orbmath '* ]]; then
-    read -ra arguments <<<"${line#'$ orbmath '}"
-    "$tool" "${arguments[@]}"
+  if [[ $line == '$ '* ]]; then
+    bash -c "${line#'$ '}" 2>&1 </dev/null || true
     skipping=yes
   fi
-done <"$page" >"$new"
-cat "$new" >"$page"
+done <"$page" >"$work/page"
+cat "$work/page" >"$page"

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "points/field_text.h"
 #include "points/line_block.h"
@@ -43,7 +42,7 @@ void WalkLines(std::string_view text, LineBlock* block, Parse parse) {
       block->lines.push_back({PointLine::Kind::Point, {behind, static_cast<std::size_t>(end - behind)}});
       ++block->count;
     } else {
-      block->refused.push_back({block->lines.size(), std::move(reason)});
+      block->refused.push_back({block->lines.size(), reason});
       block->lines.push_back({PointLine::Kind::Refused, {behind, static_cast<std::size_t>(end - behind)}});
     }
     at = next;

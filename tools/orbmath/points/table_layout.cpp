@@ -150,6 +150,7 @@ TableLayout LayoutOfNames(const std::vector<TableColumn>& wanted, const std::vec
   layout.names = names;
   layout.fields.resize(names.size());
   std::vector<std::string> keys;
+  keys.reserve(names.size());
   for (const std::string& name : names) keys.push_back(KeyOfName(name));
   std::vector<bool> taken(names.size());
   for (std::size_t i = 0; i < wanted.size(); ++i) {
@@ -204,6 +205,7 @@ void LayoutFinder::TakeFirstRecord(std::string_view line) {
   std::string reason;
   const bool is_record = SplitRecord(line, &members, &reason);
   std::vector<std::string> names;
+  names.reserve(members.size());
   for (const JsonMember& member : members) names.emplace_back(member.key);
   has_names_ = true;
   layout_ = LayoutOfNames(wanted_, names, Separator::Blanks, keep_others_);
