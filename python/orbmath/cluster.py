@@ -6,7 +6,8 @@ Models travel to the workers by pickle, bit for bit, so results are those of one
 
 from __future__ import annotations
 
-from collections.abc import Iterable
+from collections.abc import Callable, Iterable, Sequence
+from functools import lru_cache
 from typing import Any
 
 import dask
@@ -14,7 +15,9 @@ import dask.array as da
 import numpy as np
 
 from .model import Location, Model
+from .ortho import ToGround, image_window, map_grid, resample
 from .states import State
+from .terrain import Terrain
 from .threads import set_threads
 
 #: A Dask array, a numpy array or a number.
@@ -123,6 +126,67 @@ def coordinate_grid(model: Model, height: float, step: float = 1.0, chunks: int 
     return both[0], both[1]
 
 
+@lru_cache(maxsize=4)
+def _made(make: Callable[[], Terrain]) -> Terrain:
+    """Give what a function makes; once in each process."""
+    return make()
+
+
+def orthorectify(
+    read: Callable[[slice, slice], Any],
+    image_shape: tuple[int, int],
+    model: Model,
+    terrain: Terrain | Callable[[], Terrain],
+    transform: Sequence[float],
+    shape: tuple[int, int],
+    *,
+    to_ground: ToGround | None = None,
+    mask_hidden: bool = False,
+    nodata: float = np.nan,
+    chunks: int = 1024,
+) -> Any:
+    """Make an orthoimage of one band, lazily: each block reads what it needs of the image where it is computed.
+
+    Parameters
+    ----------
+    read
+        (lines, samples), two slices, to the pixels there. It travels to the workers, so it opens the file itself.
+    image_shape
+        Lines and samples of the image.
+    model
+        The image's.
+    terrain
+        Heights, or a function that opens them, called once in each process: terrain itself does not travel between
+        processes.
+    transform, to_ground, mask_hidden
+        As in `orbmath.ortho.map_grid`.
+    shape
+        Rows and columns of the map.
+    nodata
+        The value of pixels without data.
+    chunks
+        Pixels along the side of a block.
+
+    Returns
+    -------
+    array
+        A Dask array (rows, columns) of doubles, bilinear.
+    """
+
+    def of_block(block_info: Any = None) -> Any:
+        rows, columns = block_info[None]["array-location"]
+        ground = terrain if isinstance(terrain, Terrain) else _made(terrain)
+        line, sample = map_grid(model, ground, transform, rows, columns, to_ground=to_ground, mask_hidden=mask_hidden)
+        window = image_window(line, sample, image_shape)
+        if window is None:
+            return np.full(line.shape, nodata)
+        pixels = read(*window)
+        return resample(pixels, line - window[0].start, sample - window[1].start, nodata=nodata)
+
+    parts = da.core.normalize_chunks(chunks, shape, dtype=np.float64)
+    return da.map_blocks(of_block, chunks=parts, dtype=np.float64, meta=np.empty((0, 0)))
+
+
 def _survey_one(path: str) -> dict[str, Any]:
     try:
         model = Model.open(path)
@@ -159,4 +223,4 @@ def survey(paths: Iterable[str]) -> list[dict[str, Any]]:
     return list(dask.compute(*(one(str(path)) for path in paths)))
 
 
-__all__ = ["coordinate_grid", "locate", "one_thread_each", "project", "survey"]
+__all__ = ["coordinate_grid", "locate", "one_thread_each", "orthorectify", "project", "survey"]
