@@ -132,8 +132,10 @@ void ImageCoordinates::FindFootprint() {
   TTerrainBox box = {HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
   for (const double h : {range.lowest, range.highest}) {
     for (int i = 0; i < kSide * kSide; ++i) {
-      const double line = (height_ * double(i / kSide)) / (kSide - 1) - 0.5;
-      const double sample = (width_ * double(i % kSide)) / (kSide - 1) - 0.5;
+      const int down = i / kSide;
+      const int across = i % kSide;
+      const double line = height_ * (double(down) / (kSide - 1)) - 0.5;
+      const double sample = width_ * (double(across) / (kSide - 1)) - 0.5;
       const TGroundSolution ground = SolveLatLon(model_, line, sample, h);
       if (!ground) return;
       box = {std::min(box.south, ground.lat), std::min(box.west, ground.lon), std::max(box.north, ground.lat),
@@ -225,12 +227,16 @@ void ImageCoordinates::Fill(int column, int row, int size, Ground* ground) const
   const double half = 0.5 * size;
   double columns[kPoints], rows[kPoints], points[kChannels][kPoints];
   for (int i = 0; i < kNodes; ++i) {
-    columns[i] = column + half * (i % 3);
-    rows[i] = row + half * (i / 3);
+    const int across = i % 3;
+    const int down = i / 3;
+    columns[i] = column + half * across;
+    rows[i] = row + half * down;
   }
   for (int i = 0; i < 4; ++i) {
-    columns[kNodes + i] = column + half * (0.5 + i % 2);
-    rows[kNodes + i] = row + half * (0.5 + i / 2);
+    const int across = i % 2;
+    const int down = i / 2;
+    columns[kNodes + i] = column + half * (0.5 + across);
+    rows[kNodes + i] = row + half * (0.5 + down);
   }
   double* values[kChannels];
   for (int k = 0; k < kChannels; ++k) values[k] = points[k];

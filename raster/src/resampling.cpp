@@ -39,7 +39,8 @@ double SinPi(double x) {
 
 /// sin(pi x) for 0 <= x <= 3.
 double SinPiUpTo3(double x) {
-  const int turns = static_cast<int>(x + 0.5);
+  const double shifted = x + 0.5;
+  const int turns = static_cast<int>(shifted);
   const double s = SinPi(x - turns);
   return turns % 2 == 0 ? s : -s;
 }
@@ -262,9 +263,10 @@ Sample Resampler::General(const PixelWindow<Sample>& window, double line, double
 template <class Sample>
 Sample Resampler::One(const PixelWindow<Sample>& window, double line, double sample) const {
   const PixelRect& rect = window.rect;
-  // At least -0.5, or the point would lie outside the image.
-  const std::ptrdiff_t nearest =
-      static_cast<std::ptrdiff_t>(line - rect.row + 0.5) * rect.columns + static_cast<int>(sample - rect.column + 0.5);
+  // From the outer edge of the window's first pixel; not negative, or the point would lie outside the image.
+  const double row = line - rect.row + 0.5;
+  const double column = sample - rect.column + 0.5;
+  const std::ptrdiff_t nearest = static_cast<std::ptrdiff_t>(row) * rect.columns + static_cast<int>(column);
   if (window.known != nullptr && window.known[nearest] == 0) return std::numeric_limits<Sample>::quiet_NaN();
   return kind_ == TResampling::Nearest ? window.pixels[nearest] : General(window, line, sample);
 }
