@@ -7,6 +7,7 @@ pixel centres, unless its maker says otherwise.
 
 from importlib.metadata import PackageNotFoundError, version
 
+from .adjusting import Adjustment, adjust
 from .checking import Check, Finding, View
 from .comparison import Comparison, compare
 from .fitting import FitReport, fit
@@ -25,6 +26,7 @@ except PackageNotFoundError:  # a source tree that was never installed
     __version__ = "0"
 
 __all__ = [
+    "Adjustment",
     "Check",
     "Comparison",
     "Finding",
@@ -40,6 +42,7 @@ __all__ = [
     "TerrainState",
     "View",
     "Visibility",
+    "adjust",
     "compare",
     "fit",
     "get_threads",

@@ -55,6 +55,7 @@ void DefineModel(nb::module_& module);
 void DefineSolving(nb::module_& module);
 void DefineFitting(nb::module_& module);
 void DefineRefining(nb::module_& module);
+void DefineAdjusting(nb::module_& module);
 void DefineTerrain(nb::module_& module);
 void DefineChecking(nb::module_& module);
 

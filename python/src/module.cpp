@@ -16,4 +16,5 @@ NB_MODULE(_core, module) {
   orbmath_python::DefineRefining(module);
   orbmath_python::DefineTerrain(module);
   orbmath_python::DefineChecking(module);
+  orbmath_python::DefineAdjusting(module);
 }

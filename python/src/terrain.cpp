@@ -14,6 +14,7 @@
 #include "arrays.h"
 #include "frame/zxstd/message.h"
 #include "model.h"
+#include "surface.h"
 #include "terrain/height_grid.h"
 #include "terrain/height_surface.h"
 #include "terrain/terrain_locator.h"
@@ -23,13 +24,6 @@ namespace orbmath_python {
 using namespace SatCommonUtils;  // NOLINT(google-build-using-namespace): a source file of its host
 
 namespace {
-
-using TSurface = std::shared_ptr<const THeightSurface>;
-
-// A surface as Python holds it.
-struct THeld {
-  TSurface surface;
-};
 
 // Plane coordinates by a callable of Python, (lon, lat) -> (x, y): pyproj's Transformer.transform, say.
 class TCallableMapping final : public TGridMapping {
