@@ -1,6 +1,8 @@
 """Opens the tool's pages in headless Chromium, uses them as a person would, and takes pictures of them.
 
-usage: pages_in_browser.py TOOL EXAMPLE_DATA PICTURES
+usage: pages_in_browser.py TOOL EXAMPLE_DATA PICTURES [BLOCK_EXAMPLE]
+
+BLOCK_EXAMPLE is the program that makes a small block of images; without it the page of `adjust` stays out.
 
 Without a Chromium the test is left out, and says so.
 """
@@ -21,7 +23,7 @@ from typing import Any
 from devtools import Browser
 
 CHROMIUM = next(filter(None, map(shutil.which, ("chromium", "chromium-browser", "google-chrome"))), None)
-LOOKED_AT = ("fit", "refine", "check", "pairs")
+LOOKED_AT = ["fit", "refine", "check", "pairs"]
 WIDTHS = (1280, 390)
 SCHEMES = ("light", "dark")
 HOSTILE = "<script>window.hacked=1<script><img src=x onerror=window.hacked=1>\"'&.txt"
@@ -31,6 +33,7 @@ LEAST_CONTRAST = 4.5  # of text on its ground: WCAG 2.2, 1.4.3
 LEAST_TEXT = 8.5  # pixels of text in a drawing on the narrow screen
 
 TOOL, DATA, PICTURES = (Path(argument).resolve() for argument in sys.argv[1:4])
+BLOCK_EXAMPLE = next(iter(sys.argv[4:]), "")
 
 
 def run(folder: Path, *arguments: str, text: str = "", status: int = 0) -> str:
@@ -75,7 +78,16 @@ def make_pages(folder: Path) -> dict[str, Path]:
     run(folder, "check", model, "pole.RPB", "tall.RPB", "none.RPB", "--mirrored", "--html", "check.html", status=1)
     right = str(DATA / "pushbroom_right.RPB")
     run(folder, "pairs", model, right, "tall.RPB", "--min-angle", "20", "--html", "pairs.html")
-    return {name: folder / f"{name}.html" for name in (*LOOKED_AT, "hostile", "many")}
+    pages = {name: folder / f"{name}.html" for name in (*LOOKED_AT, "hostile", "many")}
+    if BLOCK_EXAMPLE:
+        (folder / "block").mkdir()
+        subprocess.run([BLOCK_EXAMPLE, "block"], cwd=folder, check=True, stdout=subprocess.DEVNULL)
+        images = [f"block/image{i}.xml" for i in range(6)]
+        ties = ("--measurements", "block/measurements.csv", "--control", "block/control.csv")
+        run(folder, "adjust", *images, *ties, "--sigma", "0.3", "--out", "adjusted")
+        pages["adjust"] = folder / "adjusted" / "report.html"
+        LOOKED_AT.append("adjust")
+    return pages
 
 
 def contrast(first: str, second: str) -> float:
