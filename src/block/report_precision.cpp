@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "block/chi_square.h"
 #include "block/parallel.h"
@@ -18,7 +17,6 @@ using Zentarix::ssprintf;
 
 constexpr std::size_t kPointRun = 256;
 constexpr double kVarianceFloor = 0.02;
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// The largest standard deviation of a correction over the corners of the model's box.
 double CornerSigma(const std::array<double, 36>& covariance) {
