@@ -19,6 +19,7 @@ from .refining import RefineReport, refine
 from .states import State
 from .terrain import Terrain, TerrainState, Visibility
 from .threads import get_threads, set_threads
+from .uncertainty import Uncertainty, UncertaintyState, intersect_uncertainty, locate_uncertainty
 
 try:
     __version__ = version("orbmath")
@@ -40,6 +41,8 @@ __all__ = [
     "State",
     "Terrain",
     "TerrainState",
+    "Uncertainty",
+    "UncertaintyState",
     "View",
     "Visibility",
     "adjust",
@@ -47,6 +50,8 @@ __all__ = [
     "fit",
     "get_threads",
     "intersect",
+    "intersect_uncertainty",
+    "locate_uncertainty",
     "pairs",
     "refine",
     "set_threads",

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "accuracy/error_model.h"
 #include "arrays.h"
 #include "frame/zxstd/message.h"
 #include "frame/zxstd/stream.h"
@@ -207,11 +208,13 @@ TModel TModel::OfRecord(const TRPCData& record, TRPCFileExtras extras, std::opti
   return {rpc, std::move(extras)};
 }
 
-TModel TModel::Adjusted(const TModel& raw, const TRPCRefinementDataBase& refinement) {
+TModel TModel::Adjusted(const TModel& raw, const TRPCRefinementDataBase& refinement,
+                        const TRefinementCovariance& covariance) {
   try {
     const TRPCData record = raw.record();
     auto rpc = make_var_a<TAdjustedRPC>(&record, &refinement);
     CopyMarginAndRaster(raw.rpc(), rpc.get());
+    rpc->SetRefinementCovariance(covariance);
     return {rpc, raw.extras_};
   } catch (const TZxMessage&) {
     throw std::runtime_error("this refinement has no inverse");
@@ -241,7 +244,11 @@ TModel TModel::Plain() const {
   if (!plain.success) throw std::runtime_error(plain.message);
   auto rpc = make_var_a<TRPC>(plain.record, nullptr);
   CopyMarginAndRaster(*rpc_, rpc.get());
-  return {rpc, extras_};
+  TRPCFileExtras extras = extras_;
+  const TExportedErrors errors = ErrorsOfExport(*rpc_);
+  if (errors.bias) extras.biasError = errors.bias;
+  if (errors.random) extras.randomError = errors.random;
+  return {rpc, extras};
 }
 
 void DefineModel(nb::module_& module) {

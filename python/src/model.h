@@ -28,7 +28,8 @@ class TModel {
   static TModel OfRecord(const SatCommonUtils::TRPCData& record, SatCommonUtils::TRPCFileExtras extras,
                          std::optional<std::pair<int, int>> raster);
   /// The model of `raw` with a refinement on top of it. \throws std::runtime_error when it has no inverse.
-  static TModel Adjusted(const TModel& raw, const SatCommonUtils::TRPCRefinementDataBase& refinement);
+  static TModel Adjusted(const TModel& raw, const SatCommonUtils::TRPCRefinementDataBase& refinement,
+                         const SatCommonUtils::TRefinementCovariance& covariance = {});
   /// The whole model, bit for bit, and back. \throws std::runtime_error
   std::string ToXml() const;
   static TModel OfXml(const std::string& xml);
@@ -57,6 +58,7 @@ void DefineFitting(nb::module_& module);
 void DefineRefining(nb::module_& module);
 void DefineAdjusting(nb::module_& module);
 void DefineTerrain(nb::module_& module);
+void DefineUncertainty(nb::module_& module);
 void DefineChecking(nb::module_& module);
 
 }  // namespace orbmath_python

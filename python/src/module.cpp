@@ -15,6 +15,7 @@ NB_MODULE(_core, module) {
   orbmath_python::DefineFitting(module);
   orbmath_python::DefineRefining(module);
   orbmath_python::DefineTerrain(module);
+  orbmath_python::DefineUncertainty(module);
   orbmath_python::DefineChecking(module);
   orbmath_python::DefineAdjusting(module);
 }

@@ -84,7 +84,7 @@ nb::object Refine(const TModel& model, nb::handle lat, nb::handle lon, nb::handl
     good = FitGroundControl(model.rpc(), control, options, &fit);
   }
   if (!good) throw std::runtime_error(fit.message);
-  return nb::make_tuple(TModel::Adjusted(model, *fit.data), DictOf(fit));
+  return nb::make_tuple(TModel::Adjusted(model, *fit.data, fit.covariance), DictOf(fit));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "terrain/height_grid.h"
 #include "terrain/height_surface.h"
 #include "terrain/terrain_locator.h"
+#include "uncertainty.h"
 
 namespace orbmath_python {
 
@@ -140,6 +141,19 @@ class TLocator {
     return ScalarOrArray(object);
   }
 
+  nb::object Uncertainty(nb::handle lat, nb::handle lon, nb::handle height, double demSigma,
+                         std::optional<double> sigma, std::optional<double> bias, std::optional<double> random) const {
+    const TImageErrors errors = ErrorsOf(model_, sigma, bias, random);
+    const TBroadcast points({lat, lon, height});
+    std::vector<TGroundUncertainty> uncertainties(points.size());
+    {
+      const nb::gil_scoped_release free;
+      TerrainUncertaintyArray(model_.rpc(), errors, *terrain_.surface, {demSigma, 0.0}, points.size(), points[0],
+                              points[1], points[2], uncertainties.data());
+    }
+    return UncertaintyArrays(points.shape(), uncertainties);
+  }
+
  private:
   TModel model_;
   THeld terrain_;
@@ -172,6 +186,11 @@ void DefineTerrain(nb::module_& module) {
       .def("locate", &TLocator::Locate, nb::arg("line"), nb::arg("sample"),
            nb::sig("def locate(self, line: object, sample: object) -> tuple[typing.Any, typing.Any, typing.Any, "
                    "typing.Any, typing.Any]"))
+      .def("uncertainty", &TLocator::Uncertainty, nb::arg("lat"), nb::arg("lon"), nb::arg("height"),
+           nb::arg("dem_sigma"), nb::arg("sigma").none(), nb::arg("bias").none(), nb::arg("random").none(),
+           nb::sig("def uncertainty(self, lat: object, lon: object, height: object, dem_sigma: float, sigma: float | "
+                   "None, bias: float | None, random: float | None) -> tuple[typing.Any, typing.Any, typing.Any, "
+                   "typing.Any, typing.Any, typing.Any]"))
       .def("visibility", &TLocator::Visibility, nb::arg("lat"), nb::arg("lon"), nb::arg("height"),
            nb::sig("def visibility(self, lat: object, lon: object, height: object) -> typing.Any"));
   module.def(
