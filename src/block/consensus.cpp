@@ -229,7 +229,6 @@ std::size_t JudgePoint(std::size_t point, const TEquations& equations, TJudge* j
   const char wasBad = network->knownIsBad[point];
   network->knownIsBad[point] = 0;
   judge->Take(*network, equations, point);
-  // What is not known cannot be bad: a tie where the surface has no height.
   const std::size_t needed = network->NeededRays(point);
   bool rival = false;
   const THypothesis best = judge->Judge(needed, &rival);
