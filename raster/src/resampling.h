@@ -31,7 +31,7 @@ class Resampler {
 
   /// \param line, sample `count` image points, NaN for none; their pixels are in the window, with what the kernel
   /// reaches around them as far as the image has it.
-  /// \param out grey values; NaN where there is no point or the pixel there has no data.
+  /// \param out `count` grey values, not rounded; NaN where there is no point or the pixel there has no data.
   template <class Sample>
   void Run(const PixelWindow<Sample>& window, std::size_t count, const double* line, const double* sample,
            Sample* out) const;
