@@ -72,7 +72,7 @@ struct TModelCheckOptions {
 enum class TModelCheckState {
   NotRun,
   Done,
-  NoModel  ///< the record is incomplete: nothing but that could be looked at
+  NoModel  ///< the record is incomplete or that of an inverse model: nothing but that could be looked at
 };
 
 /// What a check found.

@@ -155,8 +155,8 @@ void CheckPixels(const TExamined& examined) {
     sizes[0] = std::min(sizes[0], view.gsd);
     sizes[1] = std::max(sizes[1], view.gsd);
   }
-  TViewingGeometry view =
-      ViewingGeometryAt(examined.model, examined.model.GetCenterLine(), examined.model.GetCenterSample(), h);
+  const TImagePoint middle = image.At({0.0, 0.0});
+  const TViewingGeometry view = ViewingGeometryAt(examined.model, middle.line, middle.sample, h);
   if (!view) return;
   double line, sample, dLine[3], dSample[3];
   examined.model.CalculateLineSample(view.ground.lat, view.ground.lon, view.ground.h, &line, &sample, dLine, dSample);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "rpc/inverse_rpc.h"
 #include "rpc/model_checks.h"
 #include "rpc/rpc_fields.h"
 #include "rpc/rpc_terms.h"
@@ -18,6 +19,7 @@ using Severity = TFindingSeverity;
 constexpr double kLowest = -500.0;
 constexpr double kHighest = 9000.0;
 constexpr double kFarthestTurn = 540.0;  // degrees: longitudes beyond are taken for damaged everywhere
+constexpr double kLargestAngle = 360.0;  // degrees: a larger latitude is a line of an image
 constexpr double kThinnest = 1.0;        // metres of height scale
 constexpr double kLargeNumber = 1e4;     // a coefficient that no fit to normalised coordinates gives
 constexpr double kBeyondSense = 1e9;     // and one that leaves few digits of the rest
@@ -78,6 +80,12 @@ bool CheckRecord(const TExamined& examined) {
   if (const char* const bad = BadNumber(record)) {
     examined.Add(Severity::Unfit, Kind::Record, "a number is missing, not finite, or a scale of 0", bad,
                  "the model cannot be evaluated");
+    return false;
+  }
+  if (IsInverseRPC(record) && std::abs(record.latOffset) > kLargestAngle) {
+    examined.Add(Severity::Unfit, Kind::Record, "the record is that of an inverse model: image to ground",
+                 "a latitude of " + Rounded(record.latOffset, 6),
+                 "it maps no ground into an image: 'TInverseRPC' evaluates it");
     return false;
   }
   CheckDenominator(examined, record.lineDenCoef, "lineDenCoef");

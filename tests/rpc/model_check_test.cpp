@@ -86,6 +86,7 @@ TEST(ModelCheck, FindsEveryFault) {
   } faults[] = {
       {"a number is missing", Severity::Unfit, Kind::Record, [](TRPCData& r) { r.sampDenCoef[7] = kUnsetMark; }},
       {"zero scale", Severity::Unfit, Kind::Record, [](TRPCData& r) { r.heightScale = 0.0; }},
+      {"an inverse model", Severity::Unfit, Kind::Record, [](TRPCData& r) { r.latOffset = 8000.0; }},
       {"doubled line", Severity::Warning, Kind::Denominator,
        [](TRPCData& r) {
          for (int k = 0; k < 20; ++k) r.lineNumCoef[k] *= 2.0, r.lineDenCoef[k] *= 2.0;
