@@ -125,6 +125,18 @@ TEST(ModelCheck, FindsEveryFault) {
   }
 }
 
+TEST(ModelCheck, NamesTheOrderOfTerms) {
+  const TRPCData good = GoodRecord();
+  EXPECT_NE(TextOf(CheckModel(TRPC(InOrderA(good), nullptr))).find("stand in the order RPC00A"), std::string::npos);
+  TRPCData read = good;  // as if it stood in the order of A
+  for (const TRPCCoefficientField& field : RPCCoefficientFields()) {
+    for (int k = 0; k < 20; ++k) {
+      (read.*field.values)[k] = (good.*field.values)[RPCTermPosition(TRPCTermOrder::RPC00A, k)];
+    }
+  }
+  EXPECT_NE(TextOf(CheckModel(TRPC(read, nullptr))).find("of RPC00B that were read as RPC00A"), std::string::npos);
+}
+
 TEST(ModelCheck, ComparesRasterDomainsAndTheOtherDirection) {
   TRPCData record = GoodRecord();
   record.sampOffset = record.sampScale *= 0.7;  // an image that is no square
