@@ -51,11 +51,11 @@ ORBMATH_API const char* FindingKindName(TFindingKind kind) noexcept;
 
 /// One thing that was found.
 struct TModelFinding {
-  TFindingSeverity severity = TFindingSeverity::Note;
-  TFindingKind kind = TFindingKind::Record;
-  std::string what;         ///< e.g. "a denominator changes its sign"
-  std::string where;        ///< e.g. "at 312 of 15129 points of the ground box"
-  std::string consequence;  ///< e.g. "what lies behind has no image"
+  TFindingSeverity severity = TFindingSeverity::Note;  ///< how much it weighs
+  TFindingKind kind = TFindingKind::Record;            ///< what it is about
+  std::string what;                                    ///< e.g. "a denominator changes its sign"
+  std::string where;                                   ///< e.g. "at 312 of 15129 points of the ground box"
+  std::string consequence;                             ///< e.g. "what lies behind has no image"
   /// Pixels that it is about, NaN when it is not about pixels.
   double distance = std::numeric_limits<double>::quiet_NaN();
 };
@@ -77,13 +77,13 @@ enum class TModelCheckState {
 
 /// What a check found.
 struct ORBMATH_API TModelCheck {
-  TModelCheckState state = TModelCheckState::NotRun;
-  std::string message = "not run";      ///< one sentence
-  std::vector<TModelFinding> findings;  ///< the heaviest first
-  TViewingGeometry view;                ///< of the middle of the image at the mean height
-  TImageFootprint footprint;            ///< at the mean height
-  TImageFootprint lowFootprint;         ///< at the lower end of the model's heights
-  TImageFootprint highFootprint;        ///< at the upper end
+  TModelCheckState state = TModelCheckState::NotRun;  ///< how the check ended
+  std::string message = "not run";                    ///< one sentence
+  std::vector<TModelFinding> findings;                ///< the heaviest first
+  TViewingGeometry view;                              ///< of the middle of the image at the mean height
+  TImageFootprint footprint;                          ///< at the mean height
+  TImageFootprint lowFootprint;                       ///< at the lower end of the model's heights
+  TImageFootprint highFootprint;                      ///< at the upper end
   /// The worst of image to ground to image, over a grid of the image and the heights, pixels.
   double roundTrip = std::numeric_limits<double>::quiet_NaN();
   /// How far lines of sight are from straight ones whose direction changes evenly over the image, pixels.

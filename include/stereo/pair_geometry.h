@@ -47,9 +47,9 @@ enum class TStereoPairState {
 struct TStereoPair {
   static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-  TStereoPairState state = TStereoPairState::NotRun;
-  std::size_t first = 0;  ///< places of the images in the list
-  std::size_t second = 0;
+  TStereoPairState state = TStereoPairState::NotRun;  ///< how the look ended
+  std::size_t first = 0;                              ///< places of the images in the list
+  std::size_t second = 0;                             ///< the larger of the two
   TGroundPoint place{kNaN, kNaN,
                      kNaN};         ///< where the angles are those of the pair: amid the largest part of the overlap
   double overlapArea = 0.0;         ///< square metres on the ellipsoid
@@ -116,8 +116,8 @@ enum class TPairSearchState {
 
 /// The pairs of a list of images.
 struct TPairSearch {
-  TPairSearchState state = TPairSearchState::NotRun;
-  std::string message = "not run";  ///< one sentence
+  TPairSearchState state = TPairSearchState::NotRun;  ///< how the search ended
+  std::string message = "not run";                    ///< one sentence
   std::size_t candidates = 0;       ///< pairs whose footprints' boxes touch: those that were looked at
   std::size_t accepted = 0;         ///< pairs that meet the criteria; they come first
   std::vector<std::size_t> unseen;  ///< images without a footprint

@@ -127,12 +127,14 @@ TEST(PairGeometry, TestsEveryCriterion) {
 
 TEST(PairSearch, FindsEveryPairThatOverlaps) {
   std::vector<TRPC> models;
+  models.reserve(60);
   std::mt19937 random(5);
   std::uniform_real_distribution<double> lat(-0.3, 0.3), lon(-0.8, 0.8), lean(-0.05, 0.05);
   // Around the 180th meridian, in three turns.
   for (int i = 0; i < 60; ++i)
     models.push_back(FlatImage(45.0 + lat(random), 180.0 + lon(random) - 360.0 * (i % 3 == 0), lean(random)));
   std::vector<TStereoImage> images;
+  images.reserve(models.size() + 1);
   for (const TRPC& model : models) images.push_back(ImageOf(model));
   images.push_back(TStereoImage());
 
