@@ -15,10 +15,10 @@ namespace SatCommonUtils {
 
 /// How one image point looks at the ground. All numbers are NaN unless the state is `Converged`.
 struct TViewingGeometry {
-  static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+  static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();  ///< what is not known
 
   TGroundState state = TGroundState::NotRun;  ///< how the search for the ground points ended
-  TGroundPoint ground{kNaN, kNaN, kNaN};
+  TGroundPoint ground{kNaN, kNaN, kNaN};      ///< what the image point shows
   double east = kNaN;        ///< of the unit vector along the line of sight, from the ground towards the sensor
   double north = kNaN;       ///< of the same
   double up = kNaN;          ///< of the same: along the normal of the WGS84 ellipsoid
@@ -29,6 +29,7 @@ struct TViewingGeometry {
   /// Ground sample distance, metres: the side of a square as large as a pixel on the ground.
   double gsd = kNaN;
 
+  /// True for `Converged`.
   explicit operator bool() const noexcept { return state == TGroundState::Converged; }
 };
 
@@ -50,6 +51,7 @@ struct TImageFootprint {
   TPolygon ring;
   double area = std::numeric_limits<double>::quiet_NaN();  ///< square metres on the ellipsoid
 
+  /// True for `Converged`.
   explicit operator bool() const noexcept { return state == TGroundState::Converged; }
 };
 

@@ -45,7 +45,7 @@ enum class TStereoPairState {
 
 /// Two images of one ground. NaN is what is not known.
 struct TStereoPair {
-  static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+  static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();  ///< what is not known
 
   TStereoPairState state = TStereoPairState::NotRun;  ///< how the look ended
   std::size_t first = 0;                              ///< places of the images in the list
@@ -75,6 +75,7 @@ struct TStereoPair {
   double quality = 0.0;
   std::vector<TPolygon> overlap;  ///< x longitude in the turn of the first model, y latitude; see the options
 
+  /// True for `Done`.
   explicit operator bool() const noexcept { return state == TStereoPairState::Done; }
 };
 
@@ -124,6 +125,7 @@ struct TPairSearch {
   std::vector<TStereoPair>
       pairs;  ///< that overlap: those that meet the criteria, then the others, each by falling quality
 
+  /// True for `Done`.
   explicit operator bool() const noexcept { return state == TPairSearchState::Done; }
 };
 
