@@ -5,6 +5,12 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+# How a program or a library says the folder where it lies itself, for its search path.
+set(ORBMATH_OWN_FOLDER "$ORIGIN")
+if(APPLE)
+  set(ORBMATH_OWN_FOLDER "@loader_path")
+endif()
+
 # orbmath_compile_options(target): warnings, and the floating-point rules of the library. Contraction is off so
 # that a result does not depend on the processor.
 function(orbmath_compile_options target)
