@@ -1,5 +1,7 @@
-# Sourced by the checks of other platforms than Debian's own: `foreign_libraries NAME CMAKE_ARGUMENT...` builds what the project stands on
-# (pugixml, GoogleTest, CLI11) for one of them from Debian's sources and sets `foreign_prefix` to where CMake finds it.
+# Sourced by the checks of other platforms than Debian's own. `foreign_libraries NAME CMAKE_ARGUMENT...` builds what the project stands on
+# (pugixml, GoogleTest, CLI11) for one of them from Debian's sources and sets `foreign_prefix` to where CMake finds it;
+# `foreign_build NAME CMAKE_ARGUMENT...` builds that, library, tool and tests in build/NAME, all without a warning;
+# `foreign_tests NAME CTEST_ARGUMENT...` runs the tests and says what was left out.
 # shellcheck shell=bash
 # shellcheck source=scripts/packages.sh
 source scripts/packages.sh
@@ -22,7 +24,7 @@ fetch_pugixml() {
 foreign_libraries() {
   local name=$1 source build
   shift
-  need_packages cmake ninja-build googletest libcli11-dev
+  need_packages cmake ninja-build googletest libcli11-dev libeigen3-dev
   fetch_pugixml
   foreign_prefix=$PWD/build/foreign/$name
   for source in build/foreign/apt/pugixml-*/ /usr/src/googletest; do
@@ -32,7 +34,8 @@ foreign_libraries() {
     cmake --build "$build" -j "$foreign_jobs" >/dev/null
     cmake --install "$build" >/dev/null
   done
-  # CLI11 is headers only; away from /usr/include, they do not bring the machine's own headers with them.
+  # CLI11 is headers only; away from /usr/include, they do not bring the machine's own headers with them. Those of Eigen stand
+  # in a folder of their own.
   mkdir -p "$foreign_prefix/include" "$foreign_prefix/lib/cmake/CLI11"
   cp -r /usr/include/CLI "$foreign_prefix/include/"
   cat >"$foreign_prefix/lib/cmake/CLI11/CLI11Config.cmake" <<'CONFIG'
@@ -41,4 +44,20 @@ if(NOT TARGET CLI11::CLI11)
   set_target_properties(CLI11::CLI11 PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${CMAKE_CURRENT_LIST_DIR}/../../../include")
 endif()
 CONFIG
+}
+
+foreign_build() {
+  local name=$1
+  shift
+  foreign_libraries "$name" "$@"
+  cmake -G Ninja -S . -B "build/$name" -DEigen3_DIR=/usr/share/eigen3/cmake -DCMAKE_PREFIX_PATH="$foreign_prefix" -DCMAKE_BUILD_TYPE=Release -DORBMATH_BUILD_TESTS=ON \
+    -DORBMATH_BUILD_RASTER=OFF -DORBMATH_WERROR=ON "$@" >/dev/null
+  cmake --build "build/$name" -j "$foreign_jobs" -- -k 0
+}
+
+foreign_tests() {
+  local name=$1
+  shift
+  ctest --test-dir "build/$name" --output-on-failure --parallel "$foreign_jobs" "$@"
+  bash scripts/left_out.sh "build/$name"
 }

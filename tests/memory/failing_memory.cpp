@@ -21,11 +21,26 @@ bool Fails() {
   return fails;
 }
 
+#if defined(_WIN32)
+
+void* Reserve(std::size_t size, std::size_t alignment) { return _aligned_malloc(size, alignment); }
+void GiveBack(void* block) { _aligned_free(block); }
+
+#else
+
+void* Reserve(std::size_t size, std::size_t alignment) {
+  void* block = nullptr;
+  return posix_memalign(&block, alignment, size) == 0 ? block : nullptr;
+}
+void GiveBack(void* block) { std::free(block); }
+
+#endif
+
 void* Allocate(std::size_t size, std::size_t alignment) {
   if (Fails()) return nullptr;
   // Of the very size that was asked for: bytes for rounding would hide from sanitizers what is read behind the end.
-  void* block = nullptr;
-  if (posix_memalign(&block, alignment, size == 0 ? 1 : size) != 0) return nullptr;
+  void* const block = Reserve(size == 0 ? 1 : size, alignment);
+  if (block == nullptr) return nullptr;
   ++g_live;
   return block;
 }
@@ -39,7 +54,7 @@ void* AllocateOrThrow(std::size_t size, std::size_t alignment) {
 void Free(void* block) {
   if (block == nullptr) return;
   --g_live;
-  std::free(block);
+  GiveBack(block);
 }
 
 constexpr std::size_t kAlignment = alignof(std::max_align_t);

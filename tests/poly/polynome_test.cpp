@@ -99,6 +99,9 @@ bool LacksMemory(const Call& call) {
 
 // Memory that is not there is asked for first, and the old coefficients freed afterwards.
 TEST(Polynome, KeepsItsCoefficientsWhenMemoryFails) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "the memory of a library is out of its host's reach on Windows";
+#endif
   TPolynome p = Rising({1, 2});
   const TPolynome longer = Rising({1, 2, 3});
   EXPECT_TRUE(LacksMemory([&] { p.Reset(7); }));

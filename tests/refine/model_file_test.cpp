@@ -3,7 +3,6 @@
 #include "refine/model_file.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>  // mkdtemp, of POSIX
 
 #include <filesystem>
 #include <fstream>
@@ -15,6 +14,7 @@
 #include "rpc/image_distance.h"
 #include "rpc/inverse_rpc.h"
 #include "support/real_data.h"
+#include "support/system.h"
 #include "support/xml.h"
 
 namespace SatCommonUtils {
@@ -35,20 +35,17 @@ TRPCData LongRecord() {
 
 class ModelFile : public ::testing::Test {
  protected:
-  ModelFile() {
-    std::string pattern = (fs::temp_directory_path() / "orbmath_model_XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
-  }
+  ModelFile() : folder_(orbmath_test::NewTemporaryFolder("orbmath_model")) {}
   ~ModelFile() override { fs::remove_all(folder_); }
 
   std::string In(const std::string& name) const { return folder_ + "/" + name; }
   std::string Put(const std::string& name, const std::string& text) const {
-    std::ofstream(In(name)) << text;
+    std::ofstream(In(name), std::ios::binary) << text;
     return In(name);
   }
   std::string Get(const std::string& name) const {
     std::stringstream text;
-    text << std::ifstream(In(name)).rdbuf();
+    text << std::ifstream(In(name), std::ios::binary).rdbuf();
     return text.str();
   }
 

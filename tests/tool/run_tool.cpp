@@ -1,11 +1,6 @@
 #include "tool/run_tool.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -15,6 +10,8 @@
 
 #include "frame/zxstd/stream.h"
 #include "frame/zxstd/xini_writer.h"
+#include "support/system.h"
+#include "tool/tool_process.h"
 
 namespace orbmath_test {
 
@@ -48,10 +45,7 @@ void WriteRpb(const std::string& name, const TRPCData& record) {
 }
 
 struct Directory {
-  Directory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orbmath_tool_XXXXXX").string();
-    path = mkdtemp(pattern.data());
-  }
+  Directory() : path(NewTemporaryFolder("orbmath_tool")) {}
   ~Directory() { std::filesystem::remove_all(path); }
   std::string path;
 };
@@ -104,25 +98,10 @@ void WriteText(const std::string& name, const std::string& text) {
 ToolRun RunTool(const std::vector<std::string>& arguments, const std::string& input) {
   Workspace();
   WriteText("stdin", input);
-  std::vector<char*> argv{const_cast<char*>(ORBMATH_TOOL)};
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addchdir_np(&actions, DirectoryPath().c_str());
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "stdin", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "stdout", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "stderr", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  pid_t child = 0;
-  const int spawned = posix_spawn(&child, ORBMATH_TOOL, &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
+  const ProcessEnd end = RunProcess(ORBMATH_TOOL, arguments, DirectoryPath());
   ToolRun run;
-  int status = 0;
-  rusage usage{};
-  if (spawned != 0 || wait4(child, &status, 0, &usage) != child) return run;
-  run.peak_kilobytes = usage.ru_maxrss;
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  run.status = end.status;
+  run.peak_kilobytes = end.peak_kilobytes;
   run.out = ReadText("stdout");
   run.err = ReadText("stderr");
   return run;

@@ -1,7 +1,5 @@
 // The command-line tool: finds the command, reads its options, runs it.
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -12,6 +10,7 @@
 #include "commands/manual.h"
 #include "commands/registry.h"
 #include "errors.h"
+#include "system/system.h"
 #include "version.h"
 
 namespace orbmath_tool {
@@ -60,7 +59,7 @@ void Note(const std::string& text) {
 
 void Complain(const std::string& text) {
   const char* const no_color = std::getenv("NO_COLOR");
-  const bool color = isatty(STDERR_FILENO) == 1 && (no_color == nullptr || *no_color == '\0');
+  const bool color = IsTerminal(kStandardError) && (no_color == nullptr || *no_color == '\0');
   std::fprintf(stderr, "%sorbmath: %s%s\n", color ? "\033[31m" : "", text.c_str(), color ? "\033[0m" : "");
 }
 
@@ -69,7 +68,7 @@ void Complain(const std::string& text) {
 int main(int argc, char** argv) {
   using namespace orbmath_tool;
   try {
-    const int status = Dispatch({argv + (argc > 0 ? 1 : 0), argv + argc});
+    const int status = Dispatch(CommandLineWords(argc, argv));
     // The flush knows only of what was left in the buffer.
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
     Complain("standard output cannot be written");

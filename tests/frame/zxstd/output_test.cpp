@@ -14,6 +14,7 @@
 #include "frame/zxstd/threads.h"
 #include "support/comma_locale.h"
 #include "support/debug_capture.h"
+#include "support/system.h"
 
 namespace SatCommonUtils {
 namespace {
@@ -47,10 +48,10 @@ TEST(Text, SsprintfTakesAnyLengthAndNoLocale) {
 // Sets ORBMATH_DEBUG for as long as it lives.
 class DebugVariable {
  public:
-  explicit DebugVariable(const char* value) { ::setenv("ORBMATH_DEBUG", value, 1); }
+  explicit DebugVariable(const char* value) { orbmath_test::SetVariable("ORBMATH_DEBUG", value); }
   DebugVariable(const DebugVariable&) = delete;
   DebugVariable& operator=(const DebugVariable&) = delete;
-  ~DebugVariable() { ::unsetenv("ORBMATH_DEBUG"); }
+  ~DebugVariable() { orbmath_test::SetVariable("ORBMATH_DEBUG", nullptr); }
 };
 
 std::string OnStandardError(const std::string& message) {

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cstdio>
+#include <filesystem>
+#include <random>
 #include <string>
 
 #include "frame/zxstd/message.h"
@@ -18,8 +18,9 @@ namespace {
 // A file of its own, whose name is no ASCII; gone afterwards.
 class FileStream : public ::testing::Test {
  protected:
-  FileStream() : path_(::testing::TempDir() + "orbmath \xC3\xA9\xE4\xB8\xAD " + std::to_string(::getpid())) {}
-  ~FileStream() override { std::remove(path_.c_str()); }
+  FileStream()
+      : path_(::testing::TempDir() + "orbmath \xC3\xA9\xE4\xB8\xAD " + std::to_string(std::random_device()())) {}
+  ~FileStream() override { std::filesystem::remove(std::filesystem::u8path(path_)); }
 
   std::string Content() const {
     TZxFileStream file;

@@ -2,12 +2,12 @@
 
 #include "models/raster_library.h"
 
-#include <dlfcn.h>
-
 #include "errors.h"
 #include "version.h"
 
 #if ORBMATH_HAS_RASTER
+#include <dlfcn.h>
+
 #include "raster/tool_functions.h"
 #endif
 

@@ -2,11 +2,6 @@
 
 #include "points/line_source.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -15,6 +10,7 @@
 
 #include "errors.h"
 #include "frame/zxstd/encoding.h"
+#include "system/system.h"
 
 namespace orbmath_tool {
 
@@ -51,12 +47,12 @@ LineSource::LineSource(const std::vector<std::string>& names) {
   for (const std::string& name : names.empty() ? std::vector<std::string>{"-"} : names) {
     const bool standard = name == "-";
     if (standard) TakeStandardInput("the file of points");
-    const int descriptor = standard ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = standard ? kStandardInput : OpenToRead(name);
     if (descriptor < 0) throw Failure(name + ": " + std::strerror(errno));
     inputs_.push_back({standard ? "standard input" : name, descriptor});
-    struct stat status {};
-    all_plain = all_plain && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    if (all_plain) total_bytes_ += static_cast<std::uint64_t>(status.st_size);
+    std::uint64_t bytes = 0;
+    all_plain = all_plain && IsPlainFile(descriptor, &bytes);
+    if (all_plain) total_bytes_ += bytes;
   }
   if (!all_plain) total_bytes_ = 0;
 }
@@ -67,14 +63,14 @@ LineSource::LineSource(std::string name, std::string text) : text_(std::move(tex
 
 LineSource::~LineSource() {
   for (const Input& input : inputs_) {
-    if (input.descriptor != STDIN_FILENO && input.descriptor != kNoDescriptor) close(input.descriptor);
+    if (input.descriptor != kStandardInput && input.descriptor != kNoDescriptor) CloseDescriptor(input.descriptor);
   }
 }
 
 bool LineSource::HasMore() const {
   if (record_at_ < records_.size()) return true;
-  pollfd state{inputs_[current_].descriptor, POLLIN, 0};
-  return state.fd == kNoDescriptor || poll(&state, 1, 0) > 0;
+  const int descriptor = inputs_[current_].descriptor;
+  return descriptor == kNoDescriptor || HasMoreToRead(descriptor);
 }
 
 bool LineSource::Next(CharBuffer* text) {
@@ -170,7 +166,7 @@ std::size_t LineSource::ReadBytes(char* to, std::size_t count) {
     return taken;
   }
   while (true) {
-    const ssize_t got = read(inputs_[current_].descriptor, to, count);
+    const std::ptrdiff_t got = ReadDescriptor(inputs_[current_].descriptor, to, count);
     if (got >= 0) return static_cast<std::size_t>(got);
     if (errno != EINTR) throw Failure(inputs_[current_].name + ": " + std::strerror(errno));
   }

@@ -2,13 +2,12 @@
 
 #include "report/output_file.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
 #include "errors.h"
+#include "system/system.h"
 
 namespace orbmath_tool {
 
@@ -41,7 +40,7 @@ void OutputFile::Commit(const std::vector<OutputFile*>& files) {
 }
 
 void WriteToStandardOutput(std::string_view text) {
-  if (SatCommonUtils::ZxWriteAll(STDOUT_FILENO, text)) return;
+  if (SatCommonUtils::ZxWriteAll(kStandardOutput, text)) return;
   throw Failure(std::string("standard output: cannot be written: ") + std::strerror(errno));
 }
 

@@ -2,13 +2,12 @@
 
 #include "report/progress_line.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 
 #include "errors.h"
 #include "report/fixed_digits.h"
 #include "report/interruption.h"
+#include "system/system.h"
 
 namespace orbmath_tool {
 
@@ -20,7 +19,7 @@ constexpr std::chrono::milliseconds kEvery{200};
 }  // namespace
 
 ProgressLine::ProgressLine(bool results_come)
-    : enabled_(!IsQuiet() && isatty(STDERR_FILENO) == 1 && !(results_come && isatty(STDOUT_FILENO) == 1)),
+    : enabled_(!IsQuiet() && IsTerminal(kStandardError) && !(results_come && IsTerminal(kStandardOutput))),
       start_(Clock::now()),
       next_(start_ + kFirst) {}
 

@@ -1,0 +1,34 @@
+#pragma once
+// What tests ask of the system beyond the standard library.
+
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+
+namespace orbmath_test {
+
+/// Sets a variable of the environment; a null value takes it away.
+inline void SetVariable(const char* name, const char* value) {
+#if defined(_WIN32)
+  _putenv_s(name, value == nullptr ? "" : value);
+#else
+  if (value == nullptr) {
+    ::unsetenv(name);
+  } else {
+    ::setenv(name, value, 1);
+  }
+#endif
+}
+
+/// A new folder for temporary files, whose name begins as said. Whoever asks removes it.
+inline std::string NewTemporaryFolder(const std::string& name) {
+  std::random_device numbers;
+  while (true) {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / (name + "_" + std::to_string(numbers()));
+    if (std::filesystem::create_directory(folder)) return folder.string();
+  }
+}
+
+}  // namespace orbmath_test
