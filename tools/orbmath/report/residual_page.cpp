@@ -40,6 +40,7 @@ ToneNames NamesThatOccur(const ResidualPage& page) {
 /// Some of the points: the worst ones and a sample of the others.
 std::vector<MeasuredPoint> Drawn(const std::vector<MeasuredPoint>& points) {
   std::vector<double> distances;
+  distances.reserve(points.size());
   for (const MeasuredPoint& point : points) distances.push_back(Distance(point));
   std::vector<MeasuredPoint> drawn;
   for (const std::size_t i : WorstAndSample(distances, kWorstDrawn, kSampleDrawn)) drawn.push_back(points[i]);
