@@ -21,7 +21,6 @@
 namespace orbmath_tool {
 
 using SatCommonUtils::TAdjustedRPC;
-using SatCommonUtils::TBlockImageResult;
 using SatCommonUtils::TBlockImageState;
 using SatCommonUtils::TCipherRPCImpExpDataItem;
 using SatCommonUtils::TRPC;

@@ -81,8 +81,9 @@ BlockImages::BlockImages(const std::vector<std::string>& arguments) {
     RefuseBadName(name, argument);
     const auto [place, is_new] = paths.emplace(name, path);
     if (!is_new) {
-      throw UsageError("'" + place->second + "' and '" + path + "' are both called '" + name +
-                       "'; name them by NAME=PATH");
+      std::string reason = "'" + place->second + "' and '";
+      reason.append(path).append("' are both called '").append(name).append("'; name them by NAME=PATH");
+      throw UsageError(reason);
     }
     const auto image = static_cast<std::int32_t>(images_.size());
     images_.push_back({name, given, path, {}});
@@ -131,7 +132,7 @@ std::string BlockImages::WhatThereIs(const std::string& name) const {
   constexpr std::size_t kMostNames = 3;
   std::vector<std::string> names;
   for (const Image& image : images_) names.push_back(image.name);
-  const std::string meant = DidYouMean(name, names);
+  std::string meant = DidYouMean(name, names);
   if (!meant.empty()) return meant;
   std::string list = "; the images are";
   for (std::size_t i = 0; i < std::min(names.size(), kMostNames); ++i) list += (i == 0 ? " '" : ", '") + names[i] + "'";

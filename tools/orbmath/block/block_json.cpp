@@ -5,7 +5,6 @@
 
 namespace orbmath_tool {
 
-using SatCommonUtils::TBlockImageState;
 using SatCommonUtils::TBlockMisclosure;
 using SatCommonUtils::TBlockMisclosureStatistics;
 using SatCommonUtils::TBlockResult;

@@ -170,6 +170,7 @@ PageFigure Arrows(const BlockStory& story, std::size_t image, const std::vector<
   field.first_sample = box.sample.Normalized2Initial(-1.0);
   field.last_sample = box.sample.Normalized2Initial(1.0);
   std::vector<double> lengths;
+  lengths.reserve(measurements.size());
   for (const std::uint32_t i : measurements) lengths.push_back(ResidualLength(story.result, i));
   const auto& measured = story.problem.measurements;
   for (const std::size_t place : WorstAndSample(lengths, kWorstDrawn, kSampleDrawn)) {

@@ -49,7 +49,7 @@ ResultFolder::~ResultFolder() {
 }
 
 std::string ResultFolder::BeginCopy(const std::string& name, const std::string& source) {
-  const std::string copy = PathOf(".orbmath-" + name);
+  std::string copy = PathOf(".orbmath-" + name);
   std::error_code error;
   fs::copy_file(source, copy, fs::copy_options::overwrite_existing, error);
   if (error) throw Failure(PathOf(name) + ": " + source + " cannot be copied: " + error.message());
