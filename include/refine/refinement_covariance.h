@@ -14,7 +14,7 @@ namespace SatCommonUtils {
 
 /// The covariance of the parameters of a refinement, a plain value. Nothing is known of a new one.
 struct ORBMATH_API TRefinementCovariance {
-  TRPCRefinementTransformType type = TRPCRefinementTransformType::None;
+  TRPCRefinementTransformType type = TRPCRefinementTransformType::None;  ///< kind of the refinement
   /// By rows, in the order of `GetParametersValues` of a record of that kind, which says the units; 2 x 2, 6 x 6 or
   /// 9 x 9 numbers. An element of a projective matrix that was held fixed has zeros. Empty: nothing is known.
   std::vector<double> values;
@@ -34,6 +34,7 @@ struct ORBMATH_API TRefinementCovariance {
   /// the upper triangle by rows, every number bit for bit. \return false when something could not be written.
   bool SaveToXML(TZxXIniWriter* dst) const;
 
+  /// Equal members.
   friend bool operator==(const TRefinementCovariance& a, const TRefinementCovariance& b) {
     return a.type == b.type && a.values == b.values && a.sigma == b.sigma && a.redundancy == b.redundancy;
   }
