@@ -59,3 +59,12 @@ theirs=$(best_of image_gdal.txt theirs.txt gdaltransform -rpc image.tif)
 difference=$(paste -d' ' ours.txt theirs.txt | awk '
   { a = $1 - $5; b = $2 - $4; a *= a; b *= b; d = a > b ? a : b; if (d > m) m = d } END { printf "%.1e deg (its iteration stops at 0.1 px)", sqrt(m) }')
 row "image to ground" "$ours" "$theirs" "$difference"
+
+# The same points as tables, beside the plain lines of the tool itself.
+awk '{ printf "P%d,%s,%s,%s,seen\n", NR, $1, $2, $3 }' ground.txt | sed '1i id,lat,lon,height,remark' >ground.csv
+plain=$(best_of ground.txt ours.txt "$tool" project image.RPB)
+for form in csv json geojson; do
+  table=$(best_of ground.csv table.txt "$tool" project image.RPB --$form)
+  awk -v form="$form" -v a="$table" -v b="$plain" -v n="$lines" 'BEGIN {
+    printf "%-22s %12.0f %14.0f %8.2f   (second column: plain lines)\n", "CSV to " form, n / a, n / b, b / a }'
+done
