@@ -84,6 +84,7 @@ TPattern::TPattern(const TNetwork& network) {
 
 std::vector<std::uint32_t> EliminationOrder(const TPattern& pattern) {
   const auto rows = static_cast<int>(pattern.Rows());
+  if (rows <= 0) return {};
   std::vector<Eigen::Triplet<double>> entries;
   for (int row = 0; row < rows; ++row) {
     for (std::size_t n = pattern.rowFirst[row]; n < pattern.rowFirst[row + 1]; ++n) {
