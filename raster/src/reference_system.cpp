@@ -34,8 +34,6 @@ class ProjSystem final : public TReferenceSystem {
 
 }  // namespace
 
-TReferenceSystem::~TReferenceSystem() = default;
-
 std::shared_ptr<const TReferenceSystem> OpenReferenceSystem(const std::string& definition, std::string* error) {
   const GdalSession session;
   const auto fail = [&](const std::string& why) {

@@ -13,7 +13,8 @@ namespace SatCommonUtils {
 /// The two ways between a reference system and WGS84. Any number of threads may call.
 class ORBMATH_RASTER_API TReferenceSystem {
  public:
-  virtual ~TReferenceSystem();
+  // Inline, so that a host that loads the library at run time needs none of its symbols.
+  virtual ~TReferenceSystem() = default;
 
   /// True when the first two coordinates are longitude and latitude in degrees.
   virtual bool IsGeographic() const = 0;
