@@ -3,60 +3,19 @@
 #include "block/block_images.h"
 
 #include <algorithm>
-#include <cctype>
-#include <filesystem>
 #include <utility>
 
 #include "commands/did_you_mean.h"
 #include "errors.h"
+#include "models/image_names.h"
 
 namespace orbmath_tool {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::int32_t kNoImage = -1;
 /// Names of the other files in the folder of results.
 constexpr const char* kTakenNames[] = {"block", "points", "report"};
-
-std::string BaseName(const std::string& path) {
-  const std::size_t slash = path.find_last_of("/\\");
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-/// Whether `text` has `part` at `at`, in any case.
-bool HasAt(const std::string& text, std::size_t at, const char* part) {
-  const std::string wanted = part;
-  return at + wanted.size() <= text.size() &&
-         std::equal(wanted.begin(), wanted.end(), text.begin() + static_cast<std::ptrdiff_t>(at), [](char a, char b) {
-           return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-         });
-}
-
-/// A file's name without its suffix; GDAL's ".aux.xml" stands behind another one.
-std::string Stem(std::string name) {
-  constexpr std::size_t kAux = 8;
-  if (name.size() > kAux && HasAt(name, name.size() - kAux, ".aux.xml")) name.resize(name.size() - kAux);
-  const std::size_t dot = name.find_last_of('.');
-  return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
-}
-
-/// A stem without the mark of a model file.
-std::string WithoutMark(const std::string& stem) {
-  constexpr std::size_t kMark = 4;
-  if (stem.size() <= kMark) return stem;
-  if (HasAt(stem, stem.size() - kMark, "_RPC")) return stem.substr(0, stem.size() - kMark);
-  return HasAt(stem, 0, "RPC_") ? stem.substr(kMark) : stem;
-}
-
-/// Splits "NAME=PATH"; a path may hold a '=' itself, behind a slash or as a file that is there.
-std::pair<std::string, std::string> NameAndPath(const std::string& argument) {
-  const std::size_t sign = argument.find('=');
-  std::error_code ignored;
-  if (sign == std::string::npos || argument.find('/') < sign || fs::exists(argument, ignored)) return {"", argument};
-  return {argument.substr(0, sign), argument.substr(sign + 1)};
-}
 
 void RefuseBadName(const std::string& name, const std::string& argument) {
   const bool taken = std::find(std::begin(kTakenNames), std::end(kTakenNames), name) != std::end(kTakenNames);
@@ -74,10 +33,8 @@ void RefuseBadName(const std::string& name, const std::string& argument) {
 BlockImages::BlockImages(const std::vector<std::string>& arguments) {
   std::unordered_map<std::string, std::string> paths;
   for (const std::string& argument : arguments) {
-    auto [name, path] = NameAndPath(argument);
+    const auto [name, path] = NamedImageOf(argument);
     const bool given = path.size() < argument.size();
-    const std::string stem = Stem(BaseName(path));
-    if (!given) name = WithoutMark(stem);
     RefuseBadName(name, argument);
     const auto [place, is_new] = paths.emplace(name, path);
     if (!is_new) {
@@ -89,8 +46,8 @@ BlockImages::BlockImages(const std::vector<std::string>& arguments) {
     images_.push_back({name, given, path, {}});
     AddName(name, image);
     if (given) continue;
-    AddName(stem, image);
-    AddName(BaseName(path), image);
+    AddName(FileStemOf(path), image);
+    AddName(FileNameOf(path), image);
   }
 }
 
@@ -104,8 +61,8 @@ void BlockImages::Read(const ModelReading& reading) {
 }
 
 std::int32_t BlockImages::Search(const std::string& name) const {
-  const std::string base = BaseName(name);
-  for (const std::string& each : {name, base, Stem(base), WithoutMark(Stem(base))}) {
+  const std::string stem = FileStemOf(name);
+  for (const std::string& each : {name, FileNameOf(name), stem, WithoutModelMark(stem)}) {
     const auto found = known_.find(each);
     if (found != known_.end()) return found->second;
   }
@@ -121,7 +78,7 @@ std::int32_t BlockImages::Find(std::string_view name) {
     if (place->second != kNoImage) {
       Image& image = images_[static_cast<std::size_t>(place->second)];
       // The name that the measurements use, without folders and suffixes, serves people best.
-      if (!image.named && last_ == Stem(BaseName(image.path))) image.name = last_;
+      if (!image.named && last_ == FileStemOf(image.path)) image.name = last_;
       image.named = true;
     }
   }

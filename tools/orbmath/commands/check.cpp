@@ -6,6 +6,7 @@
 
 #include "commands/command.h"
 #include "errors.h"
+#include "models/image_names.h"
 #include "models/in_parallel.h"
 #include "models/model_list.h"
 #include "report/check_page.h"

@@ -2,6 +2,7 @@
 
 #include "models/image_names.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace orbmath_tool {
@@ -10,28 +11,48 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool IsMark(std::string_view part) {
-  std::string upper(part);
-  for (char& c : upper) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-  return upper == "_RPC" || upper == "RPC_";
+/// Whether `text` has `part`, which is in lower case, at `at`, in any case.
+bool HasAt(std::string_view text, std::size_t at, std::string_view part) {
+  return at + part.size() <= text.size() &&
+         std::equal(part.begin(), part.end(), text.begin() + static_cast<std::ptrdiff_t>(at),
+                    [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b - 'A' + 'a') : b); });
 }
 
-/// A file's name without its suffix and without the mark of a model file.
-std::string StemOf(const std::string& path) {
-  constexpr std::size_t kMark = 4;
-  std::string stem = fs::path(path).stem().string();
-  if (stem.size() <= kMark) return stem;
-  if (IsMark(std::string_view(stem).substr(stem.size() - kMark))) return stem.substr(0, stem.size() - kMark);
-  return IsMark(std::string_view(stem).substr(0, kMark)) ? stem.substr(kMark) : stem;
+bool EndsWith(std::string_view text, std::string_view end) {
+  return text.size() > end.size() && HasAt(text, text.size() - end.size(), end);
 }
 
 }  // namespace
+
+std::string FolderOf(const std::string& path) { return path.substr(0, path.size() - FileNameOf(path).size()); }
+
+std::string FileNameOf(const std::string& path) {
+  const std::size_t slash = path.find_last_of("/\\");
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string FileStemOf(const std::string& path) {
+  constexpr std::string_view kAux = ".aux.xml";
+  std::string stem = FileNameOf(path);
+  if (EndsWith(stem, kAux)) stem.resize(stem.size() - kAux.size());
+  const std::size_t dot = stem.find_last_of('.');
+  if (dot != std::string::npos && dot != 0) stem.resize(dot);
+  return stem;
+}
+
+std::string WithoutModelMark(const std::string& stem) {
+  for (const std::string_view mark : {"_rpc", "-rpc", ".rpc"}) {
+    if (EndsWith(stem, mark)) return stem.substr(0, stem.size() - mark.size());
+  }
+  constexpr std::string_view kFront = "rpc_";
+  return stem.size() > kFront.size() && HasAt(stem, 0, kFront) ? stem.substr(kFront.size()) : stem;
+}
 
 NamedImage NamedImageOf(const std::string& argument) {
   const std::size_t sign = argument.find('=');
   std::error_code ignored;
   if (sign == std::string::npos || sign == 0 || argument.find('/') < sign || fs::exists(argument, ignored)) {
-    return {StemOf(argument), argument};
+    return {WithoutModelMark(FileStemOf(argument)), argument};
   }
   return {argument.substr(0, sign), argument.substr(sign + 1)};
 }
@@ -48,9 +69,10 @@ std::optional<std::size_t> FindImage(const std::vector<NamedImage>& images, std:
     return found;
   };
   if (const auto exact = find([&](const NamedImage& image) { return image.name == text; })) return exact;
-  const std::string file = fs::path(text).filename().string();
-  if (const auto same = find([&](const NamedImage& i) { return fs::path(i.path).filename() == file; })) return same;
-  return find([&](const NamedImage& image) { return image.name == StemOf(text); });
+  const std::string file = FileNameOf(text);
+  if (const auto same = find([&](const NamedImage& image) { return FileNameOf(image.path) == file; })) return same;
+  const std::string stem = WithoutModelMark(FileStemOf(text));
+  return find([&](const NamedImage& image) { return image.name == stem; });
 }
 
 }  // namespace orbmath_tool

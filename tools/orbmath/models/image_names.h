@@ -10,9 +10,19 @@
 
 namespace orbmath_tool {
 
+/// The folder of a path with its slash; empty when there is none.
+std::string FolderOf(const std::string& path);
+/// What stands behind the folder.
+std::string FileNameOf(const std::string& path);
+/// The file's name without its suffix; GDAL's ".aux.xml" stands behind another one, which goes too.
+std::string FileStemOf(const std::string& path);
+/// A stem without what makers of model files put behind the image's name ("_RPC", "-rpc", ".RPC") or before it
+/// ("RPC_").
+std::string WithoutModelMark(const std::string& stem);
+
 /// An image of the command line.
 struct NamedImage {
-  std::string name;  ///< Given, or the file's name without suffix and without "_RPC" behind or "RPC_" before it.
+  std::string name;  ///< Given, or the file's stem without the mark of a model file.
   std::string path;
 };
 

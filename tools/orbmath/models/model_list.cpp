@@ -8,6 +8,7 @@
 
 #include "errors.h"
 #include "frame/zxstd/threads.h"
+#include "models/image_names.h"
 #include "models/in_parallel.h"
 #include "report/progress_line.h"
 
@@ -15,21 +16,10 @@ namespace orbmath_tool {
 
 namespace {
 
-bool EndsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 /// What the name of a file says of its image.
-std::string StemOf(const std::string& path) {
-  std::string stem = path.substr(FolderOf(path).size());
+std::string ImageOf(const std::string& path) {
+  std::string stem = WithoutModelMark(FileStemOf(path));
   std::transform(stem.begin(), stem.end(), stem.begin(), [](unsigned char c) { return std::tolower(c); });
-  if (EndsWith(stem, ".aux.xml")) stem.resize(stem.size() - 8);
-  const std::size_t dot = stem.rfind('.');
-  if (dot != std::string::npos) stem.resize(dot);
-  for (const char* const end : {"_rpc", "-rpc", ".rpc"}) {
-    if (EndsWith(stem, end)) stem.resize(stem.size() - 4);
-  }
-  if (stem.compare(0, 4, "rpc_") == 0) stem.erase(0, 4);
   return stem == "rpc" ? std::string() : stem;
 }
 
@@ -40,11 +30,6 @@ std::pair<int, int> RasterOf(const Model& model) {
 }
 
 }  // namespace
-
-std::string FolderOf(const std::string& path) {
-  const std::size_t slash = path.find_last_of("/\\");
-  return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
-}
 
 void ModelListReading::Declare(CommandLine& line) {
   line.Count("--threads", "N", 1, 1024, &threads_, "threads that compute (default: one a processor)");
@@ -80,7 +65,7 @@ std::vector<std::vector<std::size_t>> SameImageGroups(const std::vector<ListedMo
   std::map<std::string, std::vector<std::size_t>> by_stem;
   for (std::size_t i = 0; i < models.size(); ++i) {
     if (!models[i].model || models[i].model->kind == SatCommonUtils::TModelKind::Inverse) continue;
-    const std::string stem = StemOf(models[i].name);
+    const std::string stem = ImageOf(models[i].name);
     if (!stem.empty()) by_stem[stem].push_back(i);
   }
   std::vector<std::vector<std::size_t>> groups;

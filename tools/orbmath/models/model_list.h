@@ -41,7 +41,4 @@ class ModelListReading {
 /// ("_RPC", "RPC_", ".aux"), and their rasters, where known, one size. Only groups of two and more.
 std::vector<std::vector<std::size_t>> SameImageGroups(const std::vector<ListedModel>& models);
 
-/// The folder of a path, "" for none.
-std::string FolderOf(const std::string& path);
-
 }  // namespace orbmath_tool
