@@ -203,7 +203,7 @@ class Refine : public Command {
     report.Text("message", "in short", fit.message);
     AddKinds(fit, &report);
     AddParameters(fit, &report);
-    AddPoints(table, fit.points, &report);
+    AddPoints(table, fit.points, json_, &report);
     AddCheck(adjusted, checks, &report);
     report.Print(json_, out_ == "-" || page_.IsStandardOutput());
   }

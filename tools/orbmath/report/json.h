@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace orbmath_tool {
 
@@ -49,6 +50,7 @@ class JsonWriter {
   }
 
   const std::string& Text() const { return text_; }
+  std::string TakeText() && { return std::move(text_); }
 
  private:
   JsonWriter& Open(char bracket);

@@ -19,8 +19,10 @@ void AddParameters(const SatCommonUtils::TRefinementFit& fit, Report* report);
 /// How the kinds fared among which one was chosen; nothing where none was.
 void AddKinds(const SatCommonUtils::TRefinementFit& fit, Report* report);
 
-/// Every point with its residuals, and the bad ones by name.
-void AddPoints(const PointTable& table, const std::vector<SatCommonUtils::TRefinementResidual>& points, Report* report);
+/// Every point with its residuals, and the bad ones by name. \param json whether the points come for programs; only one
+/// of the two forms is made, since either of many points is large.
+void AddPoints(const PointTable& table, const std::vector<SatCommonUtils::TRefinementResidual>& points, bool json,
+               Report* report);
 
 /// Points that the fit has not seen, by the refined model: each with its residuals, and their root mean squares and
 /// CE90 in pixels and in metres on the ground, at the points' heights. \param tables of any number; without a point

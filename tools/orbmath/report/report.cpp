@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include "frame/zxstd/number_text.h"
 #include "report/fixed_digits.h"
@@ -36,29 +37,34 @@ void Report::Number(const std::string& key, const std::string& label, double val
 
 void Report::Json(const std::string& key, const JsonWriter& value) { rows_.push_back({key, value.Text(), "", ""}); }
 
-void Report::Lines(const std::string& lines) { rows_.push_back({"", "", "", lines}); }
+void Report::Json(const std::string& key, JsonWriter&& value) {
+  rows_.push_back({key, std::move(value).TakeText(), "", ""});
+}
+
+void Report::Lines(std::string lines) { rows_.push_back({"", "", "", std::move(lines)}); }
 
 void Report::Print(bool json, bool output_is_taken) const {
-  std::string out;
+  std::FILE* const file = output_is_taken ? stderr : stdout;
+  // Row by row: the points of a large report are not held a second time.
+  const auto put = [file](const std::string& text) { std::fwrite(text.data(), 1, text.size(), file); };
   if (json) {
-    JsonWriter object;
-    object.BeginObject();
+    const char* before = "{";
     for (const Row& row : rows_) {
-      if (!row.key.empty()) object.Key(row.key).Raw(row.json);
+      if (row.key.empty()) continue;
+      put(before + JsonString(row.key) + ":");
+      put(row.json);
+      before = ",";
     }
-    out = object.EndObject().Text() + "\n";
-  } else {
-    std::size_t width = 0;
-    for (const Row& row : rows_) width = std::max(width, row.label.size());
-    for (const Row& row : rows_) {
-      if (row.label.empty()) {
-        out += row.text;
-      } else {
-        out += row.label + std::string(width + 2 - row.label.size(), ' ') + row.text + "\n";
-      }
-    }
+    put(*before == '{' ? "{}\n" : "}\n");
+    return;
   }
-  std::fwrite(out.data(), 1, out.size(), output_is_taken ? stderr : stdout);
+  std::size_t width = 0;
+  for (const Row& row : rows_) width = std::max(width, row.label.size());
+  for (const Row& row : rows_) {
+    if (!row.label.empty()) put(row.label + std::string(width + 2 - row.label.size(), ' '));
+    put(row.text);
+    if (!row.label.empty()) put("\n");
+  }
 }
 
 }  // namespace orbmath_tool

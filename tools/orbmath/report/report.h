@@ -23,7 +23,8 @@ class Report {
   void Number(const std::string& key, const std::string& label, double value, int digits, const std::string& unit);
   /// Rows for programs with a value of their own making, and for people lines that are already laid out.
   void Json(const std::string& key, const JsonWriter& value);
-  void Lines(const std::string& lines);
+  void Json(const std::string& key, JsonWriter&& value);
+  void Lines(std::string lines);
 
   /// Prints everything to standard output, or, when that is taken by a file, to standard error.
   void Print(bool json, bool output_is_taken = false) const;
