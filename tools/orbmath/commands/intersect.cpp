@@ -288,6 +288,7 @@ class Intersect : public Command {
       models.push_back(ReadGroundModel(images.back().path, reading_));
     }
     std::vector<const Model*> each;
+    each.reserve(models.size());
     for (const Model& model : models) each.push_back(&model);
     UncertaintyColumns uncertainty(uncertainty_, each, intersection_.sigma, options_);
     const Intersector intersector(intersection_, frame_, &uncertainty, options_);

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -38,7 +39,11 @@ void InParallel(std::size_t count, int threads, const Work& work, const Shown& s
   std::vector<std::thread> team;
   const std::size_t others =
       std::min(static_cast<std::size_t>(std::max(threads, 1)), std::max<std::size_t>(count, 1)) - 1;
-  for (std::size_t i = 0; i < others; ++i) team.emplace_back(run, false);
+  try {
+    for (std::size_t i = 0; i < others; ++i) team.emplace_back(run, false);
+  } catch (const std::system_error&) {
+    // The system gives no more threads; those that there are do the work.
+  }
   run(true);
   for (std::thread& thread : team) thread.join();
   if (error) std::rethrow_exception(error);
