@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -22,12 +23,15 @@ namespace fs = std::filesystem;
 
 /// Where COLMAP has the centre of the first pixel.
 constexpr double kColmapCentre = 0.5;
+/// Numbers of points are whole in a double up to here.
+constexpr double kLargestPoint = 9007199254740992.0;
 
-/// Takes the number at the front off `text`. \return false when there is none.
+/// Takes the finite number at the front off `text`. \return false when there is none.
 bool TakeNumber(std::string_view* text, double* value) {
   const std::size_t used = SatCommonUtils::ParseDoublePrefix(*text, value);
+  if (used == 0 || !std::isfinite(*value)) return false;
   text->remove_prefix(used);
-  return used > 0;
+  return true;
 }
 
 bool IsBlankLine(std::string_view line) { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
@@ -62,7 +66,9 @@ bool TakeColmapPoints(std::string_view line, std::int32_t image, std::size_t* co
   double line_coordinate = 0.0;
   double point = 0.0;
   while (TakeNumber(&line, &sample)) {
-    if (!TakeNumber(&line, &line_coordinate) || !TakeNumber(&line, &point)) return false;
+    if (!TakeNumber(&line, &line_coordinate) || !TakeNumber(&line, &point) || point > kLargestPoint) {
+      return false;
+    }
     if (point < 0.0) continue;
     ++*count;
     if (image < 0) continue;
