@@ -60,6 +60,12 @@ INSTANTIATE_TEST_SUITE_P(
             "500 3000\nERROR: '45:03E' is not a finite number (lat)\n", kFailed, 1},
         Row{"angles_out", "locate flat.RPB --dms --precision 2 --height 500", "500 3000\n",
             "45d03'00.00\"N 7d06'00.00\"E 500.00\n", "", 0},
+        Row{"decimal_commas", "project flat.RPB --precision 0", "id;lat;lon;h\nP;45,5;7;500\n",
+            "# line sample id\nERROR: '45,5' is not a finite number (lat); decimals are written with a point # P\n",
+            kFailed, 1},
+        Row{"one_name_twice", "project flat.RPB", "X (m),lat,lon,Lat,h\n1,45,7,46,500\n", "",
+            "standard input:1: two columns are called 'lat'; name the columns with --columns", 1},
+        Row{"utf16", "project flat.RPB", "\xFF\xFEl", "", "standard input: is text in UTF-16 or UTF-32", 1},
         Row{"both_forms", "project flat.RPB --csv --json", "", "", "exclude each other", 2}),
     RowName);
 
@@ -86,6 +92,18 @@ INSTANTIATE_TEST_SUITE_P(
             "2 lines could not be computed", 1},
         Row{"not_closed", "project flat.RPB", "{\"lat\":45,\"lon\":7,\"h\":500", "ERROR: this is no JSON object\n",
             kFailed, 1},
+        Row{"array_not_closed", "project flat.RPB --precision 0", "[{\"lat\":45,\"lon\":7,\"h\":500},\n",
+            "1000 2000\nERROR: this is no JSON object\n", kFailed, 1},
+        Row{"array_of_other_things", "project flat.RPB --precision 0",
+            "[{\"lat\":45,\"lon\":7,\"h\":500}, [7,45,500], -1.5e0, \"a,]\"]",
+            "1000 2000\nERROR: this is no JSON object\nERROR: this is no JSON object\n"
+            "ERROR: this is no JSON object\n",
+            "3 lines could not be computed", 1},
+        Row{"coordinates_before_properties", "project flat.RPB --csv --precision 0",
+            "{\"type\":\"Feature\",\"geometry\":{\"type\":\"Point\",\"coordinates\":[7,45,500]},"
+            "\"properties\":{\"n\":1,\"lat\":46}}\n{\"type\":\"Feature\",\"geometry\":{\"type\":\"Point\","
+            "\"coordinates\":[7.1,45,500]},\"properties\":{\"lat\":46,\"n\":2}}\n",
+            "n,lat,line,sample,error\n1,46,1000,2000,\n2,46,1000,3000,\n", "", 0},
         Row{"geojson_out", "locate flat.RPB --geojson --precision 0 --height 500", "1000 3000\nx 1\n",
             "{\"type\":\"FeatureCollection\",\"features\":[\n{\"type\":\"Feature\",\"geometry\":{\"type\":\"Point\","
             "\"coordinates\":[7.1000000000,45.0000000000,500.0000]},\"properties\":{\"input_line\":1,\"lat\":45,"
@@ -117,6 +135,8 @@ INSTANTIATE_TEST_SUITE_P(
             "P (standard input:1): no model is called 'b'; name one by NAME=PATH\n"
             "orbmath: P (standard input:3): the point was measured in image 'a' before\n",
             1},
+        Row{"point_without_name", "intersect flat.RPB right.RPB --tracks", ",flat,1,2\n,right,1,3\n", "",
+            "standard input:1: the point has no name", 1},
         Row{"origin", "intersect flat.RPB right.RPB --tracks --precision 2 --origin one --csv",
             "T;flat;501;3101;0.5\nT;right.RPB;501;2901;1\n",
             "point,lat,lon,height,rms_pixels,images,error\nT,45.05,7.10,750.00,0.00,2,\n", "sigmas are passed over",

@@ -71,7 +71,10 @@ INSTANTIATE_TEST_SUITE_P(
                       TableRow{"comment_of_other_length", "# lon lat\n45 7 500\n", "", "[45 7 500|]"},
                       TableRow{"own_names_before_aliases", "x,y,lat,lon\n1,2,45,7\n", "", "[45 7 -1||1|2]"},
                       TableRow{"short_and_long_rows", "lat,lon,id\n45\n45,7,a,b,c\n45,7\n", "",
-                               "!1 field, expected: lat lon [height][45 7 -1|a][45 7 -1|]"},
+                               "!the row ends before its column 'lon'[45 7 -1|a][45 7 -1|]"},
+                      TableRow{"comma_and_blank", "lat lon h\n45, 7 , 500\n45,7,500\n", "", "[45 7 500|][45 7 500|]"},
+                      TableRow{"decimal_commas", "lat lon h\n45,5 7,5 500\n", "",
+                               "!commas and blanks both stand between numbers; decimals are written with a point"},
                       TableRow{"missing_name", "lat,height\n45,7\n", "", "missing lon"},
                       TableRow{"unknown_words", "a b\n45 7\n", "", "!'a' is not a finite number (lat)[45 7 -1|]"}),
     [](const auto& row) { return std::string(row.param.name); });

@@ -74,6 +74,7 @@ void ReadBlockControl(const std::string& path, const GroundFrame& frame, BlockDa
                    table.Values(kVertical)[i]};
     if (!RoleOf(role, &row.role)) return "the role is control, check, height or tie, not '" + std::string(role) + "'";
     if (row.role == TBlockPointRole::Tie) return "";
+    if (name.empty()) return "the point has no name";
     std::string why = WhyNoControl(row, table.Values(kHeight)[i]);
     if (why.empty() && seen.Find(name) != NameTable::kNone) why = "a second line for the point";
     if (!why.empty()) return why;

@@ -44,6 +44,10 @@ void MeasurementReader::ReadTable(const std::string& path) {
                      refused->Add(places.Of(i), "sigma must be above 0");
                      continue;
                    }
+                   if (block.texts[kPoint][i].empty()) {
+                     refused->Add(places.Of(i), "the point has no name");
+                     continue;
+                   }
                    const std::int32_t image = images_->Find(block.texts[kImage][i]);
                    if (image < 0) {
                      ++data_->unknown_images[std::string(block.texts[kImage][i])];

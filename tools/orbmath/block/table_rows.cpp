@@ -47,7 +47,7 @@ void ForEachBlock(const std::string& file, const std::vector<TableColumn>& wante
   while (source.Next(&text)) {
     std::string_view rows = text.view();
     if (!found) {
-      found = finder.Look(rows);
+      found = finder.Look(rows, source.IsJson());
       if (!found) {
         line += LinesBefore(rows, rows.data() + rows.size());
         continue;
@@ -57,6 +57,7 @@ void ForEachBlock(const std::string& file, const std::vector<TableColumn>& wante
         if (!named.empty()) throw UsageError("--columns names no column '" + layout.missing + "'");
         throw Failure(name + ": its columns lack '" + layout.missing + "'; name them in a header line or by --columns");
       }
+      if (!layout.Problem().empty()) throw Failure(name + ": " + layout.Problem());
       if (!finder.HeaderLine().empty()) {
         const char* const behind = finder.HeaderLine().data() + finder.HeaderLine().size();
         const std::size_t feed = rows.find('\n', static_cast<std::size_t>(behind - rows.data()));

@@ -12,6 +12,8 @@ namespace orbmath_tool {
 
 const std::string kTooLongLine = "the line is longer than " + std::to_string(kLongestLine - 1) + " bytes";
 
+const char* const kPointHint = "; decimals are written with a point";
+
 std::string Quoted(std::string_view field) {
   constexpr std::size_t kShown = 32;
   std::string shown(field.substr(0, kShown));
@@ -35,6 +37,7 @@ bool ReadUnusualNumber(std::string_view field, const InputColumn& column, double
   }
   *reason = field.empty() ? "the field for " + column.name + " is empty"
                           : Quoted(field) + " is not a finite number (" + column.name + ")";
+  if (field.find(',') != std::string_view::npos) *reason += kPointHint;
   return false;
 }
 

@@ -32,6 +32,9 @@ bool ReadNumber(std::string_view field, const InputColumn& column, double* value
 /// "lat lon [height]", for messages.
 std::string NamesOf(const std::vector<InputColumn>& columns);
 
+/// What to say behind a complaint about a number with a comma.
+extern const char* const kPointHint;
+
 /// How a line that is not held whole is refused.
 extern const std::string kTooLongLine;
 

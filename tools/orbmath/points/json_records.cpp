@@ -13,6 +13,12 @@ namespace {
 constexpr char kRecordSeparator = '\x1E';
 /// Keys longer than this one are not looked at.
 constexpr std::size_t kLongestKey = 16;
+/// What stands in the place of a bracket that is not closed: no JSON, so that it is refused.
+constexpr std::string_view kNotClosed = "]";
+
+bool IsBetweenRecords(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == ',' || c == kRecordSeparator;
+}
 
 }  // namespace
 
@@ -27,6 +33,8 @@ void JsonRecordCutter::Feed(std::string_view bytes, std::string* lines) {
 }
 
 void JsonRecordCutter::Finish(std::string* lines) {
+  if (record_.empty() && depth_ > 0) record_ = kNotClosed;
+  depth_ = 0;
   if (!record_.empty()) Emit(lines);
 }
 
@@ -41,6 +49,7 @@ void JsonRecordCutter::Emit(std::string* lines) {
   record_.clear();
   recording_ = false;
   garbage_ = false;
+  scalar_ = false;
 }
 
 void JsonRecordCutter::TakeInString(char c) {
@@ -62,8 +71,8 @@ void JsonRecordCutter::Open(char c) {
     base_ = 2;
     record_.clear();
     recording_ = false;
-  } else if (c == '{' && depth_ == base_) {
-    recording_ = true;
+  } else if (depth_ == base_) {
+    recording_ = true;  // an array in the place of an object too, so that it is refused
   }
   Keep(c);
   ++depth_;
@@ -72,12 +81,17 @@ void JsonRecordCutter::Open(char c) {
 void JsonRecordCutter::Close(char c, std::string* lines) {
   Keep(c);
   if (depth_ > 0) --depth_;
-  if (c == '}' && depth_ == base_ && recording_) Emit(lines);
+  if (depth_ == base_ && recording_) Emit(lines);
   // A collection's or an array's end: what follows is read as from the start.
   if (c == ']' && depth_ < base_) base_ = 0;
 }
 
 void JsonRecordCutter::Take(char c, std::string* lines) {
+  if (scalar_ && !in_string_ && (c == ',' || c == ']' || c == '}' || c == '{' || c == '[')) Emit(lines);
+  if (base_ > 0 && depth_ == base_ && !recording_ && !in_string_ && !IsBetweenRecords(c) &&
+      std::string_view("{}[]").find(c) == std::string_view::npos) {
+    scalar_ = recording_ = true;
+  }
   if (garbage_) {
     if (c == '\n') {
       Emit(lines);
@@ -97,9 +111,9 @@ void JsonRecordCutter::Take(char c, std::string* lines) {
   } else if (c == ':') {
     if (depth_ == 1) key_ = last_string_;
     Keep(c);
-  } else if (recording_ || depth_ > base_ || depth_ > 0) {
+  } else if (recording_ || depth_ > 0) {
     Keep(c);
-  } else if (c != ' ' && c != '\t' && c != '\r' && c != '\n' && c != ',' && c != kRecordSeparator) {
+  } else if (!IsBetweenRecords(c)) {
     garbage_ = true;
     recording_ = true;
     Keep(c);

@@ -12,8 +12,9 @@ bool LooksLikeJson(std::string_view front);
 
 /// Cuts JSON (RFC 8259, RFC 7464, RFC 7946) into its objects as the bytes come, each as one line: objects one after the
 /// other, those of an array, or those of a member "features". What is between them, commas and the collection's other
-/// members, is left out; what is no JSON stays a line, for whoever parses it to refuse. An object's bytes beyond the
-/// longest line are dropped, so that no input makes it grow.
+/// members, is left out; what is no JSON or no object stays a line, for whoever parses it to refuse, and so does the
+/// end of a file whose brackets are not all closed. An object's bytes beyond the longest line are dropped, so that no
+/// input makes it grow.
 class JsonRecordCutter {
  public:
   /// Appends the lines that are complete with these bytes.
@@ -38,6 +39,7 @@ class JsonRecordCutter {
   bool in_string_ = false;
   bool escaped_ = false;
   bool garbage_ = false;  ///< The record is a line that is no JSON.
+  bool scalar_ = false;   ///< The record is a number, a text or a word where an object should stand.
 };
 
 }  // namespace orbmath_tool

@@ -21,6 +21,7 @@ class RecordParser {
   bool Parse(std::string_view record, std::string* reason) {
     if (!SplitRecord(record, &members_, reason)) return false;
     has_value_.assign(values_.size(), false);
+    filled_ = false;
     texts_.assign(texts_.size(), {});
     std::string unread;
     std::size_t next = 0;
@@ -66,7 +67,8 @@ class RecordParser {
       return true;
     }
     const InputColumn& column = layout_.numbers[to.target];
-    if (value == "null") return true;
+    // Of members of one name the first counts: a feature's coordinates come before its properties.
+    if (value == "null" || has_value_[to.target]) return true;
     has_value_[to.target] = true;
     return value.front() == '"' ? ReadNumber(TextOfJson(value), column, &values_[to.target], reason)
                                 : ReadNumber(value, column, &values_[to.target], reason);
@@ -94,7 +96,6 @@ class RecordParser {
       if (!layout_.texts[i].empty()) block_->texts[i].push_back(texts_[i]);
     }
     block_->filled += filled_ ? 1 : 0;
-    filled_ = false;
   }
 
   const TableLayout& layout_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -32,10 +33,21 @@ const char* DropLineRest(char* begin, const char* end) {
   return begin + (end - feed);
 }
 
+/// What spreadsheets call "Unicode text" has two bytes a character, which no number survives.
+void RefuseWideText(std::string_view front, const std::string& name) {
+  std::size_t mark = 0;
+  const auto encoding = SatCommonUtils::ZxByteOrderMark(front, &mark);
+  if (encoding != SatCommonUtils::TZxTextEncoding::Utf8 && mark > 0) {
+    throw Failure(name + ": is text in UTF-16 or UTF-32; save it as UTF-8");
+  }
+}
+
 }  // namespace
 
 void TakeStandardInput(const std::string& by) {
+  static std::mutex mutex;  // models of a list are read on several threads
   static std::string taken_by;
+  const std::lock_guard<std::mutex> lock(mutex);
   if (!taken_by.empty()) {
     throw UsageError("standard input is " + taken_by + " already, so " + by + " must come from a file");
   }
@@ -133,7 +145,9 @@ bool LineSource::ReadBlock(CharBuffer* text) {
 std::size_t LineSource::ReadSome(char* to, std::size_t count) {
   if (is_json_ && record_at_ < records_.size()) return ReadRecords(to, count, 0);
   std::size_t got = ReadBytes(to, count);
-  if (std::exchange(unread_, false) && LooksLikeJson({to, got})) {
+  const bool first = std::exchange(unread_, false);
+  if (first) RefuseWideText({to, got}, Name());
+  if (first && LooksLikeJson({to, got})) {
     is_json_ = true;
     cutter_ = JsonRecordCutter();
     const std::string_view rest = SatCommonUtils::ZxWithoutUtf8Mark({to, got});

@@ -73,9 +73,9 @@ PointTable::PointTable(const std::string& file, const std::vector<TableColumn>& 
         line += static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
         rows.remove_prefix(std::min(before.size() + header.size() + 1, rows.size()));
       }
-      if (!finder.Layout().missing.empty()) {
-        throw Failure(name_ + ":" + std::to_string(std::max<std::size_t>(line, 2) - 1) + ": " +
-                      finder.Layout().MissingText());
+      const std::string problem = finder.Layout().Problem();
+      if (!problem.empty()) {
+        throw Failure(name_ + ":" + std::to_string(std::max<std::size_t>(line, 2) - 1) + ": " + problem);
       }
       found_ = finder.Layout().found;
     }

@@ -113,6 +113,26 @@ class FieldCutter {
   bool more_ = false;
 };
 
+/// Whether commas between digits and lone blanks both part the fields of a line, as in "47,3 8,5": to its writer those
+/// are two numbers, not four.
+bool HasDecimalCommas(const char* begin, const char* end) {
+  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+  bool comma = false;
+  bool blank = false;
+  bool inside = false;  // a pair of quotes
+  char last = ',';      // the last character that is no blank
+  for (const char* at = begin; at != end && (inside || *at != '#'); ++at) {
+    inside = inside != (*at == '"');
+    if (IsBlank(*at)) continue;
+    if (!inside && at != begin) {
+      comma = comma || (*at == ',' && is_digit(at[-1]) && at + 1 != end && is_digit(at[1]));
+      blank = blank || (IsBlank(at[-1]) && *at != ',' && last != ',');
+    }
+    last = *at;
+  }
+  return comma && blank;
+}
+
 std::string WithoutDoubled(std::string_view text) {
   std::string plain;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -132,8 +152,13 @@ class RowParser {
     // A line without the table's separator is one of blanks.
     const bool has_mark = layout_.separator == Separator::Blanks || layout_.fields.size() < 2 ||
                           std::memchr(at, CharOf(layout_.separator), static_cast<std::size_t>(end - at)) != nullptr;
-    FieldCutter cutter(at, end, has_mark ? layout_.separator : Separator::Blanks);
+    const Separator separator = has_mark ? layout_.separator : Separator::Blanks;
+    FieldCutter cutter(at, end, separator);
     *behind = end;
+    if (separator == Separator::Blanks && HasDecimalCommas(at, end)) {
+      *reason = "commas and blanks both stand between numbers" + std::string(kPointHint);
+      return false;
+    }
     StartRow();
     std::string unread;
     std::size_t count = 0;
@@ -202,8 +227,9 @@ class RowParser {
       if (field.kind != Kind::Number) continue;
       const InputColumn& column = layout_.numbers[field.target];
       if (!column.fallback && !column.may_be_missing) {
-        *reason =
-            std::to_string(count) + (count == 1 ? " field" : " fields") + ", expected: " + NamesOf(layout_.numbers);
+        *reason = layout_.names.empty() ? std::to_string(count) + (count == 1 ? " field" : " fields") +
+                                              ", expected: " + NamesOf(layout_.numbers)
+                                        : "the row ends before its column '" + layout_.names[i] + "'";
         return false;
       }
       values_[field.target] = column.fallback.value_or(std::nan(""));

@@ -78,9 +78,8 @@ std::shared_ptr<const StreamLayout> StreamLayouts::For(const LineSource& source,
     *header = place;
     *front = '#';
   }
-  if (!finder_->Layout().missing.empty()) {
-    throw Failure(source.Name() + ":" + std::to_string(line + place) + ": " + finder_->Layout().MissingText());
-  }
+  const std::string problem = finder_->Layout().Problem();
+  if (!problem.empty()) throw Failure(source.Name() + ":" + std::to_string(line + place) + ": " + problem);
   current_ = Make(*finder_);
   return current_;
 }

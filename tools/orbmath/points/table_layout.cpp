@@ -159,6 +159,8 @@ TableLayout LayoutOfNames(const std::vector<TableColumn>& wanted, const std::vec
     if (layout.found[i]) {
       taken[place] = true;
       layout.fields[place] = FieldOf(wanted[i], i);
+      const bool twice = std::count(keys.begin(), keys.end(), keys[place]) > 1;
+      if (twice && !wanted[i].is_text && layout.twice.empty()) layout.twice = names[place];
     } else if (wanted[i].required && layout.missing.empty()) {
       layout.missing = wanted[i].name;
       layout.hint = wanted[i].hint;
@@ -186,7 +188,11 @@ TableLayout LayoutOfOrder(const std::vector<TableColumn>& wanted, Separator sepa
   return layout;
 }
 
-std::string TableLayout::MissingText() const {
+std::string TableLayout::Problem() const {
+  if (missing.empty()) {
+    // A feature may have a property called as a coordinate is, which comes first.
+    return twice.empty() || is_json ? "" : "two columns are called '" + twice + "'; name the columns with --columns";
+  }
   return "these names have no column '" + missing + "'; name the columns with --columns" +
          (hint.empty() ? "" : ", or " + hint);
 }

@@ -67,11 +67,12 @@ struct TableLayout {
   bool more_allowed = false;  ///< Fields behind the last one are passed over instead of being an error.
   std::string missing;        ///< The first required column that is not there; empty: none.
   std::string hint;           ///< That column's.
+  std::string twice;          ///< A number's name that two columns have; empty: none.
 
   /// Whether texts travel to the output: a row goes along then even when its numbers cannot be read.
   bool Travels() const { return texts.size() > wanted; }
-  /// What to say where a column is missing.
-  std::string MissingText() const;
+  /// Why the names cannot be used: a column is missing, or which one is meant is not clear. Empty: they can.
+  std::string Problem() const;
 };
 
 /// A name as names are compared: in lower case, without a unit in brackets, quotes, blanks, and `_`, `-`, `.` within

@@ -41,6 +41,7 @@ TrackTable::TrackTable(const std::string& file, const std::string& names, const 
   table_.Refuse([&](std::size_t row) -> std::string {
     const std::string image(table_.Texts(kImageColumn)[row]);
     if (!known[table_.Texts(kImageColumn)[row]]) return "no model is called '" + image + "'; name one by NAME=PATH";
+    if (table_.Texts(kPoint)[row].empty()) return "the point has no name";
     return repeats[row] ? "the point was measured in image '" + image + "' before" : "";
   });
   for (Track& track : tracks_) {
