@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "block/parallel.h"
 #include "rpc/ground_solution.h"
@@ -45,12 +46,12 @@ double LargestError(const TNetwork& network, const TTrack& track) {
 }
 
 /// Distances of the rays from a ground point, pixels.
-std::vector<double> Misses(const TTrack& track, const TGroundSolution& ground) {
+std::vector<double> Misses(const TTrack& track, double lat, double lon, double h) {
   std::vector<double> misses;
   for (const TRPCCoordsDataItem& item : track.items) {
     double line = 0.0;
     double sample = 0.0;
-    item.model->CalculateLineSample(ground.lat, ground.lon, ground.h, &line, &sample, nullptr, nullptr);
+    item.model->CalculateLineSample(lat, lon, h, &line, &sample, nullptr, nullptr);
     misses.push_back(std::hypot(line - item.line, sample - item.sample));
   }
   return misses;
@@ -66,7 +67,7 @@ TGroundSolution MeetByPairs(const TTrack& track, const TIntersectionOptions& opt
     for (std::size_t b = a + 1; b < track.items.size() && tried < kMostPairs; ++b, ++tried) {
       const TGroundIntersection ground = SolveLatLonH({track.items[a], track.items[b]}, options);
       if (!ground) continue;
-      const std::vector<double> misses = Misses(track, ground);
+      const std::vector<double> misses = Misses(track, ground.lat, ground.lon, ground.h);
       const auto count = static_cast<std::size_t>(
           std::count_if(misses.begin(), misses.end(), [&](double miss) { return miss <= options.largestRms; }));
       if (count <= bestCount) continue;
@@ -98,15 +99,44 @@ TGroundSolution Meet(std::size_t point, TNetwork* network) {
   return ground;
 }
 
+/// Most rays of a control point miss its place by more than the models may be off.
+bool IsGross(const TNetwork& network, std::size_t point) {
+  const TTrack track = TrackOf(network, point);
+  const TBlockPoint& stated = network.problem.points[point];
+  const std::vector<double> misses = Misses(track, stated.lat, stated.lon, stated.height);
+  const double limit = LargestError(network, track);
+  const auto far = std::count_if(misses.begin(), misses.end(), [&](double miss) { return !(miss <= limit); });
+  return 2 * static_cast<std::size_t>(far) > misses.size();
+}
+
+/// Control that is none: latitude and longitude that changed places, a height in millimetres. Derivatives there say
+/// nothing, so that no weight could save the first steps. Where most of the control is like that, the models are off by
+/// more than was said of them, and nobody is named.
+void LeaveOutGrossControl(TNetwork* network) {
+  std::vector<char> gross(network->PointCount(), 0);
+  const auto isControl = [&](std::size_t j) {
+    return network->pointState[j] == TBlockPointState::Used &&
+           network->problem.points[j].role == TBlockPointRole::Control;
+  };
+  ForRuns(gross.size(), kPointRun, [&](std::size_t first, std::size_t last) {
+    for (std::size_t j = first; j < last; ++j) gross[j] = isControl(j) && IsGross(*network, j) ? 1 : 0;
+  });
+  std::size_t control = 0;
+  for (std::size_t j = 0; j < gross.size(); ++j) control += isControl(j) ? 1 : 0;
+  const auto count = static_cast<std::size_t>(std::count(gross.begin(), gross.end(), 1));
+  if (2 * count <= control) network->knownIsBad = gross;
+}
+
 }  // namespace
 
 void FindStarts(TNetwork* network, TEquations* equations) {
+  if (network->options.robust) LeaveOutGrossControl(network);
   ForRuns(network->PointCount(), kPointRun, [&](std::size_t first, std::size_t last) {
     for (std::size_t j = first; j < last; ++j) {
       if (network->pointState[j] != TBlockPointState::Used) continue;
       const TBlockPoint& stated = network->problem.points[j];
       TUnknowns& unknowns = equations->unknowns;
-      if (stated.role == TBlockPointRole::Control) {
+      if (stated.role == TBlockPointRole::Control && network->knownIsBad[j] == 0) {
         unknowns.lat[j] = stated.lat;
         unknowns.lon[j] = stated.lon;
         unknowns.height[j] = stated.height;

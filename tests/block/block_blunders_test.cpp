@@ -112,6 +112,31 @@ TEST(BlockBlunders, ControlThatIsOffIsNamed) {
   EXPECT_EQ(result.points[point].state, TBlockPointState::Used);
 }
 
+TEST(BlockBlunders, ControlThatIsNoneHarmsNothing) {
+  struct Case {
+    const char* name;
+    void (*spoil)(TBlockPoint*);
+  };
+  const Case cases[] = {{"swapped", [](TBlockPoint* point) { std::swap(point->lat, point->lon); }},
+                        {"antipode", [](TBlockPoint* point) { point->lat = -point->lat, point->lon -= 180.0; }},
+                        {"millimetres", [](TBlockPoint* point) { point->height *= 1e3; }}};
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    Random random("gross");
+    BlockPlan plan;
+    plan.control = 12;
+    SimulatedBlock block = SimulateBlock(plan, &random);
+    const auto point = static_cast<std::uint32_t>(plan.ties + 4);
+    each.spoil(&block.problem.points[point]);
+    const TBlockResult result = AdjustBlock(block.problem);
+    ASSERT_EQ(result.state, TBlockState::Adjusted) << result.message;
+    EXPECT_NEAR(NormalizedError(block, result), 1.0, 0.4);
+    EXPECT_NEAR(result.sigma0, 1.0, 0.1);
+    ASSERT_EQ(result.badControl.size(), 1u);
+    EXPECT_EQ(result.control[result.badControl[0]].point, point);
+  }
+}
+
 TEST(BlockBlunders, WithoutControlTheSigmasHoldTheBlockAndTheReportSaysSo) {
   Random random("free");
   BlockPlan plan;
