@@ -76,6 +76,7 @@ class TJudge {
   /// The best hypothesis. \param rival whether another set of as few rays agrees as well.
   THypothesis Judge(std::size_t needed, bool* rival) {
     *rival = false;
+    full_ = {};
     const std::vector<char> all(rays_.size(), 1);
     THypothesis whole = Solve(all, known_count_ > 0);
     const bool solved = whole.cost < std::numeric_limits<double>::infinity();
