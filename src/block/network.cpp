@@ -19,7 +19,9 @@ bool IsPlace(const TBlockPoint& point) {
 }
 
 bool IsUsable(const TBlockPoint& point) {
-  if (!(point.sigmaHorizontal >= 0.0) || !(point.sigmaVertical >= 0.0)) return false;
+  for (const double sigma : {point.sigmaHorizontal, point.sigmaVertical}) {
+    if (!(sigma >= 0.0) || std::isinf(sigma)) return false;
+  }
   switch (point.role) {
     case TBlockPointRole::Tie:
       return true;

@@ -120,6 +120,9 @@ TEST(BlockAdjustment, WhatCannotBeMeantIsSaid) {
   options.sigmaMeasurement = 0.0;
   EXPECT_EQ(AdjustBlock(block.problem, options).state, TBlockState::BadProblem);
   EXPECT_EQ(AdjustBlock(TBlockProblem()).state, TBlockState::NothingToDo);
+  broken = block.problem;
+  broken.points.back().sigmaVertical = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(AdjustBlock(broken).points.back().state, TBlockPointState::NotFinite);
 }
 
 TEST(BlockAdjustment, AnImageWithTooFewTiesIsNamedAndLeftAsItWas) {
