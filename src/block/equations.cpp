@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "block/parallel.h"
+#include "rpc/ellipsoid.h"
 #include "rpc/rpc_axes.h"
 
 namespace SatCommonUtils::block {
@@ -79,17 +80,11 @@ TEquations::TEquations(const TNetwork& network)
 }
 
 void TEquations::SetFrames() {
-  constexpr double kAxis = 6378137.0;
-  constexpr double kEccentricity2 = 6.69437999014e-3;
-  constexpr double kRadian = 0.017453292519943295;
   for (std::size_t j = 0; j < metresPerLat_.size(); ++j) {
-    const double sine = std::sin(unknowns.lat[j] * kRadian);
-    const double w2 = 1.0 - kEccentricity2 * sine * sine;
-    const double primeVertical = kAxis / std::sqrt(w2);
-    const double meridian = primeVertical * (1.0 - kEccentricity2) / w2;
-    const double cosine = std::max(std::cos(unknowns.lat[j] * kRadian), kSmallestCosine);
-    metresPerLat_[j] = (meridian + unknowns.height[j]) * kRadian;
-    metresPerLon_[j] = (primeVertical + unknowns.height[j]) * cosine * kRadian;
+    const ellipsoid::TRadii radii = ellipsoid::RadiiAt(unknowns.lat[j]);
+    const double cosine = std::max(std::cos(unknowns.lat[j] * ellipsoid::kRadian), kSmallestCosine);
+    metresPerLat_[j] = (radii.meridian + unknowns.height[j]) * ellipsoid::kRadian;
+    metresPerLon_[j] = (radii.primeVertical + unknowns.height[j]) * cosine * ellipsoid::kRadian;
   }
 }
 
