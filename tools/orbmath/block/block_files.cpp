@@ -6,6 +6,7 @@
 #include <atomic>
 #include <exception>
 #include <memory>
+#include <system_error>
 #include <thread>
 
 #include "block/block_adjustment.h"
@@ -120,7 +121,12 @@ std::vector<ImageOutput> MakeAll(const OutputMaker& maker, std::size_t count) {
   };
   const auto threads = std::min<std::size_t>(static_cast<std::size_t>(SatCommonUtils::ZxGetThreadsCount()), count);
   std::vector<std::thread> others;
-  for (std::size_t i = 1; i < threads; ++i) others.emplace_back(work);
+  others.reserve(threads);
+  try {
+    for (std::size_t i = 1; i < threads; ++i) others.emplace_back(work);
+  } catch (const std::system_error&) {
+    // A system that gives no more threads leaves the work to those there are.
+  }
   work();
   for (std::thread& other : others) other.join();
   for (const ImageOutput& output : outputs) {
