@@ -285,7 +285,7 @@ void ImageCoordinates::GetHeights(std::size_t start, std::size_t count, const Gr
 
 /// Ground that is not seen for sure gets no image point.
 void ImageCoordinates::Mask(std::size_t start, std::size_t count, const Ground& ground, const double* h, double* line,
-                            PixelCounts* counts) const {
+                            double* sample, PixelCounts* counts) const {
   std::size_t chosen[kTogether];
   double lat[kTogether] = {};
   double lon[kTogether] = {};
@@ -302,7 +302,7 @@ void ImageCoordinates::Mask(std::size_t start, std::size_t count, const Ground& 
   locator_->GetVisibilityArray(used, lat, lon, height, visibility);
   for (std::size_t i = 0; i < used; ++i) {
     if (visibility[i] == TVisibility::Visible || visibility[i] == TVisibility::VisibleVoid) continue;
-    line[chosen[i]] = kNaN;
+    line[chosen[i]] = sample[chosen[i]] = kNaN;
     ++counts->hidden;
     --counts->filled;
   }
@@ -328,13 +328,13 @@ void ImageCoordinates::Project(const Ground& ground, double* line, double* sampl
     const double lastSample = width_ - 0.5;
     for (std::size_t i = 0; i < count; ++i) {
       double& l = line[start + i];
-      const double s = sample[start + i];
+      double& s = sample[start + i];
       if (l >= -0.5 && l < lastLine && s >= -0.5 && s < lastSample && (free || IsNear(lat[i], lon[i]))) continue;
       ++(std::isnan(h[i]) ? counts->noHeight : counts->outside);
       --counts->filled;
-      l = kNaN;
+      l = s = kNaN;
     }
-    if (locator_ != nullptr) Mask(start, count, ground, h, line + start, counts);
+    if (locator_ != nullptr) Mask(start, count, ground, h, line + start, sample + start, counts);
   }
 }
 
@@ -357,6 +357,7 @@ void ImageCoordinates::Compute(const PixelRect& rect, double* line, double* samp
       Fill(column, row, kSquare, &ground);
       if (ground.outside) {
         std::fill(lines.begin(), lines.end(), kNaN);
+        std::fill(samples.begin(), samples.end(), kNaN);
         counts->outside += std::int64_t(count);
       } else {
         Project(ground, lines.data(), samples.data(), counts);
@@ -371,11 +372,36 @@ void ImageCoordinates::Compute(const PixelRect& rect, double* line, double* samp
   }
 }
 
+/// The place of the image's centre in the map, which may lie outside it; the map's middle where it is unknown.
+void ImageCoordinates::FindCenter(double* column, double* row) const {
+  *column = 0.5 * frame_.columns;
+  *row = 0.5 * frame_.rows;
+  const TGroundSolution center = SolveLatLon(model_, 0.5 * height_, 0.5 * width_, model_.GetAverageHeight());
+  if (!center) return;
+  double x = center.lon;
+  double y = center.lat;
+  if (toGround_ != nullptr) {
+    OGRSpatialReference system;
+    system.SetFromUserInput(frame_.crs.c_str());
+    const auto toPlane = PlaneTransformation::Make(Wgs84(), HorizontalPart(system));
+    if (toPlane == nullptr) return;
+    toPlane->Run(1, &x, &y);
+  }
+  const double* t = frame_.transform;
+  const double area = t[1] * t[5] - t[2] * t[4];
+  const double c = (t[5] * (x - t[0]) - t[2] * (y - t[3])) / area;
+  const double r = (t[1] * (y - t[3]) - t[4] * (x - t[0])) / area;
+  if (!std::isfinite(c) || !std::isfinite(r)) return;
+  *column = c;
+  *row = r;
+}
+
 void ImageCoordinates::GetRatios(double* alongLines, double* alongSamples) const {
   *alongLines = *alongSamples = 1.0;
-  // Steps of one pixel from the middle of the map, at the model's own height.
-  const double c = 0.5 * frame_.columns;
-  const double r = 0.5 * frame_.rows;
+  // Steps of one pixel from the image's centre: maps of different bounds then get the same kernel, and polynomials
+  // are not asked far from the image.
+  double c, r;
+  FindCenter(&c, &r);
   const double columns[] = {c, c + 1.0, c};
   const double rows[] = {r, r, r + 1.0};
   double points[kChannels][3];

@@ -47,7 +47,8 @@ class ImageCoordinates {
   /// no height, lies outside the image or is masked.
   void Compute(const PixelRect& rect, double* line, double* sample, PixelCounts* counts) const;
 
-  /// Pixels of the image from one pixel of the map to the next, along lines and samples; 1 where that is unknown.
+  /// Pixels of the image from one pixel of the map to the next at the image's centre, along lines and samples; 1 where
+  /// that is unknown.
   void GetRatios(double* alongLines, double* alongSamples) const;
 
  private:
@@ -72,8 +73,9 @@ class ImageCoordinates {
   void GetHeights(std::size_t start, std::size_t count, const Ground& ground, double* h) const;
   bool IsNear(double lat, double lon) const;
   void Project(const Ground& ground, double* line, double* sample, PixelCounts* counts) const;
-  void Mask(std::size_t start, std::size_t count, const Ground& ground, const double* h, double* line,
+  void Mask(std::size_t start, std::size_t count, const Ground& ground, const double* h, double* line, double* sample,
             PixelCounts* counts) const;
+  void FindCenter(double* column, double* row) const;
 
   const TMapFrame& frame_;
   const TRPC& model_;

@@ -20,8 +20,9 @@ namespace {
 constexpr int kMostOnSide = 4096;
 constexpr int kBetween = 16;
 
-/// GDAL counts pixels by ints.
+/// GDAL counts pixels of a side by ints, and tiles of all are counted so here.
 constexpr double kMostPixels = 2147483000.0;
+constexpr double kMostInAll = 1e13;
 
 OGRSpatialReference ZoneOf(double lat, double lon, std::string* name) {
   const double turned = lon - 360.0 * std::floor((lon + 180.0) / 360.0);
@@ -45,6 +46,15 @@ double Rounded(double value) {
              ? rounded
              : value;
 }
+
+bool IsPossible(double columns, double rows, std::string* error) {
+  if (columns < kMostPixels && rows < kMostPixels && columns * rows < kMostInAll) return true;
+  *error = "the map has " + FormatDouble(columns) + " x " + FormatDouble(rows) + " pixels, more than a raster can have";
+  return false;
+}
+
+/// Plane coordinates, not those of a globe's centre nor heights.
+bool IsOfMaps(const OGRSpatialReference& system) { return system.IsGeographic() != 0 || system.IsProjected() != 0; }
 
 class Planner {
  public:
@@ -87,6 +97,10 @@ bool Planner::ChooseSystem(const std::string& asked, std::string* error) {
   if (!asked.empty()) {
     if (system_.SetFromUserInput(asked.c_str()) != OGRERR_NONE) {
       *error = "'" + asked + "' is no reference system that PROJ knows";
+      return false;
+    }
+    if (!IsOfMaps(system_)) {
+      *error = "'" + asked + "' has neither longitudes and latitudes nor a plane of east and north";
       return false;
     }
   } else {
@@ -184,11 +198,7 @@ bool Planner::Finish(TMapFrame* out, std::string* error) const {
   const double height = bounds_.yMax - bounds_.yMin;
   const double columns = std::fmax(1.0, std::nearbyint(width / resolution_[0]));
   const double rows = std::fmax(1.0, std::nearbyint(height / resolution_[1]));
-  if (!(columns < kMostPixels) || !(rows < kMostPixels)) {
-    *error =
-        "the map has " + FormatDouble(columns) + " x " + FormatDouble(rows) + " pixels, more than a raster can have";
-    return false;
-  }
+  if (!IsPossible(columns, rows, error)) return false;
   char* text = nullptr;
   const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
   system_.exportToWkt(&text, options);
@@ -211,7 +221,7 @@ bool FrameOfRaster(const std::string& path, const GdalSession& session, TMapFram
     return false;
   }
   const OGRSpatialReference* const system = raster->GetSpatialRef();
-  if (system == nullptr || raster->GetGeoTransform(frame.transform) != CE_None) {
+  if (system == nullptr || !IsOfMaps(*system) || raster->GetGeoTransform(frame.transform) != CE_None) {
     *error = path + ": has no georeference that a map could take";
     return false;
   }
@@ -222,6 +232,7 @@ bool FrameOfRaster(const std::string& path, const GdalSession& session, TMapFram
   CPLFree(text);
   frame.columns = raster->GetRasterXSize();
   frame.rows = raster->GetRasterYSize();
+  if (!IsPossible(frame.columns, frame.rows, error)) return false;
   *out = std::move(frame);
   return true;
 }

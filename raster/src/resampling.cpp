@@ -266,7 +266,10 @@ Sample Resampler::One(const PixelWindow<Sample>& window, double line, double sam
   // From the outer edge of the window's first pixel; not negative, or the point would lie outside the image.
   const double row = line - rect.row + 0.5;
   const double column = sample - rect.column + 0.5;
-  const std::ptrdiff_t nearest = static_cast<std::ptrdiff_t>(row) * rect.columns + static_cast<int>(column);
+  // In an image of one row or column the half may be rounded up to the outer edge.
+  const int r = std::min(static_cast<int>(row), rect.rows - 1);
+  const int c = std::min(static_cast<int>(column), rect.columns - 1);
+  const std::ptrdiff_t nearest = std::ptrdiff_t(r) * rect.columns + c;
   if (window.known != nullptr && window.known[nearest] == 0) return std::numeric_limits<Sample>::quiet_NaN();
   return kind_ == TResampling::Nearest ? window.pixels[nearest] : General(window, line, sample);
 }
