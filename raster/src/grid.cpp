@@ -19,6 +19,8 @@ namespace {
 
 /// Side of a tile: whole blocks of the output.
 constexpr int kTile = 512;
+/// More nodes than disks hold, and still few enough for an int to count their tiles.
+constexpr double kMostNodes = 1e13;
 
 const std::vector<const char*>& NamesOf(TGridKind kind) {
   static const std::vector<const char*> ground = {"latitude", "longitude", "height"};
@@ -67,6 +69,10 @@ bool GridRun::Prepare(std::string* error) {
     const double step = options_.step;
     const double transform[] = {-0.5 * step, step, 0.0, -0.5 * step, 0.0, step};
     for (int i = 0; i < 6; ++i) frame_.transform[i] = transform[i];
+    if (double(frame_.columns) * frame_.rows > kMostNodes) {
+      *error = "a grid of so many nodes cannot be written: take a larger step";
+      return false;
+    }
   }
   result_->columns = frame_.columns;
   result_->rows = frame_.rows;
@@ -130,9 +136,6 @@ bool GridRun::MakeTile(int number, std::string* error) {
   if (coordinates_) {
     PixelCounts counts;
     coordinates_->Compute(tile, values.data(), values.data() + count, &counts);
-    for (std::size_t i = 0; i < count; ++i) {
-      if (std::isnan(values[i])) values[count + i] = values[i];
-    }
   } else {
     Ground(tile, values.data());
   }
@@ -155,7 +158,8 @@ TMapState GridRun::Work(std::string* error) {
   *error = end.error;
   if (!end.error.empty()) return TMapState::Failed;
   if (end.stopped) return TMapState::Stopped;
-  return (npy_ ? npy_->Finish(error) : output_.Finish(error)) ? TMapState::Done : TMapState::Failed;
+  if (npy_) return npy_->Finish(error) ? TMapState::Done : TMapState::Failed;
+  return output_.Finish(options_.progress, error);
 }
 
 }  // namespace

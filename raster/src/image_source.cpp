@@ -47,9 +47,9 @@ bool ImageSource::Open(const std::string& path, std::string* error) {
     layer.band = number;
     layer.type = band->GetRasterDataType();
     layer.complex = GDALDataTypeIsComplex(layer.type) != 0;
-    const bool alpha = band->GetColorInterpretation() == GCI_AlphaBand;
-    layer.masked = !alpha && (band->GetMaskFlags() & GMF_ALL_VALID) == 0;
-    hasAlpha_ = hasAlpha_ || alpha;
+    layer.alpha = band->GetColorInterpretation() == GCI_AlphaBand;
+    layer.masked = !layer.alpha && (band->GetMaskFlags() & GMF_ALL_VALID) == 0;
+    hasAlpha_ = hasAlpha_ || layer.alpha;
     hasPalette_ = hasPalette_ || band->GetColorTable() != nullptr;
     narrow_ = narrow_ && HoldsExactly(layer.type);
     for (layer.part = 0; layer.part < (layer.complex ? 2 : 1); ++layer.part) layers_.push_back(layer);
@@ -77,6 +77,11 @@ bool ImageSource::Read(const ImageLayer& layer, const PixelRect& rect, std::vect
   if (read != CE_None) {
     *error = std::string(dataset_->GetDescription()) + ": cannot be read (" + session.LastError() + ")";
     return false;
+  }
+  if (layer.alpha) {
+    // The colours' mask: a kernel that made some alpha beside it would show colours that are not there.
+    known->resize(rect.Count());
+    for (std::size_t i = 0; i < known->size(); ++i) (*known)[i] = (*pixels)[i] != Sample(0) ? 255 : 0;
   }
   if (IsFloating(layer.type)) {
     const auto isNaN = [](Sample value) { return std::isnan(value); };

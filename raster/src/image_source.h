@@ -19,6 +19,7 @@ struct ImageLayer {
   bool complex = false;
   GDALDataType type = GDT_Byte;  ///< of the band
   bool masked = false;           ///< some pixels may have no data
+  bool alpha = false;            ///< says by itself where there are data: not where it is 0
 };
 
 /// An image that is open for reading. One thread at a time reads; others wait.

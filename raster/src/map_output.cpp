@@ -7,6 +7,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <system_error>
@@ -20,8 +21,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* kFolderNames = ".orbmath-map-";
 constexpr const char* kLockName = "lock";
-/// Tiles that may wait for one that is late, for each thread.
-constexpr std::size_t kAhead = 2;
 /// Side of a TIFF's tiles.
 constexpr int kTiffTile = 256;
 
@@ -52,6 +51,18 @@ CPLStringList TiffOptions(const MapOutputOptions& options, const TMapFrame& fram
 void Append(const std::vector<std::string>& more, CPLStringList* list) {
   for (const std::string& option : more) list->AddString(option.c_str());
 }
+
+/// A format that is written by copying can be stopped meanwhile.
+struct Asking {
+  TZxProgressHandler* progress = nullptr;
+  bool stopped = false;
+
+  static int CPL_STDCALL Ask(double, const char*, void* data) {
+    auto* const asking = static_cast<Asking*>(data);
+    if (!asking->stopped && asking->progress != nullptr) asking->stopped = !asking->progress->Progress(1.0);
+    return asking->stopped ? FALSE : TRUE;
+  }
+};
 
 /// Locked while the process lives: a folder whose lock can be taken belongs to nobody.
 int LockOf(const std::string& folder, int flags) {
@@ -104,6 +115,16 @@ bool GrowingFolder::Make(const std::string& target, std::string* error) {
   return true;
 }
 
+/// Statistics, overviews and masks of the raster that was replaced would be taken for the new one's.
+void GrowingFolder::RemoveStaleParts(const std::vector<std::string>& parts) const {
+  const std::string name = fs::path(target_).filename().string();
+  for (const char* ending : {".aux.xml", ".ovr", ".msk"}) {
+    if (std::find(parts.begin(), parts.end(), name + ending) != parts.end()) continue;
+    std::error_code ignored;
+    fs::remove(target_ + ending, ignored);
+  }
+}
+
 bool GrowingFolder::MoveOut(const std::string& main, std::string* error) {
   std::error_code code;
   const fs::path target = target_;
@@ -112,13 +133,13 @@ bool GrowingFolder::MoveOut(const std::string& main, std::string* error) {
     if (code) *error = target_ + ": cannot be written: " + code.message();
     return !code;
   };
-  std::vector<fs::path> parts;
+  std::vector<std::string> parts;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder_, code)) {
     const std::string name = entry.path().filename().string();
-    if (name != main && name != kLockName) parts.push_back(entry.path());
+    if (name != main && name != kLockName) parts.push_back(name);
   }
-  for (const fs::path& part : parts) {
-    if (!move(part)) return false;
+  for (const std::string& part : parts) {
+    if (!move(PathOf(part))) return false;
   }
   // On the disk before it takes the old one's name.
   const std::string file = PathOf(main);
@@ -129,7 +150,9 @@ bool GrowingFolder::MoveOut(const std::string& main, std::string* error) {
     *error = target_ + ": cannot be written to the disk";
     return false;
   }
-  return move(file);
+  if (!move(file)) return false;
+  RemoveStaleParts(parts);
+  return true;
 }
 
 bool MapOutput::Create(const MapOutputOptions& options, const TMapFrame& frame, int bands, GDALDataType type,
@@ -215,7 +238,7 @@ bool MapOutput::Put(int number, const PixelRect& rect, std::vector<Sample> value
     tile.twice = std::move(values);
   }
   std::unique_lock<std::mutex> lock(mutex_);
-  const std::size_t most = kAhead * std::size_t(options_.threads);
+  const std::size_t most = std::size_t(kTilesAhead) * std::size_t(options_.threads);
   moved_.wait(lock, [&] { return failed_ || number == next_ || waiting_.size() < most; });
   if (failed_) {
     *error = error_;
@@ -250,11 +273,11 @@ void MapOutput::GiveUp() {
   moved_.notify_all();
 }
 
-bool MapOutput::Finish(std::string* error) {
+TMapState MapOutput::Finish(TZxProgressHandler* progress, std::string* error) {
   GdalSession session;
   const auto fail = [&] {
     *error = options_.path + ": cannot be written (" + session.LastError() + ")";
-    return false;
+    return TMapState::Failed;
   };
   if (copies_) {
     dataset_->FlushCache(false);
@@ -262,8 +285,11 @@ bool MapOutput::Finish(std::string* error) {
     CPLStringList list;
     Append(options_.creation, &list);
     GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName(options_.format.c_str());
-    DatasetHandle copy(driver->CreateCopy(folder_.PathOf(name_).c_str(), dataset_.get(), FALSE, list.List(),
-                                          GDALDummyProgress, nullptr));
+    Asking asking;
+    asking.progress = progress;
+    DatasetHandle copy(
+        driver->CreateCopy(folder_.PathOf(name_).c_str(), dataset_.get(), FALSE, list.List(), &Asking::Ask, &asking));
+    if (asking.stopped) return TMapState::Stopped;
     if (copy == nullptr) return fail();
     copy.reset();
     dataset_.reset();
@@ -274,7 +300,7 @@ bool MapOutput::Finish(std::string* error) {
   // A disk that is full may only be found when the last blocks go.
   dataset_.reset();
   if (!session.LastError().empty()) return fail();
-  return folder_.MoveOut(name_, error);
+  return folder_.MoveOut(name_, error) ? TMapState::Done : TMapState::Failed;
 }
 
 }  // namespace SatCommonUtils

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/zxstd/progress.h"
 #include "gdal_session.h"
 #include "image_coordinates.h"
 
@@ -19,6 +20,9 @@ struct MapOutputOptions {
   std::vector<std::string> creation;
   int threads = 1;  ///< for compression
 };
+
+/// Tiles that may wait for one that is late, for each thread.
+constexpr int kTilesAhead = 2;
 
 /// A folder beside the new file, in which it grows; what is left in it goes with it.
 class GrowingFolder {
@@ -36,6 +40,8 @@ class GrowingFolder {
   bool MoveOut(const std::string& main, std::string* error);
 
  private:
+  void RemoveStaleParts(const std::vector<std::string>& parts) const;
+
   std::string folder_;
   std::string target_;
   int lock_ = -1;
@@ -57,8 +63,9 @@ class MapOutput {
   /// Lets go of threads that wait, for a tile that will not come.
   void GiveUp();
 
-  /// Closes the file and puts it in its place. \return false, and why.
-  bool Finish(std::string* error);
+  /// Closes the file and puts it in its place. \param progress may be null; asked whether to go on while a format is
+  /// written by copying. \return Done, Stopped, or Failed, and why.
+  TMapState Finish(TZxProgressHandler* progress, std::string* error);
 
  private:
   struct Tile {

@@ -19,13 +19,14 @@ namespace SatCommonUtils {
 
 namespace {
 
-/// Side of a tile: whole blocks of the output, and of the squares in which coordinates are interpolated.
+/// Side of a tile: whole blocks of the output, and of the squares in which coordinates are interpolated. The smaller
+/// one is for many bands or threads.
 constexpr int kTile = 512;
-/// Parts of the limit of memory: GDAL's blocks, and windows of the image of all threads together.
+constexpr int kSmallTile = 256;
+/// Parts of the limit of memory: GDAL's blocks; windows of the image, and tiles of the map, of all threads together.
 constexpr std::size_t kCacheShare = 3;
 constexpr std::size_t kWindowShare = 4;
-/// A rectangle of fewer pixels is not divided further for a window that is too large.
-constexpr std::size_t kFewPixels = 256;
+constexpr std::size_t kTileShare = 4;
 
 /// GDAL's cache of blocks within its part of the limit, while this lives.
 class BlockCache {
@@ -51,7 +52,9 @@ double RoundedUp(double value) { return std::floor(value + 0.5); }
 /// The values of a band's type: real numbers become such, and data never becomes the value of no data.
 class ValueRange {
  public:
-  ValueRange(GDALDataType type, std::optional<double> noData) : noData_(noData) {
+  /// \param moves whether data of the value of no data become the next value.
+  ValueRange(GDALDataType type, std::optional<double> noData, bool moves)
+      : noData_(noData), moves_(moves && noData.has_value()) {
     const GDALDataType real = GDALGetNonComplexDataType(type);
     integer_ = GDALDataTypeIsInteger(real) != 0;
     single_ = real == GDT_Float32;
@@ -62,6 +65,12 @@ class ValueRange {
   }
 
   double Empty() const { return noData_.value_or(0.0); }
+
+  /// Whether a band can have the value.
+  bool Holds(double value) const {
+    if (integer_) return value >= low_ && value <= high_ && value == std::floor(value);
+    return !single_ || !std::isfinite(value) || std::fabs(value) <= double(std::numeric_limits<float>::max());
+  }
 
   /// In place: NaN is where there are no data.
   template <class Sample>
@@ -77,7 +86,7 @@ class ValueRange {
         continue;
       }
       if (integer_) value = std::min(std::max(RoundedUp(value), low), high);
-      values[i] = noData_ && value == empty ? beside : value;
+      values[i] = moves_ && value == empty ? beside : value;
     }
   }
 
@@ -90,6 +99,7 @@ class ValueRange {
   }
 
   std::optional<double> noData_;
+  bool moves_;
   bool integer_ = false;
   bool single_ = false;
   double low_ = 0.0;
@@ -143,7 +153,9 @@ class OrthoRun {
   TMapState Work(std::string* error);
 
  private:
-  void ChooseNoData();
+  GDALDataType OutputType() const;
+  int ChooseTile() const;
+  bool ChooseNoData(std::string* error);
   bool CreateOutput(std::string* error);
   template <class Sample>
   TileRunEnd WorkOnTiles();
@@ -163,6 +175,7 @@ class OrthoRun {
   MapOutput output_;
   std::optional<double> noData_;
   std::vector<ValueRange> ranges_;  ///< of the layers
+  int side_ = kTile;
   int tiles_ = 0;
 };
 
@@ -187,24 +200,57 @@ bool OrthoRun::Prepare(std::string* error) {
   double alongLines, alongSamples;
   coordinates_->GetRatios(&alongLines, &alongSamples);
   resampler_.emplace(kind, alongLines, alongSamples);
-  ChooseNoData();
-  tiles_ = CountTiles(kTile, result_->frame.columns, result_->frame.rows);
+  if (!ChooseNoData(error)) return false;
+  side_ = ChooseTile();
+  tiles_ = CountTiles(side_, result_->frame.columns, result_->frame.rows);
   return CreateOutput(error);
 }
 
-void OrthoRun::ChooseNoData() {
+/// One for all bands, as most formats have it.
+GDALDataType OrthoRun::OutputType() const {
+  GDALDataset* const from = source_.Dataset();
+  GDALDataType type = from->GetRasterBand(1)->GetRasterDataType();
+  for (int i = 2; i <= from->GetRasterCount(); ++i) {
+    type = GDALDataTypeUnion(type, from->GetRasterBand(i)->GetRasterDataType());
+  }
+  return type;
+}
+
+/// Each thread has a tile under way, and others wait to be written.
+int OrthoRun::ChooseTile() const {
+  const std::size_t samples = (kTilesAhead + 1) * source_.Layers().size();
+  const std::size_t pixel = samples * (source_.IsNarrow() ? sizeof(float) : sizeof(double)) + 2 * sizeof(double);
+  const std::size_t all = pixel * std::size_t(kTile) * std::size_t(kTile) * std::size_t(threads_);
+  return all > options_.memoryBytes / kTileShare ? kSmallTile : kTile;
+}
+
+bool OrthoRun::ChooseNoData(std::string* error) {
+  const ValueRange type(OutputType(), {}, false);
   GDALRasterBand* const band = source_.Dataset()->GetRasterBand(1);
   int has = 0;
   const double own = band->GetNoDataValue(&has);
   const bool floating = GDALDataTypeIsFloating(band->GetRasterDataType()) != 0;
   noData_ = options_.noData;
-  if (!noData_ && has != 0) noData_ = own;
-  if (!noData_ && !source_.HasAlpha()) {
+  if (noData_ && !type.Holds(*noData_)) {
+    *error = FormatDouble(*noData_) + " cannot stand for no data: the image's type has no such value";
+    return false;
+  }
+  // Some images name a value that none of their pixels can have.
+  if (!noData_ && has != 0 && type.Holds(own)) noData_ = own;
+  if (!noData_ && source_.HasPalette()) {
+    result_->notes.push_back("pixels without data get the colour of number 0, as no number stands for them");
+  } else if (!noData_ && !source_.HasAlpha()) {
     noData_ = floating ? std::numeric_limits<double>::quiet_NaN() : 0.0;
     result_->notes.push_back("pixels without data get the value " +
                              std::string(floating ? "NaN" : "0, and data of this value 1"));
   }
-  for (const ImageLayer& layer : source_.Layers()) ranges_.emplace_back(layer.type, noData_);
+  for (const ImageLayer& layer : source_.Layers()) {
+    // The next colour in a palette is any other one; of complex numbers GDAL asks the real part. Alpha is 0 where there
+    // are no data, whatever stands for them in other bands.
+    const bool moves = !source_.HasPalette() && layer.part == 0;
+    ranges_.emplace_back(layer.type, layer.alpha ? std::nullopt : noData_, moves);
+  }
+  return true;
 }
 
 bool OrthoRun::CreateOutput(std::string* error) {
@@ -215,9 +261,7 @@ bool OrthoRun::CreateOutput(std::string* error) {
   options.threads = threads_;
   GDALDataset* const from = source_.Dataset();
   const int bands = from->GetRasterCount();
-  GDALDataType type = from->GetRasterBand(1)->GetRasterDataType();
-  for (int i = 2; i <= bands; ++i) type = GDALDataTypeUnion(type, from->GetRasterBand(i)->GetRasterDataType());
-  if (!output_.Create(options, result_->frame, bands, type, error)) return false;
+  if (!output_.Create(options, result_->frame, bands, OutputType(), error)) return false;
   const GdalSession session;
   for (int i = 1; i <= bands; ++i) {
     GDALRasterBand* const in = from->GetRasterBand(i);
@@ -267,7 +311,9 @@ bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const Pi
   }
   const PixelRect window = {begin[1], begin[0], end[1] - begin[1], end[0] - begin[0]};
   const std::size_t room = options_.memoryBytes / kWindowShare / std::size_t(threads_);
-  if (window.Count() * (sizeof(Sample) + 1) > room && part.Count() > kFewPixels) {
+  // Complex numbers come with both parts before one is taken.
+  const std::size_t pixel = (layer.complex ? 3 : 1) * sizeof(Sample) + 1;
+  if (window.Count() * pixel > room && part.Count() > 1) {
     PixelRect one = part;
     PixelRect other = part;
     const bool across = part.columns >= part.rows;
@@ -288,7 +334,7 @@ bool OrthoRun::Resample(const ImageLayer& layer, const PixelRect& tile, const Pi
 
 template <class Sample>
 bool OrthoRun::MakeTile(int number, Scratch<Sample>* scratch, std::string* error) {
-  const PixelRect tile = TileOf(number, kTile, result_->frame.columns, result_->frame.rows);
+  const PixelRect tile = TileOf(number, side_, result_->frame.columns, result_->frame.rows);
   const std::size_t count = tile.Count();
   scratch->line.resize(count);
   scratch->sample.resize(count);
@@ -327,7 +373,7 @@ TMapState OrthoRun::Work(std::string* error) {
   *error = end.error;
   if (!end.error.empty()) return TMapState::Failed;
   if (end.stopped) return TMapState::Stopped;
-  return output_.Finish(error) ? TMapState::Done : TMapState::Failed;
+  return output_.Finish(options_.progress, error);
 }
 
 }  // namespace

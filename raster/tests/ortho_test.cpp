@@ -13,10 +13,9 @@
 #include <fstream>
 
 #include "frame/zxstd/threads.h"
-#include "pixels.h"
+#include "ortho_scenes.h"
 #include "raster/height_files.h"
 #include "raster/image_model.h"
-#include "rpc/image_window.h"
 #include "rpc/models.h"
 #include "support/real_data.h"
 #include "terrain/scenes.h"
@@ -25,25 +24,17 @@
 namespace SatCommonUtils {
 namespace {
 
+using orbmath_test::DegreesOptions;
+using orbmath_test::Grey;
+using orbmath_test::Ortho;
+using orbmath_test::PlainFrame;
+using orbmath_test::PlainModel;
 namespace fs = std::filesystem;
-using orbmath_test::InFolder;
 using orbmath_test::kNaN;
 using orbmath_test::Load;
 using orbmath_test::Pixels;
 using orbmath_test::Save;
 using orbmath_test::SmallModel;
-
-class Ortho : public InFolder {
- protected:
-  /// Runs, expects success, and gives the pixels.
-  Pixels Run(const TRPC& model, const THeightSurface& surface, const TOrthoOptions& options,
-             TOrthoResult* result = nullptr) const {
-    const TOrthoResult made = Orthorectify({Path("image.tif"), Path("ortho.tif"), &model, &surface}, options);
-    EXPECT_TRUE(made) << made.sentence;
-    if (result != nullptr) *result = made;
-    return Load(Path("ortho.tif"));
-  }
-};
 
 class WithOrthoData : public Ortho {
  protected:
@@ -108,13 +99,6 @@ TEST_F(WithOrthoData, PixelsAreThoseOfAnIndependentProgram) {
   }
 }
 
-TOrthoOptions DegreesOptions(TResampling resampling) {
-  TOrthoOptions options;
-  options.frame.crs = "EPSG:4326";
-  options.resampling = resampling;
-  return options;
-}
-
 TEST_F(Ortho, WhatIsPaintedOnTheGroundComesBackInItsPlace) {
   const TRPC model = SmallModel();
   const orbmath_test::Formula surface(
@@ -170,42 +154,6 @@ TEST_F(Ortho, WhatIsPaintedOnTheGroundComesBackInItsPlace) {
     EXPECT_EQ(seen, result.filled);
     EXPECT_LT(worst, 0.05);
   }
-}
-
-/// A model whose pixels are 1e-4 degrees: sample = 2000 + 1e4 (lon - 7), line = 1000 - 1e4 (lat - 45), at any height.
-TRPC PlainModel() {
-  TRPCData record;
-  orbmath_test::TiltedModel(0.0).GetRPCData(&record);
-  record.lineOffset = 1000.0;
-  record.lineScale = 1000.0;
-  record.latScale = 0.1;
-  record.sampOffset = 2000.0;
-  record.sampScale = 2000.0;
-  record.longScale = 0.2;
-  EXPECT_TRUE(CropRPC(record, {1000.5 - 1.0, 2000.5 - 1.0, 1.0}, &record));
-  return TRPC(record);
-}
-
-/// A frame of pixels of 1e-4 degrees whose first one lies `columns` and `rows` right of and below the image's first.
-TOrthoOptions PlainFrame(TResampling resampling, double columns, double rows, int width, int height,
-                         double size = 1.0) {
-  TOrthoOptions options = DegreesOptions(resampling);
-  const double west = 7.0 + 1e-4 * (columns - 0.5 - 0.5);
-  const double north = 45.0 - 1e-4 * (rows - 0.5 - 0.5);
-  options.frame.resolution = 1e-4 * size;
-  options.frame.bounds = TMapBounds{west, north - 1e-4 * size * height, west + 1e-4 * size * width, north};
-  return options;
-}
-
-/// 9 x 7 pixels with unequal values.
-Pixels Grey() {
-  Pixels image = {9, 7, {{}}};
-  for (int row = 0; row < 7; ++row) {
-    for (int column = 0; column < 9; ++column) {
-      image.bands[0].push_back(100.0 + 13.0 * row + 7.0 * column + (row * column) % 5);
-    }
-  }
-  return image;
 }
 
 TEST_F(Ortho, HalfPixelsAreRightAtEveryEdge) {
@@ -297,6 +245,23 @@ TEST_F(Ortho, PixelsWithoutDataAndVoidsStayEmptyAndNothingElseDoes) {
   EXPECT_EQ(voids.At(0, 5, 1), 77.0);
 }
 
+TEST_F(Ortho, KernelsDoNotDependOnTheMapsBounds) {
+  // A model whose pixels get denser far from the image: at the middle of the wide map half as many again.
+  TRPCData record;
+  PlainModel().GetRPCData(&record);
+  record.sampNumCoef[7] = 0.2 * record.sampNumCoef[1];
+  const TRPC model(record);
+  const TConstantHeight flat(300.0);
+  Save(Path("image.tif"), Grey(), GDT_Float32);
+  const Pixels narrow = Run(model, flat, PlainFrame(TResampling::Cubic, 0.3, 0.3, 8, 6));
+  const Pixels wide = Run(model, flat, PlainFrame(TResampling::Cubic, 0.3, 0.3, 5000, 6));
+  for (int row = 0; row < 6; ++row) {
+    for (int column = 0; column < 8; ++column) {
+      EXPECT_NEAR(wide.At(0, column, row), narrow.At(0, column, row), 1e-3) << column << " " << row;
+    }
+  }
+}
+
 TEST_F(Ortho, CoarserMapsTakeInEveryPixel) {
   const TRPC model = PlainModel();
   const TConstantHeight flat(300.0);
@@ -305,7 +270,10 @@ TEST_F(Ortho, CoarserMapsTakeInEveryPixel) {
   for (int i = 0; i < 64 * 48; ++i) image.bands[0].push_back(i % 2 == 0 ? 10.0 : 250.0);
   Save(Path("image.tif"), image, GDT_Byte);
   for (const TResampling kind : {TResampling::Bilinear, TResampling::Cubic, TResampling::Lanczos}) {
-    const Pixels coarse = Run(model, flat, PlainFrame(kind, 0.0, 0.0, 16, 12, 4.0));
+    TOrthoOptions options = PlainFrame(kind, 0.0, 0.0, 16, 12, 4.0);
+    const Pixels coarse = Run(model, flat, options);
+    options.memoryBytes = 1000;  // no window fits: pixel by pixel
+    EXPECT_EQ(Run(model, flat, options).bands, coarse.bands);
     for (int row = 3; row < 9; ++row) {
       for (int column = 3; column < 13; ++column) EXPECT_NEAR(coarse.At(0, column, row), 130.0, 6.0) << int(kind);
     }
@@ -333,12 +301,14 @@ TEST_F(Ortho, ThreadsAndMemoryDoNotChangeThePixels) {
   EXPECT_EQ(made[0].bands, made[1].bands);
 }
 
-/// Stops at the third call.
+/// Stops at one of the calls.
 class Stopper final : public TZxProgressHandler {
  public:
-  bool Progress(double) override { return ++calls_ < 3; }
+  explicit Stopper(int last) : last_(last) {}
+  bool Progress(double) override { return ++calls_ < last_; }
 
  private:
+  int last_;
   int calls_ = 0;
 };
 
@@ -351,7 +321,7 @@ TEST_F(Ortho, ComesWholeOrNotAtAll) {
   const TOrthoProblem problem = {Path("image.tif"), Path("ortho.tif"), &model, &flat};
   TOrthoOptions options;
   options.frame.resolution = 0.5;
-  Stopper stopper;
+  Stopper stopper(3);
   options.progress = &stopper;
   EXPECT_EQ(Orthorectify(problem, options).state, TMapState::Stopped);
   options.progress = nullptr;
@@ -378,6 +348,14 @@ TEST_F(Ortho, ComesWholeOrNotAtAll) {
     EXPECT_EQ(Load(Path("ortho.tif")).width, made.frame.columns) << format;
   }
   EXPECT_EQ(FilesThere(), 4) << "image, ortho, the latter's header and auxiliary file";
+  options.format = "GTiff";
+  EXPECT_TRUE(Orthorectify(problem, options));
+  EXPECT_EQ(FilesThere(), 3) << "the auxiliary file was that of the replaced raster";
+  options.format = "COG";
+  Stopper late(2);  // after the only tile, in the copying
+  options.progress = &late;
+  EXPECT_EQ(Orthorectify(problem, options).state, TMapState::Stopped);
+  EXPECT_EQ(FilesThere(), 3);
 }
 
 TEST_F(Ortho, MasksWhatTerrainHides) {

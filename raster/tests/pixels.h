@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +14,11 @@
 #include "terrain/scenes.h"
 
 namespace orbmath_test {
+
+struct Close {
+  void operator()(GDALDataset* file) const { GDALClose(file); }
+};
+using Handle = std::unique_ptr<GDALDataset, Close>;
 
 /// Bands of pixels in memory, row by row.
 struct Pixels {
@@ -25,11 +31,14 @@ struct Pixels {
   }
 };
 
-inline void Save(const std::string& path, const Pixels& image, GDALDataType type, std::optional<double> noData = {}) {
+/// \param prepare null, or called before pixels are written.
+inline void Save(const std::string& path, const Pixels& image, GDALDataType type, std::optional<double> noData = {},
+                 void (*prepare)(GDALDataset*) = nullptr) {
   GDALAllRegister();
   GDALDriver* const driver = GetGDALDriverManager()->GetDriverByName("GTiff");
   GDALDataset* const file =
       driver->Create(path.c_str(), image.width, image.height, int(image.bands.size()), type, nullptr);
+  if (prepare != nullptr) prepare(file);
   for (std::size_t i = 0; i < image.bands.size(); ++i) {
     GDALRasterBand* const band = file->GetRasterBand(int(i) + 1);
     if (noData) band->SetNoDataValue(*noData);

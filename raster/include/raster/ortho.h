@@ -46,7 +46,8 @@ struct TOrthoOptions {
   TResampling resampling = TResampling::Cubic;  ///< between pixels
   THiddenGround hidden = THiddenGround::Keep;   ///< of ground behind mountains
   /// The value of pixels without data. Unset: the image's own, else NaN in bands of floating point and 0 in others; an
-  /// image with an alpha band needs none. Data of exactly this value are moved to the next.
+  /// image with an alpha band or a palette needs none. Data of exactly this value are moved to the next, but for
+  /// numbers of colours and imaginary parts. A value that the type of the bands cannot have is an error.
   std::optional<double> noData;
   std::string format = "GTiff";          ///< GDAL's name of the output's format
   std::vector<std::string> creation;     ///< options of that format, "COMPRESS=LZW"; they go before those set here
