@@ -2,8 +2,6 @@
 
 #include "block/result_folder.h"
 
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <deque>
 #include <filesystem>
@@ -11,25 +9,13 @@
 
 #include "errors.h"
 #include "report/output_file.h"
+#include "system/system.h"
 
 namespace orbmath_tool {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// How many files can be open at once, those that the process needs for itself apart.
-std::size_t MostOpenFiles(std::size_t wanted) {
-  constexpr rlim_t kOwn = 64;
-  struct rlimit limit {};
-  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
-  if (limit.rlim_cur < wanted + kOwn && limit.rlim_cur < limit.rlim_max) {
-    limit.rlim_cur = std::min(static_cast<rlim_t>(wanted + kOwn), limit.rlim_max);
-    setrlimit(RLIMIT_NOFILE, &limit);
-    getrlimit(RLIMIT_NOFILE, &limit);
-  }
-  return limit.rlim_cur > kOwn ? static_cast<std::size_t>(limit.rlim_cur - kOwn) : 1;
-}
 
 }  // namespace
 

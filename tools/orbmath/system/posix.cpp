@@ -4,8 +4,11 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "system/system.h"
 
@@ -32,6 +35,18 @@ bool IsPlainFile(int descriptor, std::uint64_t* size) {
 }
 
 bool IsTerminal(int descriptor) { return isatty(descriptor) == 1; }
+
+std::size_t MostOpenFiles(std::size_t wanted) {
+  constexpr rlim_t kOwn = 64;
+  struct rlimit limit {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+  if (limit.rlim_cur < wanted + kOwn && limit.rlim_cur < limit.rlim_max) {
+    limit.rlim_cur = std::min(static_cast<rlim_t>(wanted + kOwn), limit.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    getrlimit(RLIMIT_NOFILE, &limit);
+  }
+  return limit.rlim_cur > kOwn ? static_cast<std::size_t>(limit.rlim_cur - kOwn) : 1;
+}
 
 }  // namespace orbmath_tool
 

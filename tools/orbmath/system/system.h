@@ -29,4 +29,8 @@ bool HasMoreToRead(int descriptor);
 bool IsPlainFile(int descriptor, std::uint64_t* size);
 bool IsTerminal(int descriptor);
 
+/// How many files may be open at once, one at least, those apart that the process needs for itself. The limit is
+/// raised towards `wanted` where the system lets that be.
+std::size_t MostOpenFiles(std::size_t wanted);
+
 }  // namespace orbmath_tool

@@ -72,6 +72,12 @@ bool IsPlainFile(int descriptor, std::uint64_t* size) {
 
 bool IsTerminal(int descriptor) { return _isatty(descriptor) != 0; }
 
+std::size_t MostOpenFiles(std::size_t wanted) {
+  // The least that a version of the C runtime allows is 512.
+  constexpr std::size_t kMost = 448;
+  return std::clamp<std::size_t>(wanted, 1, kMost);
+}
+
 }  // namespace orbmath_tool
 
 #endif
