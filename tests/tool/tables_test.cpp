@@ -72,6 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
                       TableRow{"own_names_before_aliases", "x,y,lat,lon\n1,2,45,7\n", "", "[45 7 -1||1|2]"},
                       TableRow{"short_and_long_rows", "lat,lon,id\n45\n45,7,a,b,c\n45,7\n", "",
                                "!the row ends before its column 'lon'[45 7 -1|a][45 7 -1|]"},
+                      TableRow{"names_end_in_a_separator", "lon;lat;\n7;45;\n", "", "[45 7 -1||]"},
                       TableRow{"comma_and_blank", "lat lon h\n45, 7 , 500\n45,7,500\n", "", "[45 7 500|][45 7 500|]"},
                       TableRow{"decimal_commas", "lat lon h\n45,5 7,5 500\n", "",
                                "!commas and blanks both stand between numbers; decimals are written with a point"},

@@ -31,6 +31,7 @@ std::vector<T> Chosen(const std::vector<T>& column, const std::vector<std::size_
 template <class T>
 std::vector<std::vector<T>> Chosen(const std::vector<std::vector<T>>& columns, const std::vector<std::size_t>& rows) {
   std::vector<std::vector<T>> chosen;
+  chosen.reserve(columns.size());
   for (const std::vector<T>& column : columns) chosen.push_back(Chosen(column, rows));
   return chosen;
 }

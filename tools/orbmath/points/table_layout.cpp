@@ -81,15 +81,17 @@ Separator SeparatorOfRow(std::string_view line, std::size_t fields) {
   return tabs > 0 && tabs + 1 == fields ? Separator::Tab : Separator::Blanks;
 }
 
-/// True when a line has fields and none of them is a number.
+/// True when a line has fields with something in them, and none of them is a number. Names may end in a separator with
+/// nothing behind it.
 bool IsWords(const std::vector<std::string>& fields) {
   const auto is_number = [](const std::string& field) {
     const InputColumn any{"", std::nullopt, Quantity::Latitude, true};
     double value = 0.0;
     std::string reason;
-    return ReadNumber(field, any, &value, &reason);
+    return !field.empty() && ReadNumber(field, any, &value, &reason);
   };
-  return !fields.empty() && std::none_of(fields.begin(), fields.end(), is_number);
+  return std::any_of(fields.begin(), fields.end(), [](const std::string& field) { return !field.empty(); }) &&
+         std::none_of(fields.begin(), fields.end(), is_number);
 }
 
 /// The place of a column among names that are not `taken`; its own name counts before others.
