@@ -6,11 +6,13 @@
 
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "accuracy/simulation.h"
+#include "frame/zxstd/threads.h"
 #include "rpc/ground_solution.h"
 #include "rpc/models.h"
 #include "support/bits.h"
@@ -286,6 +288,22 @@ TEST(GroundUncertainty, SaysWhyThereIsNone) {
   EXPECT_EQ(IntersectionUncertainty({&model, &model}, {Errors(1, 0, 0), Errors(1, 0, 0)}, {}, 43.6, 1.4, 0.0).state,
             TUncertaintyState::Singular);
   EXPECT_EQ(IntersectionUncertainty({&model}, {}, {}, 43.6, 1.4, 0.0).state, TUncertaintyState::BadErrors);
+}
+
+TEST(GroundUncertainty, WhatASurfaceThrowsReachesTheCallerFromEveryThread) {
+  class Thrower : public THeightSurface {
+   public:
+    void GetHeights(std::size_t, const double*, const double*, double*) const override {
+      throw std::runtime_error("no heights today");
+    }
+    THeightRange GetRange(const TTerrainBox&) const override { return {}; }
+  };
+  const TZxThreadsScope threads(3);
+  const std::vector<double> lat(9000, 43.6), lon(9000, 1.4), h(9000, 300.0);
+  std::vector<TGroundUncertainty> results(lat.size());
+  EXPECT_THROW(TerrainUncertaintyArray(orbmath_test::CameraModel(), {}, Thrower(), {}, lat.size(), lat.data(),
+                                       lon.data(), h.data(), results.data()),
+               std::runtime_error);
 }
 
 }  // namespace
