@@ -2,11 +2,13 @@
 /// \file
 /// Block adjustment: corrections of many images and the ground points that they see, by one least-squares solution.
 
+#include <cstddef>
 #include <memory>
 
 #include "../frame/api.h"
 #include "../frame/zxstd/var_a.h"
 #include "../refine/adjusted_rpc.h"
+#include "../refine/refinement_covariance.h"
 #include "../refine/refinement_data.h"
 #include "../rpc/rpc_model.h"
 #include "block_options.h"
@@ -32,6 +34,11 @@ ORBMATH_API TBlockResult AdjustBlock(const TBlockProblem& problem, const TBlockO
 /// is measured. A refinement that the model has already is part of it: affine, or projective where that one is.
 /// \return empty when the numbers are not finite.
 ORBMATH_API var_a<TRPCRefinementDataBase*> RefinementOfBlock(const TRPC& model, const TBlockParameters& parameters);
+
+/// The covariance of the correction of an image of a result, for the record of `RefinementOfBlock` with the same model
+/// and for `TAdjustedRPC::SetRefinementCovariance`. What a refinement that the model had already leaves uncertain is
+/// not in it. \param image place of the image. \return not valid where it was not worked out, and of fixed images.
+ORBMATH_API TRefinementCovariance CovarianceOfBlock(const TRPC& model, const TBlockResult& result, std::size_t image);
 
 /// The model of an image with the correction on top: the same raster size and margin.
 /// \return null in that case.

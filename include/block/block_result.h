@@ -176,6 +176,7 @@ struct ORBMATH_API TBlockResult {
   std::int64_t unknowns = 0;      ///< Parameters of corrections and three for each ground point.
   int iterations = 0;             ///< Gauss-Newton steps, of all passes of the outlier search together.
   int factorizations = 0;         ///< How often the reduced normal matrix was factored.
+  bool scaled = false;            ///< Covariances were multiplied by the square of sigma0.
   bool dense = false;             ///< The reduced normal matrix was factored as a full one.
 
   std::vector<TBlockImageResult> images;         ///< Those of the problem, in order.

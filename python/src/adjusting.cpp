@@ -202,7 +202,8 @@ nb::list ModelsOf(const std::vector<const TModel*>& models, const TBlockResult& 
     const bool there = state == TBlockImageState::Adjusted || state == TBlockImageState::Fixed;
     const auto refinement = RefinementOfBlock(models[i]->rpc(), result.images[i].parameters);
     if (there && refinement) {
-      adjusted.append(nb::cast(TModel::Adjusted(*models[i], *refinement)));
+      adjusted.append(
+          nb::cast(TModel::Adjusted(*models[i], *refinement, CovarianceOfBlock(models[i]->rpc(), result, i))));
     } else {
       adjusted.append(nb::none());
     }

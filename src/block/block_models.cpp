@@ -53,6 +53,23 @@ matr3x3 MapOf(const TRPCRefinementDataBase& data) {
   return map;
 }
 
+/// The refinement that a model has already.
+struct TRefinementBefore {
+  matr3x3 map;
+  bool projective = false;
+};
+
+TRefinementBefore RefinementBefore(const TRPC& model) {
+  TRefinementBefore before;
+  before.map.fill_unity();
+  const auto* const adjusted = dynamic_cast<const TAdjustedRPC*>(&model);
+  if (adjusted == nullptr || !adjusted->IsAdjusted()) return before;
+  const var_a<TRPCRefinementDataBase*> data = adjusted->GetRPCRefinementData();
+  before.projective = data->type == TRPCRefinementTransformType::Projective;
+  before.map = MapOf(*data);
+  return before;
+}
+
 bool IsFinite(const matr3x3& map) {
   for (const auto& row : map.m) {
     for (const double value : row) {
@@ -65,15 +82,10 @@ bool IsFinite(const matr3x3& map) {
 }  // namespace
 
 var_a<TRPCRefinementDataBase*> RefinementOfBlock(const TRPC& model, const TBlockParameters& parameters) {
-  matr3x3 map = MapOf(model.GetNormalization(), parameters);
-  bool projective = false;
-  if (const auto* adjusted = dynamic_cast<const TAdjustedRPC*>(&model); adjusted != nullptr && adjusted->IsAdjusted()) {
-    const var_a<TRPCRefinementDataBase*> before = adjusted->GetRPCRefinementData();
-    projective = before->type == TRPCRefinementTransformType::Projective;
-    map = Product(map, MapOf(*before));
-  }
+  const TRefinementBefore before = RefinementBefore(model);
+  const matr3x3 map = Product(MapOf(model.GetNormalization(), parameters), before.map);
   if (!IsFinite(map)) return nullptr;
-  if (projective) {
+  if (before.projective) {
     var_a<TRPCRefinementDataProjective*> data(new TRPCRefinementDataProjective);
     data->matr = map;
     return data;
@@ -86,6 +98,45 @@ var_a<TRPCRefinementDataBase*> RefinementOfBlock(const TRPC& model, const TBlock
   data->SampleTilt = map[1][1];
   data->SampleBias = map[1][2];
   return data;
+}
+
+TRefinementCovariance CovarianceOfBlock(const TRPC& model, const TBlockResult& result, std::size_t image) {
+  TRefinementCovariance covariance;
+  const TBlockImageResult& own = result.images[image];
+  if (own.state != TBlockImageState::Adjusted || std::isnan(own.covariance[0])) return covariance;
+  const TRefinementBefore before = RefinementBefore(model);
+  // The map is linear in the parameters: each has a matrix of its own.
+  matr3x3 zero;
+  zero.fill_unity();
+  std::array<matr3x3, 6> steps;
+  for (std::size_t p = 0; p < 6; ++p) {
+    TBlockParameters one;
+    (p < 3 ? one.sample : one.line)[p % 3] = 1.0;
+    matr3x3 step = MapOf(model.GetNormalization(), one);
+    for (std::size_t i = 0; i < 9; ++i) step[i / 3][i % 3] -= zero[i / 3][i % 3];
+    steps[p] = Product(step, before.map);
+  }
+  using Type = TRPCRefinementTransformType;
+  covariance.type = before.projective ? Type::Projective : Type::Affine;
+  const std::size_t count = before.projective ? 9 : 6;
+  covariance.values.resize(count * count);
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t j = i; j < count; ++j) {
+      double sum = 0.0;
+      for (std::size_t p = 0; p < 6; ++p) {
+        for (std::size_t q = 0; q < 6; ++q) {
+          sum += steps[p][i / 3][i % 3] * own.covariance[6 * p + q] * steps[q][j / 3][j % 3];
+        }
+      }
+      covariance.values[i * count + j] = covariance.values[j * count + i] = sum;
+    }
+  }
+  if (result.redundancy > 0) {
+    const auto redundancy = static_cast<double>(result.redundancy);
+    covariance.sigma = result.rms * std::sqrt(2.0 * static_cast<double>(result.observations) / redundancy);
+    if (result.scaled) covariance.redundancy = static_cast<std::size_t>(result.redundancy);
+  }
+  return covariance;
 }
 
 std::shared_ptr<TAdjustedRPC> AdjustedModelOf(const TRPC& model, const TBlockParameters& parameters) {

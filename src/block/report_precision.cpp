@@ -94,7 +94,8 @@ void ReportPrecision(const TNetwork& network, TLeastSquares& solution, TBlockRes
   const TBlockOptions& options = network.options;
   const bool corrections = options.covariance != TBlockCovariance::None;
   const bool points = options.covariance == TBlockCovariance::Points;
-  const double spread = options.scaleBySigma0 && result->sigma0 > 0.0 ? result->sigma0 : 1.0;
+  result->scaled = options.scaleBySigma0 && result->sigma0 > 0.0;
+  const double spread = result->scaled ? result->sigma0 : 1.0;
   const TReducedSystem& system = solution.System();
   for (std::size_t k = 0; k < result->images.size() && corrections; ++k) {
     const std::uint32_t group = network.groupOf[k];

@@ -182,4 +182,42 @@ TEST(BlockCovariance, IsThatOfTheWholeMatrix) {
   }
 }
 
+TEST(BlockCovariance, StaysWithTheAdjustedModel) {
+  TBlockOptions options;
+  TBlockProblem problem = OnThePlane(&options);
+  const auto first = AdjustedModelOf(*problem.images[1].model, {{1.0, 9.0, -25.0}, {-2.0, 12.0, 7.0}});
+  problem.images[1].model = first;
+  problem.images[3].correction = TBlockCorrection::None;
+  const TBlockResult result = AdjustBlock(problem, options);
+  ASSERT_EQ(result.state, TBlockState::Adjusted) << result.message;
+  for (const std::size_t k : {std::size_t{0}, std::size_t{1}}) {
+    const TRPC& model = *problem.images[k].model;
+    const auto adjusted = AdjustedModelOf(model, result.images[k].parameters);
+    ASSERT_TRUE(adjusted->SetRefinementCovariance(CovarianceOfBlock(model, result, k)));
+    const TRefinementCovariance& covariance = *adjusted->FindRefinementCovariance();
+    EXPECT_EQ(covariance.redundancy, static_cast<std::size_t>(result.redundancy));
+    EXPECT_GT(covariance.sigma, result.rms);
+    const TRefinementPropagation propagation(*adjusted->GetRPCRefinementData(), covariance);
+    // The point where the record puts it, and where the model did that was adjusted.
+    const double raw[2] = {2100.0, 900.0};
+    double before[2] = {raw[0], raw[1]};
+    if (k == 1) first->GetRefinement()->RawToRefined(raw[0], raw[1], before, before + 1, nullptr, nullptr);
+    const double terms[3] = {1.0, model.GetNormalization().sample.Initial2Normalized(before[1]),
+                             model.GetNormalization().line.Initial2Normalized(before[0])};
+    const auto expected = [&](int rows, int columns) {
+      double sum = 0.0;
+      for (int p = 0; p < 9; ++p) {
+        const int place = (rows + p / 3) * 6 + columns + p % 3;
+        sum += terms[p / 3] * terms[p % 3] * result.images[k].covariance[static_cast<std::size_t>(place)];
+      }
+      return sum;
+    };
+    const TImageCovariance got = propagation.At(raw[0], raw[1]);
+    EXPECT_NEAR(got.sampleSample, expected(0, 0), 1e-7 * expected(0, 0));
+    EXPECT_NEAR(got.lineLine, expected(3, 3), 1e-7 * expected(3, 3));
+    EXPECT_NEAR(got.lineSample, expected(3, 0), 1e-7 * expected(3, 3));
+  }
+  EXPECT_FALSE(CovarianceOfBlock(*problem.images[3].model, result, 3).IsValid());
+}
+
 }  // namespace

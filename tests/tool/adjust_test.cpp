@@ -83,6 +83,7 @@ TEST(AdjustTest, FindsCorrectionsGroundPointsAndTheBadMeasurements) {
     const ImagePlace adjusted = Projected("out/" + ImageName(i) + ".xml", point);
     const ImagePlace plain = Projected("out/" + ImageName(i) + ".RPB", point);
     EXPECT_LT(std::hypot(adjusted.line - plain.line, adjusted.sample - plain.sample), 0.01) << i;
+    EXPECT_NE(ReadText("out/" + ImageName(i) + ".xml").find("\"RefinementCovariance\""), std::string::npos) << i;
     double line = 0.0;
     double sample = 0.0;
     SatCommonUtils::TAdjustedRPC(&item.rpc, &item.refinement)

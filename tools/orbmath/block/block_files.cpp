@@ -3,16 +3,15 @@
 #include "block/block_files.h"
 
 #include <algorithm>
-#include <atomic>
 #include <exception>
 #include <memory>
-#include <system_error>
-#include <thread>
 
+#include "accuracy/error_model.h"
 #include "block/block_adjustment.h"
 #include "errors.h"
 #include "frame/zxstd/stream.h"
 #include "frame/zxstd/threads.h"
+#include "models/in_parallel.h"
 #include "models/raster_library.h"
 #include "refine/adjusted_rpc.h"
 #include "refine/rpc_exchange.h"
@@ -36,6 +35,7 @@ struct ImageOutput {
   std::string xml;
   std::string plain;                               ///< bytes of the plain model; empty: it goes into an image
   TRPCData plain_record;                           ///< the plain model
+  SatCommonUtils::TRPCFileExtras plain_extras;     ///< what its file says beside it
   std::unique_ptr<TCipherRPCImpExpDataItem> item;  ///< null: the exchange document cannot hold it
   std::exception_ptr error;
 };
@@ -58,6 +58,7 @@ class OutputMaker {
     const auto& parameters = result_.images[image].parameters;
     const std::shared_ptr<TAdjustedRPC> adjusted = SatCommonUtils::AdjustedModelOf(*model.rpc, parameters);
     if (adjusted == nullptr) throw Failure(model.name + ": its correction makes no model");
+    adjusted->SetRefinementCovariance(SatCommonUtils::CovarianceOfBlock(*model.rpc, result_, image));
     const std::string& name = images_.Name(image);
     output->files.adjusted = name + ".xml";
     output->xml = FormatModel(*adjusted, model.file.extras, TRPCFileForm::XML, output->files.adjusted).content;
@@ -83,12 +84,16 @@ class OutputMaker {
     const SatCommonUtils::TRefinedExport exported = adjusted.ExportRefined();
     if (!exported.success) throw Failure(model.name + ": no plain model can be made: " + exported.message);
     output->plain_record = exported.record;
+    output->plain_extras = model.file.extras;
+    const SatCommonUtils::TExportedErrors errors = SatCommonUtils::ErrorsOfExport(adjusted);
+    if (errors.bias) output->plain_extras.biasError = errors.bias;
+    if (errors.random) output->plain_extras.randomError = errors.random;
     if (plain_ == PlainForm::Image) {
       output->files.plain = name + ".tif";
     } else {
       const bool rpb = plain_ == PlainForm::Rpb;
       output->files.plain = name + (rpb ? ".RPB" : "_RPC.TXT");
-      const auto written = FormatModel(TRPC(exported.record), model.file.extras,
+      const auto written = FormatModel(TRPC(exported.record), output->plain_extras,
                                        rpb ? TRPCFileForm::RPB : TRPCFileForm::Text, output->files.plain);
       output->plain = written.content;
       output->plain_record = written.record;
@@ -107,28 +112,15 @@ class OutputMaker {
 /// first image that has one.
 std::vector<ImageOutput> MakeAll(const OutputMaker& maker, std::size_t count) {
   std::vector<ImageOutput> outputs(count);
-  std::atomic<std::size_t> next{0};
-  const auto work = [&] {
-    const SatCommonUtils::TZxThreadsScope alone(1);
-    for (std::size_t i = next++; i < count; i = next++) {
-      if (!maker.HasOutput(i)) continue;
-      try {
-        maker.Make(i, &outputs[i]);
-      } catch (...) {
-        outputs[i].error = std::current_exception();
-      }
+  const auto make = [&](std::size_t i) {
+    if (!maker.HasOutput(i)) return;
+    try {
+      maker.Make(i, &outputs[i]);
+    } catch (...) {
+      outputs[i].error = std::current_exception();
     }
   };
-  const auto threads = std::min<std::size_t>(static_cast<std::size_t>(SatCommonUtils::ZxGetThreadsCount()), count);
-  std::vector<std::thread> others;
-  others.reserve(threads);
-  try {
-    for (std::size_t i = 1; i < threads; ++i) others.emplace_back(work);
-  } catch (const std::system_error&) {
-    // A system that gives no more threads leaves the work to those there are.
-  }
-  work();
-  for (std::thread& other : others) other.join();
+  InParallel(count, SatCommonUtils::ZxGetThreadsCount(), make, [](std::size_t) {});
   for (const ImageOutput& output : outputs) {
     if (output.error) std::rethrow_exception(output.error);
   }
@@ -142,7 +134,7 @@ void AddImageCopy(const Model& model, const ImageOutput& output, ResultFolder* f
   }
   folder->AddCopy(output.files.plain, model.name, [&](const std::string& copy) {
     SatCommonUtils::TRPCFileError error;
-    if (!WriteImage(copy, output.plain_record, model.file.extras, &error)) throw Failure(error.GetText());
+    if (!WriteImage(copy, output.plain_record, output.plain_extras, &error)) throw Failure(error.GetText());
   });
 }
 
