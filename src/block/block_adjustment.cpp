@@ -184,23 +184,19 @@ TBlockResult AdjustBlock(const TBlockProblem& problem, const TBlockOptions& opti
   const TZxThreadsScope threads(ThreadsFor(problem, options));
   TNetwork network(problem, options);
   network.LeaveOut(TBlockPointState::TooFewRays);
-  if (NobodyToAdjust(network)) {
+  const auto end_early = [&] {
     ReportStates(network, &result);
     result.state = TBlockState::NothingToDo;
     result.message = DescribeBlockState(result.state);
     return result;
-  }
+  };
+  if (NobodyToAdjust(network)) return end_early();
   block::TProgress progress(options.progress);
   progress.Tell(0.0);
   TLeastSquares solution(network, LargestParameters(network), &progress);
   FindStarts(&network, &solution.equations);
   network.LeaveOut(TBlockPointState::TooFewRays);
-  if (NobodyToAdjust(network)) {
-    ReportStates(network, &result);
-    result.state = TBlockState::NothingToDo;
-    result.message = DescribeBlockState(result.state);
-    return result;
-  }
+  if (NobodyToAdjust(network)) return end_early();
   block::OpenKinds(&network);
   if (options.checkOnly) {
     ReportCheck(network, &result);

@@ -17,6 +17,7 @@ namespace {
 using rpc::Rounded;
 using rpc::TExamined;
 using rpc::TSeenGrid;
+using rpc::TSeenNodes;
 using Kind = TFindingKind;
 using Severity = TFindingSeverity;
 
@@ -31,17 +32,9 @@ constexpr double kLargestSpread = 3.0;
 constexpr double kSameModel = 0.5;
 
 TSeenGrid SeenBy(const TRPC& model) {
-  const TImageBox image = ImageBoxOf(model, TRasterBounds::PixelCentres);
-  const TLinearNormalization heights = GroundBoxOf(model).height;
+  const TSeenNodes nodes(ImageBoxOf(model, TRasterBounds::PixelCentres), GroundBoxOf(model).height);
+  const auto& [line, sample, height] = nodes;
   TSeenGrid seen;
-  std::vector<double> line, sample, height;
-  for (const TImagePoint& point : image.Grid(TSeenGrid::kAcross, TSeenGrid::kAcross, TGridNodes::Ends)) {
-    for (int k = 0; k < TSeenGrid::kHeights; ++k) {
-      line.push_back(point.line);
-      sample.push_back(point.sample);
-      height.push_back(heights.Normalized2Initial(GridPlace(k, TSeenGrid::kHeights, TGridNodes::Ends)));
-    }
-  }
   seen.solutions.resize(line.size());
   SolveLatLonArray(model, line.size(), line.data(), sample.data(), height.data(), seen.solutions.data());
   for (std::size_t i = 0; i < seen.solutions.size(); ++i) {

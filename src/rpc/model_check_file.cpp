@@ -94,16 +94,8 @@ void CheckDomains(const TExamined& examined, const TRange& lines, const TRange& 
 /// How far the file's image-to-ground model misses the record, pixels, the worst over the image and the heights.
 double DirectMiss(const TRPCData& record, const TRPCData& direct) {
   const TRPC model(record, nullptr);
-  const TImageBox image = ImageBoxOf(model);
-  const TLinearNormalization heights = GroundBoxOf(model).height;
-  std::vector<double> line, sample, height;
-  for (const TImagePoint& point : image.Grid(TSeenGrid::kAcross, TSeenGrid::kAcross, TGridNodes::Ends)) {
-    for (int k = 0; k < TSeenGrid::kHeights; ++k) {
-      line.push_back(point.line);
-      sample.push_back(point.sample);
-      height.push_back(heights.Normalized2Initial(GridPlace(k, TSeenGrid::kHeights, TGridNodes::Ends)));
-    }
-  }
+  const TSeenNodes nodes(ImageBoxOf(model), GroundBoxOf(model).height);
+  const auto& [line, sample, height] = nodes;
   std::vector<double> lat(line.size()), lon(line.size());
   TInverseRPC(direct).Evaluate(line.size(), line.data(), sample.data(), height.data(), lat.data(), lon.data());
   double worst = 0.0;

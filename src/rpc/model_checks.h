@@ -36,6 +36,21 @@ struct TSeenGrid {
   double lon[2] = {720.0, -720.0};
 };
 
+/// The image points and heights of such a grid, heights fastest.
+struct TSeenNodes {
+  std::vector<double> line, sample, height;
+
+  TSeenNodes(const TImageBox& image, const TLinearNormalization& heights) {
+    for (const TImagePoint& point : image.Grid(TSeenGrid::kAcross, TSeenGrid::kAcross, TGridNodes::Ends)) {
+      for (int k = 0; k < TSeenGrid::kHeights; ++k) {
+        line.push_back(point.line);
+        sample.push_back(point.sample);
+        height.push_back(heights.Normalized2Initial(GridPlace(k, TSeenGrid::kHeights, TGridNodes::Ends)));
+      }
+    }
+  }
+};
+
 /// A model under examination.
 struct TExamined {
   const TRPC& model;

@@ -6,6 +6,7 @@
 #include "points/field_text.h"
 #include "points/json_members.h"
 #include "points/line_walk.h"
+#include "points/parsed_row.h"
 #include "points/table_layout.h"
 
 namespace orbmath_tool {
@@ -16,13 +17,15 @@ namespace {
 class RecordParser {
  public:
   RecordParser(const TableLayout& layout, LineBlock* block)
-      : layout_(layout), block_(block), values_(layout.numbers.size()), texts_(layout.texts.size()) {}
+      : layout_(layout),
+        block_(block),
+        row_{std::vector<double>(layout.numbers.size()), std::vector<std::string_view>(layout.texts.size())} {}
 
   bool Parse(std::string_view record, std::string* reason) {
     if (!SplitRecord(record, &members_, reason)) return false;
-    has_value_.assign(values_.size(), false);
-    filled_ = false;
-    texts_.assign(texts_.size(), {});
+    has_value_.assign(row_.values.size(), false);
+    row_.filled = false;
+    row_.texts.assign(row_.texts.size(), {});
     std::string unread;
     std::size_t next = 0;
     for (const JsonMember& member : members_) {
@@ -37,10 +40,10 @@ class RecordParser {
         *reason = unread;
         return false;
       }
-      std::fill(values_.begin(), values_.end(), std::nan(""));
+      std::fill(row_.values.begin(), row_.values.end(), std::nan(""));
       block_->unread.push_back({block_->count, std::move(unread)});
     }
-    Append();
+    row_.AppendTo(layout_, block_);
     return true;
   }
 
@@ -63,48 +66,36 @@ class RecordParser {
     if (to.kind == Kind::Text) {
       // What travels to the output stays JSON; what a command reads itself is a text.
       const bool travels = to.target >= layout_.wanted;
-      texts_[to.target] = travels ? value : std::string_view(block_->unquoted.emplace_back(TextOfJson(value)));
+      row_.texts[to.target] = travels ? value : std::string_view(block_->unquoted.emplace_back(TextOfJson(value)));
       return true;
     }
     const InputColumn& column = layout_.numbers[to.target];
     // Of members of one name the first counts: a feature's coordinates come before its properties.
     if (value == "null" || has_value_[to.target]) return true;
     has_value_[to.target] = true;
-    return value.front() == '"' ? ReadNumber(TextOfJson(value), column, &values_[to.target], reason)
-                                : ReadNumber(value, column, &values_[to.target], reason);
+    return value.front() == '"' ? ReadNumber(TextOfJson(value), column, &row_.values[to.target], reason)
+                                : ReadNumber(value, column, &row_.values[to.target], reason);
   }
 
   bool FillMissing(std::string* reason) {
-    for (std::size_t i = 0; i < values_.size(); ++i) {
+    for (std::size_t i = 0; i < row_.values.size(); ++i) {
       const InputColumn& column = layout_.numbers[i];
       if (has_value_[i] || !layout_.texts[i].empty()) continue;
       if (!column.fallback && !column.may_be_missing) {
         *reason = "the record has no " + column.name;
         return false;
       }
-      values_[i] = column.fallback.value_or(std::nan(""));
-      filled_ = true;
+      row_.values[i] = column.fallback.value_or(std::nan(""));
+      row_.filled = true;
     }
     return true;
-  }
-
-  void Append() {
-    for (std::size_t i = 0; i < values_.size(); ++i) {
-      if (layout_.texts[i].empty()) block_->in[i].push_back(values_[i]);
-    }
-    for (std::size_t i = 0; i < texts_.size(); ++i) {
-      if (!layout_.texts[i].empty()) block_->texts[i].push_back(texts_[i]);
-    }
-    block_->filled += filled_ ? 1 : 0;
   }
 
   const TableLayout& layout_;
   LineBlock* const block_;
   std::vector<JsonMember> members_;
-  std::vector<double> values_;
   std::vector<bool> has_value_;
-  std::vector<std::string_view> texts_;
-  bool filled_ = false;
+  ParsedRow row_;
 };
 
 }  // namespace

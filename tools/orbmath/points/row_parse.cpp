@@ -6,6 +6,7 @@
 
 #include "points/field_text.h"
 #include "points/line_walk.h"
+#include "points/parsed_row.h"
 #include "points/table_layout.h"
 
 namespace orbmath_tool {
@@ -146,7 +147,9 @@ std::string WithoutDoubled(std::string_view text) {
 class RowParser {
  public:
   RowParser(const TableLayout& layout, LineBlock* block)
-      : layout_(layout), block_(block), values_(layout.numbers.size()), texts_(layout.texts.size()) {}
+      : layout_(layout),
+        block_(block),
+        row_{std::vector<double>(layout.numbers.size()), std::vector<std::string_view>(layout.texts.size())} {}
 
   bool Parse(const char* at, const char* end, const char** behind, std::string* reason) {
     // A line without the table's separator is one of blanks.
@@ -183,10 +186,10 @@ class RowParser {
     }
     *behind = cutter.More() ? std::find(cutter.At(), end, '#') : cutter.At();
     if (!unread.empty()) {
-      std::fill(values_.begin(), values_.end(), std::nan(""));
+      std::fill(row_.values.begin(), row_.values.end(), std::nan(""));
       block_->unread.push_back({block_->count, std::move(unread)});
     }
-    Append();
+    row_.AppendTo(layout_, block_);
     return true;
   }
 
@@ -194,11 +197,11 @@ class RowParser {
   using Kind = TableLayout::Field::Kind;
 
   void StartRow() {
-    filled_ = false;
-    for (std::size_t i = 0; i < values_.size(); ++i) {
+    row_.filled = false;
+    for (std::size_t i = 0; i < row_.values.size(); ++i) {
       if (layout_.found[i] || !layout_.numbers[i].fallback) continue;
-      values_[i] = *layout_.numbers[i].fallback;
-      filled_ = true;
+      row_.values[i] = *layout_.numbers[i].fallback;
+      row_.filled = true;
     }
   }
 
@@ -207,23 +210,23 @@ class RowParser {
     std::string_view text = field.text;
     if (field.has_doubled) text = block_->unquoted.emplace_back(WithoutDoubled(text));
     if (to.kind == Kind::Text) {
-      texts_[to.target] = text;
+      row_.texts[to.target] = text;
       return true;
     }
     const InputColumn& column = layout_.numbers[to.target];
     if (text.empty() && column.fallback) {
-      values_[to.target] = *column.fallback;
-      filled_ = true;
+      row_.values[to.target] = *column.fallback;
+      row_.filled = true;
       return true;
     }
-    return ReadNumber(text, column, &values_[to.target], reason);
+    return ReadNumber(text, column, &row_.values[to.target], reason);
   }
 
   /// What a row that ends early has in its further columns. \param count fields that it has.
   bool FillMissing(std::size_t count, std::string* reason) {
     for (std::size_t i = count; i < layout_.fields.size(); ++i) {
       const TableLayout::Field& field = layout_.fields[i];
-      if (field.kind == Kind::Text) texts_[field.target] = {};
+      if (field.kind == Kind::Text) row_.texts[field.target] = {};
       if (field.kind != Kind::Number) continue;
       const InputColumn& column = layout_.numbers[field.target];
       if (!column.fallback && !column.may_be_missing) {
@@ -232,27 +235,15 @@ class RowParser {
                                         : "the row ends before its column '" + layout_.names[i] + "'";
         return false;
       }
-      values_[field.target] = column.fallback.value_or(std::nan(""));
-      filled_ = true;
+      row_.values[field.target] = column.fallback.value_or(std::nan(""));
+      row_.filled = true;
     }
     return true;
   }
 
-  void Append() {
-    for (std::size_t i = 0; i < values_.size(); ++i) {
-      if (layout_.texts[i].empty()) block_->in[i].push_back(values_[i]);
-    }
-    for (std::size_t i = 0; i < texts_.size(); ++i) {
-      if (!layout_.texts[i].empty()) block_->texts[i].push_back(texts_[i]);
-    }
-    block_->filled += filled_ ? 1 : 0;
-  }
-
   const TableLayout& layout_;
   LineBlock* const block_;
-  std::vector<double> values_;
-  std::vector<std::string_view> texts_;
-  bool filled_ = false;
+  ParsedRow row_;
 };
 
 }  // namespace
