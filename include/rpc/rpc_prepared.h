@@ -40,7 +40,7 @@ class ORBMATH_API TRPCPrepared {
     return reinterpret_cast<std::uintptr_t>(storage_) % kAlignment / sizeof(double);
   }
 
-  double storage_[kCount + 1];
+  alignas(sizeof(double)) double storage_[kCount + 1];  // by itself, 32-bit x86 puts doubles at multiples of four
 };
 
 }  // namespace SatCommonUtils

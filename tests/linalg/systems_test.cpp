@@ -177,7 +177,8 @@ TEST(NonlinearSystem, KeepsItsBlocksWhenAssignedItsOwnCopy) {
 }
 
 TEST(NonlinearSystem, ConvergesReportsAndObeysItsLimits) {
-  static_assert(sizeof(TNonlinearSystemSolutionInfo) == 24 && sizeof(TNonlinearSystemNewtonMethodParams) == 44);
+  static_assert(sizeof(TNonlinearSystemSolutionInfo) == 8 + 2 * sizeof(void*) &&
+                sizeof(TNonlinearSystemNewtonMethodParams) == 44);
   TNonlinearEquation equations[] = {Circle, Circle};
   TNonlinearEquation row[] = {CircleDerivative, CircleDerivative};
   TNonlinearEquation* derivatives[] = {row, row};
