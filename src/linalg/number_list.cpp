@@ -3,13 +3,12 @@
 #include "linalg/number_list.h"
 
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <system_error>
 
 #include "frame/zxstd/c_locale.h"
+#include "frame/zxstd/double_text.h"
 
 namespace SatCommonUtils {
 
@@ -33,8 +32,11 @@ bool ReadNumber(const char* token, std::size_t length, double* value) {
     std::fputs("a number list holds a token of 128 or more characters\n", stderr);
     std::abort();
   }
-  const std::from_chars_result quick = std::from_chars(token, token + length, *value);
-  if (quick.ec == std::errc() && quick.ptr == token + length) return true;
+  const DoubleText quick = ReadDouble(token, token + length);
+  if (quick.end == token + length) {
+    *value = quick.value;
+    return true;
+  }
   std::array<char, kTokenBuffer> buffer;
   std::memcpy(buffer.data(), token, length);
   buffer[length] = '\0';

@@ -5,11 +5,10 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <system_error>
 
-#include "frame/zxstd/c_locale.h"
+#include "frame/zxstd/double_text.h"
 
 namespace SatCommonUtils {
 
@@ -29,7 +28,7 @@ std::string_view WithoutBlanks(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-// std::from_chars takes no plus sign. One is dropped, unless another sign follows.
+// The reader takes no plus sign. One is dropped, unless another sign follows.
 std::string_view WithoutPlus(std::string_view text) {
   const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-' && text[1] != '+';
   return plus ? text.substr(1) : text;
@@ -44,16 +43,10 @@ struct DoubleScan {
 DoubleScan ScanDouble(std::string_view text) {
   DoubleScan scan;
   const std::string_view digits = WithoutPlus(text);
-  const char* const end = digits.data() + digits.size();
-  const std::from_chars_result result = std::from_chars(digits.data(), end, scan.value);
-  if (result.ec == std::errc::invalid_argument) return scan;
-  const auto used = static_cast<std::size_t>(result.ptr - digits.data());
-  if (result.ec == std::errc::result_out_of_range) {
-    // Too large or too small, which from_chars does not tell apart.
-    const ScopedCLocale c_locale;
-    scan.value = std::strtod(std::string(digits.substr(0, used)).c_str(), nullptr);
-  }
-  scan.size = used + (text.size() - digits.size());
+  const DoubleText read = ReadDouble(digits.data(), digits.data() + digits.size());
+  if (read.end == nullptr) return scan;
+  scan.value = read.value;
+  scan.size = static_cast<std::size_t>(read.end - text.data());
   return scan;
 }
 
@@ -62,7 +55,7 @@ bool IsInfinityWord(std::string_view text) {
   return text.size() > sign && (text[sign] == 'i' || text[sign] == 'I');
 }
 
-// The bits in "nan(0x...)", which from_chars reads without looking at them.
+// The bits in "nan(0x...)", which the reader passes over without looking at them.
 double WithPayload(std::string_view text, double value) {
   const std::size_t open = text.find("(0x");
   if (open == std::string_view::npos) return value;

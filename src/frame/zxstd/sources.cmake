@@ -1,5 +1,6 @@
 target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/debug_output.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/double_text.cpp
   ${CMAKE_CURRENT_LIST_DIR}/encoding.cpp
   ${CMAKE_CURRENT_LIST_DIR}/matr3x3.cpp
   ${CMAKE_CURRENT_LIST_DIR}/message.cpp
