@@ -9,6 +9,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rational_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/ridge_spectrum.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/robust_fit.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/row_rotations.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation_with_callbacks.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/suspects.cpp

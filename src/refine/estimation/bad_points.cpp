@@ -80,15 +80,15 @@ TOutputStory Judge(const TFitPoints& points, TOutput output, std::size_t terms, 
     EvaluateOutput(work->block, output, result.rational, &work->values);
     // With many points none has a leverage to speak of.
     const bool levers = count <= kMaxFactoredPoints && result.spectrum;
-    if (levers) FormDesignRows(work->block, work->values, terms, &work->rows);
+    if (levers) {
+      FormDesignRows(work->block, work->values, terms, &work->rows);
+      work->rows.DivideColumns(terms, kDenominatorWeight);
+      result.spectrum->Leverages(work->rows, result.absolute_ridge, story.leverage.data() + first);
+    }
     for (std::size_t i = 0; i < work->block.count; ++i) {
       const double root = points.root_weights == nullptr ? 1.0 : points.root_weights[first + i];
       story.residual[first + i] = root * scale * work->values.residual[i];
-      if (levers) {
-        double* const row = work->rows.values + i * work->rows.stride;
-        for (std::size_t k = terms; k < 2 * terms - 1; ++k) row[k] /= kDenominatorWeight;
-        story.leverage[first + i] = root * root * result.spectrum->Leverage(row, result.absolute_ridge);
-      }
+      story.leverage[first + i] *= root * root;
       if (left_out[first + i] != 0) continue;
       ++used;
       story.squares += story.residual[first + i] * story.residual[first + i];

@@ -31,6 +31,12 @@ struct TDesignRows {
     unknowns = number;
     stride = (number + 8) / 8 * 8;
   }
+  /// Measures unknowns `first` and up in units of 1 / `weight`: their columns are divided by it.
+  void DivideColumns(std::size_t first, double weight) {
+    for (std::size_t i = 0; i < count; ++i) {
+      for (std::size_t j = first; j < unknowns; ++j) values[i * stride + j] /= weight;
+    }
+  }
 };
 
 /// Values of one output over a block.

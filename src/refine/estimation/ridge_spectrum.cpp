@@ -1,22 +1,21 @@
-// Singular values by one-sided Jacobi rotations, and what follows from them for a ridge; sources in the header.
+// What singular values and directions say about ridges; sources in the header.
 
 #include "refine/estimation/ridge_spectrum.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <limits>
 
 #include "linalg/kernels.h"
+#include "linalg/simd.h"
 #include "refine/estimation/portable_math.h"
 
 namespace SatCommonUtils::estimation {
 
 namespace {
 
-constexpr int kMaxSweeps = 40;
-// Rows whose cosine is below this count as orthogonal.
-constexpr double kOrthogonal = 1e-15;
 // Singular values below this share of the largest are rounding.
 constexpr double kRankTolerance = 1e-12;
 // Directions below this share do not take part in a step.
@@ -38,11 +37,39 @@ constexpr double kRoundingSquare = 1e-30;
 // The grid of ridges, four a decade, begins here, relative to the largest squared singular value.
 constexpr double kLargestRidge = 100.0;
 
-void Rotate(double cosine, double sine, double* a, double* b) {
-  const double old = *a;
-  *a = cosine * old - sine * *b;
-  *b = sine * old + cosine * *b;
-}
+// The squared lengths of rows along scaled directions, vectorised over the directions.
+struct TLengths {
+  const TDesignRows& rows;
+  const double (*along)[TTriangularFactor::kStride];  // element (k, i): component k of direction i
+  std::size_t directions;
+  double* squares;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    if (directions <= 8) return Lengths<Width, 1>();
+    if (directions <= 24) return Lengths<Width, 3>();
+    Lengths<Width, TTriangularFactor::kStride / 8>();
+  }
+
+  template <int Width, std::size_t Blocks>
+  [[gnu::always_inline]] void Lengths() const {
+    using TVector = typename simd::TLanes<Width>::TVector;
+    constexpr std::size_t kVectors = Blocks * 8 / Width;
+    for (std::size_t i = 0; i < rows.count; ++i) {
+      const double* const row = rows.values + i * rows.stride;
+      TVector sums[kVectors] = {};
+      for (std::size_t k = 0; k < rows.unknowns; ++k) {
+        for (std::size_t v = 0; v < kVectors; ++v) {
+          sums[v] = sums[v] + row[k] * *reinterpret_cast<const TVector*>(along[k] + v * Width);
+        }
+      }
+      squares[i] = 0.0;
+      for (const TVector& sum : sums) {
+        for (std::size_t lane = 0; lane < Width; ++lane) squares[i] += sum[lane] * sum[lane];
+      }
+    }
+  }
+};
 
 }  // namespace
 
@@ -63,37 +90,19 @@ double CautiousScore(double residual_squares, const TFreedom& freedom, std::size
 
 TRidgeSpectrum::TRidgeSpectrum(const TTriangularFactor& factor)
     : unknowns_(factor.columns), directions_(factor.rank), rest_(factor.Rest()) {
+  rotated_.count = directions_;
+  rotated_.columns = unknowns_;
   for (std::size_t i = 0; i < directions_; ++i) {
-    std::copy_n(factor.Row(i), unknowns_, direction_[i]);
-    target_[i] = -factor.Row(i)[unknowns_];
+    std::fill(std::copy_n(factor.Row(i), unknowns_, rotated_.rows[i]), std::end(rotated_.rows[i]), 0.0);
+    rotated_.values[i] = -factor.Row(i)[unknowns_];
   }
-  bool rotated = true;
-  for (int sweep = 0; rotated && sweep < kMaxSweeps; ++sweep) {
-    rotated = false;
-    for (std::size_t i = 0; i < directions_; ++i) {
-      for (std::size_t j = i + 1; j < directions_; ++j) {
-        double* const a = direction_[i];
-        double* const b = direction_[j];
-        const double aa = kernels::Dot(a, a, unknowns_);
-        const double bb = kernels::Dot(b, b, unknowns_);
-        const double ab = kernels::Dot(a, b, unknowns_);
-        if (ab == 0.0 || std::fabs(ab) <= kOrthogonal * std::sqrt(aa) * std::sqrt(bb)) continue;
-        rotated = true;
-        const double cotangent = (bb - aa) / (2.0 * ab);
-        const double tangent =
-            std::copysign(1.0, cotangent) / (std::fabs(cotangent) + std::sqrt(1.0 + cotangent * cotangent));
-        const double cosine = 1.0 / std::sqrt(1.0 + tangent * tangent);
-        const double sine = cosine * tangent;
-        for (std::size_t k = 0; k < unknowns_; ++k) Rotate(cosine, sine, &a[k], &b[k]);
-        Rotate(cosine, sine, &target_[i], &target_[j]);
-      }
-    }
-  }
+  OrthogonaliseRows(&rotated_);
   for (std::size_t i = 0; i < directions_; ++i) {
-    singular_value_[i] = std::sqrt(kernels::Dot(direction_[i], direction_[i], unknowns_));
+    double* const direction = rotated_.rows[i];
+    singular_value_[i] = std::sqrt(kernels::Dot(direction, direction, unknowns_));
     largest_ = std::max(largest_, singular_value_[i]);
     if (singular_value_[i] == 0.0) continue;
-    for (std::size_t k = 0; k < unknowns_; ++k) direction_[i][k] /= singular_value_[i];
+    for (std::size_t k = 0; k < unknowns_; ++k) direction[k] /= singular_value_[i];
   }
   if (directions_ >= kReferenceUnknowns) {
     double sorted[kMaxUnknowns];
@@ -120,25 +129,25 @@ TFreedom TRidgeSpectrum::FreedomAt(double ridge) const {
   return freedom;
 }
 
-double TRidgeSpectrum::Leverage(const double* row, double ridge) const {
-  double leverage = 0.0;
+void TRidgeSpectrum::Leverages(const TDesignRows& rows, double ridge, double* leverages) const {
+  alignas(64) double along[kMaxUnknowns][TTriangularFactor::kStride] = {};
   for (std::size_t i = 0; i < directions_; ++i) {
     if (singular_value_[i] <= kUndetermined * largest_) continue;
-    const double along = Along(i, row);
     const double square = singular_value_[i] * singular_value_[i];
-    leverage += along * along / (singular_value_[i] >= least_of_reference_ ? square : square + ridge);
+    const double root = std::sqrt(singular_value_[i] >= least_of_reference_ ? square : square + ridge);
+    for (std::size_t k = 0; k < unknowns_; ++k) along[k][i] = rotated_.rows[i][k] / root;
   }
-  return leverage;
+  simd::Dispatch(TLengths{rows, along, directions_, leverages});
 }
 
 double TRidgeSpectrum::Along(std::size_t direction, const double* vector) const {
-  return kernels::Dot(direction_[direction], vector, unknowns_);
+  return kernels::Dot(rotated_.rows[direction], vector, unknowns_);
 }
 
 double TRidgeSpectrum::ChooseRidge(const double* distance, double least, std::size_t points, TScore score_of) const {
   // The residuals that remain at full ridge: what the points say, seen from where the ridge pulls.
   double seen[kMaxUnknowns];
-  for (std::size_t i = 0; i < directions_; ++i) seen[i] = target_[i] + singular_value_[i] * Along(i, distance);
+  for (std::size_t i = 0; i < directions_; ++i) seen[i] = rotated_.values[i] + singular_value_[i] * Along(i, distance);
 
   constexpr double ratio = 0.56234132519034908;  // 10 to the power -1 / 4
   double ridge = LargestSquare() * kLargestRidge;
@@ -167,9 +176,9 @@ double TRidgeSpectrum::Step(const double* distance, double ridge, double* step) 
   for (std::size_t i = 0; i < directions_; ++i) {
     const double value = singular_value_[i];
     if (value <= kUndetermined * largest_) continue;
-    const double length = (value * target_[i] - ridge * Along(i, distance)) / (value * value + ridge);
+    const double length = (value * rotated_.values[i] - ridge * Along(i, distance)) / (value * value + ridge);
     change_squares += value * length * value * length;
-    for (std::size_t k = 0; k < unknowns_; ++k) step[k] += length * direction_[i][k];
+    for (std::size_t k = 0; k < unknowns_; ++k) step[k] += length * rotated_.rows[i][k];
   }
   return std::sqrt(change_squares);
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "refine/estimation/row_rotations.h"
 #include "refine/estimation/triangular_factor.h"
 
 namespace SatCommonUtils::estimation {
@@ -37,8 +38,6 @@ class TRidgeSpectrum {
  public:
   static constexpr std::size_t kMaxUnknowns = 39;
 
-  /// One-sided Jacobi rotations of the rows: slower than a bidiagonalisation, but small singular values keep their
-  /// digits (Demmel and Veselic, "Jacobi's method is more accurate than QR" (1992), doi:10.1137/0613074).
   explicit TRidgeSpectrum(const TTriangularFactor& factor);
 
   /// The square of the largest singular value: the unit of ridges.
@@ -46,9 +45,9 @@ class TRidgeSpectrum {
   /// Singular values that are not rounding.
   int Rank() const;
   TFreedom FreedomAt(double ridge) const;
-  /// How much the fitted value of a point follows its observation, the point's row of the design matrix being one of
-  /// the factor's or as if it were: the diagonal of the influence matrix.
-  double Leverage(const double* row, double ridge) const;
+  /// How much the fitted values of points follow their observations, the points' rows of the design matrix being among
+  /// the factor's or as if they were: the diagonal of the influence matrix. \param leverages one for each row.
+  void Leverages(const TDesignRows& rows, double ridge, double* leverages) const;
 
   /// The ridge of the best score, on a grid of four a decade from 100 times `LargestSquare()` down to `least`.
   /// \param distance of the unknowns from where the ridge pulls them.
@@ -67,9 +66,9 @@ class TRidgeSpectrum {
   double largest_ = 0.0;
   double least_of_reference_ = 0.0;  ///< the seventh largest singular value
   double rest_;
-  double direction_[kMaxUnknowns][TTriangularFactor::kStride];
+  /// The right singular directions, and the residuals with the opposite sign along the left ones.
+  TRotatedRows rotated_;
   double singular_value_[kMaxUnknowns];
-  double target_[kMaxUnknowns];  ///< the residuals with the opposite sign, along the left singular directions
 };
 
 }  // namespace SatCommonUtils::estimation

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <memory>
 
 #include "linalg/linear_systems.h"
@@ -87,7 +88,7 @@ std::vector<TScaled> Scale(TPointSpan points, const double* root_weights) {
 // Linear functions of the ground for line and sample: constant, latitude, longitude, height.
 using TPlane = std::array<std::array<double, 4>, 2>;
 
-double LengthFrom(const TPlane& plane, const TScaled& point) {
+double SquareFrom(const TPlane& plane, const TScaled& point) {
   double squares = 0.0;
   for (std::size_t axis = 0; axis < 2; ++axis) {
     const auto& a = plane[axis];
@@ -95,7 +96,7 @@ double LengthFrom(const TPlane& plane, const TScaled& point) {
         a[0] + a[1] * point.ground[0] + a[2] * point.ground[1] + a[3] * point.ground[2] - point.image[axis];
     squares += off * off;
   }
-  return std::sqrt(squares);
+  return squares;
 }
 
 // Least squares of a plane by normal equations with a touch of a ridge: points that share a height leave its slope 0.
@@ -130,10 +131,11 @@ bool FitPlane(const std::vector<TScaled>& points, const std::vector<Index>& chos
   return true;
 }
 
-// The residuals of a set of points at the rank that makes up for `fitted` points that a fit goes through.
-double TypicalLength(std::vector<double> lengths, std::size_t fitted) {
-  const std::size_t rank = std::min((lengths.size() + fitted) / 2, lengths.size() - 1);
-  return MiddleOf(&lengths, rank);
+// The rank among the residuals of a set of points that makes up for `fitted` points that a fit goes through.
+std::size_t TypicalRank(std::size_t count, std::size_t fitted) { return std::min((count + fitted) / 2, count - 1); }
+
+double TypicalOf(std::vector<double> values, std::size_t fitted) {
+  return MiddleOf(&values, TypicalRank(values.size(), fitted));
 }
 
 // A generator of its own: those of the standard library may differ in their distributions.
@@ -148,42 +150,59 @@ class TDraws {
   std::uint64_t state_ = 20051120u;
 };
 
-// Marks points far off the plane that most of them share.
-void MarkFarOffPlane(const std::vector<TScaled>& points, std::vector<char>* suspect) {
+// The plane through four points with the least typical distance from the others; false when none can be laid.
+bool FindPlane(const std::vector<TScaled>& points, TPlane* best) {
   const std::size_t stride = (points.size() + kMostJudges / 4 - 1) / (kMostJudges / 4);
-  std::vector<double> lengths;
-  TPlane best{};
-  double least = -1.0;
+  std::vector<double> squares((points.size() + stride - 1) / stride);
+  const std::size_t rank = TypicalRank(squares.size(), 4);
+  // The typical square of a plane, or anything not below `least` when it cannot be: too many are not, which most planes
+  // show early.
+  const auto typical_square = [&](const TPlane& plane, double least) {
+    std::size_t not_below = 0;
+    for (std::size_t i = 0; i < squares.size(); ++i) {
+      squares[i] = SquareFrom(plane, points[i * stride]);
+      if (!(squares[i] < least) && ++not_below + rank >= squares.size()) return least;
+    }
+    return MiddleOf(&squares, rank);
+  };
+  constexpr double kNone = std::numeric_limits<double>::infinity();
+  double least = kNone;
   TDraws draws;
+  std::vector<std::size_t> chosen;
   for (int trial = 0; trial < kPlanes; ++trial) {
-    std::vector<std::size_t> chosen;
+    chosen.clear();
     while (chosen.size() < 4) {
       const std::size_t candidate = draws.Below(points.size());
       if (std::find(chosen.begin(), chosen.end(), candidate) == chosen.end()) chosen.push_back(candidate);
     }
     TPlane plane;
     if (!FitPlane(points, chosen, &plane)) continue;
-    lengths.clear();
-    for (std::size_t i = 0; i < points.size(); i += stride) lengths.push_back(LengthFrom(plane, points[i]));
-    const double typical = TypicalLength(lengths, 4);
-    if (least >= 0.0 && !(typical < least)) continue;
+    const double typical = typical_square(plane, least);
+    if (!(typical < least)) continue;
     least = typical;
-    best = plane;
+    *best = plane;
   }
-  if (least < 0.0) return;
+  return least < kNone;
+}
+
+// Marks points far off the plane that most of them share.
+void MarkFarOffPlane(const std::vector<TScaled>& points, std::vector<char>* suspect) {
+  TPlane best{};
+  if (!FindPlane(points, &best)) return;
   // Once more through the better half: four points carry their own errors.
-  lengths.clear();
-  for (const TScaled& point : points) lengths.push_back(LengthFrom(best, point));
-  const double half = TypicalLength(lengths, 4);
+  std::vector<double> squares;
+  squares.reserve(points.size());
+  for (const TScaled& point : points) squares.push_back(SquareFrom(best, point));
+  const double half = TypicalOf(squares, 4);
   std::vector<std::size_t> near;
   for (std::size_t i = 0; i < points.size(); ++i) {
-    if (lengths[i] <= half) near.push_back(i);
+    if (squares[i] <= half) near.push_back(i);
   }
   if (!FitPlane(points, near, &best)) return;
-  for (std::size_t i = 0; i < points.size(); ++i) lengths[i] = LengthFrom(best, points[i]);
-  const double limit = std::max(kFarOffPlane * TypicalLength(lengths, 4), kGrossOffPlane);
+  for (std::size_t i = 0; i < points.size(); ++i) squares[i] = SquareFrom(best, points[i]);
+  const double limit = std::max(kFarOffPlane * kFarOffPlane * TypicalOf(squares, 4), kGrossOffPlane * kGrossOffPlane);
   for (std::size_t i = 0; i < points.size(); ++i) {
-    if (lengths[i] > limit) (*suspect)[i] = 1;
+    if (squares[i] > limit) (*suspect)[i] = 1;
   }
 }
 
@@ -289,7 +308,7 @@ class TReweighting {
     for (std::size_t j = 0; j < judges_.size(); ++j) {
       lengths_[j] = polynomial_.LengthFrom(rows_.data() + j * kTerms, points_[judges_[j]]);
     }
-    typical_ = TypicalLength(lengths_, terms_);
+    typical_ = TypicalOf(lengths_, terms_);
     return std::isfinite(typical_);
   }
 
