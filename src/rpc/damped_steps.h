@@ -5,49 +5,10 @@
 // doi:10.1137/0111030.
 
 #include <cmath>
-#include <cstddef>
 
-#include "rpc/intersection_kernel.h"
+#include "rpc/linearized_point.h"
 
 namespace SatCommonUtils::rpc {
-
-/// Images of one point with what is given about its height.
-template <THeight Height>
-struct TMeasuredPoint {
-  const TRPCCoordsDataItem* items;
-  std::size_t images;
-  THeightInput height;
-};
-
-/// The normal equations of a point at a ground position, and the weighted sum of squared residuals there.
-template <THeight Height>
-struct TLinearized {
-  TNormalEquations<kUnknowns<Height>, double> equations;
-  double cost = 0.0;
-};
-
-template <THeight Height>
-void Linearize(const TMeasuredPoint<Height>& point, const double* ground, TLinearized<Height>* out) {
-  constexpr int N = kUnknowns<Height>;
-  *out = {};
-  for (std::size_t image = 0; image < point.images; ++image) {
-    const TRPCCoordsDataItem& item = point.items[image];
-    double line, sample, dLine[3], dSample[3], lineRow[N], sampleRow[N];
-    item.model->CalculateLineSample(ground[0], ground[1], ground[2], &line, &sample, dLine, dSample);
-    for (int c = 0; c < N; ++c) {
-      lineRow[c] = dLine[c];
-      sampleRow[c] = dSample[c];
-    }
-    out->equations.Add(sampleRow, item.sample - sample);
-    out->equations.Add(lineRow, item.line - line);
-    out->cost += (item.sample - sample) * (item.sample - sample) + (item.line - line) * (item.line - line);
-  }
-  if (Height == THeight::Observed) {
-    const double miss = point.height.value - ground[2];
-    out->equations.AddLast(miss, 1.0 / point.height.variance);
-    out->cost += miss * miss / point.height.variance;
-  }
-}
 
 /// A step that changes nothing any more: degrees, degrees, metres.
 constexpr double kNoStep[3] = {1e-11, 1e-11, 1e-6};

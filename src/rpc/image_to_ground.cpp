@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <atomic>
 
-#include "rpc/intersection_kernel.h"
+#include "rpc/intersection_arrays.h"
 #include "rpc/intersection_solver.h"
 
 namespace SatCommonUtils {
@@ -15,13 +15,6 @@ namespace {
 using rpc::THeight;
 using rpc::THeightInput;
 
-template <THeight Height>
-bool Approximate(const std::vector<TRPCCoordsDataItem>& items, const THeightInput& height,
-                 double (*ground)[rpc::kUnknowns<Height>]) {
-  return rpc::ApproximateIntersection<Height>(
-      items.size(), [&items](std::size_t image) { return items[image]; }, height, ground);
-}
-
 bool HasPoint(TGroundState state) {
   return state == TGroundState::Converged || state == TGroundState::NotConverged || state == TGroundState::Singular;
 }
@@ -30,39 +23,29 @@ bool HasPoint(TGroundState state) {
 template <THeight Height>
 bool Intersect(const std::vector<TRPCCoordsDataItem>& items, const THeightInput& height, double* lat, double* lon,
                double* h) {
-  rpc::TIntersectionBlock<Height, 1> block;
-  rpc::IntersectItems(items, height, &block);
-  if (!HasPoint(block.status[0].state)) return false;
-  *lat = block.ground[0][0];
-  *lon = block.ground[1][0];
-  if (Height != THeight::Known) *h = block.ground[2][0];
-  return block.status[0].state != TGroundState::Singular;
+  const rpc::TIntersectedPoint<Height> point = rpc::IntersectItems<Height>(items, height);
+  if (!HasPoint(point.status.state)) return false;
+  *lat = point.ground[0];
+  *lon = point.ground[1];
+  if (Height != THeight::Known) *h = point.ground[2];
+  return point.status.state != TGroundState::Singular;
 }
 
 /// Points [first, last) of the arrays, block by block. \return how many met the stopping rule.
 template <THeight Height, class HeightOf>
-std::size_t IntersectRange(const TImageArrays& points, const HeightOf& heightOf, std::size_t first, std::size_t last,
-                           double* const* ground, TGroundStatus* status) {
+std::size_t IntersectRange(const rpc::TStartImages& images, const TImageArrays& points, const HeightOf& heightOf,
+                           std::size_t first, std::size_t last, double* const* ground, TGroundStatus* status) {
   std::size_t converged = 0;
-  rpc::TIntersectionBlock<Height, rpc::kLaneBlock> block;
+  rpc::TIntersectionBlock<Height> block;
   for (std::size_t start = first; start < last; start += rpc::kLaneBlock) {
-    block.count = std::min(rpc::kLaneBlock, last - start);
-    const auto measured = [&](std::size_t image, std::size_t point) {
-      return TRPCCoordsDataItem{points.models[image], points.line[image][start + point],
-                                points.sample[image][start + point]};
-    };
-    for (std::size_t i = 0; i < block.count; ++i) {
-      rpc::StartPoint(
-          points.images, [&](std::size_t image) { return measured(image, i); }, heightOf(start + i), i, &block);
+    const std::size_t count = std::min(rpc::kLaneBlock, last - start);
+    for (std::size_t i = 0; i < count; ++i) {
+      const THeightInput height = heightOf(start + i);
+      block.height[i] = height.value;
+      block.variance[i] = height.variance;
     }
-    block.Solve(
-        points.images,
-        [&](std::size_t image, std::size_t count, const double* lat, const double* lon, const double* h, double* line,
-            double* sample, double* const* dLine, double* const* dSample) {
-          points.models[image]->CalculateLineSampleArray(count, lat, lon, h, line, sample, dLine, dSample);
-        },
-        measured);
-    for (std::size_t i = 0; i < block.count; ++i) {
+    rpc::IntersectBlock(images, points, start, count, &block);
+    for (std::size_t i = 0; i < count; ++i) {
       const TGroundStatus& end = block.status[i];
       converged += end.state == TGroundState::Converged ? 1 : 0;
       if (status != nullptr) status[start + i] = end;
@@ -77,12 +60,10 @@ template <THeight Height, class HeightOf>
 std::size_t IntersectArrays(const TImageArrays& points, const HeightOf& heightOf, double* lat, double* lon, double* h,
                             TGroundStatus* status) {
   double* const ground[3] = {lat, lon, h};
-  for (std::size_t image = 0; image < points.images; ++image) {
-    if (points.models[image] != nullptr) points.models[image]->EnsureApproximation();
-  }
+  const rpc::TStartImages images(points.images, points.models);
   std::atomic<std::size_t> converged{0};
   rpc::ForEachBlock(points.count, [&](std::size_t first, std::size_t last) {
-    converged += IntersectRange<Height>(points, heightOf, first, last, ground, status);
+    converged += IntersectRange<Height>(images, points, heightOf, first, last, ground, status);
   });
   return converged;
 }
@@ -105,7 +86,7 @@ bool CalculateLatLonH(const std::vector<TRPCCoordsDataItem>& items, const double
 bool CalculateLatLonApproximately(const std::vector<TRPCCoordsDataItem>& items, const double& h, double* lat,
                                   double* lon) {
   double ground[2];
-  if (!Approximate<THeight::Known>(items, {h}, &ground)) return false;
+  if (!rpc::ApproximateIntersection<THeight::Known>(items, {h}, &ground)) return false;
   *lat = ground[0];
   *lon = ground[1];
   return true;
@@ -113,7 +94,7 @@ bool CalculateLatLonApproximately(const std::vector<TRPCCoordsDataItem>& items, 
 
 bool CalculateLatLonHApproximately(const std::vector<TRPCCoordsDataItem>& items, double* lat, double* lon, double* h) {
   double ground[3];
-  if (!Approximate<THeight::Free>(items, {}, &ground)) return false;
+  if (!rpc::ApproximateIntersection<THeight::Free>(items, {}, &ground)) return false;
   *lat = ground[0];
   *lon = ground[1];
   *h = ground[2];
@@ -123,7 +104,7 @@ bool CalculateLatLonHApproximately(const std::vector<TRPCCoordsDataItem>& items,
 bool CalculateLatLonHApproximatelyH(const std::vector<TRPCCoordsDataItem>& items, const double& hObs,
                                     const double& hVar, double* lat, double* lon, double* h) {
   double ground[3];
-  if (!Approximate<THeight::Observed>(items, {hObs, hVar}, &ground)) return false;
+  if (!rpc::ApproximateIntersection<THeight::Observed>(items, {hObs, hVar}, &ground)) return false;
   *lat = ground[0];
   *lon = ground[1];
   *h = ground[2];

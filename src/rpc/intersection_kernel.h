@@ -1,15 +1,16 @@
 #pragma once
-// Ground points from several images: normal equations over the images for a block of points at a time. The single-point
-// functions are a block of one.
+// Ground points from several images: normal equations over the images for a block of points at a time, a vector of
+// points in lanes. Single points (`intersection_solver.h`) take the same operations in the same order, so a point has
+// the same bits alone and in an array.
 
-#include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
+#include "linalg/simd.h"
 #include "rpc/blocks.h"
 #include "rpc/ground_state.h"
-#include "rpc/longitude_turns.h"
-#include "rpc/rpc_model.h"
-#include "rpc/small_systems.h"
+#include "rpc/linearized_point.h"
 
 namespace SatCommonUtils::rpc {
 
@@ -18,147 +19,214 @@ constexpr int kIntersectionSteps = 10;
 /// The iteration ends when every component of a step is below this, degrees and metres.
 constexpr double kIntersectionStop = 1e-10;
 
-/// The unknowns of an intersection.
-enum class THeight { Known, Free, Observed };
+/// Points of a block that are under way, side by side: the last vector is filled up with copies of the last point.
+template <THeight Height>
+struct TPointsUnderWay {
+  static constexpr int N = kUnknowns<Height>;
+  /// The widest vector, to whose multiple places are filled up.
+  static constexpr std::size_t kWidest = 8;
+  static_assert(kLaneBlock % kWidest == 0, "whole vectors");
 
-/// What is given about the height of one point.
-struct THeightInput {
-  double value = 0.0;     ///< the known or observed height, metres
-  double variance = 1.0;  ///< of an observed height, square metres
+  alignas(64) double ground[3][kLaneBlock];                 ///< latitude, longitude, height
+  alignas(64) double line[kLaneBlock], sample[kLaneBlock];  ///< projected
+  alignas(64) double measuredLine[kLaneBlock], measuredSample[kLaneBlock];
+  alignas(64) double dLine[3][kLaneBlock], dSample[3][kLaneBlock];
+  alignas(64) double matrix[N][N][kLaneBlock], right[N][kLaneBlock];   ///< normal equations, upper triangle
+  alignas(64) double step[N][kLaneBlock];                              ///< the step taken last
+  alignas(64) double height[kLaneBlock], variance[kLaneBlock];         ///< `THeightInput`
+  alignas(64) std::int64_t singular[kLaneBlock], arrived[kLaneBlock];  ///< how the last step went: flags
+  std::size_t index[kLaneBlock];                                       ///< places in the block
 };
 
+/// Runs `kernel.Over<T>()` with the widest vectors of the processor.
+template <class Kernel>
+struct TOverVectors {
+  const Kernel& kernel;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    kernel.template Over<typename simd::TLanes<Width>::TVector>();
+  }
+};
+
+template <class Kernel>
+void RunOver(const Kernel& kernel) {
+  simd::Dispatch(TOverVectors<Kernel>{kernel});
+}
+
+template <class From, class T>
+[[gnu::always_inline]] inline void ReadLanes(const From* from, T& x) {
+  std::memcpy(&x, from, sizeof x);
+}
+template <class T, class To>
+[[gnu::always_inline]] inline void WriteLanes(const T& x, To* to) {
+  std::memcpy(to, &x, sizeof x);
+}
+
+/// Adds the two equations of one image to those of the points; the first image begins them.
 template <THeight Height>
-constexpr int kUnknowns = Height == THeight::Known ? 2 : 3;
+struct TAddImage {
+  static constexpr int N = kUnknowns<Height>;
+  TPointsUnderWay<Height>& points;
+  std::size_t count;
+  bool first;
 
-/// Adds the two equations of one image's approximation for a point measured at (line, sample).
-/// \param turns whole turns that bring the model's longitude offset near the reference longitude.
-template <THeight Height, int N = kUnknowns<Height>>
-void AddApproximateImage(const TRPC& model, double turns, double line, double sample, double h,
-                         TNormalEquations<N, double>* equations) {
-  double numerator[2][4];  // sample, line
-  double denominator[2][4];
-  if (!model.GetApproximation(numerator[1], denominator[1], numerator[0], denominator[0])) return;
-  const double measured[2] = {sample, line};
-  for (int image = 0; image < 2; ++image) {
-    double c[4];
-    for (int i = 0; i < 4; ++i) c[i] = numerator[image][i] - measured[image] * denominator[image][i];
-    double row[N];
-    for (int i = 0; i < N; ++i) row[i] = c[i];
-    const double constant = Height == THeight::Known ? -c[3] - c[2] * h : -c[3];
-    equations->Add(row, constant + 360.0 * turns * c[1]);
+  template <class T>
+  [[gnu::always_inline]] void Over() const {
+    for (std::size_t i = 0; i < count; i += sizeof(T) / sizeof(double)) {
+      TNormalEquations<N, T> equations;
+      if (!first) {
+        for (int r = 0; r < N; ++r) {
+          for (int c = r; c < N; ++c) ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
+          ReadLanes(points.right[r] + i, equations.right[r]);
+        }
+      }
+      T row[N], measured, projected;
+      for (int c = 0; c < N; ++c) ReadLanes(points.dSample[c] + i, row[c]);
+      ReadLanes(points.measuredSample + i, measured);
+      ReadLanes(points.sample + i, projected);
+      equations.Add(row, measured - projected);
+      for (int c = 0; c < N; ++c) ReadLanes(points.dLine[c] + i, row[c]);
+      ReadLanes(points.measuredLine + i, measured);
+      ReadLanes(points.line + i, projected);
+      equations.Add(row, measured - projected);
+      for (int r = 0; r < N; ++r) {
+        for (int c = r; c < N; ++c) WriteLanes(equations.matrix[r][c], points.matrix[r][c] + i);
+        WriteLanes(equations.right[r], points.right[r] + i);
+      }
+    }
   }
-}
+};
 
-/// Start of one point over images 0 .. `images` - 1; `measured(image)` gives the model and the measured line and
-/// sample. \return false, `*ground` untouched, when an image has no model, or when the equations are fewer than two or
-/// than the unknowns.
-template <THeight Height, class Measured>
-bool ApproximateIntersection(std::size_t images, const Measured& measured, const THeightInput& height,
-                             double (*ground)[kUnknowns<Height>]) {
-  constexpr int N = kUnknowns<Height>;
-  for (std::size_t image = 0; image < images; ++image) {
-    if (measured(image).model == nullptr) return false;
-  }
-  TNormalEquations<N, double> equations;
-  int count = 0;
-  const double reference = images == 0 ? 0.0 : measured(0).model->GetCenterLongitude();
-  for (std::size_t image = 0; image < images; ++image) {
-    const TRPCCoordsDataItem item = measured(image);
-    if (!item.model->EnsureApproximation()) continue;
-    const double turns = LongitudeTurns(reference, item.model->GetCenterLongitude());
-    AddApproximateImage<Height>(*item.model, turns, item.line, item.sample, height.value, &equations);
-    count += 2;
-  }
-  if (Height == THeight::Observed) {
-    equations.AddLast(height.value, 1.0 / height.variance);
-    ++count;
-  }
-  if (count < N) return false;
-  SolveLeastSquares(equations, *ground);
-  return true;
-}
+/// Solves the points' equations and applies the steps.
+template <THeight Height>
+struct TTakeSteps {
+  static constexpr int N = kUnknowns<Height>;
+  TPointsUnderWay<Height>& points;
+  std::size_t count;
 
-/// A block of points on its way to the solution. `Height` tells which of the coordinates are unknown, `Capacity` how
-/// many points the block holds at most.
-template <THeight Height, std::size_t Capacity>
+  template <class T>
+  [[gnu::always_inline]] void Over() const {
+    for (std::size_t i = 0; i < count; i += sizeof(T) / sizeof(double)) {
+      TNormalEquations<N, T> equations;
+      for (int r = 0; r < N; ++r) {
+        for (int c = r; c < N; ++c) ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
+        ReadLanes(points.right[r] + i, equations.right[r]);
+      }
+      T at[N];
+      for (int c = 0; c < N; ++c) ReadLanes(points.ground[c] + i, at[c]);
+      if constexpr (Height == THeight::Observed) {
+        T height, variance;
+        ReadLanes(points.height + i, height);
+        ReadLanes(points.variance + i, variance);
+        equations.AddLast(height - at[N - 1], 1.0 / variance);
+      }
+      T step[N], lowestPivot;
+      SolveCholesky(equations, step, lowestPivot);
+      TFlags<T> singular, arrived, small;
+      FlagNotAbove(lowestPivot, kSmallestPivot, singular);
+      arrived = ~singular;
+      for (int c = 0; c < N; ++c) {
+        FlagBelow(step[c], kIntersectionStop, small);
+        arrived = arrived & small;
+        AssignWhere(TFlags<T>(~singular), T(at[c] + step[c]), at[c]);
+        WriteLanes(at[c], points.ground[c] + i);
+        WriteLanes(step[c], points.step[c] + i);
+      }
+      WriteLanes(singular, points.singular + i);
+      WriteLanes(arrived, points.arrived + i);
+    }
+  }
+};
+
+/// A block of points on its way to the solution. `Height` tells which of the coordinates are unknown.
+template <THeight Height>
 class TIntersectionBlock {
  public:
   static constexpr int N = kUnknowns<Height>;
 
-  std::size_t count = 0;           ///< points in the block
-  double ground[3][Capacity];      ///< latitude, longitude, height: the starts, then the results
-  THeightInput height[Capacity];   ///< of each point
-  TGroundStatus status[Capacity];  ///< state `NotRun` marks the points that are solved
-  double lastStep[Capacity][N];    ///< the step applied last
+  std::size_t count = 0;         ///< points in the block
+  double ground[3][kLaneBlock];  ///< latitude, longitude, height: the starts, then the results
+  double height[kLaneBlock];     ///< what is given about the heights, as in `THeightInput`
+  double variance[kLaneBlock];
+  TGroundStatus status[kLaneBlock];  ///< state `NotRun` marks the points that are solved
+  double lastStep[kLaneBlock][N];    ///< the step taken last
 
-  /// Runs the iteration. `project(image, point indices, count, lat, lon, h, line, sample, dLine, dSample)` evaluates
-  /// an image at `count` points; `measured(image, point)` gives the measured line and sample.
+  /// Runs the iteration. `project(image, count, lat, lon, h, line, sample, dLine, dSample)` evaluates an image at
+  /// `count` points; `measured(image, indices, count, line, sample)` gives the measured lines and samples of points of
+  /// the block.
   template <class Project, class Measured>
   void Solve(std::size_t images, const Project& project, const Measured& measured) {
-    std::size_t active[Capacity];
-    std::size_t left = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      if (status[i].state == TGroundState::NotRun) active[left++] = i;
-    }
-    for (int step = 0; step < kIntersectionSteps && left > 0; ++step) {
-      TNormalEquations<N, double> equations[Capacity];
-      Form(images, project, measured, active, left, equations);
-      std::size_t kept = 0;
-      for (std::size_t i = 0; i < left; ++i) {
-        const std::size_t point = active[i];
-        ++status[point].iterations;
-        status[point].state = Step(point, equations[i]);
-        if (status[point].state == TGroundState::NotConverged) active[kept++] = point;
+    TPointsUnderWay<Height> points;
+    double* const dLine[3] = {points.dLine[0], points.dLine[1], points.dLine[2]};
+    double* const dSample[3] = {points.dSample[0], points.dSample[1], points.dSample[2]};
+    std::size_t left = Gather(&points);
+    for (int step = 1; step <= kIntersectionSteps && left > 0; ++step) {
+      const std::size_t filled = FillUp(left, &points);
+      for (std::size_t image = 0; image < images; ++image) {
+        project(image, filled, points.ground[0], points.ground[1], points.ground[2], points.line, points.sample, dLine,
+                dSample);
+        measured(image, points.index, filled, points.measuredLine, points.measuredSample);
+        RunOver(TAddImage<Height>{points, filled, image == 0});
       }
-      left = kept;
+      RunOver(TTakeSteps<Height>{points, filled});
+      left = TakeOut(step, left, &points);
     }
   }
 
  private:
-  template <class Project, class Measured>
-  void Form(std::size_t images, const Project& project, const Measured& measured, const std::size_t* active,
-            std::size_t left, TNormalEquations<N, double>* equations) const {
-    double at[3][Capacity];
-    double line[Capacity], sample[Capacity];
-    double derivatives[6][Capacity];
-    double* const dLine[3] = {derivatives[0], derivatives[1], derivatives[2]};
-    double* const dSample[3] = {derivatives[3], derivatives[4], derivatives[5]};
-    for (std::size_t i = 0; i < left; ++i) {
-      for (int c = 0; c < 3; ++c) at[c][i] = ground[c][active[i]];
+  using TPoints = TPointsUnderWay<Height>;
+
+  std::size_t Gather(TPoints* points) const {
+    std::size_t left = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      if (status[i].state != TGroundState::NotRun) continue;
+      for (int c = 0; c < 3; ++c) points->ground[c][left] = ground[c][i];
+      points->height[left] = height[i];
+      points->variance[left] = variance[i];
+      points->index[left++] = i;
     }
-    for (std::size_t image = 0; image < images; ++image) {
-      project(image, left, at[0], at[1], at[2], line, sample, dLine, dSample);
-      for (std::size_t i = 0; i < left; ++i) {
-        const TRPCCoordsDataItem item = measured(image, active[i]);
-        double lineRow[N], sampleRow[N];
-        for (int c = 0; c < N; ++c) {
-          lineRow[c] = dLine[c][i];
-          sampleRow[c] = dSample[c][i];
-        }
-        equations[i].Add(sampleRow, item.sample - sample[i]);
-        equations[i].Add(lineRow, item.line - line[i]);
-      }
-    }
-    if (Height != THeight::Observed) return;
-    for (std::size_t i = 0; i < left; ++i) {
-      const THeightInput& observed = height[active[i]];
-      equations[i].AddLast(observed.value - at[2][i], 1.0 / observed.variance);
-    }
+    return left;
   }
 
-  /// Solves and applies one step.
-  TGroundState Step(std::size_t point, const TNormalEquations<N, double>& equations) {
-    double step[N];
-    double lowestPivot;
-    SolveCholesky(equations, step, lowestPivot);
-    if (lowestPivot <= kSmallestPivot) return TGroundState::Singular;
-    bool small = true;
-    for (int c = 0; c < N; ++c) {
-      ground[c][point] += step[c];
-      lastStep[point][c] = step[c];
-      small = small && std::fabs(step[c]) < kIntersectionStop;
+  static void Move(std::size_t from, std::size_t to, TPoints* points) {
+    for (int c = 0; c < 3; ++c) points->ground[c][to] = points->ground[c][from];
+    points->height[to] = points->height[from];
+    points->variance[to] = points->variance[from];
+    points->index[to] = points->index[from];
+  }
+
+  static std::size_t FillUp(std::size_t left, TPoints* points) {
+    const std::size_t filled = (left + TPoints::kWidest - 1) / TPoints::kWidest * TPoints::kWidest;
+    for (std::size_t i = left; i < filled; ++i) Move(left - 1, i, points);
+    return filled;
+  }
+
+  /// Writes back the points that have ended with this step, or have to. \return how many are left.
+  std::size_t TakeOut(int step, std::size_t left, TPoints* points) {
+    std::int64_t any = step == kIntersectionSteps ? 1 : 0;
+    for (std::size_t i = 0; i < left; ++i) any |= points->singular[i] | points->arrived[i];
+    if (any == 0) return left;
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < left; ++i) {
+      const bool singular = points->singular[i] != 0;
+      const bool arrived = points->arrived[i] != 0;
+      if (!singular && !arrived && step < kIntersectionSteps) {
+        if (kept != i) Move(i, kept, points);
+        ++kept;
+        continue;
+      }
+      const std::size_t point = points->index[i];
+      for (int c = 0; c < N; ++c) {
+        ground[c][point] = points->ground[c][i];
+        lastStep[point][c] = points->step[c][i];
+      }
+      status[point].iterations = step;
+      status[point].state = singular  ? TGroundState::Singular
+                            : arrived ? TGroundState::Converged
+                                      : TGroundState::NotConverged;
     }
-    return small ? TGroundState::Converged : TGroundState::NotConverged;
+    return kept;
   }
 };
 

@@ -58,19 +58,18 @@ bool FillCovariance(const TItems& items, const THeightInput& height, TGroundInte
 /// The plain iteration. \return whether its result is a solution.
 template <THeight Height>
 bool Iterate(const TItems& items, const THeightInput& height, TGroundIntersection* solution) {
-  rpc::TIntersectionBlock<Height, 1> block;
-  rpc::IntersectItems(items, height, &block);
-  solution->status = block.status[0];
+  const rpc::TIntersectedPoint<Height> point = rpc::IntersectItems<Height>(items, height);
+  solution->status = point.status;
   if (solution->status.state == TGroundState::TooFewImages || solution->status.state == TGroundState::NoStart) {
     return false;
   }
-  solution->lat = block.ground[0][0];
-  solution->lon = block.ground[1][0];
-  solution->h = block.ground[2][0];
+  solution->lat = point.ground[0];
+  solution->lon = point.ground[1];
+  solution->h = point.ground[2];
   if (solution->status.state == TGroundState::NotConverged) {
     bool rounding = true;
     for (int c = 0; c < rpc::kUnknowns<Height>; ++c) {
-      rounding = rounding && std::fabs(block.lastStep[0][c]) < kRounding[c];
+      rounding = rounding && std::fabs(point.lastStep[c]) < kRounding[c];
     }
     if (rounding) solution->status.state = TGroundState::Converged;
   }

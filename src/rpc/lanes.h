@@ -38,6 +38,16 @@ template <class T>
   flags = ((bits & INT64_MAX) - (limitBits + 1)) >> 63;
 }
 
+/// |x| < limit in each lane, not where x is a NaN. \param limit positive
+template <class T>
+[[gnu::always_inline]] inline void FlagBelow(const T& x, double limit, TFlags<T>& flags) {
+  std::int64_t limitBits;
+  BitsOf(limit, limitBits);
+  TFlags<T> bits;
+  BitsOf(x, bits);
+  flags = ((bits & INT64_MAX) - limitBits) >> 63;
+}
+
 /// x <= limit in each lane, where no lane is a NaN.
 template <class T>
 [[gnu::always_inline]] inline void FlagNotAbove(const T& x, double limit, TFlags<T>& flags) {
