@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <typeinfo>
 #include <vector>
 
 #include "rpc/image_to_ground.h"
 #include "rpc/intersection_start.h"
+#include "rpc/projection_kernel.h"
 
 namespace SatCommonUtils::rpc {
 
@@ -23,7 +25,7 @@ template <class T>
   }
 }
 
-/// The images of an array as the starts need them. Makes the models' approximations.
+/// The images of an array as their blocks need them. Makes the models' approximations.
 class TStartImages {
  public:
   TStartImages(std::size_t images, const TRPC* const* models) {
@@ -33,10 +35,14 @@ class TStartImages {
     }
     if (state_ != TGroundState::NotRun) return;
     starts_.reserve(images);
+    records_.reserve(images);
     for (std::size_t image = 0; image < images; ++image) {
       TStart start;
       start.image = image;
-      if (PrepareStart(*models[image], models[0]->GetCenterLongitude(), &start)) starts_.push_back(start);
+      const TRPC& model = *models[image];
+      if (PrepareStart(model, models[0]->GetCenterLongitude(), &start)) starts_.push_back(start);
+      plain_ = plain_ && typeid(model) == typeid(TRPC);
+      if (plain_) records_.push_back(PreparedOf(model));
     }
   }
 
@@ -44,6 +50,10 @@ class TStartImages {
     std::size_t image;  ///< its place among the images
   };
   const std::vector<TStart>& Starts() const noexcept { return starts_; }
+
+  /// Whether every model projects as its record does. Records are there only then.
+  bool ArePlain() const noexcept { return plain_; }
+  const std::vector<TRPCPrepared>& Records() const noexcept { return records_; }
 
   /// Why no point has a start, or `NotRun`.
   template <THeight Height>
@@ -54,7 +64,16 @@ class TStartImages {
   }
 
  private:
+  static TRPCPrepared PreparedOf(const TRPC& model) {
+    if (model.GetLineNormalization() == nullptr) return {};
+    TRPCData record;
+    model.GetRPCData(&record);
+    return TRPCPrepared(record);
+  }
+
   std::vector<TStart> starts_;
+  std::vector<TRPCPrepared> records_;
+  bool plain_ = true;
   TGroundState state_ = TGroundState::NotRun;
 };
 
@@ -91,6 +110,106 @@ struct TStartBlock {
   }
 };
 
+/// One image of a block of points: its measured places.
+struct TMeasuredColumn {
+  const double* values;        ///< of the block's points
+  const std::size_t* indices;  ///< places in the block of the points under way; null when these are the block
+  std::size_t count;           ///< points in the block
+
+  template <class T>
+  [[gnu::always_inline]] void Read(std::size_t i, T& x) const {
+    if (indices == nullptr) return ReadUpTo(values, i, count, x);
+    double lanes[sizeof(T) / sizeof(double)];
+    for (std::size_t lane = 0; lane < sizeof(T) / sizeof(double); ++lane) lanes[lane] = values[indices[i + lane]];
+    ReadLanes(lanes, x);
+  }
+};
+
+/// Longitudes in the turn of the model, as `LongitudeInTurn` gives them.
+template <class T>
+[[gnu::always_inline]] inline void TurnLongitudes(double center, const T& lon, T& turned) {
+  constexpr double kSurelyNear = 179.9;
+  TFlags<T> near;
+  FlagWithin(T(lon - center), kSurelyNear, near);
+  turned = lon + 0.0;  // no turn is a turn of 0 degrees
+  if (!AnySet(TFlags<T>(~near))) return;
+  for (std::size_t lane = 0; lane < sizeof(T) / sizeof(double); ++lane) {
+    turned[lane] = LongitudeInTurn(center, lon[lane]);
+  }
+}
+
+/// A step of points whose models project as their records do: projections, equations and solutions of one vector after
+/// the other. A solution is a chain of divisions and roots, beside which the next vector's polynomials are summed.
+template <THeight Height>
+struct TPlainSteps {
+  static constexpr int N = kUnknowns<Height>;
+  const std::vector<TRPCPrepared>& records;
+  const TImageArrays& arrays;
+  std::size_t first, blockCount, count;
+  TPointsUnderWay<Height>& points;
+
+  template <class T>
+  [[gnu::always_inline]] void Over() const {
+    for (std::size_t i = 0; i < count; i += sizeof(T) / sizeof(double)) {
+      TNormalEquations<N, T> equations;
+      for (std::size_t image = 0; image < arrays.images; ++image) Add(image, i, equations);
+      TakeSteps<Height>(i, equations, points);
+    }
+  }
+
+ private:
+  template <class T>
+  [[gnu::always_inline]] void Add(std::size_t image, std::size_t i, TNormalEquations<N, T>& equations) const {
+    const TRPCPrepared& model = records[image];
+    const TRPCNormalization& axes = model.normalization;
+    T lat, lon, h, turned, P, L, H;
+    ReadLanes(points.ground[0] + i, lat);
+    ReadLanes(points.ground[1] + i, lon);
+    ReadLanes(points.ground[2] + i, h);
+    TurnLongitudes(axes.longitude.GetOffset(), lon, turned);
+    Normalize(axes.latitude, lat, P);
+    Normalize(axes.longitude, turned, L);
+    Normalize(axes.height, h, H);
+    TPolynomials<T> q;
+    EvaluatePolynomials<true>(model, P, L, H, q);
+    T lineN, sampleN, line, sample, measuredLine, measuredSample;
+    Quotients(q.value, lineN, sampleN);
+    Denormalize(axes.line, lineN, line);
+    Denormalize(axes.sample, sampleN, sample);
+    const double scales[3] = {axes.latitude.GetScale(), axes.longitude.GetScale(), axes.height.GetScale()};
+    T lineRow[N], sampleRow[N];
+    for (int c = 0; c < N; ++c) {
+      T dLine, dSample;
+      QuotientDerivatives(q.value, q.byVariable[c], dLine, dSample);
+      lineRow[c] = dLine * axes.line.GetScale() / scales[c];
+      sampleRow[c] = dSample * axes.sample.GetScale() / scales[c];
+    }
+    const std::size_t* const indices = points.whole ? nullptr : points.index;
+    TMeasuredColumn{arrays.line[image] + first, indices, blockCount}.Read(i, measuredLine);
+    TMeasuredColumn{arrays.sample[image] + first, indices, blockCount}.Read(i, measuredSample);
+    equations.Add(sampleRow, measuredSample - sample);
+    equations.Add(lineRow, measuredLine - line);
+  }
+};
+
+/// The same through the virtual projection, which takes whole blocks.
+template <THeight Height>
+void TakeVirtualSteps(const TImageArrays& arrays, std::size_t first, std::size_t count,
+                      TPointsUnderWay<Height>& points) {
+  double* const dLine[3] = {points.dLine[0], points.dLine[1], points.dLine[2]};
+  double* const dSample[3] = {points.dSample[0], points.dSample[1], points.dSample[2]};
+  for (std::size_t image = 0; image < arrays.images; ++image) {
+    arrays.models[image]->CalculateLineSampleArray(count, points.ground[0], points.ground[1], points.ground[2],
+                                                   points.line, points.sample, dLine, dSample);
+    for (std::size_t i = 0; i < count; ++i) {
+      points.measuredLine[i] = arrays.line[image][first + points.index[i]];
+      points.measuredSample[i] = arrays.sample[image][first + points.index[i]];
+    }
+    RunOver(TAddImage<Height>{points, count, image == 0});
+  }
+  RunOver(TTakeSteps<Height>{points, count});
+}
+
 /// The whole way of points `first` .. `first` + `count` - 1, at most a block of them, whose heights are in the block.
 template <THeight Height>
 void IntersectBlock(const TStartImages& images, const TImageArrays& points, std::size_t first, std::size_t count,
@@ -104,20 +223,13 @@ void IntersectBlock(const TStartImages& images, const TImageArrays& points, std:
     block->variance[i] = block->variance[count - 1];
   }
   RunOver(TStartBlock<Height>{images, points, first, count, block->height, block->variance, block->ground});
-  block->Solve(
-      points.images,
-      [&](std::size_t image, std::size_t places, const double* lat, const double* lon, const double* h, double* line,
-          double* sample, double* const* dLine, double* const* dSample) {
-        points.models[image]->CalculateLineSampleArray(places, lat, lon, h, line, sample, dLine, dSample);
-      },
-      [&](std::size_t image, const std::size_t* indices, std::size_t places, double* line, double* sample) {
-        const double* const lines = points.line[image] + first;
-        const double* const samples = points.sample[image] + first;
-        for (std::size_t i = 0; i < places; ++i) {
-          line[i] = lines[indices[i]];
-          sample[i] = samples[indices[i]];
-        }
-      });
+  block->Solve([&](std::size_t places, TPointsUnderWay<Height>& underWay) {
+    if (images.ArePlain()) {
+      RunOver(TPlainSteps<Height>{images.Records(), points, first, count, places, underWay});
+    } else {
+      TakeVirtualSteps<Height>(points, first, places, underWay);
+    }
+  });
 }
 
 }  // namespace SatCommonUtils::rpc

@@ -35,6 +35,7 @@ struct TPointsUnderWay {
   alignas(64) double step[N][kLaneBlock];                              ///< the step taken last
   alignas(64) double height[kLaneBlock], variance[kLaneBlock];         ///< `THeightInput`
   alignas(64) std::int64_t singular[kLaneBlock], arrived[kLaneBlock];  ///< how the last step went: flags
+  bool whole;                                                          ///< none of the block's points are missing yet
   std::size_t index[kLaneBlock];                                       ///< places in the block
 };
 
@@ -98,7 +99,36 @@ struct TAddImage {
   }
 };
 
-/// Solves the points' equations and applies the steps.
+/// Solves the equations of the lanes that begin at `i` and applies the steps.
+template <THeight Height, class T>
+[[gnu::always_inline]] inline void TakeSteps(std::size_t i, TNormalEquations<kUnknowns<Height>, T>& equations,
+                                             TPointsUnderWay<Height>& points) {
+  constexpr int N = kUnknowns<Height>;
+  T at[N];
+  for (int c = 0; c < N; ++c) ReadLanes(points.ground[c] + i, at[c]);
+  if constexpr (Height == THeight::Observed) {
+    T height, variance;
+    ReadLanes(points.height + i, height);
+    ReadLanes(points.variance + i, variance);
+    equations.AddLast(height - at[N - 1], 1.0 / variance);
+  }
+  T step[N], lowestPivot;
+  SolveCholesky(equations, step, lowestPivot);
+  TFlags<T> singular, arrived, small;
+  FlagNotAbove(lowestPivot, kSmallestPivot, singular);
+  arrived = ~singular;
+  for (int c = 0; c < N; ++c) {
+    FlagBelow(step[c], kIntersectionStop, small);
+    arrived = arrived & small;
+    AssignWhere(TFlags<T>(~singular), T(at[c] + step[c]), at[c]);
+    WriteLanes(at[c], points.ground[c] + i);
+    WriteLanes(step[c], points.step[c] + i);
+  }
+  WriteLanes(singular, points.singular + i);
+  WriteLanes(arrived, points.arrived + i);
+}
+
+/// Solves the equations that are stored and applies the steps.
 template <THeight Height>
 struct TTakeSteps {
   static constexpr int N = kUnknowns<Height>;
@@ -113,28 +143,7 @@ struct TTakeSteps {
         for (int c = r; c < N; ++c) ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
         ReadLanes(points.right[r] + i, equations.right[r]);
       }
-      T at[N];
-      for (int c = 0; c < N; ++c) ReadLanes(points.ground[c] + i, at[c]);
-      if constexpr (Height == THeight::Observed) {
-        T height, variance;
-        ReadLanes(points.height + i, height);
-        ReadLanes(points.variance + i, variance);
-        equations.AddLast(height - at[N - 1], 1.0 / variance);
-      }
-      T step[N], lowestPivot;
-      SolveCholesky(equations, step, lowestPivot);
-      TFlags<T> singular, arrived, small;
-      FlagNotAbove(lowestPivot, kSmallestPivot, singular);
-      arrived = ~singular;
-      for (int c = 0; c < N; ++c) {
-        FlagBelow(step[c], kIntersectionStop, small);
-        arrived = arrived & small;
-        AssignWhere(TFlags<T>(~singular), T(at[c] + step[c]), at[c]);
-        WriteLanes(at[c], points.ground[c] + i);
-        WriteLanes(step[c], points.step[c] + i);
-      }
-      WriteLanes(singular, points.singular + i);
-      WriteLanes(arrived, points.arrived + i);
+      TakeSteps<Height>(i, equations, points);
     }
   }
 };
@@ -152,25 +161,14 @@ class TIntersectionBlock {
   TGroundStatus status[kLaneBlock];  ///< state `NotRun` marks the points that are solved
   double lastStep[kLaneBlock][N];    ///< the step taken last
 
-  /// Runs the iteration. `project(image, count, lat, lon, h, line, sample, dLine, dSample)` evaluates an image at
-  /// `count` points; `measured(image, indices, count, line, sample)` gives the measured lines and samples of points of
-  /// the block.
-  template <class Project, class Measured>
-  void Solve(std::size_t images, const Project& project, const Measured& measured) {
+  /// Runs the iteration. `step(count, points)` takes a step of `count` points.
+  template <class Step>
+  void Solve(const Step& step) {
     TPointsUnderWay<Height> points;
-    double* const dLine[3] = {points.dLine[0], points.dLine[1], points.dLine[2]};
-    double* const dSample[3] = {points.dSample[0], points.dSample[1], points.dSample[2]};
     std::size_t left = Gather(&points);
-    for (int step = 1; step <= kIntersectionSteps && left > 0; ++step) {
-      const std::size_t filled = FillUp(left, &points);
-      for (std::size_t image = 0; image < images; ++image) {
-        project(image, filled, points.ground[0], points.ground[1], points.ground[2], points.line, points.sample, dLine,
-                dSample);
-        measured(image, points.index, filled, points.measuredLine, points.measuredSample);
-        RunOver(TAddImage<Height>{points, filled, image == 0});
-      }
-      RunOver(TTakeSteps<Height>{points, filled});
-      left = TakeOut(step, left, &points);
+    for (int steps = 1; steps <= kIntersectionSteps && left > 0; ++steps) {
+      step(FillUp(left, &points), points);
+      left = TakeOut(steps, left, &points);
     }
   }
 
@@ -186,6 +184,7 @@ class TIntersectionBlock {
       points->variance[left] = variance[i];
       points->index[left++] = i;
     }
+    points->whole = left == count;
     return left;
   }
 
@@ -207,6 +206,7 @@ class TIntersectionBlock {
     std::int64_t any = step == kIntersectionSteps ? 1 : 0;
     for (std::size_t i = 0; i < left; ++i) any |= points->singular[i] | points->arrived[i];
     if (any == 0) return left;
+    points->whole = false;
     std::size_t kept = 0;
     for (std::size_t i = 0; i < left; ++i) {
       const bool singular = points->singular[i] != 0;

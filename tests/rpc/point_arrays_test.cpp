@@ -164,15 +164,24 @@ TEST(PointArrays, IntersectLikeSinglePoints) {
     record.lineScale = record.sampScale = 0.0;  // its equations say nothing
     return TRPC(record, nullptr);
   }();
+  const orbmath_test::OpenModel derived(CameraRecord(1.4, 0.1));  // goes through the virtual projection
   const Points points("intersect");
-  const std::size_t count = 2048 + 77;
-  for (const std::vector<const TRPC*>& models :
-       {std::vector<const TRPC*>{&left, &right}, std::vector<const TRPC*>{&left, &right, &left},
-        std::vector<const TRPC*>{&flat, &flat}, std::vector<const TRPC*>{&left}}) {
+  const struct {
+    std::size_t count;
+    std::vector<const TRPC*> models;
+  } cases[] = {{2048 + 77, {&left, &right}},
+               {2048 + 1, {&left, &right, &left}},
+               {75, {&derived, &right, &left}},
+               {67, {&left, &right, &left, &flat, &right}},
+               {7, {&flat, &flat}},
+               {1, {&right, &left}},
+               {3, {&left, nullptr}},
+               {3, {&left}}};
+  for (const auto& [count, models] : cases) {
     std::vector<Column> line(models.size(), Column(count)), sample(models.size(), Column(count));
     std::vector<const double*> lines, samples;
     for (std::size_t m = 0; m < models.size(); ++m) {
-      for (std::size_t i = 0; i < count; ++i) {
+      for (std::size_t i = 0; i < count && models[m] != nullptr; ++i) {
         models[m]->CalculateLineSample(points.ground[0][i], points.ground[1][i], points.ground[2][i], &line[m][i],
                                        &sample[m][i], nullptr, nullptr);
       }
@@ -180,6 +189,7 @@ TEST(PointArrays, IntersectLikeSinglePoints) {
       samples.push_back(sample[m].data());
     }
     const Column& h = points.ground[2];
+    SCOPED_TRACE(count);
     const TImageArrays arrays = {models.size(), models.data(), count, lines.data(), samples.data()};
     WithThreads([&] {
       Column out[8];
