@@ -9,6 +9,7 @@
 #include "linalg/simd.h"
 #include "rpc/ground_solution.h"
 #include "rpc/rpc_boxes.h"
+#include "terrain/sight_square.h"
 #include "terrain/single_crossing.h"
 #include "terrain/tile_cursor.h"
 
@@ -111,16 +112,71 @@ TSightPatches::TSightPatches(const TScene& scene, double lowest, double highest)
     if (Build(scene, patches)) break;
   }
   if (scene.grid == nullptr || patches_ == 0) return;
+  BuildSquares(scene);
+  FindStarts(scene);
+}
+
+void TSightPatches::BuildSquares(const TScene& scene) {
   squares_ = kSquares / patches_;
-  bounds_.resize(table_.size() * squares_ * squares_);
+  side_ = squares_ * patches_;
+  squaresPerLine_ = squares_ / lineSize_;
+  squaresPerSample_ = squares_ / sampleSize_;
+  lanes_ = CountSquareLanes(scene);
+  termsSize_ = std::size_t(kSquareTerms) * lanes_;
+  bounds_.resize(std::size_t(side_) * side_);
+  terms_.resize(bounds_.size() * termsSize_);
   for (std::size_t i = 0; i < bounds_.size(); ++i) {
-    const TSightPatch& patch = table_[i / (squares_ * squares_)];
-    const int square = static_cast<int>(i % (squares_ * squares_));
-    const int across = square / squares_;
-    const int along = square % squares_;
-    const double s = (2.0 * across + 1.0) / squares_ - 1.0;
-    const double t = (2.0 * along + 1.0) / squares_ - 1.0;
-    if (patch.usable) bounds_[i] = Bound(scene, patch, s, t);
+    const int row = static_cast<int>(i / side_);
+    const int column = static_cast<int>(i % side_);
+    const TSightPatch& patch = table_[std::size_t(row / squares_) * patches_ + column / squares_];
+    if (!patch.usable) continue;
+    const double s = (2.0 * (row % squares_) + 1.0) / squares_ - 1.0;
+    const double t = (2.0 * (column % squares_) + 1.0) / squares_ - 1.0;
+    bounds_[i] = Bound(scene, patch, s, t);
+    bounds_[i].simple =
+        bounds_[i].single && CutSquare(scene, patch, s, t, 1.0 / squares_, bounds_[i], &terms_[i * termsSize_]);
+  }
+}
+
+void TSightPatches::FindStarts(const TScene& scene) {
+  constexpr double kRough = 1.0;  // metres
+  constexpr double kPlace = 0.7;
+  constexpr double kPlaces[][2] = {{kPlace, kPlace}, {kPlace, -kPlace}, {-kPlace, kPlace}, {-kPlace, -kPlace}};
+  constexpr std::size_t kCount = 4;
+  TSightBatch batch;
+  TSquarePlace places[TSightBatch::kMost];
+  for (std::size_t next = 0; next < bounds_.size();) {
+    // Squares over one tile.
+    std::size_t count = 0;
+    const TSightBounds* first = nullptr;
+    for (; next < bounds_.size() && count + kCount <= TSightBatch::kMost; ++next) {
+      const TSightBounds& bounds = bounds_[next];
+      if (!bounds.simple) continue;
+      if (first == nullptr) first = &bounds;
+      if (!bounds.IsOverTileOf(*first)) break;
+      for (const double(&place)[2] : kPlaces) places[count++] = {next, place[0], place[1]};
+    }
+    if (count == 0) continue;
+    const std::size_t asked = count;
+    while (count % TSightBatch::kLanes != 0) places[count++] = places[asked - 1];
+    FillBatch(*this, count, places, &batch);
+    const auto tile = scene.grid->GetTiles().GetTile(first->tileColumn, first->tileRow);
+    SolveSingleCrossings(*tile, scene.grid->GetFrame().interpolation == THeightInterpolation::Bicubic, kRough, &batch);
+    for (std::size_t i = 0; i < asked; i += kCount) {
+      double sum = 0.0, byLine = 0.0, bySample = 0.0;
+      bool met = true;
+      for (std::size_t k = i; k < i + kCount; ++k) {
+        met = met && std::fabs(batch.miss[k]) <= kRough;
+        sum += batch.u[k];
+        byLine += batch.u[k] * places[k].s;
+        bySample += batch.u[k] * places[k].t;
+      }
+      if (!met) continue;
+      TSightBounds& bounds = bounds_[places[i].number];
+      bounds.start = bounds.GetMiddle() + sum / kCount;
+      bounds.startByLine = byLine / (kCount * kPlace * kPlace);
+      bounds.startBySample = bySample / (kCount * kPlace * kPlace);
+    }
   }
 }
 
@@ -266,9 +322,10 @@ struct TCells {
   int firstColumn, lastColumn, firstRow, lastRow;
 };
 
-TCells GetCells(const TReach& column, const TReach& row) {
+/// \param margin cells by which the rectangle is larger on all sides.
+TCells GetCells(const TReach& column, const TReach& row, double margin = 0.0) {
   const auto whole = [](double x) { return static_cast<int>(std::floor(std::clamp(x, -kFarOut, kFarOut))); };
-  return {whole(column.low), whole(column.high), whole(row.low), whole(row.high)};
+  return {whole(column.low - margin), whole(column.high + margin), whole(row.low - margin), whole(row.high + margin)};
 }
 
 /// Whether terrain over the cells is nowhere steeper than the lines that fall by at least `falls` for each unit of u.
@@ -296,7 +353,8 @@ bool IsSingle(const THeightGrid& grid, const TCells& cells, double byColumn, dou
 }  // namespace
 
 TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch, double s, double t) const {
-  constexpr double kRoom = 1.0;  // metres, for what the polynomials leave out of the base between its posts
+  constexpr double kEdge = 1e-3;  // cells, for what the square's own polynomials leave out
+  constexpr double kRoom = 1.0;   // metres, for what the polynomials leave out of the base between its posts
   TSightLine sight;
   const TSightPatch* at = &patch;
   Interpolate(1, &at, &s, &t, kLatitude, &sight);
@@ -352,18 +410,8 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
   const TReach column = reach(kColumn, bounds.bottom, bounds.top);
   const TReach row = reach(kRow, bounds.bottom, bounds.top);
   bounds.single = !rangeOver(bounds.bottom, bounds.top).voids &&
-                  IsSingle(*scene.grid, GetCells(column, row), column.mostSlope, row.mostSlope, falls, &bounds);
+                  IsSingle(*scene.grid, GetCells(column, row, kEdge), column.mostSlope, row.mostSlope, falls, &bounds);
   bounds.start = 0.5 * (bounds.top + bounds.bottom);
-  if (bounds.single && scene.grid->GetFrame().interpolation == THeightInterpolation::Bilinear) {
-    const TSightBounds* about = &bounds;
-    const auto tile = scene.grid->GetTiles().GetTile(bounds.tileColumn, bounds.tileRow);
-    bool solved;
-    TSightBatch batch;
-    for (int component = 0; component < kLatitude; ++component) {
-      for (int k = 0; k < kTerms; ++k) batch.c[component][k][0] = sight.c[component][k];
-    }
-    SolveSingleCrossings(*tile, 0, 1, batch, &about, nullptr, kRoom, &bounds.start, &solved);
-  }
   return bounds;
 }
 
@@ -379,7 +427,7 @@ const TSightPatch* TSightPatches::Find(double line, double sample, double* s, do
   const int squareColumn = static_cast<int>((j - column) * squares_);
   *s = 2.0 * (i - row) - 1.0;
   *t = 2.0 * (j - column) - 1.0;
-  *bounds = &bounds_[(number * squares_ + squareRow) * squares_ + squareColumn];
+  *bounds = &bounds_[(std::size_t(row) * squares_ + squareRow) * side_ + column * squares_ + squareColumn];
   return table_[number].usable ? &table_[number] : nullptr;
 }
 

@@ -20,16 +20,33 @@ struct TSightPatch {
 };
 
 /// What is known beforehand of the lines of sight of a small square of the image.
-struct TSightBounds {
+struct alignas(64) TSightBounds {
   double top = 1.0;      ///< u above which none of them meets terrain
   double bottom = -1.0;  ///< u below which none does
   /// None of them crosses the terrain more than once between the two: it is nowhere steeper than they are. All cells
   /// there are known and lie in the tile below.
   bool single = false;
-  double start = 0.0;  ///< u of the crossing at the square's centre, where `single`, roughly
+  /// Single, and the square's own polynomials (`sight_square.h`) follow the lines.
+  bool simple = false;
   bool voids = false;  ///< heights may be unknown somewhere on them between u = -1 and 1
   int tileColumn = 0;
   int tileRow = 0;
+  double start = 0.0;        ///< where `single`: u of the crossing at the square's centre, roughly
+  double startByLine = 0.0;  ///< how `start` changes to the square's edge
+  double startBySample = 0.0;
+
+  double GetMiddle() const { return 0.5 * (top + bottom); }
+  double GetReach() const { return 0.5 * (top - bottom); }
+  bool IsOverTileOf(const TSightBounds& other) const {
+    return tileColumn == other.tileColumn && tileRow == other.tileRow;
+  }
+};
+
+/// An image point's place in a square.
+struct TSquarePlace {
+  std::size_t number;
+  double s;  ///< line and sample, from -1 to 1 across the square
+  double t;
 };
 
 /// The patches of one image and one range of heights.
@@ -45,6 +62,28 @@ class TSightPatches {
   void Interpolate(std::size_t count, const TSightPatch* const* patches, const double* s, const double* t,
                    int components, TSightLine* sights) const;
 
+  /// The square of an image point; false where there is none.
+  bool FindSquare(double line, double sample, TSquarePlace* place) const {
+    const double i = (line - firstLine_) * squaresPerLine_;
+    const double j = (sample - firstSample_) * squaresPerSample_;
+    if (!(i >= 0.0 && i < side_ && j >= 0.0 && j < side_)) return false;
+    const int row = static_cast<int>(i);
+    const int column = static_cast<int>(j);
+    place->number = std::size_t(row) * side_ + column;
+    place->s = 2.0 * (i - row) - 1.0;
+    place->t = 2.0 * (j - column) - 1.0;
+    return true;
+  }
+  const TSightBounds& GetBounds(std::size_t square) const { return bounds_[square]; }
+  /// The polynomials of a simple square.
+  const double* GetTerms(std::size_t square) const { return terms_.data() + square * termsSize_; }
+  int CountLanes() const { return lanes_; }
+  /// By how much a pixel changes s and t of a square.
+  double GetPerLine() const { return 2.0 * squaresPerLine_; }
+  double GetPerSample() const { return 2.0 * squaresPerSample_; }
+  double GetHeight(double u) const { return center_ + half_ * u; }
+  double GetHalf() const { return half_; }
+
  private:
   /// \return whether all patches are usable.
   bool Build(const TScene& scene, int patches);
@@ -52,6 +91,10 @@ class TSightPatches {
   void Check(const TScene& scene);
   /// Bounds of the square around (s, t) of a patch.
   TSightBounds Bound(const TScene& scene, const TSightPatch& patch, double s, double t) const;
+  /// Bounds and polynomials of all squares.
+  void BuildSquares(const TScene& scene);
+  /// Solves some points of each simple square, so that others start near their crossing.
+  void FindStarts(const TScene& scene);
 
   double center_ = 0.0;
   double half_ = 0.0;
@@ -62,7 +105,13 @@ class TSightPatches {
   int patches_ = 0;  ///< along each side
   int squares_ = 0;  ///< along each side of a patch
   std::vector<TSightPatch> table_;
-  std::vector<TSightBounds> bounds_;
+  int side_ = 0;  ///< squares along each side of the image
+  double squaresPerLine_ = 0.0;
+  double squaresPerSample_ = 0.0;
+  std::vector<TSightBounds> bounds_;  ///< of the squares, row by row
+  int lanes_ = 0;
+  std::size_t termsSize_ = 0;  ///< of a square
+  std::vector<double> terms_;
 };
 
 }  // namespace SatCommonUtils::terrain

@@ -8,6 +8,8 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/height_tile_cache.cpp
   ${CMAKE_CURRENT_LIST_DIR}/sight_line.cpp
   ${CMAKE_CURRENT_LIST_DIR}/sight_patches.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/sight_square.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/simple_points.cpp
   ${CMAKE_CURRENT_LIST_DIR}/single_crossing.cpp
   ${CMAKE_CURRENT_LIST_DIR}/surface_walk.cpp
   ${CMAKE_CURRENT_LIST_DIR}/terrain_locator.cpp

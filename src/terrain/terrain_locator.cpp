@@ -12,7 +12,7 @@
 #include "rpc/ground_solution.h"
 #include "rpc/rpc_boxes.h"
 #include "terrain/sight_patches.h"
-#include "terrain/single_crossing.h"
+#include "terrain/simple_points.h"
 #include "terrain/walk.h"
 
 namespace SatCommonUtils {
@@ -23,6 +23,8 @@ using terrain::TSightLine;
 using terrain::TSightPatch;
 using terrain::TSightPatches;
 using terrain::TSightState;
+using terrain::TSimplePoints;
+using terrain::TSquarePlace;
 using terrain::TTileCursor;
 using terrain::TWalk;
 
@@ -173,11 +175,14 @@ struct TTerrainLocator::TParts {
     return CompleteExactly(line, sample, point.sight.GetHeight(point.u), point.walk.voids);
   }
 
+  struct TSimpleBlock;
   struct TBlock;
+  void LocateSimple(TTileCursor& cursor, TSimpleBlock* block, TTerrainSolution* solutions) const;
   void WalkOne(TTileCursor& cursor, TBlock* block, std::size_t k) const;
   bool SolveOne(TTileCursor& cursor, TBlock* block, std::size_t k) const;
-  void SolveSingle(TTileCursor& cursor, TBlock* block) const;
   void Complete(const TBlock& block, const double* line, const double* sample, TTerrainSolution* solutions) const;
+  void LocateOthers(TTileCursor& cursor, std::size_t count, const std::size_t* index, const double* line,
+                    const double* sample, TTerrainSolution* solutions) const;
   void LocateBlock(TTileCursor& cursor, std::size_t count, const double* line, const double* sample,
                    TTerrainSolution* solutions) const;
   std::size_t LocateRange(std::size_t count, const double* line, const double* sample,
@@ -185,7 +190,15 @@ struct TTerrainLocator::TParts {
   TVisibility Look(TTileCursor* cursor, double line, double sample, double h) const;
 };
 
-/// The points of a block that have a patch, and what is found of them: arrays side by side.
+/// Points of a block in simple squares, and which those are that are not solved.
+struct TTerrainLocator::TParts::TSimpleBlock {
+  TSimplePoints points;
+  std::size_t index[rpc::kLaneBlock];  ///< of the point in the caller's arrays
+  std::size_t unsolvedCount = 0;
+  std::size_t unsolved[rpc::kLaneBlock];
+};
+
+/// The other points of a block that have a patch, and what is found of them: arrays side by side.
 struct TTerrainLocator::TParts::TBlock {
   std::size_t count = 0;
   std::size_t index[rpc::kLaneBlock];  ///< of the point in the caller's arrays
@@ -213,7 +226,7 @@ void TTerrainLocator::TParts::WalkOne(TTileCursor& cursor, TBlock* block, std::s
   }
 }
 
-/// A line that crosses once, over a bicubic grid. \return false when it is not solved.
+/// A line that crosses once. \return false when it is not solved.
 bool TTerrainLocator::TParts::SolveOne(TTileCursor& cursor, TBlock* block, std::size_t k) const {
   double u = block->bounds[k]->start;
   // The base is taken where the line stands: once more where it came to.
@@ -229,63 +242,67 @@ bool TTerrainLocator::TParts::SolveOne(TTileCursor& cursor, TBlock* block, std::
   return true;
 }
 
-/// Lines that cross once: by turns, the first ones rough where the exact base is yet to come.
-void TTerrainLocator::TParts::SolveSingle(TTileCursor& cursor, TBlock* block) const {
-  constexpr double kRough = 0.05;  // metres: the base changes by less than a ten-thousandth of that
-  constexpr double kClose = 1e-7;  // metres
-  bool solved[rpc::kLaneBlock];
-  terrain::TSightBatch batch;
-  for (std::size_t k = 0; k < block->count; ++k) {
-    for (int component = 0; component < terrain::kLatitude; ++component) {
-      for (int power = 0; power < terrain::kTerms; ++power) {
-        batch.c[component][power][k] = block->sight[k].c[component][power];
-      }
+/// Points in squares over one tile.
+void TTerrainLocator::TParts::LocateSimple(TTileCursor& cursor, TSimpleBlock* block,
+                                           TTerrainSolution* solutions) const {
+  TSimplePoints& points = block->points;
+  if (points.count == 0) return;
+  const TSightBounds& bounds = patches.GetBounds(points.places[0].number);
+  const THeightTile* const tile = cursor.GetTile(bounds.tileColumn, bounds.tileRow);
+  if (tile != nullptr) terrain::SolveSimplePoints(scene, patches, *tile, &points);
+  for (std::size_t k = 0; k < points.count; ++k) {
+    if (tile == nullptr || !(std::fabs(points.miss[k]) <= terrain::kCloseToTerrain)) {
+      block->unsolved[block->unsolvedCount++] = block->index[k];
+    } else if (points.residual[k] <= kWorthAStep) {
+      solutions[block->index[k]] = {points.lat[k], points.lon[k], points.h[k], points.residual[k],
+                                    TTerrainState::Found};
+    } else {
+      solutions[block->index[k]] = CompleteExactly(points.line[k], points.sample[k], points.h[k], false);
     }
   }
-  for (std::size_t first = 0; first < block->count;) {
-    // Runs of the same tile.
-    const TSightBounds& bounds = *block->bounds[first];
-    std::size_t last = first + 1;
-    while (last < block->count && block->bounds[last]->tileColumn == bounds.tileColumn &&
-           block->bounds[last]->tileRow == bounds.tileRow) {
-      ++last;
-    }
-    const std::size_t count = last - first;
-    const THeightTile* tile = cursor.GetTile(bounds.tileColumn, bounds.tileRow);
-    const auto solve = [&](const double* offset, double tolerance) {
-      terrain::SolveSingleCrossings(*tile, first, count, batch, block->bounds, offset, tolerance, block->u, solved);
-    };
-    for (std::size_t k = first; k < last; ++k) {
-      solved[k] = false;
-      block->u[k] = block->bounds[k]->start;
-    }
-    if (tile != nullptr && scene.base == nullptr) {
-      solve(nullptr, kClose);
-    } else if (tile != nullptr) {
-      solve(nullptr, kRough);
-      double lat[rpc::kLaneBlock], lon[rpc::kLaneBlock], offset[rpc::kLaneBlock];
-      for (std::size_t k = first; k < last; ++k) scene.GetLatLon(block->sight[k], block->u[k], &lat[k], &lon[k]);
-      scene.base->GetHeights(count, lat + first, lon + first, offset + first);
-      for (std::size_t k = first; k < last; ++k) {
-        const TSightLine& sight = block->sight[k];
-        offset[k] -= sight.GetHeight(block->u[k]) - terrain::Evaluate(sight.c[terrain::kClearance], block->u[k]);
-      }
-      solve(offset, kClose);
-    }
-    for (std::size_t k = first; k < last; ++k) {
-      block->voids[k] = false;
-      block->found[k] = solved[k];
-      if (!solved[k]) WalkOne(cursor, block, k);
-    }
-    first = last;
-  }
+  points.count = 0;
 }
 
-/// Points over a grid, most of them by patches: every step of a block of points, then the next step.
+/// Points over a grid, most of them by squares and patches: every step of a block of points, then the next step.
 void TTerrainLocator::TParts::LocateBlock(TTileCursor& cursor, std::size_t count, const double* line,
                                           const double* sample, TTerrainSolution* solutions) const {
-  TBlock single, several;
-  for (std::size_t i = 0; i < count; ++i) {
+  TSimpleBlock simple;
+  std::size_t waiting[rpc::kLaneBlock];
+  std::size_t waitingCount = 0;
+  const auto take = [&](std::size_t i) {
+    TSimplePoints& points = simple.points;
+    TSquarePlace& place = points.places[points.count];
+    if (!patches.FindSquare(line[i], sample[i], &place) || !patches.GetBounds(place.number).simple) {
+      simple.unsolved[simple.unsolvedCount++] = i;
+      return;
+    }
+    // Squares over another tile have a turn of their own.
+    if (points.count > 0 && !patches.GetBounds(place.number).IsOverTileOf(patches.GetBounds(points.places[0].number))) {
+      waiting[waitingCount++] = i;
+      return;
+    }
+    points.line[points.count] = line[i];
+    points.sample[points.count] = sample[i];
+    simple.index[points.count++] = i;
+  };
+  for (std::size_t i = 0; i < count; ++i) take(i);
+  LocateSimple(cursor, &simple, solutions);
+  while (waitingCount > 0) {
+    const std::size_t again = waitingCount;
+    waitingCount = 0;
+    for (std::size_t k = 0; k < again; ++k) take(waiting[k]);
+    LocateSimple(cursor, &simple, solutions);
+  }
+  if (simple.unsolvedCount > 0) LocateOthers(cursor, simple.unsolvedCount, simple.unsolved, line, sample, solutions);
+}
+
+/// Points by their own lines of sight. \param index which of the caller's points they are.
+void TTerrainLocator::TParts::LocateOthers(TTileCursor& cursor, std::size_t count, const std::size_t* index,
+                                           const double* line, const double* sample,
+                                           TTerrainSolution* solutions) const {
+  TBlock block;
+  for (std::size_t k = 0; k < count; ++k) {
+    const std::size_t i = index[k];
     double s, t;
     const TSightBounds* bounds;
     const TSightPatch* patch = patches.Find(line[i], sample[i], &s, &t, &bounds);
@@ -293,25 +310,18 @@ void TTerrainLocator::TParts::LocateBlock(TTileCursor& cursor, std::size_t count
       solutions[i] = LocateSlowly(&cursor, line[i], sample[i]);
       continue;
     }
-    TBlock& block = bounds->single ? single : several;
     block.index[block.count] = i;
     block.patch[block.count] = patch;
     block.bounds[block.count] = bounds;
     block.s[block.count] = s;
     block.t[block.count++] = t;
   }
-  for (TBlock* block : {&single, &several}) {
-    if (block->count == 0) continue;
-    patches.Interpolate(block->count, block->patch, block->s, block->t, scene.CountComponents(), block->sight);
-    if (block == &single && !cursor.IsBicubic()) {
-      SolveSingle(cursor, block);
-    } else {
-      for (std::size_t k = 0; k < block->count; ++k) {
-        if (block != &single || !SolveOne(cursor, block, k)) WalkOne(cursor, block, k);
-      }
-    }
-    Complete(*block, line, sample, solutions);
+  if (block.count == 0) return;
+  patches.Interpolate(block.count, block.patch, block.s, block.t, scene.CountComponents(), block.sight);
+  for (std::size_t k = 0; k < block.count; ++k) {
+    if (!block.bounds[k]->single || !SolveOne(cursor, &block, k)) WalkOne(cursor, &block, k);
   }
+  Complete(block, line, sample, solutions);
 }
 
 /// Brings points from the interpolated lines of sight to the model itself: one step with the patch's derivatives, then

@@ -70,6 +70,13 @@ inline double Mountain(double lat, double lon) {
   return 800.0 + 900.0 * std::exp(-(x * x + 1.3 * y * y) / 7e5) + 220.0 * std::sin(x / 120.0) * std::cos(y / 170.0);
 }
 
+/// Hills with slopes up to 17 degrees.
+inline double GentleHills(double lat, double lon) {
+  const double y = (lat - 45.0) * kMetresPerDegree;
+  const double x = (lon - 7.0) * kMetresPerDegree * 0.7071;
+  return 900.0 + 70.0 * std::sin(x / 250.0) * std::cos(y / 330.0);
+}
+
 /// A frame of geographic posts, row 0 in the north, 30 to 40 m apart, around the model's place.
 inline SatCommonUtils::THeightGridFrame Frame(int columns = 281, int rows = 251) {
   SatCommonUtils::THeightGridFrame frame;
