@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <utility>
 
 #include "geometry/segments.h"
@@ -12,14 +14,21 @@
 namespace SatCommonUtils {
 namespace {
 
-__extension__ using TWide = __int128;
-
-TWide Cross(const xy_d& a, const xy_d& b, const xy_d& c, const xy_d& d) {
-  const auto wide = [](double value) { return static_cast<TWide>(value); };
+std::int64_t Cross(const xy_d& a, const xy_d& b, const xy_d& c, const xy_d& d) {
+  const auto wide = [](double value) { return static_cast<std::int64_t>(value); };
   return (wide(b.x) - wide(a.x)) * (wide(d.y) - wide(c.y)) - (wide(b.y) - wide(a.y)) * (wide(d.x) - wide(c.x));
 }
 
-int SignOf(TWide value) { return (value > 0) - (value < 0); }
+int SignOf(std::int64_t value) { return (value > 0) - (value < 0); }
+
+/// A product of numbers below 2^53 in its upper and lower 64 bits; not every compiler has a type for it.
+std::pair<std::uint64_t, std::uint64_t> Product(std::int64_t first, std::int64_t second) {
+  const auto a = static_cast<std::uint64_t>(first), b = static_cast<std::uint64_t>(second);
+  const std::uint64_t half = 0xFFFFFFFF, low = (a & half) * (b & half);
+  const std::uint64_t middle = (a >> 32) * (b & half) + (a & half) * (b >> 32);
+  const std::uint64_t sum = low + (middle << 32);
+  return {(a >> 32) * (b >> 32) + (middle >> 32) + (sum < low ? 1 : 0), sum};
+}
 
 xy_d RandomPoint(orbmath_test::Random* random, double width, double height) {
   return {std::floor(random->Uniform(-width, 2 * width)), std::floor(random->Uniform(-2 * height, height))};
@@ -56,12 +65,13 @@ TEST(Predicates, CrossingsAreInTheirOrderOnTheEdge) {
     if (run % 4 == 0) second.from = {first.to.x, first.to.y};
     if (!SegmentsCross(edge, first) || !SegmentsCross(edge, second)) continue;
     const auto share = [&](const TSegment& s) {
-      const TWide from = Cross(s.from, s.to, s.from, edge.from), to = Cross(s.from, s.to, s.from, edge.to);
-      return std::pair(from < 0 ? -from : from, to < 0 ? -to : to);
+      return std::pair(std::abs(Cross(s.from, s.to, s.from, edge.from)),
+                       std::abs(Cross(s.from, s.to, s.from, edge.to)));
     };
     const auto [a1, b1] = share(first);
     const auto [a2, b2] = share(second);
-    const int order = SignOf(a1 * b2 - a2 * b1);
+    const auto one = Product(a1, b2), other = Product(a2, b1);
+    const int order = (one > other) - (one < other);
     ASSERT_EQ(CrossingOrder(edge, first, second), order);
     ASSERT_EQ(CrossingOrder(edge, second, first), -order);
     ASSERT_EQ(CrossingOrder({edge.to, edge.from}, first, second), -order);

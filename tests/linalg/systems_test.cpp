@@ -178,7 +178,8 @@ TEST(NonlinearSystem, KeepsItsBlocksWhenAssignedItsOwnCopy) {
 
 TEST(NonlinearSystem, ConvergesReportsAndObeysItsLimits) {
   static_assert(sizeof(TNonlinearSystemSolutionInfo) == 8 + 2 * sizeof(void*) &&
-                sizeof(TNonlinearSystemNewtonMethodParams) == 44);
+                    sizeof(TNonlinearSystemNewtonMethodParams) == 12 + 4 * sizeof(void*),
+                "packed to four bytes");
   TNonlinearEquation equations[] = {Circle, Circle};
   TNonlinearEquation row[] = {CircleDerivative, CircleDerivative};
   TNonlinearEquation* derivatives[] = {row, row};

@@ -41,7 +41,7 @@ bool IsBlankLine(std::string_view line) { return line.find_first_not_of(" \t\r")
 }
 
 std::ifstream Open(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(fs::u8path(path), std::ios::binary);
   if (!file) throw Failure(path + ": cannot be read");
   return file;
 }
@@ -84,7 +84,7 @@ bool TakeColmapPoints(std::string_view line, std::int32_t image, std::size_t* co
 bool IsColmapImages(const std::string& path) {
   constexpr std::string_view kFront = "# Image list with two lines of data per image";
   if (path == "-") return false;
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(fs::u8path(path), std::ios::binary);
   std::string front(kFront.size(), '\0');
   return file.read(front.data(), static_cast<std::streamsize>(front.size())) && front == kFront;
 }
@@ -109,8 +109,10 @@ void ReadColmapImages(const std::string& path, BlockImages* images, BlockData* d
 }
 
 std::size_t PairJoiner::PlaceHash::operator()(const std::pair<double, double>& place) const noexcept {
-  constexpr std::size_t kMix = 0x9E3779B97F4A7C15u;  // Fibonacci hashing: D. Knuth, TAOCP vol. 3, section 6.4
-  return std::hash<double>()(place.first) * kMix + std::hash<double>()(place.second);
+  constexpr std::uint64_t kMix = 0x9E3779B97F4A7C15u;  // Fibonacci hashing: D. Knuth, TAOCP vol. 3, section 6.4
+  const std::uint64_t mixed = std::hash<double>()(place.first) * kMix + std::hash<double>()(place.second);
+  // The high half is the one that is mixed well; a size of 32 bits would lose it.
+  return static_cast<std::size_t>(mixed ^ (mixed >> 32));
 }
 
 std::uint32_t PairJoiner::Number(std::uint32_t image, double sample, double line) {
@@ -194,13 +196,13 @@ void ReadHomolFolder(const std::string& path, PairJoiner* pairs) {
   std::vector<std::array<std::string, 3>> files;  // path and both images
   bool binary = false;
   std::error_code error;
-  for (const fs::directory_entry& folder : fs::directory_iterator(path, error)) {
-    const std::string first = folder.path().filename().string();
+  for (const fs::directory_entry& folder : fs::directory_iterator(fs::u8path(path), error)) {
+    const std::string first = folder.path().filename().u8string();
     if (first.compare(0, kPrefix.size(), kPrefix) != 0 || !folder.is_directory(error)) continue;
     for (const fs::directory_entry& file : fs::directory_iterator(folder.path(), error)) {
       binary = binary || file.path().extension() == ".dat";
       if (file.path().extension() != ".txt") continue;
-      files.push_back({file.path().string(), first.substr(kPrefix.size()), file.path().stem().string()});
+      files.push_back({file.path().u8string(), first.substr(kPrefix.size()), file.path().stem().u8string()});
     }
   }
   if (files.empty()) {

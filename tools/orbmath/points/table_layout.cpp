@@ -133,7 +133,8 @@ TableLayout::Field FieldOf(const TableColumn& column, std::size_t target) {
 std::string KeyOfName(std::string_view name) {
   std::string key;
   for (const char c : name.substr(0, name.find_first_of("(["))) {
-    if ((c >= 0 && c <= ' ') || std::string_view("\"'_-.").find(c) != std::string_view::npos) continue;
+    // Bytes of letters beyond ASCII are above a blank, whether `char` has a sign or not.
+    if (static_cast<unsigned char>(c) <= ' ' || std::string_view("\"'_-.").find(c) != std::string_view::npos) continue;
     key += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   }
   return key;
