@@ -11,6 +11,9 @@
 namespace SatCommonUtils {
 
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled below
+// Emitted for hosts on Windows, whose programs import the constant where they take its address.
+constexpr std::size_t TRPCPrepared::kAlignment;
+
 TRPCPrepared::TRPCPrepared() noexcept : normalization(TRPCNormalization::None()) {
   std::fill_n(storage_, kCount + 1, std::numeric_limits<double>::quiet_NaN());
 }

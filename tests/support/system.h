@@ -21,6 +21,24 @@ inline void SetVariable(const char* name, const char* value) {
 #endif
 }
 
+/// A device that takes a file's name and no byte; empty where the system has none.
+inline std::string FullDevice() {
+#if defined(_WIN32)
+  return "";
+#else
+  return std::filesystem::exists("/dev/full") ? "/dev/full" : "";
+#endif
+}
+
+/// Whether commands of a shell of Linux and its like can be run.
+inline bool HaveShell() {
+#if defined(_WIN32)
+  return false;
+#else
+  return std::system("bash -c true") == 0;
+#endif
+}
+
 /// A new folder for temporary files, whose name begins as said. Whoever asks removes it.
 inline std::string NewTemporaryFolder(const std::string& name) {
   std::random_device numbers;

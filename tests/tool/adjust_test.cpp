@@ -11,6 +11,7 @@
 
 #include "refine/adjusted_rpc.h"
 #include "refine/rpc_exchange.h"
+#include "support/system.h"
 #include "tool/json_check.h"
 #include "tool/rows.h"
 #include "tool/small_block.h"
@@ -303,6 +304,7 @@ INSTANTIATE_TEST_SUITE_P(
     RowName);
 
 TEST(AdjustTest, AKillLeavesEachFileOldOrNew) {
+  if (!HaveShell()) GTEST_SKIP() << "there is no bash";
   const std::string kinds[] = {"shift", "affine"};
   std::map<std::string, std::string> files[2];
   for (int k = 0; k < 2; ++k) {

@@ -37,6 +37,9 @@ const char* Kind(const std::string*) { return "a text"; }
 
 }  // namespace
 
+// Emitted for hosts on Windows, whose programs import the constant where they take its address.
+constexpr std::size_t TZxXIniReader::npos;
+
 TZxXIniReader::~TZxXIniReader() = default;
 
 std::size_t TZxXIniReader::EnterSectionSE(const std::string& name) {

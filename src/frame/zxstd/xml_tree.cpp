@@ -6,6 +6,9 @@
 
 namespace SatCommonUtils {
 
+// Emitted for hosts on Windows, whose programs import the constant where they take its address.
+constexpr std::size_t TZxXmlTagItems::npos;
+
 TZxXmlItem::~TZxXmlItem() = default;
 
 TZxXmlTagItem* TZxXmlItem::as_tag() noexcept { return nullptr; }

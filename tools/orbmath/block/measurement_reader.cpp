@@ -13,7 +13,7 @@ namespace orbmath_tool {
 
 void MeasurementReader::Read(const std::string& path) {
   std::error_code ignored;
-  if (std::filesystem::is_directory(path, ignored)) {
+  if (std::filesystem::is_directory(std::filesystem::u8path(path), ignored)) {
     ReadHomolFolder(path, &pairs_);
   } else if (IsColmapImages(path)) {
     ReadColmapImages(path, images_, data_);

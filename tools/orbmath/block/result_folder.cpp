@@ -21,23 +21,23 @@ namespace fs = std::filesystem;
 
 ResultFolder::ResultFolder(std::string path) : path_(std::move(path)) {
   std::error_code error;
-  made_ = fs::create_directory(path_, error);
+  made_ = fs::create_directory(fs::u8path(path_), error);
   if (error) throw Failure(path_ + ": cannot be made: " + error.message());
-  if (!fs::is_directory(path_, error)) throw Failure(path_ + ": is no folder");
+  if (!fs::is_directory(fs::u8path(path_), error)) throw Failure(path_ + ": is no folder");
   // Nothing is written yet; a folder that takes no files costs no work.
   const OutputFile probe(PathOf("report.json"));
 }
 
 ResultFolder::~ResultFolder() {
   std::error_code ignored;
-  for (const auto& [copy, path] : copies_) fs::remove(copy, ignored);
-  if (made_) fs::remove(path_, ignored);  // refused by the system unless it is empty
+  for (const auto& [copy, path] : copies_) fs::remove(fs::u8path(copy), ignored);
+  if (made_) fs::remove(fs::u8path(path_), ignored);  // refused by the system unless it is empty
 }
 
 std::string ResultFolder::BeginCopy(const std::string& name, const std::string& source) {
   std::string copy = PathOf(".orbmath-" + name);
   std::error_code error;
-  fs::copy_file(source, copy, fs::copy_options::overwrite_existing, error);
+  fs::copy_file(fs::u8path(source), fs::u8path(copy), fs::copy_options::overwrite_existing, error);
   if (error) throw Failure(PathOf(name) + ": " + source + " cannot be copied: " + error.message());
   return copy;
 }
@@ -45,7 +45,7 @@ std::string ResultFolder::BeginCopy(const std::string& name, const std::string& 
 void ResultFolder::Commit() {
   for (const auto& [copy, path] : copies_) {
     std::error_code error;
-    fs::rename(copy, path, error);
+    fs::rename(fs::u8path(copy), fs::u8path(path), error);
     if (error) throw Failure(path + ": cannot be written: " + error.message());
   }
   const std::size_t most = MostOpenFiles(files_.size());

@@ -51,7 +51,8 @@ std::string WithoutModelMark(const std::string& stem) {
 NamedImage NamedImageOf(const std::string& argument) {
   const std::size_t sign = argument.find('=');
   std::error_code ignored;
-  if (sign == std::string::npos || sign == 0 || argument.find('/') < sign || fs::exists(argument, ignored)) {
+  if (sign == std::string::npos || sign == 0 || argument.find_first_of("/\\") < sign ||
+      fs::exists(fs::u8path(argument), ignored)) {
     return {WithoutModelMark(FileStemOf(argument)), argument};
   }
   return {argument.substr(0, sign), argument.substr(sign + 1)};

@@ -3,6 +3,7 @@
 #include "models/model.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <utility>
 
@@ -93,7 +94,7 @@ TRPCFileForm OutputForm::Of(const std::string& name) const {
                                      TRPCFileForm::GdalXml};
   if (choice_ >= 0) return kForms[choice_];
   const std::optional<TRPCFileForm> form = SatCommonUtils::RPCFileFormOfName(name);
-  if (!form && images_ && std::ifstream(name).good()) return TRPCFileForm::Image;
+  if (!form && images_ && std::ifstream(std::filesystem::u8path(name)).good()) return TRPCFileForm::Image;
   if (!form) throw UsageError("the name '" + name + "' does not tell the form, add --to rpb|text|xml|json|aux");
   return *form;
 }
