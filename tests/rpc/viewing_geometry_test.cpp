@@ -18,6 +18,7 @@ using namespace SatCommonUtils;
 // Lengths of a degree at latitude 45 on the ellipsoid, metres, from tables of WGS84.
 constexpr double kDegreeNorth = 111131.745;
 constexpr double kDegreeEast = 78846.835;
+constexpr double kRadian = 3.14159265358979323846 / 180.0;
 
 /// line = 1000 - 20000 (lat - 45), sample = 2000 + 10000 (lon - lon0) + 0.1 h: pixels of 5.6 and 7.9 m, and a line of
 /// sight that leans east by 1e-5 degrees a metre downwards.
@@ -45,7 +46,7 @@ TEST(ViewingGeometry, OfAModelThatCanBeWrittenDown) {
   EXPECT_NEAR(view.sampleSize, kDegreeEast / 10000.0, 1e-5);
   EXPECT_NEAR(view.gsd, std::sqrt(view.lineSize * view.sampleSize), 1e-9);
   // 250 m up the line of sight has moved by 0.0025 degrees west; the parallel bends by 2e-4 degrees on the way.
-  EXPECT_NEAR(view.incidence, std::atan(1e-5 * kDegreeEast) * 180.0 / M_PI, 1e-3);
+  EXPECT_NEAR(view.incidence, std::atan(1e-5 * kDegreeEast) / kRadian, 1e-3);
   EXPECT_NEAR(view.azimuth, 270.0, 1e-2);
   EXPECT_NEAR(std::hypot(view.east, view.north, view.up), 1.0, 1e-12);
   // A radar that sees the same curve looks at right angles to it, from the other side.

@@ -22,7 +22,7 @@ namespace {
 using namespace SatCommonUtils;
 using Params = StereopairsByOverlap::TStereopairsByOverlapParams;
 
-constexpr double kRadian = M_PI / 180.0;
+constexpr double kRadian = 3.14159265358979323846 / 180.0;
 constexpr double kAngle = 2e-3;  // degrees: the meridians converge over the overlap
 
 TStereoImage ImageOf(const TRPC& model, const std::string& sensor = "", const std::string& time = "") {
