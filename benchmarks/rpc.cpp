@@ -185,6 +185,49 @@ void IntersectSingle(benchmark::State& state) {
 }
 BENCHMARK(IntersectSingle)->Name("intersect/orbmath/single")->Arg(2)->Arg(5);
 
+/// Points as the calls with status take them.
+struct MeasuredPoints {
+  explicit MeasuredPoints(const Intersections& images) {
+    for (std::size_t i = 0; i < Intersections::kCount; ++i) {
+      first.push_back(items.size());
+      for (std::size_t k = 0; k < images.models.size(); ++k) {
+        items.push_back(TRPCCoordsDataItem{images.models[k].get(), images.line[k][i], images.sample[k][i]});
+      }
+    }
+    first.push_back(items.size());
+  }
+  std::vector<TRPCCoordsDataItem> items;
+  std::vector<std::size_t> first;
+};
+
+/// With status, residuals, covariance and flags.
+void SolveIntersectionSingle(benchmark::State& state) {
+  const Intersections images(static_cast<std::size_t>(state.range(0)));
+  const MeasuredPoints points(images);
+  std::vector<TRPCCoordsDataItem> items;
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < Intersections::kCount; ++i) {
+      items.assign(points.items.data() + points.first[i], points.items.data() + points.first[i + 1]);
+      if (!SolveLatLonH(items)) state.SkipWithError("no point");
+    }
+  }
+  CountPoints(state, Intersections::kCount);
+}
+BENCHMARK(SolveIntersectionSingle)->Name("intersect/orbmath/single with status")->Arg(2)->Arg(5);
+
+void SolveIntersectionArray(benchmark::State& state) {
+  const Intersections images(static_cast<std::size_t>(state.range(0)));
+  const MeasuredPoints points(images);
+  std::vector<TGroundIntersection> solutions(Intersections::kCount);
+  std::size_t converged = 0;
+  for (auto _ : state) {
+    converged = SolveLatLonHArray({Intersections::kCount, points.first.data(), points.items.data()}, solutions.data());
+  }
+  if (converged != Intersections::kCount) state.SkipWithError("not every point converged");
+  CountPoints(state, Intersections::kCount);
+}
+BENCHMARK(SolveIntersectionArray)->Name("intersect/orbmath/array with status")->Arg(2)->Arg(5)->UseRealTime();
+
 void IntersectArray(benchmark::State& state) {
   const Intersections images(static_cast<std::size_t>(state.range(0)));
   std::vector<const TRPC*> models;

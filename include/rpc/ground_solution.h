@@ -106,6 +106,32 @@ ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataIte
 ORBMATH_API TGroundIntersection SolveLatLonH(const std::vector<TRPCCoordsDataItem>& items, double hObs, double hVar,
                                              const TIntersectionOptions& options = TIntersectionOptions());
 
+/// Measurements of many points, each of images of its own: those of point i are items first[i] .. first[i + 1] - 1.
+struct TMeasuredPoints {
+  std::size_t count = 0;                      ///< number of points
+  const std::size_t* first = nullptr;         ///< `count` + 1 places in `items`, ascending
+  const TRPCCoordsDataItem* items = nullptr;  ///< measurements; the models are not owned
+};
+
+/// \name Arrays of points from several images
+/// The functions above for each of `points.count` points, bit for bit, on up to `ZxGetThreadsCount()` threads. Points
+/// of the same images go together, wherever they stand, and take a fraction of the time. `solutions` has room for
+/// `points.count`; records that are used again keep the memory of their residuals. \return the number of points that
+/// converged.
+/// \{
+
+/// At known heights. \param h `points.count` of them, metres.
+ORBMATH_API std::size_t SolveLatLonArray(const TMeasuredPoints& points, const double* h, TGroundIntersection* solutions,
+                                         const TIntersectionOptions& options = TIntersectionOptions());
+/// With the height free.
+ORBMATH_API std::size_t SolveLatLonHArray(const TMeasuredPoints& points, TGroundIntersection* solutions,
+                                          const TIntersectionOptions& options = TIntersectionOptions());
+/// \param hObs `points.count` observed heights, metres. \param hVar their variance, as in `SolveLatLonH`.
+ORBMATH_API std::size_t SolveLatLonHArray(const TMeasuredPoints& points, const double* hObs, double hVar,
+                                          TGroundIntersection* solutions,
+                                          const TIntersectionOptions& options = TIntersectionOptions());
+/// \}
+
 /// Metres on the ground that a degree covers.
 struct TGroundScale {
   double east = 0.0;   ///< metres a degree of longitude

@@ -21,6 +21,9 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
+/// Points at a time: so many that threads have enough to do, so few that their solutions stay in the cache.
+constexpr std::size_t kPart = 32768;
+
 bool IsWanted(const TGroundSolution& solution, bool extrapolate) {
   return static_cast<bool>(solution) || (extrapolate && HasDoubtfulPoint(solution.status.state));
 }
@@ -45,8 +48,6 @@ nb::object Locate(const TModel& model, nb::handle line, nb::handle sample, nb::h
   auto* const state = NewArrayOf<std::int8_t>(points.shape(), "int8", &stateObject);
   {
     const nb::gil_scoped_release free;
-    // So many that threads have enough to do, so few that their solutions stay in the cache.
-    constexpr std::size_t kPart = 32768;
     std::vector<TGroundSolution> solutions(std::min(kPart, points.size()));
     for (std::size_t first = 0; first < points.size(); first += kPart) {
       const std::size_t count = std::min(kPart, points.size() - first);
@@ -82,26 +83,40 @@ nb::object Intersect(const std::vector<const TModel*>& models, const TInput& lin
   auto* const state = NewArrayOf<std::int8_t>(shape, "int8", &stateObject);
   {
     const nb::gil_scoped_release free;
+    std::vector<TGroundIntersection> solutions(std::min(kPart, count));
     std::vector<TRPCCoordsDataItem> items;
-    for (std::size_t i = 0; i < count; ++i) {
+    std::vector<std::size_t> first;
+    for (std::size_t start = 0; start < count; start += kPart) {
+      const std::size_t part = std::min(kPart, count - start);
       items.clear();
-      for (std::size_t k = 0; k < images; ++k) {
-        const double l = line.data()[k * count + i];
-        const double s = sample.data()[k * count + i];
-        if (std::isfinite(l) && std::isfinite(s)) items.push_back({&models[k]->rpc(), l, s});
+      first.assign(1, 0);
+      for (std::size_t i = start; i < start + part; ++i) {
+        for (std::size_t k = 0; k < images; ++k) {
+          const double l = line.data()[k * count + i];
+          const double s = sample.data()[k * count + i];
+          if (std::isfinite(l) && std::isfinite(s)) items.push_back({&models[k]->rpc(), l, s});
+        }
+        first.push_back(items.size());
       }
-      const TGroundIntersection point = !height ? SolveLatLonH(items)
-                                        : heightSigma
-                                            ? SolveLatLonH(items, height->data()[i], *heightSigma * *heightSigma)
-                                            : SolveLatLon(items, height->data()[i]);
-      const bool good = static_cast<bool>(point);
-      lat.data[i] = good ? point.lat : kNaN;
-      lon.data[i] = good ? point.lon : kNaN;
-      h.data[i] = good ? point.h : kNaN;
-      rms.data[i] = point.residual;
-      state[i] = static_cast<std::int8_t>(point.status.state);
-      std::transform(std::begin(point.covariance), std::end(point.covariance), covariance.data + 9 * i,
-                     [good](double value) { return good ? value : kNaN; });
+      const TMeasuredPoints points = {part, first.data(), items.data()};
+      if (!height) {
+        SolveLatLonHArray(points, solutions.data());
+      } else if (heightSigma) {
+        SolveLatLonHArray(points, height->data() + start, *heightSigma * *heightSigma, solutions.data());
+      } else {
+        SolveLatLonArray(points, height->data() + start, solutions.data());
+      }
+      for (std::size_t i = start; i < start + part; ++i) {
+        const TGroundIntersection& point = solutions[i - start];
+        const bool good = static_cast<bool>(point);
+        lat.data[i] = good ? point.lat : kNaN;
+        lon.data[i] = good ? point.lon : kNaN;
+        h.data[i] = good ? point.h : kNaN;
+        rms.data[i] = point.residual;
+        state[i] = static_cast<std::int8_t>(point.status.state);
+        std::transform(std::begin(point.covariance), std::end(point.covariance), covariance.data + 9 * i,
+                       [good](double value) { return good ? value : kNaN; });
+      }
     }
   }
   return nb::make_tuple(lat.object, lon.object, h.object, stateObject, rms.object, covariance.object);

@@ -20,9 +20,6 @@ using TItems = std::vector<TRPCCoordsDataItem>;
 
 constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 
-/// Steps that rounding alone can cause: degrees, degrees, metres.
-constexpr double kRounding[3] = {1e-9, 1e-9, 1e-4};
-
 /// Root mean square of line and sample residuals over the images.
 double FillResiduals(const TItems& items, TGroundIntersection* solution) {
   double sum = 0.0;
@@ -66,12 +63,8 @@ bool Iterate(const TItems& items, const THeightInput& height, TGroundIntersectio
   solution->lat = point.ground[0];
   solution->lon = point.ground[1];
   solution->h = point.ground[2];
-  if (solution->status.state == TGroundState::NotConverged) {
-    bool rounding = true;
-    for (int c = 0; c < rpc::kUnknowns<Height>; ++c) {
-      rounding = rounding && std::fabs(point.lastStep[c]) < kRounding[c];
-    }
-    if (rounding) solution->status.state = TGroundState::Converged;
+  if (solution->status.state == TGroundState::NotConverged && rpc::IsRounding(point.lastStep)) {
+    solution->status.state = TGroundState::Converged;
   }
   return solution->status.state == TGroundState::Converged;
 }

@@ -9,6 +9,16 @@
 
 namespace SatCommonUtils::rpc {
 
+/// Whether rounding alone can cause a step: degrees, degrees, metres. An iteration whose last step is that has arrived,
+/// though it may never take a step below `kIntersectionStop`.
+template <int N>
+bool IsRounding(const double (&step)[N]) {
+  constexpr double kRounding[3] = {1e-9, 1e-9, 1e-4};
+  bool rounding = true;
+  for (int c = 0; c < N; ++c) rounding = rounding && std::fabs(step[c]) < kRounding[c];
+  return rounding;
+}
+
 /// A point and how it ended.
 template <THeight Height>
 struct TIntersectedPoint {

@@ -28,6 +28,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/image_window.cpp
   ${CMAKE_CURRENT_LIST_DIR}/inverse_rpc.cpp
   ${CMAKE_CURRENT_LIST_DIR}/intersection_solution.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection_solution_array.cpp
   ${CMAKE_CURRENT_LIST_DIR}/model_check.cpp
   ${CMAKE_CURRENT_LIST_DIR}/model_check_file.cpp
   ${CMAKE_CURRENT_LIST_DIR}/model_check_record.cpp

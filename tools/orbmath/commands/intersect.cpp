@@ -35,7 +35,44 @@ struct IntersectionOptions {
   std::optional<double> largest_rms;  ///< pixels
 };
 
-/// Points of two images or more, one by one, into the columns of results.
+/// Why a point that `count` images see has no ground point.
+std::string WhyTooFew(std::size_t count) {
+  return (count == 0 ? "no image sees" : "one image alone sees") + std::string(" the point, two are needed");
+}
+
+/// The measurements of a block's points, which are added in ascending order.
+class BlockMeasurements {
+ public:
+  void AddImage(const Model& model, double line, double sample) { items_.push_back({model.rpc.get(), line, sample}); }
+
+  /// Ends the point `index`, whose images have been added. A reason to refuse it may be given.
+  void EndPoint(std::size_t index, const std::string& reason = {}) {
+    const std::size_t images = items_.size() - first_.back();
+    if (reason.empty() && images >= 2) {
+      first_.push_back(items_.size());
+      indices_.push_back(index);
+      return;
+    }
+    refused_.push_back({index, reason.empty() ? WhyTooFew(images) : reason});
+    items_.resize(first_.back());
+  }
+
+  SatCommonUtils::TMeasuredPoints Points() const { return {indices_.size(), first_.data(), items_.data()}; }
+  /// Of the points, their places in the block.
+  const std::vector<std::size_t>& Indices() const { return indices_; }
+  std::vector<TRPCCoordsDataItem> ItemsOf(std::size_t point) const {
+    return {items_.data() + first_[point], items_.data() + first_[point + 1]};
+  }
+  const std::vector<Refusal>& Refused() const { return refused_; }
+
+ private:
+  std::vector<TRPCCoordsDataItem> items_;
+  std::vector<std::size_t> first_ = {0};
+  std::vector<std::size_t> indices_;
+  std::vector<Refusal> refused_;
+};
+
+/// Points of two images or more into the columns of results.
 class Intersector {
  public:
   Intersector(const IntersectionOptions& intersection, const GroundFrame& frame, UncertaintyColumns* uncertainty,
@@ -58,21 +95,18 @@ class Intersector {
   const std::vector<OutputColumn>& Columns() const { return columns_; }
   const GroundFrame& Frame() const { return frame_; }
 
-  /// Computes point `index` of a block. Calls come in ascending order.
-  void Compute(const std::vector<TRPCCoordsDataItem>& items, std::size_t index, LineBlock* block) const {
-    const TGroundIntersection point = Solve(items);
-    if (!IsGiven(point, intersection_.extrapolate)) {
-      block->Fail(index, WhyLost(point));
-    } else if (uncertainty_.IsGiven()) {
-      uncertainty_.Store(uncertainty_.Of(items, point, Height(), intersection_.height_variance, SolvedHeightVariance()),
-                         index, block);
+  /// Computes the points of a block.
+  void Compute(const BlockMeasurements& measurements, LineBlock* block) const {
+    const std::vector<TGroundIntersection> solutions = Solve(measurements.Points());
+    block->marks.assign(block->count, 0);
+    auto refused = measurements.Refused().begin();
+    for (std::size_t i = 0; i <= solutions.size(); ++i) {
+      const std::size_t index = i < solutions.size() ? measurements.Indices()[i] : block->count;
+      for (; refused != measurements.Refused().end() && refused->index < index; ++refused) {
+        block->Fail(refused->index, refused->reason);
+      }
+      if (i < solutions.size()) Take(measurements, i, solutions[i], block);
     }
-    block->marks[index] = StatusOf(point);
-    Store(point, index, block);
-  }
-
-  /// Brings the ground points of a block into their reference system.
-  void Finish(LineBlock* block) const {
     frame_.FromGround(block->count, block->out[0].data(), block->out[1].data(), block->out[2].data());
   }
 
@@ -86,12 +120,33 @@ class Intersector {
   /// The library counts variances in those of an image coordinate.
   double SolvedHeightVariance() const { return intersection_.height_variance.value_or(0.0) / (sigma_ * sigma_); }
 
-  TGroundIntersection Solve(const std::vector<TRPCCoordsDataItem>& items) const {
+  std::vector<TGroundIntersection> Solve(const SatCommonUtils::TMeasuredPoints& points) const {
     SatCommonUtils::TIntersectionOptions options;
     options.largestRms = intersection_.largest_rms.value_or(options.largestRms);
-    if (!intersection_.height) return SatCommonUtils::SolveLatLonH(items, options);
-    if (!intersection_.height_variance) return SatCommonUtils::SolveLatLon(items, *intersection_.height, options);
-    return SatCommonUtils::SolveLatLonH(items, *intersection_.height, SolvedHeightVariance(), options);
+    std::vector<TGroundIntersection> solutions(points.count);
+    const std::vector<double> heights(intersection_.height ? points.count : 0, intersection_.height.value_or(0.0));
+    if (!intersection_.height) {
+      SatCommonUtils::SolveLatLonHArray(points, solutions.data(), options);
+    } else if (!intersection_.height_variance) {
+      SatCommonUtils::SolveLatLonArray(points, heights.data(), solutions.data(), options);
+    } else {
+      SatCommonUtils::SolveLatLonHArray(points, heights.data(), SolvedHeightVariance(), solutions.data(), options);
+    }
+    return solutions;
+  }
+
+  void Take(const BlockMeasurements& measurements, std::size_t i, const TGroundIntersection& point,
+            LineBlock* block) const {
+    const std::size_t index = measurements.Indices()[i];
+    if (!IsGiven(point, intersection_.extrapolate)) {
+      block->Fail(index, WhyLost(point));
+    } else if (uncertainty_.IsGiven()) {
+      uncertainty_.Store(uncertainty_.Of(measurements.ItemsOf(i), point, Height(), intersection_.height_variance,
+                                         SolvedHeightVariance()),
+                         index, block);
+    }
+    block->marks[index] = StatusOf(point);
+    Store(point, index, block);
   }
 
   void Store(const TGroundIntersection& point, std::size_t index, LineBlock* block) const {
@@ -112,11 +167,6 @@ class Intersector {
   std::vector<OutputColumn> columns_;
 };
 
-/// Why a point that `count` images see has no ground point.
-std::string WhyTooFew(std::size_t count) {
-  return (count == 0 ? "no image sees" : "one image alone sees") + std::string(" the point, two are needed");
-}
-
 /// Two columns an image, empty where the image does not see the point.
 class IntersectTask : public PointTask {
  public:
@@ -134,26 +184,20 @@ class IntersectTask : public PointTask {
   std::optional<GroundPlace> Place() const override { return intersector_.Frame().ResultPlace(); }
 
   void Compute(LineBlock* block) const override {
-    std::vector<TRPCCoordsDataItem> items;
-    block->marks.assign(block->count, 0);
+    BlockMeasurements measurements;
     for (std::size_t i = 0; i < block->count; ++i) {
-      items.clear();
-      std::size_t half_seen = 0;
+      std::string reason;
       for (std::size_t m = 0; m < models_.size(); ++m) {
         const double line = block->in[2 * m][i] - shift_;
         const double sample = block->in[2 * m + 1][i] - shift_;
-        if (std::isnan(line) != std::isnan(sample)) half_seen = m + 1;
-        if (!std::isnan(line) && !std::isnan(sample)) items.push_back({models_[m].rpc.get(), line, sample});
+        if (std::isnan(line) != std::isnan(sample)) {
+          reason = "image " + std::to_string(m + 1) + " has one coordinate of the point alone";
+        }
+        if (!std::isnan(line) && !std::isnan(sample)) measurements.AddImage(models_[m], line, sample);
       }
-      if (half_seen > 0) {
-        block->Fail(i, "image " + std::to_string(half_seen) + " has one coordinate of the point alone");
-      } else if (items.size() < 2) {
-        block->Fail(i, WhyTooFew(items.size()));
-      } else {
-        intersector_.Compute(items, i, block);
-      }
+      measurements.EndPoint(i, reason);
     }
-    intersector_.Finish(block);
+    intersector_.Compute(measurements, block);
   }
 
   void Observe(const LineBlock& block) override { marks_.Add(block); }
@@ -196,21 +240,15 @@ class TrackTask : public BlockTask {
   std::string Name() const override { return "point"; }
 
   void Compute(std::size_t first, LineBlock* block) const override {
-    std::vector<TRPCCoordsDataItem> items;
-    block->marks.assign(block->count, 0);
+    BlockMeasurements measurements;
     for (std::size_t i = 0; i < block->count; ++i) {
       const Track& track = table_.Tracks()[first + i];
       block->texts[0][i] = track.point;
       block->out.back()[i] = static_cast<double>(track.rays.size());
-      items.clear();
-      for (const TrackRay& ray : track.rays) items.push_back({models_[ray.image].rpc.get(), ray.line, ray.sample});
-      if (items.size() < 2) {
-        block->Fail(i, WhyTooFew(items.size()));
-      } else {
-        intersector_.Compute(items, i, block);
-      }
+      for (const TrackRay& ray : track.rays) measurements.AddImage(models_[ray.image], ray.line, ray.sample);
+      measurements.EndPoint(i);
     }
-    intersector_.Finish(block);
+    intersector_.Compute(measurements, block);
   }
 
   void Observe(const LineBlock& block) override { marks_.Add(block); }
