@@ -147,6 +147,21 @@ void SolveArray(benchmark::State& state) {
 }
 BENCHMARK(SolveArray)->Name("locate/orbmath/array with status")->UseRealTime();
 
+/// One point a call, with proof, state and flags.
+void SolveSingle(benchmark::State& state) {
+  Points& p = ThePoints();
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < kPoints; ++i) {
+      const TGroundSolution solution = SolveLatLon(p.model, p.line[i], p.sample[i], p.h[i]);
+      if (!solution) state.SkipWithError("not every point converged");
+      p.Out(0)[i] = solution.lat;
+      p.Out(1)[i] = solution.lon;
+    }
+  }
+  CountPoints(state, kPoints);
+}
+BENCHMARK(SolveSingle)->Name("locate/orbmath/single with status");
+
 /// The same points seen by `images` models: the model and copies of it whose heights shift line and sample.
 struct Intersections {
   explicit Intersections(std::size_t images) {

@@ -201,6 +201,9 @@ class ORBMATH_API TRPC {
   /// The normalisations of the five axes; NaN in an empty model. Valid until the model's record changes.
   const TRPCNormalization& GetNormalization() const noexcept { return prepared_.normalization; }
 
+  /// The record as evaluations read it; NaN in an empty model. Valid until the model's record changes.
+  const TRPCPrepared& GetPrepared() const noexcept { return prepared_; }
+
   /// \name Normalisations one by one
   /// Owned by the model, valid until its record changes; null in an empty model.
   /// \{

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -77,7 +78,11 @@ TileRunEnd RunTiles(int tiles, TZxProgressHandler* progress, const std::function
     }
   };
   std::vector<std::thread> others;
-  for (int i = 1; i < std::min(ZxGetThreadsCount(), tiles); ++i) others.emplace_back(work);
+  try {
+    for (int i = 1; i < std::min(ZxGetThreadsCount(), tiles); ++i) others.emplace_back(work);
+  } catch (const std::system_error&) {
+    // The system gives no more threads; those that there are do the work.
+  }
   work();
   for (std::thread& other : others) other.join();
   return end;

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string>
+#include <cstring>
 
 namespace SatCommonUtils::simd {
 
@@ -23,17 +23,14 @@ TLevel LevelOfProcessor() {
 // An unknown name means no wish.
 TLevel WantedLevel() {
   const char* const text = std::getenv("ORBMATH_SIMD");
-  const std::string name = text == nullptr ? "" : text;
-  if (name == "base") return TLevel::Base;
-  if (name == "avx2") return TLevel::Avx2;
+  const char* const name = text == nullptr ? "" : text;
+  if (std::strcmp(name, "base") == 0) return TLevel::Base;
+  if (std::strcmp(name, "avx2") == 0) return TLevel::Avx2;
   return TLevel::Avx512;
 }
 
 }  // namespace
 
-TLevel Level() {
-  static const TLevel level = std::min(LevelOfProcessor(), WantedLevel());
-  return level;
-}
+const TLevel kLevel = std::min(LevelOfProcessor(), WantedLevel());
 
 }  // namespace SatCommonUtils::simd

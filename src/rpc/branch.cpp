@@ -35,7 +35,7 @@ struct TRanges {
   TInterval value, by[2];
 };
 
-TRanges RangesOf(const double* coefficients, const TFreeBox& box) {
+TRanges RangesOf(const double* coefficients, const TRPCFreeBox& box) {
   const double ground[4] = {1.0, box.ground, box.ground * box.ground, box.ground * box.ground * box.ground};
   const double height[4] = {1.0, box.height, box.height * box.height, box.height * box.height * box.height};
   double value = 0.0;
@@ -56,7 +56,7 @@ TInterval Wronskian(const TRanges& num, const TRanges& den, int variable) {
   return num.by[variable] * den.value - num.value * den.by[variable];
 }
 
-bool IsBoxFree(const TRPCData& record, const TFreeBox& box) {
+bool IsBoxFree(const TRPCData& record, const TRPCFreeBox& box) {
   const TRanges lineDen = RangesOf(record.lineDenCoef, box);
   const TRanges sampDen = RangesOf(record.sampDenCoef, box);
   if (!HasOneSign(lineDen.value) || !HasOneSign(sampDen.value)) return false;
@@ -95,10 +95,10 @@ bool IsNear(const TProbe& probe, const TProbe& before) {
 
 }  // namespace
 
-TFreeBox FindFreeBox(const TRPCData& record) {
+TRPCFreeBox FindFreeBox(const TRPCData& record) noexcept {
   // Beyond the scene's own range first, then ever smaller ground at the model's heights.
   constexpr int kBoxes = 10;
-  TFreeBox box = {kWidestBox, kWidestBox};
+  TRPCFreeBox box = {kWidestBox, kWidestBox};
   for (int i = 0; i < kBoxes; ++i) {
     if (IsBoxFree(record, box)) return box;
     box = {i == 0 ? 1.0 : box.ground * 0.5, 1.0};
@@ -108,7 +108,6 @@ TFreeBox FindFreeBox(const TRPCData& record) {
 
 TBranch::TBranch(const TRPC& model) : model_(model), center_{} {
   model.GetRPCData(&record_);
-  free_ = FindFreeBox(record_);
   center_.probe = Probe(center_.ground);
 }
 
@@ -143,8 +142,8 @@ bool TBranch::IsInFront(const TProbe& probe) const {
 bool TBranch::IsUnfolded(const TProbe& probe) const { return probe.sides[2] * center_.probe.sides[2] > 0.0; }
 
 bool TBranch::IsFree(const double (&ground)[3]) const {
-  return std::fabs(ground[0]) <= free_.ground && std::fabs(ground[1]) <= free_.ground &&
-         std::fabs(ground[2]) <= free_.height;
+  return std::fabs(ground[0]) <= FreeBox().ground && std::fabs(ground[1]) <= FreeBox().ground &&
+         std::fabs(ground[2]) <= FreeBox().height;
 }
 
 bool TBranch::IsStraightWayFree(const double (&ground)[3], std::int32_t* evaluations) const {

@@ -22,27 +22,21 @@ struct TBranchNode {
   TProbe probe;
 };
 
-/// How far from the centre, in normalised units, a box reaches in which neither pole nor fold can be: by interval
-/// arithmetic (R. E. Moore, "Interval Analysis", 1966), so the model has one ground point at most in the box for an
-/// image point at a height. The widest of a few boxes; zero when none can be shown to be free.
-struct TFreeBox {
-  double ground = 0.0;  ///< of latitude and longitude
-  double height = 0.0;
-};
-
 /// The widest box that is tried: what lies outside of it is far out.
 constexpr double kWidestBox = 2.0;
 
-TFreeBox FindFreeBox(const TRPCData& record);
+/// The widest of a few boxes in which neither pole nor fold can be, by interval arithmetic (R. E. Moore, "Interval
+/// Analysis", 1966): there the model has one ground point at most for an image point at a height.
+TRPCFreeBox FindFreeBox(const TRPCData& record) noexcept;
 
-/// The branch of one model, which must outlive it. Cheap to make: one evaluation of the model and a few hundred
-/// products. Allocates nothing; const operations may run on several threads.
+/// The branch of one model, which must outlive it. Cheap to make: one evaluation of the model. Allocates nothing; const
+/// operations may run on several threads.
 class TBranch {
  public:
   explicit TBranch(const TRPC& model);
 
   const TRPCData& Record() const noexcept { return record_; }
-  const TFreeBox& FreeBox() const noexcept { return free_; }
+  const TRPCFreeBox& FreeBox() const noexcept { return model_.GetPrepared().free; }
 
   /// Normalised coordinates in the turn of the model, for `FreeBox` and `Probe`.
   void Normalize(double lat, double lon, double h, double (&ground)[3]) const;
@@ -71,7 +65,6 @@ class TBranch {
 
   const TRPC& model_;
   TRPCData record_;
-  TFreeBox free_;
   TBranchNode center_;
 };
 

@@ -1,25 +1,14 @@
 #pragma once
-// Image to ground at known heights for a block of points of a plain model: Newton on the collapsed cubics, a vector of
-// points at a time, and the proof of what it found.
+// Image to ground at known heights for one point or a block of points of a plain model: Newton on the collapsed cubics,
+// a vector of points at a time, and the proof of what it found.
 
 #include <cstddef>
 #include <cstdint>
 
 #include "rpc/blocks.h"
-#include "rpc/branch.h"
+#include "rpc/rpc_prepared.h"
 
 namespace SatCommonUtils::rpc {
-
-/// The numbers of a model that the block solver reads.
-struct TNewtonModel {
-  /// \param free where the model has no second ground point.
-  TNewtonModel(const TRPCData& record, const TFreeBox& free);
-
-  const double* polynomials[4];  ///< those of the record, which must outlive this
-  double offset[5], scale[5];    ///< line, sample, latitude, longitude, height
-  double inverseScale[5];
-  TFreeBox free;
-};
 
 // What is known of a point, as bits.
 constexpr std::int64_t kProven = 1;     ///< projects back within 1e-7 pixels
@@ -29,6 +18,16 @@ constexpr std::int64_t kInGround = 8;   ///< ... of latitude and longitude,
 constexpr std::int64_t kInHeight = 16;  ///< ... of heights; these hold
 constexpr std::int64_t kSure = 32;      ///< where no coordinate lies on a border, up to rounding
 
+struct TNewtonPoint {
+  double lat, lon;
+  double residual;  ///< pixels
+  std::int64_t marks;
+  std::int64_t evaluations;
+};
+
+/// Heights, lines and samples in metres and pixels. The bits are those of the point in any block.
+TNewtonPoint SolveNewtonPoint(const TRPCPrepared& model, double line, double sample, double h);
+
 struct TNewtonBlock {
   double lat[kLaneBlock], lon[kLaneBlock];
   double residual[kLaneBlock];  ///< pixels
@@ -37,7 +36,7 @@ struct TNewtonBlock {
 };
 
 /// At most `kLaneBlock` points. A point's results do not depend on the others.
-void SolveNewtonBlock(const TNewtonModel& model, std::size_t count, const double* line, const double* sample,
+void SolveNewtonBlock(const TRPCPrepared& model, std::size_t count, const double* line, const double* sample,
                       const double* h, TNewtonBlock* block);
 
 }  // namespace SatCommonUtils::rpc

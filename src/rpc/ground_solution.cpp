@@ -120,42 +120,51 @@ void Complete(const TBranch& branch, const TRPCCoordsDataItem& item, bool onlyOn
 /// Points of a model whose projection is that of its record.
 class TPlainSolver {
  public:
-  explicit TPlainSolver(const TRPC& model)
-      : model_(model), branch_(model), newton_(branch_.Record(), branch_.FreeBox()), flags_(model) {}
+  explicit TPlainSolver(const TRPC& model) : model_(model), flags_(model) {}
 
   /// At most `kLaneBlock` points.
   void Solve(std::size_t count, const double* line, const double* sample, const double* h,
              TGroundSolution* solutions) const {
     rpc::TNewtonBlock block;
-    rpc::SolveNewtonBlock(newton_, count, line, sample, h, &block);
+    rpc::SolveNewtonBlock(model_.GetPrepared(), count, line, sample, h, &block);
     for (std::size_t i = 0; i < count; ++i) {
-      TGroundSolution& solution = solutions[i];
-      const TRPCCoordsDataItem item = {&model_, line[i], sample[i]};
-      const std::int64_t marks = block.marks[i];
-      constexpr std::int64_t kOnlyOne = rpc::kProven | rpc::kFree;
-      const bool onlyOne = (marks & kOnlyOne) == kOnlyOne && rpc::IsOnGlobe(block.lat[i], block.lon[i]);
-      solution.lat = block.lat[i];
-      solution.lon = block.lon[i];
-      solution.h = h[i];
-      solution.status = {TGroundState::Converged, static_cast<std::int32_t>(block.evaluations[i])};
-      solution.method = TGroundMethod::Iteration;
-      solution.residual = block.residual[i];
-      solution.outsideMargin = false;
-      if (onlyOne && (marks & rpc::kSure) != 0) {
-        flags_.Set((marks & rpc::kInImage) != 0, (marks & rpc::kInHeight) != 0, (marks & rpc::kInGround) != 0, item,
-                   &solution);
-      } else {
-        solution.outsideImage = solution.outsideHeight = solution.outsideGround = false;
-        if ((marks & rpc::kProven) == 0) solution.residual = Miss(item, solution.lat, solution.lon, h[i]);
-        Complete(branch_, item, onlyOne, &solution);
-      }
+      Finish({&model_, line[i], sample[i]}, h[i],
+             {block.lat[i], block.lon[i], block.residual[i], block.marks[i], block.evaluations[i]}, solutions + i);
     }
   }
 
+  void Solve(double line, double sample, double h, TGroundSolution* solution) const {
+    Finish({&model_, line, sample}, h, rpc::SolveNewtonPoint(model_.GetPrepared(), line, sample, h), solution);
+  }
+
  private:
+  [[gnu::always_inline]] void Finish(const TRPCCoordsDataItem& item, double h, const rpc::TNewtonPoint& point,
+                                     TGroundSolution* solution) const {
+    constexpr std::int64_t kOnlyOne = rpc::kProven | rpc::kFree;
+    const bool onlyOne = (point.marks & kOnlyOne) == kOnlyOne && rpc::IsOnGlobe(point.lat, point.lon);
+    solution->lat = point.lat;
+    solution->lon = point.lon;
+    solution->h = h;
+    solution->status = {TGroundState::Converged, static_cast<std::int32_t>(point.evaluations)};
+    solution->method = TGroundMethod::Iteration;
+    solution->residual = point.residual;
+    solution->outsideMargin = false;
+    if (onlyOne && (point.marks & rpc::kSure) != 0) {
+      flags_.Set((point.marks & rpc::kInImage) != 0, (point.marks & rpc::kInHeight) != 0,
+                 (point.marks & rpc::kInGround) != 0, item, solution);
+    } else {
+      FinishSlowly(item, (point.marks & rpc::kProven) != 0, onlyOne, solution);
+    }
+  }
+
+  [[gnu::noinline]] void FinishSlowly(const TRPCCoordsDataItem& item, bool proven, bool onlyOne,
+                                      TGroundSolution* solution) const {
+    solution->outsideImage = solution->outsideHeight = solution->outsideGround = false;
+    if (!proven) solution->residual = Miss(item, solution->lat, solution->lon, solution->h);
+    Complete(TBranch(model_), item, onlyOne, solution);
+  }
+
   const TRPC& model_;
-  const TBranch branch_;
-  const rpc::TNewtonModel newton_;
   const rpc::TImageFlags flags_;
 };
 
@@ -219,7 +228,11 @@ std::size_t SolveBlocks(const Solver& solver, std::size_t count, const double* l
 
 TGroundSolution SolveLatLon(const TRPC& model, double line, double sample, double h) {
   TGroundSolution solution;
-  SolveLatLonArray(model, 1, &line, &sample, &h, &solution);
+  if (typeid(model) == typeid(TRPC)) {
+    TPlainSolver(model).Solve(line, sample, h, &solution);
+  } else {
+    SolveLatLonArray(model, 1, &line, &sample, &h, &solution);
+  }
   return solution;
 }
 

@@ -86,7 +86,7 @@ void CheckGroundBox(const TExamined& examined) {
 }
 
 void CheckBranch(const TExamined& examined) {
-  const rpc::TFreeBox free = rpc::FindFreeBox(examined.record);
+  const TRPCFreeBox free = rpc::FindFreeBox(examined.record);
   if (free.ground >= 1.0 && free.height >= 1.0) return;
   const TBoxExamination box = ExamineBox(examined.model);
   const bool far = BoxExcess(examined) > kBoxOfAnother && examined.seen.lost == 0;

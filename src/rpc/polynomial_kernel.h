@@ -61,12 +61,12 @@ template <class T>
   f[kHH3] = 3.0 * f[kHH];
 }
 
-/// Adds coefficients[k] · term k, k = `first` .. `last` - 1. Written out for one point. For vectors a loop: written
-/// out, fetching the long instructions would take more time than the arithmetic.
+/// Adds coefficients[k] · term k, k = `first` .. `last` - 1. Written out for one point, whose four sums are one. For
+/// vectors of points a loop: written out, fetching the long instructions would take more time than the arithmetic.
 template <class Coefficients, class T, class Sum>
 [[gnu::always_inline]] inline void AddTerms(const Coefficients& coefficients, const T* f, int first, int last,
                                             Sum& sum) {
-  if constexpr (sizeof(T) == sizeof(double)) {
+  if constexpr (sizeof(T) == sizeof(double) || sizeof(T) == sizeof(Sum)) {
 #pragma GCC unroll 20
     for (int k = first; k < last; ++k) sum = sum + coefficients[k] * f[k];
   } else {

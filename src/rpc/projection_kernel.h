@@ -20,6 +20,7 @@ struct TFourLanes {
     return {a.line + b.line, a.samp + b.samp};
   }
   [[gnu::always_inline]] friend TFourLanes operator*(const TFourLanes& a, double b) { return {a.line * b, a.samp * b}; }
+  [[gnu::always_inline]] friend TFourLanes operator*(double a, const TFourLanes& b) { return {a * b.line, a * b.samp}; }
 };
 
 /// The coefficients by term, aligned to a vector: element k holds the four of term k, in lanes.
@@ -29,6 +30,41 @@ struct TLaneRows {
     const auto* const pairs = reinterpret_cast<const TFourLanes::TPair*>(terms + std::ptrdiff_t{4} * k);
     return {pairs[0], pairs[1]};
   }
+};
+
+/// One number in four lanes: every term of one point beside the four coefficients that belong to it. Formed from
+/// latitude, longitude and height in four lanes, terms cost no more instructions than as plain numbers, and none to
+/// spread them.
+struct TSpread {
+  using TVector = simd::TLanes<4>::TVector;
+  TVector x;
+
+  TSpread() = default;
+  [[gnu::always_inline]] explicit TSpread(double number) : x{number, number, number, number} {}
+  [[gnu::always_inline]] explicit TSpread(const TVector& lanes) : x(lanes) {}
+
+  [[gnu::always_inline]] friend TSpread operator+(const TSpread& a, const TSpread& b) { return TSpread(a.x + b.x); }
+  [[gnu::always_inline]] friend TSpread operator+(const TSpread& a, double b) { return TSpread(a.x + b); }
+  [[gnu::always_inline]] friend TSpread operator*(const TSpread& a, const TSpread& b) { return TSpread(a.x * b.x); }
+  [[gnu::always_inline]] friend TSpread operator*(double a, const TSpread& b) { return TSpread(a * b.x); }
+};
+
+/// As `TLaneRows`, for processors whose vectors hold four numbers.
+struct TSpreadRows {
+  const double* terms;
+  [[gnu::always_inline]] TSpread operator[](int k) const {
+    return TSpread(*reinterpret_cast<const TSpread::TVector*>(terms + std::ptrdiff_t{4} * k));
+  }
+};
+
+/// What one point is computed with at a vector width: plain numbers where vectors hold two of them.
+template <int Width>
+struct TPoint {
+  using TNumber = TSpread;
+};
+template <>
+struct TPoint<2> {
+  using TNumber = double;
 };
 
 /// Values of the four polynomials, or of a derivative of them.
@@ -84,6 +120,11 @@ struct TSums<double> {
   using TRows = TLaneRows;
   using TSum = TFourLanes;
 };
+template <>
+struct TSums<TSpread> {
+  using TRows = TSpreadRows;
+  using TSum = TSpread;
+};
 
 template <class T>
 [[gnu::always_inline]] inline void TakeApart(const TFour<T>& sum, TFour<T>& four) {
@@ -92,11 +133,14 @@ template <class T>
 [[gnu::always_inline]] inline void TakeApart(const TFourLanes& sum, TFour<double>& four) {
   four = {sum.line[0], sum.line[1], sum.samp[0], sum.samp[1]};
 }
+[[gnu::always_inline]] inline void TakeApart(const TSpread& sum, TFour<double>& four) {
+  four = {sum.x[0], sum.x[1], sum.x[2], sum.x[3]};
+}
 
 /// Derivatives of the four polynomials, `f` being the terms and their derivatives.
-template <class T>
+template <class T, class Result>
 [[gnu::always_inline]] inline void DerivePolynomials(const TRPCPrepared& model, const TDerivative& derivative,
-                                                     const T* f, TFour<T>& result) {
+                                                     const T* f, TFour<Result>& result) {
   typename TSums<T>::TSum sum;
   PolynomialDerivative(typename TSums<T>::TRows{model.Terms()}, derivative, f, sum);
   TakeApart(sum, result);
@@ -109,9 +153,9 @@ struct TPolynomials {
   TFour<T> byVariable[3];  ///< by latitude, longitude, height; those that were asked for
 };
 
-template <bool Derivatives, class T>
+template <bool Derivatives, class T, class Result>
 [[gnu::always_inline]] inline void EvaluatePolynomials(const TRPCPrepared& model, const T& P, const T& L, const T& H,
-                                                       TPolynomials<T>& result) {
+                                                       TPolynomials<Result>& result) {
   T f[kFactorCount];
   FormTerms(P, L, H, f);
   typename TSums<T>::TSum sum;

@@ -25,18 +25,6 @@ void WriteDerivatives(const rpc::TPolynomials<double>& q, double* dLineN, double
   }
 }
 
-void ProjectNormalized(const TRPCPrepared& model, double P, double L, double H, double* lineN, double* sampleN,
-                       double* dLineN, double* dSampleN) {
-  rpc::TPolynomials<double> q;
-  if (dLineN == nullptr && dSampleN == nullptr) {
-    rpc::EvaluatePolynomials<false>(model, P, L, H, q);
-  } else {
-    rpc::EvaluatePolynomials<true>(model, P, L, H, q);
-    WriteDerivatives(q, dLineN, dSampleN);
-  }
-  rpc::Quotients(q.value, *lineN, *sampleN);
-}
-
 /// From derivatives of normalised by normalised coordinates to pixels per degree and per metre.
 void ScaleDerivatives(const TRPCNormalization& axes, double image_scale, double* derivatives) {
   if (derivatives == nullptr) return;
@@ -45,6 +33,57 @@ void ScaleDerivatives(const TRPCNormalization& axes, double image_scale, double*
     derivatives[variable] = derivatives[variable] * image_scale / scales[variable];
   }
 }
+
+/// One point, normalised coordinates on both sides.
+template <bool Derivatives>
+struct TProjectNormalized {
+  const TRPCPrepared& model;
+  const double& P;
+  const double& L;
+  const double& H;
+  double* lineN;
+  double* sampleN;
+  double* dLineN;
+  double* dSampleN;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    using TNumber = typename rpc::TPoint<Width>::TNumber;
+    rpc::TPolynomials<double> q;
+    rpc::EvaluatePolynomials<Derivatives>(model, TNumber(P), TNumber(L), TNumber(H), q);
+    rpc::Quotients(q.value, *lineN, *sampleN);
+    if constexpr (Derivatives) WriteDerivatives(q, dLineN, dSampleN);
+  }
+};
+
+/// One point from degrees and metres to pixels.
+template <bool Derivatives>
+struct TProjectPoint {
+  const TRPCPrepared& model;
+  const double& lat;
+  const double& lon;
+  const double& h;
+  double* line;
+  double* sample;
+  double* dLine;
+  double* dSample;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    const TRPCNormalization& axes = model.normalization;
+    double P, L, H, lineN, sampleN;
+    rpc::Normalize(axes.latitude, lat, P);
+    rpc::Normalize(axes.longitude, rpc::LongitudeInTurn(axes.longitude.GetOffset(), lon), L);
+    rpc::Normalize(axes.height, h, H);
+    TProjectNormalized<Derivatives>{model, P, L, H, &lineN, &sampleN, dLine, dSample}.template Run<Width>();
+    rpc::Denormalize(axes.line, lineN, *line);
+    rpc::Denormalize(axes.sample, sampleN, *sample);
+    if constexpr (Derivatives) {
+      ScaleDerivatives(axes, axes.line.GetScale(), dLine);
+      ScaleDerivatives(axes, axes.sample.GetScale(), dSample);
+    }
+  }
+};
 
 /// The arrays of one call, or of a part of it.
 struct TArrays {
@@ -194,22 +233,20 @@ struct TProjectArrays {
 
 void TRPC::CalculateLineSampleNormalized(const double& P, const double& L, const double& H, double* lineN,
                                          double* sampleN, double* dLineN, double* dSampleN) const {
-  ProjectNormalized(prepared_, P, L, H, lineN, sampleN, dLineN, dSampleN);
+  if (dLineN == nullptr && dSampleN == nullptr) {
+    simd::DispatchPoint(TProjectNormalized<false>{prepared_, P, L, H, lineN, sampleN, nullptr, nullptr});
+  } else {
+    simd::DispatchPoint(TProjectNormalized<true>{prepared_, P, L, H, lineN, sampleN, dLineN, dSampleN});
+  }
 }
 
 void TRPC::CalculateLineSample(const double& lat, const double& lon, const double& h, double* line, double* sample,
                                double* dLine, double* dSample) const {
-  const TRPCNormalization& axes = prepared_.normalization;
-  const double turned = rpc::LongitudeInTurn(axes.longitude.GetOffset(), lon);
-  double P, L, H, lineN, sampleN;
-  rpc::Normalize(axes.latitude, lat, P);
-  rpc::Normalize(axes.longitude, turned, L);
-  rpc::Normalize(axes.height, h, H);
-  ProjectNormalized(prepared_, P, L, H, &lineN, &sampleN, dLine, dSample);
-  rpc::Denormalize(axes.line, lineN, *line);
-  rpc::Denormalize(axes.sample, sampleN, *sample);
-  ScaleDerivatives(axes, axes.line.GetScale(), dLine);
-  ScaleDerivatives(axes, axes.sample.GetScale(), dSample);
+  if (dLine == nullptr && dSample == nullptr) {
+    simd::DispatchPoint(TProjectPoint<false>{prepared_, lat, lon, h, line, sample, nullptr, nullptr});
+  } else {
+    simd::DispatchPoint(TProjectPoint<true>{prepared_, lat, lon, h, line, sample, dLine, dSample});
+  }
 }
 
 void TRPC::CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h,
