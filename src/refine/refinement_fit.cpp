@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 #include "frame/zxstd/text.h"
 #include "refine/plane_similarity.h"
@@ -109,6 +110,8 @@ class TFitter {
   var_a<TRPCRefinementDataBase*> RecordOf(const TCandidate& candidate) const;
   /// The covariance of the parameters of that record.
   TRefinementCovariance CovarianceOf(const TCandidate& candidate) const;
+  /// Gives back the memory of the ties: no more fits.
+  void DropTies() { std::vector<TPlaneTie>().swap(ties_); }
 
  private:
   bool Fit(Type type, TCandidate* candidate) const;
@@ -238,7 +241,7 @@ bool TFitter::FitChosen(TCandidate* best, std::vector<TRefinementKindTest>* test
     test.type = kind.type;
     TCandidate richer;
     test.taken = IsBorne(kind.type, *best, &richer, &test.reason) && IsSignificantlyBetter(richer, *best, &test);
-    if (test.taken) *best = richer;
+    if (test.taken) *best = std::move(richer);
     tests->push_back(test);
   }
   return true;
@@ -317,6 +320,7 @@ void Describe(const std::vector<TRefinementTie>& ties, const TRPCRefinementBase&
               const TCandidate& candidate, const std::vector<char>& is_bad, TRefinementFit* result) {
   const TIndices& used = candidate.robust.inside;
   double before = 0.0, after = 0.0;
+  result->points.reserve(ties.size());
   for (std::size_t i = 0; i < ties.size(); ++i) {
     double line, sample;
     refinement.RawToRefined(ties[i].line, ties[i].sample, &line, &sample, nullptr, nullptr);
@@ -341,6 +345,7 @@ void Describe(const std::vector<TRefinementTie>& ties, const TRPCRefinementBase&
 
 std::vector<TRefinementTie> TiesOfGroundControl(const TRPC& model, const std::vector<TGroundControlPoint>& points) {
   std::vector<TRefinementTie> ties;
+  ties.reserve(points.size());
   for (const TGroundControlPoint& point : points) {
     TRefinementTie tie = {0.0, 0.0, point.line, point.sample, point.sigma};
     model.TRPC::CalculateLineSample(point.lat, point.lon, point.height, &tie.line, &tie.sample, nullptr, nullptr);
@@ -376,7 +381,7 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
     result->message = "there are no points";
     return false;
   }
-  const TFitter fitter(ties, options);
+  TFitter fitter(ties, options);
   TCandidate best;
   const bool found = options.automatic ? fitter.FitChosen(&best, &result->kinds, &result->message)
                                        : fitter.FitGiven(&best, &result->message);
@@ -403,6 +408,7 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
   result->sigmaFactor = std::sqrt(best.robust.variance) / TypicalSigma(ties);
   result->cornerFactor = best.corner_factor;
   result->covariance = fitter.CovarianceOf(best);
+  fitter.DropTies();
   Describe(ties, *refinement, best, is_bad, result);
   result->message = Zentarix::ssprintf("%s from %zu of %zu points (%zu bad), root mean square %.4lf pixels", name,
                                        result->used, ties.size(), bad, result->rmsAfter);

@@ -22,9 +22,9 @@ constexpr double kOutside = 1.1;
 /// An exchange explains a misfit when it leaves this share of it at most.
 constexpr double kExplains = 0.2;
 
-/// One way to read the points; its ties are made when they are needed.
+/// A way to read the points that exchanges some of their coordinates; its ties are made when they are needed.
 struct TReading {
-  const char* name;  ///< of the exchange
+  const char* name;
   std::function<std::vector<TRefinementTie>()> ties;
 };
 
@@ -95,16 +95,17 @@ std::string ReasonOf(const TRefinementFit& fit, const TLimits& limits, const std
          Zentarix::ssprintf("; %s seem to be exchanged: the other way round it is %.4lg pixels", best->name, least);
 }
 
-/// The fit of the first reading, unless it is beyond reason.
-bool FitReadings(const TRPC& model, const std::vector<TReading>& readings, const TRefinementFitOptions& options,
-                 const std::vector<std::size_t>& outside, TRefinementFit* result) {
-  if (!FitRefinement(readings[0].ties(), options, result)) {
+/// The fit of the ties, unless it is beyond reason. \param others how they may have been meant.
+bool FitReadings(const TRPC& model, const std::vector<TRefinementTie>& ties, const std::vector<TReading>& others,
+                 const TRefinementFitOptions& options, const std::vector<std::size_t>& outside,
+                 TRefinementFit* result) {
+  if (!FitRefinement(ties, options, result)) {
     result->outside = outside;
     return false;
   }
   const TLimits limits = LimitsOf(model, options);
   if (!IsReasonable(*result, limits)) {
-    const std::string reason = ReasonOf(*result, limits, {readings.begin() + 1, readings.end()}, options);
+    const std::string reason = ReasonOf(*result, limits, others, options);
     *result = TRefinementFit();
     result->message = reason;
   } else if (!outside.empty()) {
@@ -114,13 +115,15 @@ bool FitReadings(const TRPC& model, const std::vector<TReading>& readings, const
   return result->success;
 }
 
-std::vector<TRefinementTie> Ties(const TRPC& model, std::vector<TGroundControlPoint> points, bool exchange_ground,
-                                 bool exchange_image) {
-  for (TGroundControlPoint& point : points) {
+std::vector<TRefinementTie> Ties(const TRPC& model, const std::vector<TGroundControlPoint>& points,
+                                 bool exchange_ground, bool exchange_image) {
+  if (!exchange_ground && !exchange_image) return TiesOfGroundControl(model, points);
+  std::vector<TGroundControlPoint> exchanged = points;
+  for (TGroundControlPoint& point : exchanged) {
     if (exchange_ground) std::swap(point.lat, point.lon);
     if (exchange_image) std::swap(point.line, point.sample);
   }
-  return TiesOfGroundControl(model, points);
+  return TiesOfGroundControl(model, exchanged);
 }
 
 }  // namespace
@@ -142,9 +145,8 @@ bool FitGroundControl(const TRPC& model, const std::vector<TGroundControlPoint>&
       return Ties(model, points, exchange_ground, exchange_image);
     };
   };
-  return FitReadings(model,
-                     {{"", reading(false, false)},
-                      {"latitude and longitude", reading(true, false)},
+  return FitReadings(model, Ties(model, points, false, false),
+                     {{"latitude and longitude", reading(true, false)},
                       {"line and sample", reading(false, true)},
                       {"latitude and longitude as well as line and sample", reading(true, true)}},
                      options, outside, result);
@@ -165,8 +167,7 @@ bool FitImageTies(const TRPC& model, const std::vector<TRefinementTie>& ties, co
     for (TRefinementTie& tie : other) std::swap(tie.measuredLine, tie.measuredSample);
     return other;
   };
-  return FitReadings(model, {{"", [&ties] { return ties; }}, {"line and sample, computed or measured,", exchanged}},
-                     options, outside, result);
+  return FitReadings(model, ties, {{"line and sample, computed or measured,", exchanged}}, options, outside, result);
 }
 
 }  // namespace SatCommonUtils

@@ -10,6 +10,7 @@
 #include <limits>
 #include <numeric>
 #include <random>
+#include <utility>
 
 #include "refine/estimation/bad_points.h"
 #include "refine/estimation/portable_math.h"
@@ -93,6 +94,7 @@ TIndices NearStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie
   const double small_sample = 1.0 + 5.0 / spare;
   const double variance = median / kMedianOfSquares * small_sample * small_sample + noise * noise;
   TIndices near;
+  near.reserve(ties.size());
   for (std::size_t i = 0; i < ties.size(); ++i) {
     if (SquaredResidual(start, ties[i]) <= std::max(level * variance, median)) near.push_back(i);
   }
@@ -145,6 +147,7 @@ bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
     const double freedom = 2.0 * static_cast<double>(result->inside.size()) - static_cast<double>(FreeParameters(type));
     result->variance = freedom > 0.0 ? result->fit.sum_of_squares / freedom : 0.0;
     TIndices next;
+    next.reserve(ties.size());
     for (std::size_t i = 0; i < ties.size(); ++i) {
       const bool is_inside = std::binary_search(result->inside.begin(), result->inside.end(), i);
       const TTest test = TestTie(type, *result, ties[i], is_inside, noise);
@@ -153,7 +156,7 @@ bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
       if (cannot_tell ? is_inside : !test.Rejects(ties.size())) next.push_back(i);
     }
     if (next == result->inside || next.size() < LeastTies(type)) break;
-    if (round + 1 < kMostRounds) result->inside = next;
+    if (round + 1 < kMostRounds) result->inside = std::move(next);
   }
   return true;
 }

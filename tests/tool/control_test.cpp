@@ -36,6 +36,28 @@ TEST(ControlTest, PointsAreNamedByTheirIdentifiers) {
   EXPECT_EQ(ReadText("never.xml"), "");
 }
 
+// Columns of texts in which nothing stands until late take no memory until then.
+TEST(ControlTest, NamesAndRolesMayBeginLate) {
+  Workspace();
+  constexpr int kRows = 30000;
+  std::string text = "lat,lon,h,line,sample,name,role\n";
+  for (int i = 0; i < kRows; ++i) text += "45,7,500,1002,1997,,\n";
+  text +=
+      "45.05,7,500,502,1997,A 1,\n45.05,7.1,500,502,2997,,\n45,7.1,500,1002,3000,C 1,check\n45,7.1,500,1032,2997,A "
+      "2,\n";
+  WriteText("late.csv", text);
+  const ToolRun run = RunToolLine("refine flat.RPB late.csv late.xml --type shift --json");
+  EXPECT_EQ(run.status, 0) << run.err;
+  const auto at = [](int row) { return "{\"input_line\":" + std::to_string(kRows + row); };
+  const std::string behind_first = ",\"line_before\"";
+  for (const std::string& part :
+       {"\"points\":[{\"input_line\":2" + behind_first, at(1) + behind_first, at(2) + ",\"id\":\"A 1\"" + behind_first,
+        at(3) + behind_first, at(5) + ",\"id\":\"A 2\"" + behind_first,
+        at(4) + ",\"id\":\"C 1\",\"line\":0,\"sample\":3", std::string("\"bad\":\"A 2 (late.csv:30005)\"")}) {
+    EXPECT_NE(run.out.find(part), std::string::npos) << part << "\n" << run.out.substr(run.out.size() - 1200);
+  }
+}
+
 TEST(ControlTest, OrderAndHeightsFollowTheOptions) {
   Workspace();
   const std::string expected = "1002.000 1997.000\n";

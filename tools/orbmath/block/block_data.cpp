@@ -63,8 +63,8 @@ void ReadBlockControl(const std::string& path, const GroundFrame& frame, BlockDa
   NameTable seen;
   for (const ControlRow& row : data->control) seen.Add(data->points.Name(row.point));
   table.Refuse([&](std::size_t i) -> std::string {
-    const std::string_view name = table.Texts(kPoint)[i];
-    const std::string_view role = table.Texts(kRole)[i];
+    const std::string_view name = table.Text(kPoint, i);
+    const std::string_view role = table.Text(kRole, i);
     ControlRow row{0,
                    TBlockPointRole::Control,
                    lat[i],

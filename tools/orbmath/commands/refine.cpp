@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "accuracy/error_model.h"
@@ -33,20 +34,25 @@ constexpr int kDigits = 4;
 /// The rows of a table of image ties as ties of the raw model.
 std::vector<TRefinementTie> ImageTies(const Model& model, const PointTable& table, double shift) {
   std::vector<TRefinementTie> ties;
+  ties.reserve(table.size());
   for (std::size_t row = 0; row < table.size(); ++row) {
     ties.push_back({table.Values(0)[row] - shift, table.Values(1)[row] - shift, table.Values(2)[row] - shift,
                     table.Values(3)[row] - shift, table.Values(4)[row]});
   }
   const auto* adjusted = dynamic_cast<const TAdjustedRPC*>(model.rpc.get());
-  return adjusted == nullptr ? ties : SatCommonUtils::RawTies(*adjusted, ties);
+  if (adjusted == nullptr || !adjusted->IsAdjusted()) return ties;
+  return SatCommonUtils::RawTies(*adjusted, ties);
 }
 
-/// The rows of a table of ground control.
-std::vector<SatCommonUtils::TGroundControlPoint> GroundControl(const ControlTable& control) {
+/// The rows of a table of ground control, which loses what only the fit asks for: heights and sigmas.
+std::vector<SatCommonUtils::TGroundControlPoint> TakeGroundControl(ControlTable* control) {
+  const std::vector<double> heights = std::move(control->ground.height);
+  const std::vector<double> sigmas = std::move(control->sigma);
   std::vector<SatCommonUtils::TGroundControlPoint> points;
-  for (std::size_t row = 0; row < control.table.size(); ++row) {
-    points.push_back({control.ground.lat[row], control.ground.lon[row], control.ground.height[row], control.line[row],
-                      control.sample[row], control.sigma[row]});
+  points.reserve(control->table.size());
+  for (std::size_t row = 0; row < control->table.size(); ++row) {
+    points.push_back({control->ground.lat[row], control->ground.lon[row], heights[row], control->line[row],
+                      control->sample[row], sigmas[row]});
   }
   return points;
 }
@@ -141,14 +147,14 @@ class Refine : public Command {
     frame_.SetGeoid(dem_.TakeGeoid());
     frame_.Open();
     const auto surface = dem_.Open();
-    const ControlTable all = ReadControl(points_, columns_, frame_, origin_.Shift(), surface.get());
-    const ControlTable control = PointsOfRole(all, false);
-    std::vector<ControlTable> checks = {PointsOfRole(all, true)};
+    ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), surface.get());
+    std::vector<ControlTable> checks = {TakeChecks(&control)};
     if (!check_.empty()) checks.push_back(ReadControl(check_, columns_, frame_, origin_.Shift(), surface.get()));
     TRefinementFit fit;
-    SatCommonUtils::FitGroundControl(*model.rpc, GroundControl(control), FitOptions(model), &fit);
-    return Finish(model, control.table, {control.ground.lat, control.ground.lon, control.line, control.sample}, checks,
-                  fit);
+    SatCommonUtils::FitGroundControl(*model.rpc, TakeGroundControl(&control), FitOptions(model), &fit);
+    const RefinementPlaces places{std::move(control.ground.lat), std::move(control.ground.lon), std::move(control.line),
+                                  std::move(control.sample)};
+    return Finish(model, control.table, places, checks, fit);
   }
 
   int Finish(const Model& model, const PointTable& table, const RefinementPlaces& places,
@@ -203,7 +209,7 @@ class Refine : public Command {
     report.Text("message", "in short", fit.message);
     AddKinds(fit, &report);
     AddParameters(fit, &report);
-    AddPoints(table, fit.points, json_, &report);
+    AddPoints(table, fit.points, &report);
     AddCheck(adjusted, checks, &report);
     report.Print(json_, out_ == "-" || page_.IsStandardOutput());
   }

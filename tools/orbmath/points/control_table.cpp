@@ -36,7 +36,8 @@ std::vector<TableColumn> ColumnsOf(const GroundFrame& frame, const TableColumn& 
   return wanted;
 }
 
-std::vector<double> Shifted(std::vector<double> values, double shift) {
+std::vector<double> TakeShifted(PointTable* table, std::size_t column, double shift) {
+  std::vector<double> values = table->TakeValues(column);
   for (double& value : values) value -= shift;
   return values;
 }
@@ -51,18 +52,16 @@ void FillHeights(const PointTable& table, const SatCommonUtils::THeightSurface& 
 }
 
 std::vector<bool> ChecksOf(const PointTable& table, std::size_t role) {
-  const auto key = [&](std::size_t row) { return KeyOfName(table.Texts(role)[row]); };
+  const auto key = [&](std::size_t row) { return KeyOfName(table.Text(role, row)); };
   table.Refuse([&](std::size_t row) -> std::string {
     const std::string word = key(row);
     const bool known = word.empty() || word == "control" || word == "gcp" || word == "check";
-    return known ? "" : "role '" + std::string(table.Texts(role)[row]) + "' is neither control nor check";
+    return known ? "" : "role '" + std::string(table.Text(role, row)) + "' is neither control nor check";
   });
   std::vector<bool> checks(table.size());
   for (std::size_t row = 0; row < table.size(); ++row) checks[row] = key(row) == "check";
   return checks;
 }
-
-}  // namespace
 
 ControlTable PointsOfRole(const ControlTable& control, bool is_check) {
   std::vector<std::size_t> rows;
@@ -81,18 +80,26 @@ ControlTable PointsOfRole(const ControlTable& control, bool is_check) {
   return chosen;
 }
 
+}  // namespace
+
+ControlTable TakeChecks(ControlTable* control) {
+  ControlTable checks = PointsOfRole(*control, true);
+  if (checks.table.size() > 0) *control = PointsOfRole(*control, false);
+  return checks;
+}
+
 ControlTable ReadControl(const std::string& file, const std::string& columns, const GroundFrame& frame, double shift,
                          const SatCommonUtils::THeightSurface* terrain) {
   const TableColumn height = frame.HeightColumn(terrain != nullptr);
   const Places places(!height.required);
   PointTable table(file, ColumnsOf(frame, height, places), columns);
   RefuseBadSigma(table, places.sigma);
-  GroundPoints ground = frame.Of(table, 0, 1, places.height);
+  GroundPoints ground = frame.Take(&table, 0, 1, places.height);
   if (terrain != nullptr) FillHeights(table, *terrain, &ground);
   std::vector<bool> checks = ChecksOf(table, places.role);
-  std::vector<double> line = Shifted(table.Values(places.line), shift);
-  std::vector<double> sample = Shifted(table.Values(places.sample), shift);
-  std::vector<double> sigma = table.Values(places.sigma);
+  std::vector<double> line = TakeShifted(&table, places.line, shift);
+  std::vector<double> sample = TakeShifted(&table, places.sample, shift);
+  std::vector<double> sigma = table.TakeValues(places.sigma);
   return {std::move(table), std::move(ground), std::move(line), std::move(sample), std::move(sigma), std::move(checks)};
 }
 

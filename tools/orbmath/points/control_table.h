@@ -13,7 +13,7 @@ namespace orbmath_tool {
 
 /// Points of a table with their ground and image coordinates, one of each row.
 struct ControlTable {
-  PointTable table;
+  PointTable table;            ///< names and places of the rows; its numbers are used up
   GroundPoints ground;         ///< all with a height
   std::vector<double> line;    ///< pixels, 0 at the centre of the first one
   std::vector<double> sample;  ///< pixels
@@ -21,8 +21,8 @@ struct ControlTable {
   std::vector<bool> is_check;  ///< says "check" in a column of roles
 };
 
-/// The points that check, or those that do not.
-ControlTable PointsOfRole(const ControlTable& control, bool is_check);
+/// Takes the points that check out of a table. Without any, nothing is copied.
+ControlTable TakeChecks(ControlTable* control);
 
 /// Reads ground control. Without names the columns stand in the order of the place, height, line, sample and sigma, or,
 /// where points may do without a height, place, line, sample, sigma and height.

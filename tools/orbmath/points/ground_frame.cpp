@@ -106,13 +106,15 @@ std::optional<GroundPlace> GroundFrame::ResultPlace() const {
   return IsSwapped() ? GroundPlace{false, 1, 0, 2} : GroundPlace{false, 0, 1, 2};
 }
 
-GroundPoints GroundFrame::Of(const PointTable& table, std::size_t first, std::size_t second, std::size_t height) const {
-  GroundPoints points{table.Values(first), table.Values(second), table.Values(height)};
-  ToGround(table.size(), points.lat.data(), points.lon.data(), points.height.data());
-  table.Refuse([&](std::size_t row) -> std::string {
+GroundPoints GroundFrame::Take(PointTable* table, std::size_t first, std::size_t second, std::size_t height) const {
+  GroundPoints points{table->TakeValues(first), table->TakeValues(second), table->TakeValues(height)};
+  std::vector<bool> given(table->size());
+  for (std::size_t row = 0; row < given.size(); ++row) given[row] = !std::isnan(points.height[row]);
+  ToGround(table->size(), points.lat.data(), points.lon.data(), points.height.data());
+  table->Refuse([&](std::size_t row) -> std::string {
     if (std::isnan(points.lat[row])) return WhyNowhere();
     if (!IsGround(points.lat[row], points.lon[row])) return WhyNoGround(points.lat[row], points.lon[row]);
-    const bool lost = std::isnan(points.height[row]) && !std::isnan(table.Values(height)[row]);
+    const bool lost = std::isnan(points.height[row]) && given[row];
     return lost ? "the geoid has no height there" : "";
   });
   return points;

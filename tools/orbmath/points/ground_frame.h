@@ -66,8 +66,9 @@ class GroundFrame {
   /// Why a place is none, for a point that `ToGround` has made NaN.
   std::string WhyNowhere() const { return system_name_ + " has no such place"; }
 
-  /// The ground points of a table. \param first, second, height its columns. \throws Failure naming rows that are none.
-  GroundPoints Of(const PointTable& table, std::size_t first, std::size_t second, std::size_t height) const;
+  /// The ground points of a table, of which it loses the columns. \param first, second, height the columns.
+  /// \throws Failure naming rows that are none.
+  GroundPoints Take(PointTable* table, std::size_t first, std::size_t second, std::size_t height) const;
 
  private:
   bool lonlat_ = false;

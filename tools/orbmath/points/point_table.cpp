@@ -98,7 +98,11 @@ void PointTable::Append(const LineBlock& block, std::size_t line) {
   }
   for (std::size_t c = 0; c < values_.size(); ++c) {
     values_[c].insert(values_[c].end(), block.in[c].begin(), block.in[c].end());
-    for (const std::string_view text : block.texts[c]) texts_[c].push_back(Keep(text));
+    const std::vector<std::string_view>& texts = block.texts[c];
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      if (texts_[c].empty() && !texts[i].empty()) texts_[c].resize(lines_.size() - texts.size() + i);
+      if (!texts_[c].empty() || !texts[i].empty()) texts_[c].push_back(Keep(texts[i]));
+    }
   }
 }
 

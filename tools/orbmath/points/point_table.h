@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "commands/command_line.h"
@@ -38,10 +39,14 @@ class PointTable {
   bool Has(std::size_t column) const { return column < found_.size() && found_[column]; }
   /// The values of the wanted column number `column`, one that is a number.
   const std::vector<double>& Values(std::size_t column) const { return values_[column]; }
-  /// The values of a column that is a text; they live as long as the table or a subset of it.
-  const std::vector<std::string_view>& Texts(std::size_t column) const { return texts_[column]; }
+  /// The same for a caller who keeps them: the table has them no more.
+  std::vector<double> TakeValues(std::size_t column) { return std::exchange(values_[column], {}); }
+  /// A value of a column that is a text; it lives as long as the table or a subset of it.
+  std::string_view Text(std::size_t column, std::size_t row) const {
+    return row < texts_[column].size() ? texts_[column][row] : std::string_view();
+  }
   /// The name of row `row` (`columns::kId`), or an empty text.
-  std::string_view Id(std::size_t row) const { return id_ == kNone ? std::string_view() : texts_[id_][row]; }
+  std::string_view Id(std::size_t row) const { return id_ == kNone ? std::string_view() : Text(id_, row); }
   /// What a message calls row `row`: where it stood, as "file:line", behind its name, where it has one.
   std::string Place(std::size_t row) const;
   std::size_t Line(std::size_t row) const { return lines_[row]; }
@@ -75,6 +80,7 @@ class PointTable {
   std::string name_;
   std::vector<bool> found_;
   std::vector<std::vector<double>> values_;
+  /// Columns without a single text have no elements.
   std::vector<std::vector<std::string_view>> texts_;
   /// What the texts refer to, in pieces that are never moved.
   std::shared_ptr<std::deque<std::string>> kept_ = std::make_shared<std::deque<std::string>>();

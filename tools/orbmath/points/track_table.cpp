@@ -28,10 +28,10 @@ TrackTable::TrackTable(const std::string& file, const std::string& names, const 
   std::unordered_map<std::string_view, std::optional<std::size_t>> known;
   std::vector<bool> repeats(table_.size());
   for (std::size_t row = 0; row < table_.size(); ++row) {
-    const std::string_view name = table_.Texts(kImageColumn)[row];
+    const std::string_view name = table_.Text(kImageColumn, row);
     const auto image = known.find(name) != known.end() ? known[name] : known[name] = FindImage(images, name);
     if (!image) continue;
-    const std::string_view point = table_.Texts(kPoint)[row];
+    const std::string_view point = table_.Text(kPoint, row);
     const auto [place, is_new] = places.emplace(point, tracks_.size());
     if (is_new) tracks_.push_back({point, {}});
     std::vector<TrackRay>& rays = tracks_[place->second].rays;
@@ -39,9 +39,9 @@ TrackTable::TrackTable(const std::string& file, const std::string& names, const 
     rays.push_back({*image, table_.Values(kLineColumn)[row] - shift, table_.Values(kSampleColumn)[row] - shift});
   }
   table_.Refuse([&](std::size_t row) -> std::string {
-    const std::string image(table_.Texts(kImageColumn)[row]);
-    if (!known[table_.Texts(kImageColumn)[row]]) return "no model is called '" + image + "'; name one by NAME=PATH";
-    if (table_.Texts(kPoint)[row].empty()) return "the point has no name";
+    const std::string image(table_.Text(kImageColumn, row));
+    if (!known[table_.Text(kImageColumn, row)]) return "no model is called '" + image + "'; name one by NAME=PATH";
+    if (table_.Text(kPoint, row).empty()) return "the point has no name";
     return repeats[row] ? "the point was measured in image '" + image + "' before" : "";
   });
   for (Track& track : tracks_) {

@@ -119,34 +119,23 @@ std::string Describe(const TRefinementKindTest& test) {
          Short(SatCommonUtils::kRefinementKindLevel) + ")";
 }
 
-void AddPointLines(const PointTable& table, const std::vector<TRefinementResidual>& points, Report* report) {
-  std::string lines = std::string(kNameWidth, ' ') + PadLeft("before", 24) + PadLeft("after", 26) + "\n" +
-                      PadLeft("line", 34) + PadLeft("sample", 12) + PadLeft("line", 14) + PadLeft("sample", 12) +
-                      PadLeft("standardized", 14) + "\n";
-  for (std::size_t row = 0; row < points.size(); ++row) {
-    const TRefinementResidual& point = points[row];
-    lines += PadRight(table.Place(row), kNameWidth) + PadLeft(Fixed(point.lineBefore, kDigits), kWidth) +
-             PadLeft(Fixed(point.sampleBefore, kDigits), kWidth) +
-             PadLeft(Fixed(point.lineAfter, kDigits), kWidth + 2) + PadLeft(Fixed(point.sampleAfter, kDigits), kWidth) +
-             PadLeft(Fixed(point.standardized, 1), kWidth + 2) + (point.isBad ? "  BAD" : "") + "\n";
-  }
-  report->Lines(std::move(lines += "\n"));
+std::string LineOf(const PointTable& table, std::size_t row, const TRefinementResidual& point) {
+  return PadRight(table.Place(row), kNameWidth) + PadLeft(Fixed(point.lineBefore, kDigits), kWidth) +
+         PadLeft(Fixed(point.sampleBefore, kDigits), kWidth) + PadLeft(Fixed(point.lineAfter, kDigits), kWidth + 2) +
+         PadLeft(Fixed(point.sampleAfter, kDigits), kWidth) + PadLeft(Fixed(point.standardized, 1), kWidth + 2) +
+         (point.isBad ? "  BAD\n" : "\n");
 }
 
-void AddPointRecords(const PointTable& table, const std::vector<TRefinementResidual>& points, Report* report) {
+std::string RecordOf(const PointTable& table, std::size_t row, const TRefinementResidual& point) {
   JsonWriter json;
-  json.BeginArray();
-  for (std::size_t row = 0; row < points.size(); ++row) {
-    const TRefinementResidual& point = points[row];
-    json.BeginObject().Member("input_line", table.Line(row));
-    if (!table.Id(row).empty()) json.Member("id", table.Id(row));
-    json.Member("line_before", point.lineBefore).Member("sample_before", point.sampleBefore);
-    json.Member("line_after", point.lineAfter).Member("sample_after", point.sampleAfter);
-    json.Member("standardized", point.standardized).Member("bad", point.isBad).EndObject();
-  }
-  json.EndArray();
-  report->Json("points", std::move(json));
+  json.BeginObject().Member("input_line", table.Line(row));
+  if (!table.Id(row).empty()) json.Member("id", table.Id(row));
+  json.Member("line_before", point.lineBefore).Member("sample_before", point.sampleBefore);
+  json.Member("line_after", point.lineAfter).Member("sample_after", point.sampleAfter);
+  json.Member("standardized", point.standardized).Member("bad", point.isBad).EndObject();
+  return std::move(json).TakeText();
 }
+
 }  // namespace
 
 void AddParameters(const TRefinementFit& fit, Report* report) {
@@ -195,13 +184,19 @@ void AddKinds(const TRefinementFit& fit, Report* report) {
   report->Json("kinds", json.EndArray());
 }
 
-void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& points, bool json, Report* report) {
+void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& points, Report* report) {
   report->Heading("residuals, measured minus computed, px");
   std::string bad;
   for (std::size_t row = 0; row < points.size(); ++row) {
     if (points[row].isBad) bad += (bad.empty() ? "" : ", ") + table.Place(row);
   }
-  json ? AddPointRecords(table, points, report) : AddPointLines(table, points, report);
+  report->Lines(std::string(kNameWidth, ' ') + PadLeft("before", 24) + PadLeft("after", 26) + "\n" +
+                PadLeft("line", 34) + PadLeft("sample", 12) + PadLeft("line", 14) + PadLeft("sample", 12) +
+                PadLeft("standardized", 14) + "\n");
+  report->Rows("points", points.size(), [&table, &points](std::size_t row, bool json) {
+    return json ? RecordOf(table, row, points[row]) : LineOf(table, row, points[row]);
+  });
+  report->Lines("\n");
   report->Text("bad", "bad points", bad.empty() ? "none" : bad);
 }
 

@@ -19,10 +19,9 @@ void AddParameters(const SatCommonUtils::TRefinementFit& fit, Report* report);
 /// How the kinds fared among which one was chosen; nothing where none was.
 void AddKinds(const SatCommonUtils::TRefinementFit& fit, Report* report);
 
-/// Every point with its residuals, and the bad ones by name. \param json whether the points come for programs; only one
-/// of the two forms is made, since either of many points is large.
-void AddPoints(const PointTable& table, const std::vector<SatCommonUtils::TRefinementResidual>& points, bool json,
-               Report* report);
+/// Every point with its residuals, and the bad ones by name. The texts of the points are made while the report is
+/// printed: `table` and `points` must live until then.
+void AddPoints(const PointTable& table, const std::vector<SatCommonUtils::TRefinementResidual>& points, Report* report);
 
 /// Points that the fit has not seen, by the refined model: each with its residuals, and their root mean squares and
 /// CE90 in pixels and in metres on the ground, at the points' heights. \param tables of any number; without a point

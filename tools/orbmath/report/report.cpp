@@ -43,9 +43,12 @@ void Report::Json(const std::string& key, JsonWriter&& value) {
 
 void Report::Lines(std::string lines) { rows_.push_back({"", "", "", std::move(lines)}); }
 
+void Report::Rows(const std::string& key, std::size_t count, std::function<std::string(std::size_t, bool)> text) {
+  rows_.push_back({key, "", "", "", count, std::move(text)});
+}
+
 void Report::Print(bool json, bool output_is_taken) const {
   std::FILE* const file = output_is_taken ? stderr : stdout;
-  // Row by row: the points of a large report are not held a second time.
   const auto put = [file](const std::string& text) { std::fwrite(text.data(), 1, text.size(), file); };
   if (json) {
     const char* before = "{";
@@ -53,6 +56,11 @@ void Report::Print(bool json, bool output_is_taken) const {
       if (row.key.empty()) continue;
       put(before + JsonString(row.key) + ":");
       put(row.json);
+      if (row.rows) {
+        put("[");
+        for (std::size_t i = 0; i < row.count; ++i) put((i == 0 ? "" : ",") + row.rows(i, true));
+        put("]");
+      }
       before = ",";
     }
     put(*before == '{' ? "{}\n" : "}\n");
@@ -63,6 +71,7 @@ void Report::Print(bool json, bool output_is_taken) const {
   for (const Row& row : rows_) {
     if (!row.label.empty()) put(row.label + std::string(width + 2 - row.label.size(), ' '));
     put(row.text);
+    for (std::size_t i = 0; i < row.count; ++i) put(row.rows(i, false));
     if (!row.label.empty()) put("\n");
   }
 }

@@ -2,6 +2,8 @@
 /// \file
 /// Named results of a command, as a table for people or as one JSON object.
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,9 @@ class Report {
   void Json(const std::string& key, const JsonWriter& value);
   void Json(const std::string& key, JsonWriter&& value);
   void Lines(std::string lines);
+  /// A long array: its elements for programs and its lines for people are made while they are printed. What `text`
+  /// refers to must live until then. \param text of row `row`, for programs or for people.
+  void Rows(const std::string& key, std::size_t count, std::function<std::string(std::size_t row, bool json)> text);
 
   /// Prints everything to standard output, or, when that is taken by a file, to standard error.
   void Print(bool json, bool output_is_taken = false) const;
@@ -35,6 +40,8 @@ class Report {
     std::string json;
     std::string label;  ///< Empty: `text` is a whole line, or, when that is empty too, for programs only.
     std::string text;
+    std::size_t count = 0;
+    std::function<std::string(std::size_t, bool)> rows{};  ///< Empty: the texts are all.
   };
   std::vector<Row> rows_;
 };
