@@ -76,13 +76,17 @@ void BM_RefinementFit(benchmark::State& state) {
     tie.measuredSample += noise(engine);
   }
   TRefinementFitOptions options;
+  constexpr TRPCRefinementTransformType kTypes[] = {TRPCRefinementTransformType::Affine,  // not used: it is chosen
+                                                    TRPCRefinementTransformType::Affine,
+                                                    TRPCRefinementTransformType::Projective};
   options.automatic = state.range(0) == 0;
+  options.type = kTypes[state.range(0)];
   TRefinementFit fit;
   for (auto _ : state) benchmark::DoNotOptimize(FitRefinement(ties, options, &fit));
-  state.SetLabel(options.automatic ? "kind chosen" : "affine");
+  state.SetLabel(options.automatic ? "kind chosen" : GetRPCRefinementTransformTypeName(options.type));
   CountItems(state, ties.size());
 }
-BENCHMARK(BM_RefinementFit)->Arg(0)->Arg(1);
+BENCHMARK(BM_RefinementFit)->DenseRange(0, 2);
 
 /// Arrays of points without (0) and with (1) a refinement.
 void BM_Project(benchmark::State& state) {

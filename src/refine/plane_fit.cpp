@@ -6,50 +6,100 @@
 #include <cmath>
 #include <tuple>
 
-#include "linalg/linear_systems.h"
-#include "linalg/vector.h"
+#include "linalg/raw_arrays.h"
 #include "refine/refinement_kinds.h"
 
 namespace SatCommonUtils::refine {
 namespace {
 
-const std::size_t* ParametersOf(TRPCRefinementTransformType type) { return FindRefinementKind(type)->parameters; }
+constexpr std::size_t kMost = std::tuple_size<TPlaneMap>::value;
 
-double Denominator(const TPlaneMap& map, double x, double y) { return map[6] * x + map[7] * y + 1.0; }
+/// The parameters that a kind frees and that move one coordinate of the target; the others are zeros in its equation,
+/// and a sum is the same without them.
+struct TRowParameters {
+  std::size_t count = 0;
+  std::size_t free[kMost];     ///< places among those that the kind frees
+  std::size_t element[kMost];  ///< places in the map
+};
 
-/// The normal equations at a map.
+TRowParameters RowParametersOf(TRPCRefinementTransformType type, std::size_t axis) {
+  const TRefinementKind& kind = *FindRefinementKind(type);
+  TRowParameters row;
+  for (std::size_t k = 0; k < kind.parameterCount; ++k) {
+    const std::size_t element = kind.parameters[k];
+    if (element < 6 && element / 3 != axis) continue;
+    row.free[row.count] = k;
+    row.element[row.count++] = element;
+  }
+  return row;
+}
+
+inline double Denominator(const TPlaneMap& map, double x, double y) { return map[6] * x + map[7] * y + 1.0; }
+
+/// The normal equations at a map: the upper triangle, with the right side behind it.
 struct TNormalEquations {
-  TMatrix matrix;
-  TVector free_term;
+  std::size_t unknowns;
+  double sums[kMost][kMost + 1] = {};
 };
 
 /// Sums over the ties one by one: a million of them take no memory.
 TNormalEquations FormNormalEquations(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                                      const std::vector<std::size_t>& chosen, const TPlaneMap& map) {
-  constexpr std::size_t kMost = std::tuple_size<TPlaneMap>::value;
-  const std::size_t unknowns = FreeParameters(type);
-  const std::size_t* parameters = ParametersOf(type);
-  double sums[kMost][kMost + 1] = {};
+  TNormalEquations normal{FreeParameters(type)};
+  const TRowParameters rows[2] = {RowParametersOf(type, 0), RowParametersOf(type, 1)};
   for (const std::size_t i : chosen) {
     const TPlaneTie& tie = ties[i];
     const TPlaneEquations equations = EquationsAt(map, tie);
     const double weight = tie.root_weight * tie.root_weight;
     for (std::size_t axis = 0; axis < 2; ++axis) {
-      double row[kMost + 1];
-      for (std::size_t k = 0; k < unknowns; ++k) row[k] = equations.design[axis][parameters[k]];
-      row[unknowns] = equations.residual[axis];
-      for (std::size_t k = 0; k < unknowns; ++k) {
-        const double weighted = weight * row[k];
-        for (std::size_t j = k; j <= unknowns; ++j) sums[k][j] += weighted * row[j];
+      const TRowParameters& row = rows[axis];
+      const double* const design = equations.design[axis];
+      for (std::size_t k = 0; k < row.count; ++k) {
+        double* const sums = normal.sums[row.free[k]];
+        const double weighted = weight * design[row.element[k]];
+        for (std::size_t j = k; j < row.count; ++j) sums[row.free[j]] += weighted * design[row.element[j]];
+        sums[normal.unknowns] += weighted * equations.residual[axis];
       }
     }
   }
-  TNormalEquations normal{TMatrix(unknowns, unknowns), TVector(unknowns)};
-  for (std::size_t k = 0; k < unknowns; ++k) {
-    for (std::size_t j = 0; j < unknowns; ++j) normal.matrix[k][j] = k <= j ? sums[k][j] : sums[j][k];
-    normal.free_term[k] = sums[k][unknowns];
-  }
   return normal;
+}
+
+/// Solves normal equations by Cholesky, with the bits of `Cholesky` of linear_systems.h, but on the stack: a start is
+/// sought among hundreds of small systems. \return false when they are not positive definite.
+bool Solve(const TNormalEquations& normal, double* x) {
+  const std::size_t n = normal.unknowns;
+  double u[kMost][kMost];
+  double y[kMost];
+  for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t j = i; j < n; ++j) {
+      double sum = 0.0;
+      for (std::size_t k = 0; k < i; ++k) sum += u[k][i] * u[k][j];
+      const double left = normal.sums[i][j] - sum;
+      if (j == i && left <= kSmallestCholeskyPivot) return false;
+      u[i][j] = j == i ? std::sqrt(left) : left / u[i][i];
+    }
+  }
+  for (std::size_t i = 0; i < n; ++i) {
+    double sum = 0.0;
+    for (std::size_t k = 0; k < i; ++k) sum += u[k][i] * y[k];
+    y[i] = (normal.sums[i][n] - sum) / u[i][i];
+  }
+  for (std::size_t i = n; i-- > 0;) {
+    double sum = 0.0;
+    for (std::size_t k = i + 1; k < n; ++k) sum += u[i][k] * x[k];
+    x[i] = (y[i] - sum) / u[i][i];
+  }
+  return true;
+}
+
+/// The inverse of the normal matrix.
+TMatrix InverseOf(const TNormalEquations& normal) {
+  TMatrix matrix(normal.unknowns, normal.unknowns);
+  for (std::size_t k = 0; k < normal.unknowns; ++k) {
+    for (std::size_t j = 0; j < normal.unknowns; ++j) matrix[k][j] = normal.sums[std::min(k, j)][std::max(k, j)];
+  }
+  return ~matrix;
 }
 
 /// True when no chosen tie lies near the line that the map sends to infinity.
@@ -68,11 +118,10 @@ TPlaneEquations EquationsAt(const TPlaneMap& map, const TPlaneTie& tie) {
   const double w = Denominator(map, x, y);
   const double mapped[2] = {(map[0] * x + map[1] * y + map[2]) / w, (map[3] * x + map[4] * y + map[5]) / w};
   TPlaneEquations equations = {};
+  const double of_row[3] = {x / w, y / w, 1.0 / w};
   for (std::size_t axis = 0; axis < 2; ++axis) {
     double* row = equations.design[axis];
-    row[3 * axis] = x / w;
-    row[3 * axis + 1] = y / w;
-    row[3 * axis + 2] = 1.0 / w;
+    std::copy_n(of_row, 3, row + 3 * axis);
     row[6] = -mapped[axis] * x / w;
     row[7] = -mapped[axis] * y / w;
     equations.residual[axis] = tie.to[axis] - mapped[axis];
@@ -89,14 +138,15 @@ double SquaredResidual(const TPlaneMap& map, const TPlaneTie& tie) {
 }
 
 double TPlaneFit::VarianceAt(TRPCRefinementTransformType type, double x, double y) const {
-  const std::size_t* parameters = ParametersOf(type);
   const std::size_t unknowns = FreeParameters(type);
   const TPlaneEquations equations = EquationsAt(map, {{x, y}, {0.0, 0.0}, 1.0});
   double sum = 0.0;
-  for (const auto& row : equations.design) {
-    for (std::size_t i = 0; i < unknowns; ++i) {
-      for (std::size_t j = 0; j < unknowns; ++j) {
-        sum += row[parameters[i]] * cofactors[i * unknowns + j] * row[parameters[j]];
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    const TRowParameters row = RowParametersOf(type, axis);
+    const double* const design = equations.design[axis];
+    for (std::size_t i = 0; i < row.count; ++i) {
+      for (std::size_t j = 0; j < row.count; ++j) {
+        sum += design[row.element[i]] * cofactors[row.free[i] * unknowns + row.free[j]] * design[row.element[j]];
       }
     }
   }
@@ -116,27 +166,95 @@ double TPlaneFit::Bilinear(TRPCRefinementTransformType type, const double* left,
 
 std::size_t FreeParameters(TRPCRefinementTransformType type) { return FindRefinementKind(type)->parameterCount; }
 
-bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
-                 const std::vector<std::size_t>& chosen, TPlaneMap* map) {
+namespace {
+
+/// \param at_rest a step below this is the last one.
+bool Iterate(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+             const std::vector<std::size_t>& chosen, double at_rest, TPlaneMap* map) {
   constexpr int kMostSteps = 20;
-  constexpr double kAtRest = 1e-13;  // coordinates are near 1
+  const TRefinementKind& kind = *FindRefinementKind(type);
   TPlaneMap current = kIdentityMap;
-  TVector step;
   for (int round = 0; round < kMostSteps; ++round) {
-    const TNormalEquations normal = FormNormalEquations(type, ties, chosen, current);
-    if (!Cholesky(normal.matrix, normal.free_term, step)) return false;
-    for (std::size_t k = 0; k < FreeParameters(type); ++k) current[ParametersOf(type)[k]] += step(k);
+    double step[kMost];
+    if (!Solve(FormNormalEquations(type, ties, chosen, current), step)) return false;
+    double largest = 0.0;
+    for (std::size_t k = 0; k < kind.parameterCount; ++k) {
+      current[kind.parameters[k]] += step[k];
+      largest = std::max(largest, std::fabs(step[k]));
+    }
     if (!IsTame(current, ties, chosen)) return false;
-    if (step.Norma1() < kAtRest) break;
+    if (largest < at_rest) break;
   }
   *map = current;
   return true;
 }
 
+using TCorners = double[4][2];
+using TProjectivity = double[3][3];
+
+/// The projective map of the corners (0, 0), (1, 0), (1, 1), (0, 1) of a square to these; not finite where three of
+/// them lie on a line. P. Heckbert, "Fundamentals of texture mapping and image warping" (1989), section 2.2.3.
+void MapSquare(const TCorners& to, TProjectivity map) {
+  double sum[2], right[2], left[2];  // of the corners with alternating signs; of the sides to the third one
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    sum[axis] = to[0][axis] - to[1][axis] + to[2][axis] - to[3][axis];
+    right[axis] = to[1][axis] - to[2][axis];
+    left[axis] = to[3][axis] - to[2][axis];
+  }
+  const double determinant = right[0] * left[1] - left[0] * right[1];
+  map[2][0] = (sum[0] * left[1] - left[0] * sum[1]) / determinant;
+  map[2][1] = (right[0] * sum[1] - sum[0] * right[1]) / determinant;
+  map[2][2] = 1.0;
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    map[axis][0] = to[1][axis] - to[0][axis] + map[2][0] * to[1][axis];
+    map[axis][1] = to[3][axis] - to[0][axis] + map[2][1] * to[3][axis];
+    map[axis][2] = to[0][axis];
+  }
+}
+
+/// The projective map through four ties: from the plane to the square, by the adjugate, and on to the other plane.
+TPlaneMap Projectivity(const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen) {
+  TCorners from, to;
+  for (std::size_t i = 0; i < 4; ++i) {
+    std::copy_n(ties[chosen[i]].from, 2, from[i]);
+    std::copy_n(ties[chosen[i]].to, 2, to[i]);
+  }
+  TProjectivity of_from, of_to, adjugate, product = {};
+  MapSquare(from, of_from);
+  MapSquare(to, of_to);
+  for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t j = 0; j < 3; ++j) {
+      const std::size_t r = (j + 1) % 3, s = (j + 2) % 3, c = (i + 1) % 3, d = (i + 2) % 3;
+      adjugate[i][j] = of_from[r][c] * of_from[s][d] - of_from[r][d] * of_from[s][c];
+    }
+  }
+  for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t j = 0; j < 3; ++j) {
+      for (std::size_t k = 0; k < 3; ++k) product[i][j] += of_to[i][k] * adjugate[k][j];
+    }
+  }
+  TPlaneMap map;
+  for (std::size_t k = 0; k < kMost; ++k) map[k] = product[k / 3][k % 3] / product[2][2];
+  return map;
+}
+
+}  // namespace
+
+bool PassPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+                  const std::vector<std::size_t>& chosen, TPlaneMap* map) {
+  if (type == TRPCRefinementTransformType::Projective) {
+    *map = Projectivity(ties, chosen);
+    return IsTame(*map, ties, chosen);
+  }
+  constexpr double kAtRest = 1e-7;  // the first step is the solution, up to rounding
+  return Iterate(type, ties, chosen, kAtRest, map);
+}
+
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneFit* fit) {
-  if (!FitPlaneMap(type, ties, chosen, &fit->map)) return false;
-  const TMatrix inverse = ~FormNormalEquations(type, ties, chosen, fit->map).matrix;
+  constexpr double kAtRest = 1e-13;  // coordinates are near 1
+  if (!Iterate(type, ties, chosen, kAtRest, &fit->map)) return false;
+  const TMatrix inverse = InverseOf(FormNormalEquations(type, ties, chosen, fit->map));
   const std::size_t unknowns = FreeParameters(type);
   for (std::size_t i = 0; i < unknowns; ++i) {
     for (std::size_t j = 0; j < unknowns; ++j) fit->cofactors[i * unknowns + j] = inverse(i, j);

@@ -53,8 +53,8 @@ std::size_t FreeParameters(TRPCRefinementTransformType type);
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneFit* fit);
 
-/// Fits the chosen ties, the map only, without its cofactors.
-bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
-                 const std::vector<std::size_t>& chosen, TPlaneMap* map);
+/// The map that passes through the chosen ties, as few as determine it. \return false when they do not.
+bool PassPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+                  const std::vector<std::size_t>& chosen, TPlaneMap* map);
 
 }  // namespace SatCommonUtils::refine

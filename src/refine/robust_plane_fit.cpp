@@ -5,13 +5,16 @@
 #include "refine/robust_plane_fit.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <numeric>
 #include <random>
 #include <utility>
 
+#include "linalg/simd.h"
 #include "refine/estimation/bad_points.h"
 #include "refine/estimation/portable_math.h"
 #include "refine/refinement_kinds.h"
@@ -58,30 +61,115 @@ void ForEachSubset(std::size_t count, std::size_t size, const Visit& visit) {
   }
 }
 
+/// Ties that judge maps, one array for each of their numbers, in whole vectors: behind the last one it is repeated.
+class TJudges {
+ public:
+  explicit TJudges(const std::vector<TPlaneTie>& ties) {
+    const std::size_t stride = (ties.size() + kMostJudges - 1) / kMostJudges;
+    count_ = (ties.size() + stride - 1) / stride;
+    const std::size_t padded = (count_ + kChunk - 1) / kChunk * kChunk;
+    for (std::vector<double>& values : values_) values.resize(padded);
+    squares_.resize(padded);
+    for (std::size_t i = 0; i < padded; ++i) {
+      const TPlaneTie& tie = ties[std::min(i, count_ - 1) * stride];
+      const double values[] = {tie.from[0], tie.from[1], tie.to[0], tie.to[1], tie.root_weight};
+      for (std::size_t k = 0; k < values_.size(); ++k) values_[k][i] = values[k];
+    }
+  }
+
+  std::size_t Count() const { return count_; }
+
+  /// The squared residual of the given rank under a map; anything not below `least` where it cannot be: too many are
+  /// not, which is seen early of most maps.
+  double SquareOfRank(const TPlaneMap& map, std::size_t rank, double least) {
+    std::size_t not_below = 0;
+    const TSquares squares{map, values_, count_, least, count_ - rank, squares_.data(), &not_below};
+    map[6] == 0.0 && map[7] == 0.0 ? simd::Dispatch(squares) : simd::Dispatch(TPerspectiveSquares{squares});
+    if (not_below + rank >= count_) return least;
+    // Only those below can have the rank.
+    const auto end = std::remove_if(squares_.begin(), squares_.begin() + static_cast<std::ptrdiff_t>(count_),
+                                    [least](double square) { return !(square < least); });
+    const auto at_rank = squares_.begin() + static_cast<std::ptrdiff_t>(rank);
+    std::nth_element(squares_.begin(), at_rank, end);
+    return *at_rank;
+  }
+
+ private:
+  static constexpr std::size_t kChunk = 64;
+  using TValues = std::array<std::vector<double>, 5>;
+
+  /// `SquaredResidual` of the ties; without a perspective its denominator is exactly 1. Ends behind a chunk when as
+  /// many as `enough` are not below `least`.
+  struct TSquares {
+    const TPlaneMap& map;
+    const TValues& values;
+    std::size_t count;
+    double least;
+    std::size_t enough;
+    double* squares;
+    std::size_t* not_below;
+
+    template <int Width>
+    [[gnu::always_inline]] void Run() const {
+      Squares<Width, false>();
+    }
+    template <int Width, bool Perspective>
+    [[gnu::always_inline]] void Squares() const {
+      std::size_t above = 0;
+      for (std::size_t first = 0; first < count && above < enough; first += kChunk) {
+        for (std::size_t i = first; i < first + kChunk; i += Width) Vector<Width, Perspective>(i);
+        for (std::size_t i = first; i < std::min(first + kChunk, count); ++i) above += squares[i] < least ? 0 : 1;
+      }
+      *not_below = above;
+    }
+    template <int Width, bool Perspective>
+    [[gnu::always_inline]] void Vector(std::size_t i) const {
+      using TVector = typename simd::TLanes<Width>::TVector;
+      TVector x, y, to_x, to_y, root_weight;
+      simd::Load(values[0].data() + i, x);
+      simd::Load(values[1].data() + i, y);
+      simd::Load(values[2].data() + i, to_x);
+      simd::Load(values[3].data() + i, to_y);
+      simd::Load(values[4].data() + i, root_weight);
+      TVector mapped_x = map[0] * x + map[1] * y + map[2], mapped_y = map[3] * x + map[4] * y + map[5];
+      if constexpr (Perspective) {
+        const TVector w = map[6] * x + map[7] * y + 1.0;
+        mapped_x = mapped_x / w, mapped_y = mapped_y / w;
+      }
+      const TVector dx = (to_x - mapped_x) * root_weight, dy = (to_y - mapped_y) * root_weight;
+      const TVector square = dx * dx + dy * dy;
+      std::memcpy(squares + i, &square, sizeof square);
+    }
+  };
+  struct TPerspectiveSquares {
+    const TSquares& squares;
+
+    template <int Width>
+    [[gnu::always_inline]] void Run() const {
+      squares.template Squares<Width, true>();
+    }
+  };
+
+  std::size_t count_;
+  TValues values_;  ///< from, to, root of the weight
+  std::vector<double> squares_;
+};
+
 /// The map whose median of squared residuals is least, and that median (a little above the half, as befits a map that
 /// fits `subset size` ties exactly).
 bool FindStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, TPlaneMap* start,
                double* least_median) {
   const std::size_t subset_size = LeastTies(type);
-  const std::size_t stride = (ties.size() + kMostJudges - 1) / kMostJudges;
-  std::vector<double> squares((ties.size() + stride - 1) / stride);
-  const std::size_t middle = std::min((squares.size() + subset_size + 1) / 2, squares.size()) - 1;
+  TJudges judges(ties);
+  const std::size_t middle = std::min((judges.Count() + subset_size + 1) / 2, judges.Count()) - 1;
   *least_median = std::numeric_limits<double>::infinity();
   ForEachSubset(ties.size(), subset_size, [&](const TIndices& subset) {
     TPlaneMap map;
-    if (!FitPlaneMap(type, ties, subset, &map)) return;
-    // A map with too many residuals that are no smaller cannot have the smaller median: most are seen to be that early.
-    std::size_t not_smaller = 0;
-    for (std::size_t i = 0; i < squares.size(); ++i) {
-      squares[i] = SquaredResidual(map, ties[i * stride]);
-      if (!(squares[i] < *least_median) && ++not_smaller > squares.size() - 1 - middle) return;
-    }
-    const auto at_middle = squares.begin() + static_cast<std::ptrdiff_t>(middle);
-    std::nth_element(squares.begin(), at_middle, squares.end());
-    if (*at_middle < *least_median) {
-      *least_median = *at_middle;
-      *start = map;
-    }
+    if (!PassPlaneMap(type, ties, subset, &map)) return;
+    const double median = judges.SquareOfRank(map, middle, *least_median);
+    if (!(median < *least_median)) return;
+    *least_median = median;
+    *start = map;
   });
   return std::isfinite(*least_median);
 }
@@ -105,9 +193,6 @@ TIndices NearStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie
 struct TTest {
   double square = 0.0;
   double freedom = 0.0;
-
-  /// True when a good tie among `count` hardly ever gets so far.
-  bool Rejects(std::size_t count) const { return square > estimation::SquareBeyondChance(count, freedom); }
 };
 
 TTest TestTie(TRPCRefinementTransformType type, const TRobustPlaneFit& current, const TPlaneTie& tie, bool is_inside,
@@ -146,14 +231,20 @@ bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
     if (!FitPlaneMap(type, ties, result->inside, &result->fit)) return false;
     const double freedom = 2.0 * static_cast<double>(result->inside.size()) - static_cast<double>(FreeParameters(type));
     result->variance = freedom > 0.0 ? result->fit.sum_of_squares / freedom : 0.0;
+    // What a good tie hardly ever gets to.
+    const double limit_inside = estimation::SquareBeyondChance(ties.size(), freedom - 2.0);
+    const double limit_outside = estimation::SquareBeyondChance(ties.size(), freedom);
     TIndices next;
     next.reserve(ties.size());
+    auto inside = result->inside.cbegin();
     for (std::size_t i = 0; i < ties.size(); ++i) {
-      const bool is_inside = std::binary_search(result->inside.begin(), result->inside.end(), i);
+      const bool is_inside = inside != result->inside.cend() && *inside == i;
+      if (is_inside) ++inside;
       const TTest test = TestTie(type, *result, ties[i], is_inside, noise);
       result->standardized[i] = std::sqrt(test.square);
       const bool cannot_tell = !(test.freedom > 0.0);
-      if (cannot_tell ? is_inside : !test.Rejects(ties.size())) next.push_back(i);
+      const bool rejected = test.square > (is_inside ? limit_inside : limit_outside);
+      if (cannot_tell ? is_inside : !rejected) next.push_back(i);
     }
     if (next == result->inside || next.size() < LeastTies(type)) break;
     if (round + 1 < kMostRounds) result->inside = std::move(next);
