@@ -54,11 +54,16 @@ struct TStageKernel {
     V ground[2];
     for (int k = 0; k < 2; ++k) {
       if (scene.mapped) {
-        V c[TSightBatch::kPowers];
-        for (int power = 0; power < TSightBatch::kPowers; ++power) simd::Load(&batch.place[k][power][i], c[power]);
-        ground[k] = c[0] + u * (c[1] + u * (c[2] + u * c[3]));
+        V c0, c1, c2, c3;
+        simd::Load(&batch.place[k][0][i], c0);
+        simd::Load(&batch.place[k][1][i], c1);
+        simd::Load(&batch.place[k][2][i], c2);
+        simd::Load(&batch.place[k][3][i], c3);
+        ground[k] = c0 + u * (c1 + u * (c2 + u * c3));
       } else {
-        simd::Load(&batch.found[k][i], ground[k]);
+        V found;
+        simd::Load(&batch.found[k][i], found);
+        ground[k] = found;
       }
     }
     Place(i, ground);
@@ -90,11 +95,11 @@ struct TStageKernel {
     V line, sample, ground[2];
     GetMiss(i, line, sample);
     for (int k = 0; k < 2; ++k) {
-      V byLine, bySample;
-      simd::Load(&way.ground[k][i], ground[k]);
+      V before, byLine, bySample;
+      simd::Load(&way.ground[k][i], before);
       simd::Load(&batch.byLine[k][i], byLine);
       simd::Load(&batch.bySample[k][i], bySample);
-      ground[k] += byLine * line + bySample * sample;
+      ground[k] = before + (byLine * line + bySample * sample);
     }
     Place(i, ground);
   }

@@ -114,10 +114,13 @@ struct TBicubicCells {
     V w[4], d[4], rows[4], slopes[4];
     Weigh(x, w, d);
     for (int j = 0; j < 4; ++j) {
-      V p[4];
-      for (int i = 0; i < 4; ++i) simd::Load(&arrays.posts[4 * j + i][at], p[i]);
-      Sum(w, p, rows[j]);
-      Sum(d, p, slopes[j]);
+      V p0, p1, p2, p3;
+      simd::Load(&arrays.posts[4 * j][at], p0);
+      simd::Load(&arrays.posts[4 * j + 1][at], p1);
+      simd::Load(&arrays.posts[4 * j + 2][at], p2);
+      simd::Load(&arrays.posts[4 * j + 3][at], p3);
+      rows[j] = (w[0] * p0 + w[1] * p1) + (w[2] * p2 + w[3] * p3);
+      slopes[j] = (d[0] * p0 + d[1] * p1) + (d[2] * p2 + d[3] * p3);
     }
     Weigh(y, w, d);
     Sum(w, rows, heights.h);

@@ -177,14 +177,16 @@ struct TTerrainLocator::TParts {
 
   struct TSimpleBlock;
   struct TBlock;
-  void LocateSimple(TTileCursor& cursor, TSimpleBlock* block, TTerrainSolution* solutions) const;
+  // These return how many points are found.
+  std::size_t LocateSimple(TTileCursor& cursor, const TSightBounds& bounds, TSimpleBlock* block,
+                           TTerrainSolution* solutions) const;
   void WalkOne(TTileCursor& cursor, TBlock* block, std::size_t k) const;
   bool SolveOne(TTileCursor& cursor, TBlock* block, std::size_t k) const;
   void Complete(const TBlock& block, const double* line, const double* sample, TTerrainSolution* solutions) const;
-  void LocateOthers(TTileCursor& cursor, std::size_t count, const std::size_t* index, const double* line,
-                    const double* sample, TTerrainSolution* solutions) const;
-  void LocateBlock(TTileCursor& cursor, std::size_t count, const double* line, const double* sample,
-                   TTerrainSolution* solutions) const;
+  std::size_t LocateOthers(TTileCursor& cursor, std::size_t count, const std::size_t* index, const double* line,
+                           const double* sample, TTerrainSolution* solutions) const;
+  std::size_t LocateBlock(TTileCursor& cursor, std::size_t count, const double* line, const double* sample,
+                          TTerrainSolution* solutions) const;
   std::size_t LocateRange(std::size_t count, const double* line, const double* sample,
                           TTerrainSolution* solutions) const;
   TVisibility Look(TTileCursor* cursor, double line, double sample, double h) const;
@@ -242,64 +244,77 @@ bool TTerrainLocator::TParts::SolveOne(TTileCursor& cursor, TBlock* block, std::
   return true;
 }
 
-/// Points in squares over one tile.
-void TTerrainLocator::TParts::LocateSimple(TTileCursor& cursor, TSimpleBlock* block,
-                                           TTerrainSolution* solutions) const {
+/// Points in squares over one tile. \param bounds those of one of the squares.
+std::size_t TTerrainLocator::TParts::LocateSimple(TTileCursor& cursor, const TSightBounds& bounds, TSimpleBlock* block,
+                                                  TTerrainSolution* solutions) const {
   TSimplePoints& points = block->points;
-  if (points.count == 0) return;
-  const TSightBounds& bounds = patches.GetBounds(points.places[0].number);
   const THeightTile* const tile = cursor.GetTile(bounds.tileColumn, bounds.tileRow);
   if (tile != nullptr) terrain::SolveSimplePoints(scene, patches, *tile, &points);
+  std::size_t found = 0;
   for (std::size_t k = 0; k < points.count; ++k) {
+    TTerrainSolution& solution = solutions[block->index[k]];
     if (tile == nullptr || !(std::fabs(points.miss[k]) <= terrain::kCloseToTerrain)) {
       block->unsolved[block->unsolvedCount++] = block->index[k];
     } else if (points.residual[k] <= kWorthAStep) {
-      solutions[block->index[k]] = {points.lat[k], points.lon[k], points.h[k], points.residual[k],
-                                    TTerrainState::Found};
+      solution = {points.lat[k], points.lon[k], points.h[k], points.residual[k], TTerrainState::Found};
+      ++found;
     } else {
-      solutions[block->index[k]] = CompleteExactly(points.line[k], points.sample[k], points.h[k], false);
+      solution = CompleteExactly(points.line[k], points.sample[k], points.h[k], false);
+      found += solution ? 1 : 0;
     }
   }
   points.count = 0;
+  return found;
 }
 
 /// Points over a grid, most of them by squares and patches: every step of a block of points, then the next step.
-void TTerrainLocator::TParts::LocateBlock(TTileCursor& cursor, std::size_t count, const double* line,
-                                          const double* sample, TTerrainSolution* solutions) const {
+std::size_t TTerrainLocator::TParts::LocateBlock(TTileCursor& cursor, std::size_t count, const double* line,
+                                                 const double* sample, TTerrainSolution* solutions) const {
   TSimpleBlock simple;
+  TSquarePlace places[rpc::kLaneBlock];
   std::size_t waiting[rpc::kLaneBlock];
   std::size_t waitingCount = 0;
-  const auto take = [&](std::size_t i) {
-    TSimplePoints& points = simple.points;
-    TSquarePlace& place = points.places[points.count];
-    if (!patches.FindSquare(line[i], sample[i], &place) || !patches.GetBounds(place.number).simple) {
-      simple.unsolved[simple.unsolvedCount++] = i;
-      return;
-    }
-    // Squares over another tile have a turn of their own.
-    if (points.count > 0 && !patches.GetBounds(place.number).IsOverTileOf(patches.GetBounds(points.places[0].number))) {
+  for (std::size_t i = 0; i < count; ++i) {
+    if (patches.FindSquare(line[i], sample[i], &places[i])) {
       waiting[waitingCount++] = i;
-      return;
-    }
-    points.line[points.count] = line[i];
-    points.sample[points.count] = sample[i];
-    simple.index[points.count++] = i;
-  };
-  for (std::size_t i = 0; i < count; ++i) take(i);
-  LocateSimple(cursor, &simple, solutions);
-  while (waitingCount > 0) {
-    const std::size_t again = waitingCount;
-    waitingCount = 0;
-    for (std::size_t k = 0; k < again; ++k) take(waiting[k]);
-    LocateSimple(cursor, &simple, solutions);
+      patches.Prefetch(places[i].number);
+    } else
+      simple.unsolved[simple.unsolvedCount++] = i;
   }
-  if (simple.unsolvedCount > 0) LocateOthers(cursor, simple.unsolvedCount, simple.unsolved, line, sample, solutions);
+  std::size_t found = 0;
+  while (waitingCount > 0) {
+    TSimplePoints& points = simple.points;
+    std::size_t left = 0;
+    const TSightBounds* first = nullptr;
+    for (std::size_t k = 0; k < waitingCount; ++k) {
+      const std::size_t i = waiting[k];
+      const TSightBounds& bounds = patches.GetBounds(places[i].number);
+      if (!bounds.simple) {
+        simple.unsolved[simple.unsolvedCount++] = i;
+        continue;
+      }
+      if (first == nullptr) first = &bounds;
+      // Squares over another tile have a turn of their own.
+      if (!bounds.IsOverTileOf(*first)) {
+        waiting[left++] = i;
+        continue;
+      }
+      points.places[points.count] = places[i];
+      points.line[points.count] = line[i];
+      points.sample[points.count] = sample[i];
+      simple.index[points.count++] = i;
+    }
+    waitingCount = left;
+    if (first != nullptr) found += LocateSimple(cursor, *first, &simple, solutions);
+  }
+  if (simple.unsolvedCount == 0) return found;
+  return found + LocateOthers(cursor, simple.unsolvedCount, simple.unsolved, line, sample, solutions);
 }
 
 /// Points by their own lines of sight. \param index which of the caller's points they are.
-void TTerrainLocator::TParts::LocateOthers(TTileCursor& cursor, std::size_t count, const std::size_t* index,
-                                           const double* line, const double* sample,
-                                           TTerrainSolution* solutions) const {
+std::size_t TTerrainLocator::TParts::LocateOthers(TTileCursor& cursor, std::size_t count, const std::size_t* index,
+                                                  const double* line, const double* sample,
+                                                  TTerrainSolution* solutions) const {
   TBlock block;
   for (std::size_t k = 0; k < count; ++k) {
     const std::size_t i = index[k];
@@ -316,12 +331,12 @@ void TTerrainLocator::TParts::LocateOthers(TTileCursor& cursor, std::size_t coun
     block.s[block.count] = s;
     block.t[block.count++] = t;
   }
-  if (block.count == 0) return;
   patches.Interpolate(block.count, block.patch, block.s, block.t, scene.CountComponents(), block.sight);
   for (std::size_t k = 0; k < block.count; ++k) {
     if (!block.bounds[k]->single || !SolveOne(cursor, &block, k)) WalkOne(cursor, &block, k);
   }
   Complete(block, line, sample, solutions);
+  return std::count_if(index, index + count, [&](std::size_t i) { return bool(solutions[i]); });
 }
 
 /// Brings points from the interpolated lines of sight to the model itself: one step with the patch's derivatives, then
@@ -372,15 +387,17 @@ std::size_t TTerrainLocator::TParts::LocateRange(std::size_t count, const double
                                                  TTerrainSolution* solutions) const {
   std::size_t found = 0;
   if (scene.grid == nullptr) {
-    for (std::size_t i = 0; i < count; ++i) solutions[i] = LocateSlowly(nullptr, line[i], sample[i]);
+    for (std::size_t i = 0; i < count; ++i) {
+      solutions[i] = LocateSlowly(nullptr, line[i], sample[i]);
+      found += solutions[i] ? 1 : 0;
+    }
   } else {
     TTileCursor cursor(*scene.grid);
     for (std::size_t start = 0; start < count; start += rpc::kLaneBlock) {
       const std::size_t part = std::min(rpc::kLaneBlock, count - start);
-      LocateBlock(cursor, part, line + start, sample + start, solutions + start);
+      found += LocateBlock(cursor, part, line + start, sample + start, solutions + start);
     }
   }
-  for (std::size_t i = 0; i < count; ++i) found += solutions[i] ? 1 : 0;
   return found;
 }
 
