@@ -84,6 +84,37 @@ void Halve(const TBernstein& whole, TBernstein* first, TBernstein* second) {
   }
 }
 
+/// Whether the coefficients fall from zero or above to below zero: then so does the polynomial, once.
+bool FallsOnce(const TBernstein& p) {
+  bool falls = p.b[0] >= 0.0 && p.b[kDegree] < 0.0;
+  for (int k = 0; k < kDegree; ++k) falls = falls && p.b[k + 1] <= p.b[k];
+  return falls;
+}
+
+/// The zero of a polynomial that falls once, between 0 and 1: Newton's steps, halving where they leave what is left.
+double FindZero(const TBernstein& p) {
+  constexpr int kMostSteps = 60;
+  constexpr double kClose = 1e-13;
+  double above = 0.0;
+  double below = 1.0;
+  double t = p.b[0] / (p.b[0] - p.b[kDegree]);
+  for (int step = 0; step < kMostSteps; ++step) {
+    double b[kDegree + 1];
+    std::copy_n(p.b, kDegree + 1, b);
+    for (int k = kDegree; k > 1; --k) {
+      for (int i = 0; i < k; ++i) b[i] += t * (b[i + 1] - b[i]);
+    }
+    const double slope = kDegree * (b[1] - b[0]);
+    const double value = b[0] + t * (b[1] - b[0]);
+    (value >= 0.0 ? above : below) = t;
+    double next = t - value / slope;
+    if (!(next >= above && next <= below)) next = 0.5 * (above + below);
+    if (std::fabs(next - t) <= kClose) return next;
+    t = next;
+  }
+  return t;
+}
+
 /// The first fall through zero of `p`, whose argument runs from `from` to `to`.
 bool FindFall(const TBernstein& p, double from, double to, int depth, TSide* side, double* t) {
   constexpr int kDeepest = 50;  // then the piece is down to rounding
@@ -94,6 +125,11 @@ bool FindFall(const TBernstein& p, double from, double to, int depth, TSide* sid
   const auto [low, high] = std::minmax_element(p.b, p.b + kDegree + 1);
   // The coefficients bound the polynomial: on one side all along.
   if (*low >= 0.0 || *high < 0.0) return false;
+  if (FallsOnce(p)) {
+    *side = TSide::Below;
+    *t = from + (to - from) * FindZero(p);
+    return true;
+  }
   if (depth == kDeepest) {
     if (!(p.b[0] >= 0.0 && p.b[kDegree] < 0.0)) return false;
     *side = TSide::Below;

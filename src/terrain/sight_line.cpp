@@ -8,6 +8,7 @@
 #include "frame/zxstd/plane_length.h"
 #include "rpc/ground_solution.h"
 #include "rpc/longitude_turns.h"
+#include "rpc/rpc_boxes.h"
 
 namespace SatCommonUtils::terrain {
 
@@ -18,6 +19,10 @@ constexpr double kHeightNodes[] = {
     -0.92387953251128674, -0.38268343236508977, 0.38268343236508977, 0.92387953251128674, -1.0, 0.0, 1.0};
 constexpr int kFitted = 4;
 constexpr int kNodes = 7;
+
+/// The lowest and highest heights at which the ground near an image is looked for before its terrain is known, metres.
+constexpr double kLowestGround = -500.0;
+constexpr double kHighestGround = 9000.0;
 
 }  // namespace
 
@@ -47,6 +52,34 @@ void TScene::Place(std::size_t count, const double* lat, const double* lon, doub
     std::fill_n(heightOfBase, count, 0.0);
   else
     base->GetHeights(count, lat, lon, heightOfBase);
+}
+
+bool GetGroundBox(const TRPC& model, TTerrainBox* box) {
+  constexpr int kSide = 5;
+  const TImageBox image = ImageBoxOf(model);
+  const double low = std::fmin(kLowestGround, std::fmin(model.GetMinHeight(), model.GetMaxHeight()));
+  const double high = std::fmax(kHighestGround, std::fmax(model.GetMinHeight(), model.GetMaxHeight()));
+  *box = {HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+  for (int i = 0; i < kSide * kSide * 3; ++i) {
+    const double s = GridPlace(i / 3 / kSide, kSide, TGridNodes::Ends);
+    const double t = GridPlace(i / 3 % kSide, kSide, TGridNodes::Ends);
+    const double h = i % 3 == 0 ? low : (i % 3 == 1 ? high : 0.5 * (low + high));
+    const TGroundSolution ground =
+        SolveLatLon(model, image.line.Normalized2Initial(s), image.sample.Normalized2Initial(t), h);
+    if (!ground) continue;
+    box->south = std::fmin(box->south, ground.lat);
+    box->north = std::fmax(box->north, ground.lat);
+    box->west = std::fmin(box->west, ground.lon);
+    box->east = std::fmax(box->east, ground.lon);
+  }
+  if (!(box->south <= box->north)) return false;
+  const double marginLat = 0.1 * (box->north - box->south);
+  const double marginLon = 0.1 * (box->east - box->west);
+  box->south = std::fmax(box->south - marginLat, -90.0);
+  box->north = std::fmin(box->north + marginLat, 90.0);
+  box->west -= marginLon;
+  box->east += marginLon;
+  return true;
 }
 
 TScene MakeScene(const TRPC& model, const THeightSurface& surface) {

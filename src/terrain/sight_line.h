@@ -52,6 +52,9 @@ struct TScene {
   void Place(std::size_t count, const double* lat, const double* lon, double* column, double* row, double* base) const;
 };
 
+/// The box of the ground that the image can show at any height; false when no point of it can be had.
+bool GetGroundBox(const TRPC& model, TTerrainBox* box);
+
 TScene MakeScene(const TRPC& model, const THeightSurface& surface);
 
 /// From values at four nodes to coefficients: `c[k] = sum of m[k][i] f[i]`.

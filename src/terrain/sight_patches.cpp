@@ -9,6 +9,7 @@
 #include "linalg/simd.h"
 #include "rpc/ground_solution.h"
 #include "rpc/rpc_boxes.h"
+#include "terrain/crossing_bounds.h"
 #include "terrain/sight_square.h"
 #include "terrain/single_crossing.h"
 #include "terrain/tile_cursor.h"
@@ -298,23 +299,12 @@ void TSightPatches::Check(const TScene& scene) {
 
 namespace {
 
-/// A component over a square and a range of u: where it lies, and how fast it changes with u.
-struct TReach {
-  double low;
-  double high;
-  double leastSlope;
-  double mostSlope;  ///< absolute
-};
-
 /// \param c coefficients at the square's centre. \param change by how much each can differ in the square.
-TReach GetReach(const double* c, const double* change, double bottom, double top) {
-  const double middle = 0.5 * (bottom + top);
-  const double half = 0.5 * (top - bottom);
+TReach GetReach(const double* c, const double* change, const TSpan& u) {
   // |u| is at most 1: the powers of u leave the derivative's terms at their coefficients.
   const double bend = 2.0 * (std::fabs(c[2]) + change[2]) + 3.0 * (std::fabs(c[3]) + change[3]) + change[1];
-  const double most = std::fabs(c[1]) + bend;
-  const double reach = change[0] + change[1] + change[2] + change[3] + half * most;
-  return {Evaluate(c, middle) - reach, Evaluate(c, middle) + reach, c[1] - bend, most};
+  const double middle = 0.5 * (u.low + u.high);
+  return {middle, Evaluate(c, middle), change[0] + change[1] + change[2] + change[3], {c[1] - bend, c[1] + bend}};
 }
 
 /// A rectangle of cells.
@@ -322,39 +312,31 @@ struct TCells {
   int firstColumn, lastColumn, firstRow, lastRow;
 };
 
-/// \param margin cells by which the rectangle is larger on all sides.
-TCells GetCells(const TReach& column, const TReach& row, double margin = 0.0) {
+TCells GetCells(const TSpan& column, const TSpan& row) {
   const auto whole = [](double x) { return static_cast<int>(std::floor(std::clamp(x, -kFarOut, kFarOut))); };
-  return {whole(column.low - margin), whole(column.high + margin), whole(row.low - margin), whole(row.high + margin)};
+  return {whole(column.low), whole(column.high), whole(row.low), whole(row.high)};
 }
 
-/// Whether terrain over the cells is nowhere steeper than the lines that fall by at least `falls` for each unit of u.
-bool IsSingle(const THeightGrid& grid, const TCells& cells, double byColumn, double byRow, double falls,
-              TSightBounds* bounds) {
-  constexpr double kShare = 0.9;  // the terrain's steepness as part of the lines', at most
+/// Whether all cells that lines between two u can be over, and their neighbours, lie in one tile.
+bool LieInOneTile(const THeightGrid& grid, const TBundle& bundle, const TSpan& u, TSightBounds* bounds) {
   const THeightGridFrame& frame = grid.GetFrame();
   const int size = grid.GetTiles().GetTileSize();
-  if (grid.GetPeriod() > 0 || cells.firstColumn < 0 || cells.firstRow < 0 || cells.lastColumn > frame.columns - 2 ||
-      cells.lastRow > frame.rows - 2 || cells.firstColumn / size != cells.lastColumn / size ||
-      cells.firstRow / size != cells.lastRow / size) {
+  const TSpan columns = bundle.column.Over(u);
+  const TSpan rows = bundle.row.Over(u);
+  const TCells cells = GetCells({columns.low - kEdge, columns.high + kEdge}, {rows.low - kEdge, rows.high + kEdge});
+  if (grid.GetPeriod() > 0 || cells.firstColumn < 1 || cells.firstRow < 1 || cells.lastColumn > frame.columns - 3 ||
+      cells.lastRow > frame.rows - 3) {
     return false;
   }
   bounds->tileColumn = cells.firstColumn / size;
   bounds->tileRow = cells.firstRow / size;
-  const auto tile = grid.GetTiles().GetTile(bounds->tileColumn, bounds->tileRow);
-  if (tile == nullptr) return false;
-  double steepColumn, steepRow;
-  tile->GetSteepness(cells.firstColumn - tile->GetFirstColumn(), cells.lastColumn - tile->GetFirstColumn(),
-                     cells.firstRow - tile->GetFirstRow(), cells.lastRow - tile->GetFirstRow(), &steepColumn,
-                     &steepRow);
-  return steepColumn * byColumn + steepRow * byRow < kShare * falls;
+  return bounds->tileColumn == cells.lastColumn / size && bounds->tileRow == cells.lastRow / size;
 }
 
 }  // namespace
 
 TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch, double s, double t) const {
-  constexpr double kEdge = 1e-3;  // cells, for what the square's own polynomials leave out
-  constexpr double kRoom = 1.0;   // metres, for what the polynomials leave out of the base between its posts
+  constexpr double kRoom = 1.0;  // metres, for what the polynomials leave out of the base between its posts
   TSightLine sight;
   const TSightPatch* at = &patch;
   Interpolate(1, &at, &s, &t, kLatitude, &sight);
@@ -369,17 +351,15 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
     }
   }
   TSightBounds bounds;
-  const auto reach = [&](int component, double bottom, double top) {
-    return GetReach(sight.c[component], change[component], bottom, top);
-  };
+  const auto reach = [&](int component, const TSpan& u) { return GetReach(sight.c[component], change[component], u); };
   const auto rangeOver = [&](double bottom, double top) {
-    const TCells cells = GetCells(reach(kColumn, bottom, top), reach(kRow, bottom, top));
+    const TSpan u = {bottom, top};
+    const TCells cells = GetCells(reach(kColumn, u).Over(u), reach(kRow, u).Over(u));
     return scene.grid->GetCellRange(cells.firstColumn, cells.lastColumn, cells.firstRow, cells.lastRow);
   };
   // Height above the base, whose first power of u is nearly all there is of it; the rest is room on both sides.
   const double first = sight.c[kClearance][1];
-  const double falls = reach(kClearance, -1.0, 1.0).leastSlope;
-  if (!(falls > 0.0)) return bounds;
+  if (!(reach(kClearance, {-1.0, 1.0}).slope.low > 0.0)) return bounds;
   const double rest = change[kClearance][0] + change[kClearance][1] + std::fabs(sight.c[kClearance][2]) +
                       std::fabs(sight.c[kClearance][3]) + change[kClearance][2] + change[kClearance][3] + kRoom;
   const auto above = [&](double h) { return (h - sight.c[kClearance][0] + rest) / first; };
@@ -407,11 +387,16 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
     bounds.bottom = std::max(bounds.bottom, std::min(below(range.lowest), bounds.top));
     if (pass > 0 && bounds.top - bounds.bottom > kWorthAPass * before) break;
   }
-  const TReach column = reach(kColumn, bounds.bottom, bounds.top);
-  const TReach row = reach(kRow, bounds.bottom, bounds.top);
-  bounds.single = !rangeOver(bounds.bottom, bounds.top).voids &&
-                  IsSingle(*scene.grid, GetCells(column, row, kEdge), column.mostSlope, row.mostSlope, falls, &bounds);
-  bounds.start = 0.5 * (bounds.top + bounds.bottom);
+  TSpan u = {bounds.bottom, bounds.top};
+  const TBundle bundle = {reach(kColumn, u), reach(kRow, u), reach(kClearance, u)};
+  if (LieInOneTile(*scene.grid, bundle, u, &bounds)) {
+    const auto tile = scene.grid->GetTiles().GetTile(bounds.tileColumn, bounds.tileRow);
+    const bool bicubic = scene.grid->GetFrame().interpolation == THeightInterpolation::Bicubic;
+    bounds.single = tile != nullptr && MeetOnce(*tile, bicubic, bundle, &u);
+  }
+  bounds.top = u.high;
+  bounds.bottom = u.low;
+  bounds.start = bounds.GetMiddle();
   return bounds;
 }
 

@@ -38,10 +38,11 @@ double Split(const TCube& f, double share, double reach, double* kept) {
     for (int i = 0; i < kSide; ++i) {
       for (int j = 0; j < kSide; ++j) {
         const int inImage = i + j;
-        if (inImage + k <= 2 || inImage == 0 || (inImage == 1 && k == 2)) continue;
+        const bool stays = inImage + k <= 2 || inImage == 0 || (inImage == 1 && k == 2) || (i == 1 && j == 1 && k == 1);
+        if (stays) continue;
         double part = 1.0;
         if (k == 0 && inImage == 3) part = i == 0 || j == 0 ? 0.25 : 0.5;
-        if (k == 1 && inImage == 2 && i != j) part = 0.5;
+        if (k == 1 && inImage == 2) part = 0.5;
         lost += part * std::fabs(f[k][i][j]) * (powers[i] * powers[j] * heights[k]);
       }
     }
@@ -55,6 +56,7 @@ double Split(const TCube& f, double share, double reach, double* kept) {
                                       f[1][0][0] + 0.5 * (f[1][2][0] + f[1][0][2]) * powers[2],
                                       f[1][1][0] * share,
                                       f[1][0][1] * share,
+                                      f[1][1][1] * powers[2],
                                       f[2][0][0],
                                       f[2][1][0] * share,
                                       f[2][0][1] * share,

@@ -5,9 +5,9 @@
 
 namespace SatCommonUtils::terrain {
 
-/// Terms of a square's polynomials: 1, s, t, s^2, s t, t^2, u, s u, t u, u^2, s u^2, t u^2, u^3. s and t run with line
-/// and sample from -1 to 1 across the square, u counts from the middle of its bounds.
-constexpr int kSquareTerms = 13;
+/// Terms of a square's polynomials: 1, s, t, s^2, s t, t^2, u, s u, t u, s t u, u^2, s u^2, t u^2, u^3. s and t run
+/// with line and sample from -1 to 1 across the square, u counts from the middle of its bounds.
+constexpr int kSquareTerms = 14;
 
 /// The components of a square's term lie side by side, by twos: column and row; with a base or a mapping, clearance and
 /// nothing; with a mapping, longitude and latitude.

@@ -301,9 +301,9 @@ struct TFillKernel {
     const TPair bentT = t * c[5];
     const TPair mixed = s * c[4];
     pair.byPower[0] = c[0] + (s * (c[1] + bentS) + t * (c[2] + mixed + bentT));
-    pair.byPower[1] = c[6] + (s * c[7] + t * c[8]);
-    pair.byPower[2] = c[9] + (s * c[10] + t * c[11]);
-    pair.byPower[3] = c[12];
+    pair.byPower[1] = c[6] + (s * (c[7] + t * c[9]) + t * c[8]);
+    pair.byPower[2] = c[10] + (s * c[11] + t * c[12]);
+    pair.byPower[3] = c[13];
     pair.byLine = c[1] + (bentS + bentS) + t * c[4];
     pair.bySample = c[2] + (bentT + bentT) + mixed;
   }

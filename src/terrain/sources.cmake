@@ -1,6 +1,7 @@
 target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/cell.cpp
   ${CMAKE_CURRENT_LIST_DIR}/cell_crossing.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/crossing_bounds.cpp
   ${CMAKE_CURRENT_LIST_DIR}/grid_walk.cpp
   ${CMAKE_CURRENT_LIST_DIR}/height_grid.cpp
   ${CMAKE_CURRENT_LIST_DIR}/height_surface.cpp

@@ -10,7 +10,6 @@
 
 #include "rpc/blocks.h"
 #include "rpc/ground_solution.h"
-#include "rpc/rpc_boxes.h"
 #include "terrain/sight_patches.h"
 #include "terrain/simple_points.h"
 #include "terrain/walk.h"
@@ -32,9 +31,6 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// The lowest and highest heights at which the ground near an image is looked for before its terrain is known, metres.
-constexpr double kLowestGround = -500.0;
-constexpr double kHighestGround = 9000.0;
 /// Lines of sight start and end this far outside the range of heights, metres.
 constexpr double kRoom = 1.0;
 /// A result of interpolated lines of sight that misses by more than this, pixels, is solved anew by the model.
@@ -44,35 +40,6 @@ constexpr int kDeepest = 6;
 /// How far below a crossing, in metres of height, the search for the next one begins: past what the chords of the walk
 /// and the interpolated base leave open of the crossing's place.
 constexpr double kPastCrossing = 0.01;
-
-/// The box of the ground that the image can show at any height; false when no point of it can be had.
-bool GetGroundBox(const TRPC& model, TTerrainBox* box) {
-  constexpr int kSide = 5;
-  const TImageBox image = ImageBoxOf(model);
-  const double low = std::fmin(kLowestGround, std::fmin(model.GetMinHeight(), model.GetMaxHeight()));
-  const double high = std::fmax(kHighestGround, std::fmax(model.GetMinHeight(), model.GetMaxHeight()));
-  *box = {HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
-  for (int i = 0; i < kSide * kSide * 3; ++i) {
-    const double s = GridPlace(i / 3 / kSide, kSide, TGridNodes::Ends);
-    const double t = GridPlace(i / 3 % kSide, kSide, TGridNodes::Ends);
-    const double h = i % 3 == 0 ? low : (i % 3 == 1 ? high : 0.5 * (low + high));
-    const TGroundSolution ground =
-        SolveLatLon(model, image.line.Normalized2Initial(s), image.sample.Normalized2Initial(t), h);
-    if (!ground) continue;
-    box->south = std::fmin(box->south, ground.lat);
-    box->north = std::fmax(box->north, ground.lat);
-    box->west = std::fmin(box->west, ground.lon);
-    box->east = std::fmax(box->east, ground.lon);
-  }
-  if (!(box->south <= box->north)) return false;
-  const double marginLat = 0.1 * (box->north - box->south);
-  const double marginLon = 0.1 * (box->east - box->west);
-  box->south = std::fmax(box->south - marginLat, -90.0);
-  box->north = std::fmin(box->north + marginLat, 90.0);
-  box->west -= marginLon;
-  box->east += marginLon;
-  return true;
-}
 
 /// One image point on its way.
 struct TPoint {
@@ -406,7 +373,7 @@ TTerrainLocator::TTerrainLocator(const TRPC& model, const THeightSurface& surfac
   parts_->scene = terrain::MakeScene(model, surface);
   parts_->options = options;
   TTerrainBox box;
-  parts_->modelWorks = model.EnsureApproximation() && GetGroundBox(model, &box);
+  parts_->modelWorks = model.EnsureApproximation() && terrain::GetGroundBox(model, &box);
   if (!parts_->modelWorks) return;
   parts_->range = surface.GetRange(box);
   if (!parts_->range.IsKnown()) return;

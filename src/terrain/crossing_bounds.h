@@ -1,0 +1,43 @@
+#pragma once
+// What the cells below a square of the image say of its lines of sight: where they can meet the terrain, and whether
+// more than once.
+
+#include "terrain/height_tile.h"
+
+namespace SatCommonUtils::terrain {
+
+/// Cells by which a line may be elsewhere than its bundle says: what a square's own polynomials leave out, and more.
+constexpr double kEdge = 1e-3;
+
+struct TSpan {
+  double low;
+  double high;
+  bool IsEmpty() const { return !(low <= high); }
+};
+
+/// A component of the lines of sight of a square (column, row or clearance) by u.
+struct TReach {
+  double middle;  ///< u where the values are `value`, give or take `room`
+  double value;
+  double room;
+  TSpan slope;  ///< by u, of all lines, everywhere
+
+  /// The values over a span of u.
+  TSpan Over(const TSpan& u) const;
+  /// Where in a span of u some line may have one of `values`.
+  TSpan When(const TSpan& values, const TSpan& u) const;
+};
+
+/// The lines of sight of a square.
+struct TBundle {
+  TReach column;
+  TReach row;
+  TReach clearance;
+};
+
+/// Looks at the cells below the lines between two u. True: none of them is void, and wherever a line can meet one, the
+/// line comes down faster than the terrain along it, so that no line meets the terrain more than once.
+/// \param u the span in question; cut to where lines may meet terrain or pass over voids.
+bool MeetOnce(const THeightTile& tile, bool bicubic, const TBundle& bundle, TSpan* u);
+
+}  // namespace SatCommonUtils::terrain
