@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,8 @@ constexpr std::size_t kPanelColumns = 96;
 constexpr std::size_t kSmallSystem = 64;
 constexpr std::size_t kMiddleSystem = 400;
 constexpr std::size_t kNarrowPanelColumns = 48;
+// Doubles of one access to memory: shares of columns are whole ones.
+constexpr std::size_t kCacheLine = 8;
 
 // The state of an elimination.
 struct TSystem {
@@ -113,29 +116,64 @@ struct TSubtractTogether {
   }
 };
 
-// Does in `columns`, which are outside the panel, what the panel's eliminated columns call for. The columns are
-// independent of each other: every thread does some of them.
-void EliminateOutside(const TSystem& system, TRange panel, TRange columns) {
-  const std::size_t below = system.n - panel.last;
-  if (columns.first == columns.last || panel.first == panel.last) return;
-  TProduct product{
-      {system.factors + panel.last, true}, {nullptr}, panel.last - panel.first, below, columns.last - columns.first};
-  product.term = TTerm::Subtracted;
-  product.add = true;
-  const std::vector<TWorkspace> workspaces = Workspaces(product, system.team);
-  std::vector<std::vector<double*>> rows(system.team, std::vector<double*>(system.n - panel.first));
-  OnTeamOrAlone(system.team, [&](std::size_t thread, std::size_t threads) {
-    const TRange share = ColumnShare(columns, thread, threads);
-    if (share.first == share.last) return;
-    simd::Dispatch(TSubtractTogether{system, panel, 0, share, panel.last});
-    std::vector<double*>& own = rows[thread];
-    for (std::size_t i = 0; i < own.size(); ++i) own[i] = system.a[panel.first + i] + share.first;
-    TProduct part = product;
+// What the eliminated columns of a panel call for in the columns outside of it, which are independent of each other. It
+// goes by the order that the rows have now: they may be exchanged meanwhile, and other factors be made.
+class TOutside {
+ public:
+  // \param done the eliminated columns. \param team threads that will take part.
+  TOutside(const TSystem& system, TRange done, std::size_t team)
+      : a_(system.a, system.a + system.n),
+        factors_(system.factors, system.factors + system.n),
+        system_(system),
+        done_(done),
+        product_{
+            {factors_.data() + done.last, true}, {nullptr}, done.last - done.first, system.n - done.last, system.n},
+        rows_(team, std::vector<double*>(system.n - done.first)) {
+    system_.a = a_.data();
+    system_.factors = factors_.data();
+    product_.term = TTerm::Subtracted;
+    product_.add = true;
+    workspaces_ = Workspaces(product_, team);
+  }
+  TOutside(const TOutside&) = delete;
+  TOutside& operator=(const TOutside&) = delete;
+
+  void Eliminate(TRange columns, std::size_t thread) {
+    if (columns.first >= columns.last || done_.first == done_.last) return;
+    simd::Dispatch(TSubtractTogether{system_, done_, 0, columns, done_.last});
+    std::vector<double*>& own = rows_[thread];
+    for (std::size_t i = 0; i < own.size(); ++i) own[i] = a_[done_.first + i] + columns.first;
+    TProduct part = product_;
     part.y.rows = own.data();
-    part.columns = share.last - share.first;
-    Multiply(part, {0, below}, own.data() + product.inner, workspaces[thread]);
-  });
-}
+    part.columns = columns.last - columns.first;
+    Multiply(part, {0, product_.rows}, own.data() + product_.inner, workspaces_[thread]);
+  }
+
+  // A thread's share of the columns left of `left` and of those right of the panel `next`, which the first one does as
+  // well.
+  void EliminateShare(std::size_t left, TRange next, std::size_t thread, std::size_t threads) {
+    const std::size_t count = left + system_.n - next.last;
+    const std::size_t width = next.last - next.first;
+    const std::size_t panel = width == 0 ? 0 : width + kPanelWorth;
+    const std::size_t even = (count + panel) / threads;
+    const std::size_t of_first = threads == 1 ? count : even > panel ? (even - panel) / kCacheLine * kCacheLine : 0;
+    const TRange share = thread == 0 ? TRange{0, of_first} : ColumnShare({of_first, count}, thread - 1, threads - 1);
+    Eliminate({share.first, std::min(share.last, left)}, thread);
+    Eliminate({next.last + std::max(share.first, left) - left, next.last + std::max(share.last, left) - left}, thread);
+  }
+
+ private:
+  // The time that a panel takes when its last update is done, in columns outside: measured with panels of both widths.
+  static constexpr std::size_t kPanelWorth = 160;
+
+  std::vector<double*> a_;
+  std::vector<double*> factors_;
+  TSystem system_;
+  TRange done_;
+  TProduct product_;
+  std::vector<TWorkspace> workspaces_;
+  std::vector<std::vector<double*>> rows_;
+};
 
 // Eliminates the columns of a piece of the panel that begins at `panel_first`. Returns the column that it came to,
 // which is before the end of the piece when a column has no pivot or the poll stops; `*goes_on` is false then.
@@ -161,26 +199,57 @@ std::size_t EliminatePiece(TSystem* system, TRange piece, std::size_t panel_firs
   return column;
 }
 
-// Eliminates the columns of a panel, piece by piece. Returns false when a column has no pivot or the poll stops; all
-// columns are then as far as the loops that take one column at a time.
-bool EliminatePanel(TSystem* system, TRange panel) {
+// Eliminates the columns of a panel, piece by piece. Returns the column that it came to, as `EliminatePiece` does; all
+// columns of the panel are then as far as the loops that take one column at a time.
+std::size_t EliminatePanel(TSystem* system, TRange panel, bool* goes_on) {
   const bool left = system->left_columns == TLeftColumns::Eliminate;
-  bool goes_on = true;
   std::size_t column = panel.first;
   const std::size_t width = system->n <= kSmallSystem ? kSmallSystem : kPieceColumns;
-  for (std::size_t first = panel.first; goes_on && first < panel.last; first += width) {
+  for (std::size_t first = panel.first; *goes_on && first < panel.last; first += width) {
     const TRange piece{first, std::min(first + width, panel.last)};
-    column = EliminatePiece(system, piece, panel.first, &goes_on);
+    column = EliminatePiece(system, piece, panel.first, goes_on);
     const TRange done{first, column};
     const std::size_t place = first - panel.first;
     // On one thread: a meeting a piece would cost more than it gives.
     if (left) simd::Dispatch(TSubtractTogether{*system, done, place, {panel.first, first}, system->n});
     simd::Dispatch(TSubtractTogether{*system, done, place, {piece.last, panel.last}, system->n});
   }
-  const TRange done{panel.first, column};
-  if (left) EliminateOutside(*system, done, {0, panel.first});
-  EliminateOutside(*system, done, {panel.last, system->n});
-  return goes_on;
+  return column;
+}
+
+// Eliminates all columns by panels of `width`. While one thread eliminates a panel, the others do what the panel before
+// calls for elsewhere (J. Dongarra, P. Luszczek, A. Petitet, "The LINPACK benchmark: past, present and future", 2003,
+// doi:10.1002/cpe.728, on looking ahead). Returns false when a column has no pivot or the poll stops; all columns are
+// then as far as the loops that take one column at a time. \param spare_factors as the system's: those of one panel are
+// made while those of the one before are needed.
+bool EliminateAll(TSystem* system, std::size_t width, double** spare_factors) {
+  const std::size_t n = system->n;
+  bool goes_on = true;
+  TRange panel{0, std::min(width, n)};
+  std::size_t column = EliminatePanel(system, panel, &goes_on);
+  for (;;) {
+    const bool is_last = !goes_on || panel.last == n;
+    const TRange next{panel.last, is_last ? panel.last : std::min(panel.last + width, n)};
+    const std::size_t left = system->left_columns == TLeftColumns::Eliminate ? panel.first : 0;
+    if (left == 0 && next.first == n) return goes_on;
+    TOutside outside(*system, {panel.first, column}, system->team);
+    std::swap(system->factors, spare_factors);
+    std::exception_ptr of_poll;
+    OnTeamOrAlone(system->team, [&](std::size_t thread, std::size_t threads) {
+      if (thread == 0 && !is_last) {
+        try {
+          outside.Eliminate(next, thread);
+          column = EliminatePanel(system, next, &goes_on);
+        } catch (...) {
+          of_poll = std::current_exception();
+        }
+      }
+      outside.EliminateShare(left, next, thread, threads);
+    });
+    if (of_poll != nullptr) std::rethrow_exception(of_poll);
+    if (is_last) return goes_on;
+    panel = next;
+  }
 }
 
 }  // namespace
@@ -188,10 +257,9 @@ bool EliminatePanel(TSystem* system, TRange panel) {
 double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns) {
   const std::size_t panel = n <= kSmallSystem || n > kMiddleSystem ? kPanelColumns : kNarrowPanelColumns;
   const WorkMatrix factors(n, std::min(n, panel));
+  const WorkMatrix spare_factors(n > panel ? n : 0, panel);
   TSystem system{a, b, n, poll, left_columns, factors.GetRows(), 1.0, SolverTeamSize(n)};
-  for (std::size_t first = 0; first < n; first += panel) {
-    if (!EliminatePanel(&system, {first, std::min(first + panel, n)})) return 0.0;
-  }
+  if (!EliminateAll(&system, panel, spare_factors.GetRows())) return 0.0;
   double determinant = system.sign;
   for (std::size_t i = 0; i < n; ++i) determinant *= a[i][i];
   if (Stops(poll)) return 0.0;

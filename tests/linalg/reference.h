@@ -165,11 +165,14 @@ inline std::vector<double> ReferenceCholeskySolve(const Rows& u, const std::vect
 }
 
 /// Elimination with partial pivoting in place; x stays as it is when the determinant is 0.0.
-inline double ReferenceGauss(Rows* system, std::vector<double>* b, std::vector<double>* x) {
+/// \param columns after which a poll stops the work.
+inline double ReferenceGauss(Rows* system, std::vector<double>* b, std::vector<double>* x,
+                             std::size_t columns = static_cast<std::size_t>(-1)) {
   Rows& a = *system;
   const std::size_t n = a.size();
   double det = 1.0;
   for (std::size_t c = 0; c + 1 < n; ++c) {
+    if (c == columns) return 0.0;
     std::size_t pivot = c;
     for (std::size_t r = c + 1; r < n; ++r) {
       if (std::fabs(a[r][c]) > std::fabs(a[pivot][c])) pivot = r;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <thread>
 
 #include "frame/zxstd/threads.h"
@@ -215,6 +216,48 @@ TEST(Solvers, HaveTheSameBitsOnEveryNumberOfThreads) {
   ASSERT_TRUE(ReferenceCholesky(positive, &u));
   EXPECT_TRUE(SameBits(first_left, left) && SameBits(first_y.data(), y.data(), kSize));
   EXPECT_TRUE(SameBits(first_x.data(), ReferenceCholeskySolve(u, right).data(), kSize));
+}
+
+int ThrowingPoll() { return CancellingPoll() == 0 ? 0 : throw std::runtime_error("stop"); }
+
+// Wherever an elimination ends, the matrix and the right side are as far as those of the plain loops: columns of other
+// panels, which wait for it, included.
+TEST(GaussSolver, EndsAsThePlainLoopsOnEveryNumberOfThreads) {
+  Random random("ends of eliminations");
+  const struct {
+    std::size_t size;
+    Kind kind;
+    std::size_t zero_column;
+    std::size_t stop;
+  } rows[] = {{413, Kind::Normal, 999, 250}, {413, Kind::Normal, 999, 288},  {413, Kind::Normal, 999, 40},
+              {413, Kind::Normal, 301, 999}, {413, Kind::Normal, 412, 999},  {413, Kind::Special, 999, 999},
+              {413, Kind::Wide, 999, 400},   {413, Kind::Small, 999, 999},   {350, Kind::Normal, 999, 190},
+              {350, Kind::Normal, 144, 999}, {350, Kind::Special, 999, 999}, {70, Kind::Normal, 50, 999},
+              {70, Kind::Normal, 999, 49}};
+  for (const auto& row : rows) {
+    const std::size_t n = row.size;
+    Rows values = RandomRows(&random, n, n, row.kind);
+    for (std::size_t i = 0; i < n && row.zero_column < n; ++i) values[i][row.zero_column] = i % 3 == 0 ? -0.0 : 0.0;
+    const std::vector<double> right = RandomVector(&random, n, row.kind);
+    Rows left = values;
+    std::vector<double> b = right, x(n);
+    const double expected = ReferenceGauss(&left, &b, &x, row.stop);
+    for (const int threads : {1, 2, 5}) {
+      ZxSetThreadsCount(threads);
+      RawMatrix a(values);
+      std::vector<double> own_b = right, own_x(n);
+      ArmPoll(static_cast<int>(row.stop));
+      const double determinant = Gauss(a.Get(), own_b.data(), own_x.data(), n, row.stop < n ? CancellingPoll : nullptr);
+      EXPECT_TRUE(SameBits(&determinant, &expected, 1)) << n << ", " << threads << " threads";
+      EXPECT_TRUE(SameBits(a.Values(), left)) << n << ", " << threads << " threads, stop " << row.stop;
+      EXPECT_TRUE(SameBits(own_b.data(), b.data(), n)) << n << ", " << threads << " threads, stop " << row.stop;
+      ArmPoll(200);
+      if (n < 200 || row.kind != Kind::Normal || row.zero_column < 200) continue;
+      RawMatrix thrown(values);
+      EXPECT_THROW(Gauss(thrown.Get(), own_b.data(), own_x.data(), n, ThrowingPoll), std::runtime_error);
+    }
+  }
+  ZxSetThreadsCount(0);
 }
 
 TEST(GaussSolver, SignsTheDeterminantAndStopsAtZeroColumns) {
