@@ -125,6 +125,11 @@ struct TMeasuredColumn {
   }
 };
 
+/// Rare, so apart from the kernels, which have room for little else in the processor's caches of instructions.
+[[gnu::noinline]] inline void TurnEach(double center, std::size_t count, double* lon) {
+  for (std::size_t i = 0; i < count; ++i) lon[i] = LongitudeInTurn(center, lon[i]);
+}
+
 /// Longitudes in the turn of the model, as `LongitudeInTurn` gives them.
 template <class T>
 [[gnu::always_inline]] inline void TurnLongitudes(double center, const T& lon, T& turned) {
@@ -133,9 +138,10 @@ template <class T>
   FlagWithin(T(lon - center), kSurelyNear, near);
   turned = lon + 0.0;  // no turn is a turn of 0 degrees
   if (!AnySet(TFlags<T>(~near))) return;
-  for (std::size_t lane = 0; lane < sizeof(T) / sizeof(double); ++lane) {
-    turned[lane] = LongitudeInTurn(center, lon[lane]);
-  }
+  double lanes[sizeof(T) / sizeof(double)];
+  WriteLanes(lon, lanes);
+  TurnEach(center, sizeof(T) / sizeof(double), lanes);
+  ReadLanes(lanes, turned);
 }
 
 /// A step of points whose models project as their records do: projections, equations and solutions of one vector after
@@ -150,26 +156,41 @@ struct TPlainSteps {
 
   template <class T>
   [[gnu::always_inline]] void Over() const {
-    for (std::size_t i = 0; i < count; i += sizeof(T) / sizeof(double)) {
+    constexpr std::size_t kLanes = sizeof(T) / sizeof(double);
+    T next[3];
+    NormalizeGround(0, 0, next);
+    for (std::size_t i = 0; i < count; i += kLanes) {
       TNormalEquations<N, T> equations;
-      for (std::size_t image = 0; image < arrays.images; ++image) Add(image, i, equations);
+      for (std::size_t image = 0; image < arrays.images; ++image) {
+        const T P = next[0], L = next[1], H = next[2];
+        // One image ahead: the polynomials would wait for these divisions, and these behind those of the quotients.
+        const bool last = image + 1 == arrays.images;
+        NormalizeGround(last ? 0 : image + 1, last ? std::min(i + kLanes, count - kLanes) : i, next);
+        Add(image, i, P, L, H, equations);
+      }
       TakeSteps<Height>(i, equations, points);
     }
   }
 
  private:
   template <class T>
-  [[gnu::always_inline]] void Add(std::size_t image, std::size_t i, TNormalEquations<N, T>& equations) const {
-    const TRPCPrepared& model = records[image];
-    const TRPCNormalization& axes = model.normalization;
-    T lat, lon, h, turned, P, L, H;
+  [[gnu::always_inline]] void NormalizeGround(std::size_t image, std::size_t i, T (&normalized)[3]) const {
+    const TRPCNormalization& axes = records[image].normalization;
+    T lat, lon, h, turned;
     ReadLanes(points.ground[0] + i, lat);
     ReadLanes(points.ground[1] + i, lon);
     ReadLanes(points.ground[2] + i, h);
     TurnLongitudes(axes.longitude.GetOffset(), lon, turned);
-    Normalize(axes.latitude, lat, P);
-    Normalize(axes.longitude, turned, L);
-    Normalize(axes.height, h, H);
+    Normalize(axes.latitude, lat, normalized[0]);
+    Normalize(axes.longitude, turned, normalized[1]);
+    Normalize(axes.height, h, normalized[2]);
+  }
+
+  template <class T>
+  [[gnu::always_inline]] void Add(std::size_t image, std::size_t i, const T& P, const T& L, const T& H,
+                                  TNormalEquations<N, T>& equations) const {
+    const TRPCPrepared& model = records[image];
+    const TRPCNormalization& axes = model.normalization;
     TPolynomials<T> q;
     EvaluatePolynomials<true>(model, P, L, H, q);
     T lineN, sampleN, line, sample, measuredLine, measuredSample;

@@ -163,6 +163,7 @@ template <bool Derivatives, class T, class Result>
   TakeApart(sum, result.value);
   if constexpr (Derivatives) {
     FormTermDerivatives(f);
+#pragma GCC unroll 3
     for (int i = 0; i < 3; ++i) DerivePolynomials(model, kDerivatives[i], f, result.byVariable[i]);
   }
 }
