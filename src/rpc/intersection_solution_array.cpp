@@ -164,8 +164,8 @@ class TArraySolver {
   /// Block of a group after its iteration, at the solutions.
   struct TEnd {
     rpc::TPointsUnderWay<Height> at;
-    double squares[kLaneBlock];  ///< sums of squared residuals
-    bool sound[kLaneBlock];      ///< in every image's free box
+    double squares[kLaneBlock] = {};  ///< sums of squared residuals
+    bool sound[kLaneBlock];           ///< in every image's free box
     double covariance[N][N][kLaneBlock];
     std::int64_t singular[kLaneBlock];
   };
@@ -223,7 +223,6 @@ class TArraySolver {
       for (int c = 0; c < 3; ++c) at.ground[c][i] = block.ground[c][point];
       at.variance[i] = block.variance[point];
       at.index[i] = point;
-      end->squares[i] = 0.0;
       end->sound[i] = true;
     }
     double* const byLine[3] = {at.dLine[0], at.dLine[1], at.dLine[2]};
@@ -243,6 +242,7 @@ class TArraySolver {
       rpc::RunOver(rpc::TAddImage<Height>{at, filled, m == 0});
       for (std::size_t i = 0; i < block.count; ++i) {
         double ground[3];
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): groups without starts never come here
         group->soundness[m]->Normalize(at.ground[0][i], at.ground[1][i], at.ground[2][i], ground);
         end->sound[i] = end->sound[i] && group->soundness[m]->IsFree(ground);
       }

@@ -15,7 +15,6 @@
 namespace SatCommonUtils {
 namespace {
 
-using orbmath_test::Bits;
 using orbmath_test::CameraModel;
 using orbmath_test::CameraRecord;
 using orbmath_test::kPoison;
@@ -177,7 +176,9 @@ TEST(PointArrays, IntersectLikeSinglePoints) {
                {1, {&right, &left}},
                {3, {&left, nullptr}},
                {3, {&left}}};
-  for (const auto& [count, models] : cases) {
+  for (const auto& row : cases) {
+    const std::size_t count = row.count;
+    const std::vector<const TRPC*>& models = row.models;
     std::vector<Column> line(models.size(), Column(count)), sample(models.size(), Column(count));
     std::vector<const double*> lines, samples;
     for (std::size_t m = 0; m < models.size(); ++m) {
