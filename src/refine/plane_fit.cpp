@@ -175,7 +175,7 @@ bool Iterate(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& tie
   const TRefinementKind& kind = *FindRefinementKind(type);
   TPlaneMap current = kIdentityMap;
   for (int round = 0; round < kMostSteps; ++round) {
-    double step[kMost];
+    double step[kMost] = {};
     if (!Solve(FormNormalEquations(type, ties, chosen, current), step)) return false;
     double largest = 0.0;
     for (std::size_t k = 0; k < kind.parameterCount; ++k) {
