@@ -206,19 +206,33 @@ void MarkFarOffPlane(const std::vector<TScaled>& points, std::vector<char>* susp
   }
 }
 
+// Points by coordinate, as they are evaluated together.
+struct TScaledBlock {
+  TPointBlock block;
+  alignas(64) double root_weight[TPointBlock::kSize];
+
+  void Add(const TScaled& point) {
+    const std::size_t i = block.count++;
+    block.P[i] = point.ground[0], block.L[i] = point.ground[1], block.H[i] = point.ground[2];
+    block.line[i] = point.image[0], block.sample[i] = point.image[1];
+    root_weight[i] = point.root_weight;
+  }
+};
+
 // A polynomial in the ground coordinates for line and sample.
 class TPolynomial {
  public:
   explicit TPolynomial(std::size_t terms) : terms_(terms) {}
 
-  double LengthFrom(const double* terms, const TScaled& point) const {
-    double line = 0.0, sample = 0.0;
-    for (std::size_t k = 0; k < terms_; ++k) {
-      line += coefficients_[0][k] * terms[k];
-      sample += coefficients_[1][k] * terms[k];
+  // Weighted distances of the points of a block.
+  void LengthsFrom(const TScaledBlock& points, double* lengths) const {
+    TOutputValues line, sample;
+    EvaluateOutput(points.block, TOutput::Line, outputs_[0], &line);
+    EvaluateOutput(points.block, TOutput::Sample, outputs_[1], &sample);
+    for (std::size_t i = 0; i < points.block.count; ++i) {
+      const double square = line.residual[i] * line.residual[i] + sample.residual[i] * sample.residual[i];
+      lengths[i] = std::sqrt(square) * points.root_weight[i];
     }
-    const double off_line = line - point.image[0], off_sample = sample - point.image[1];
-    return std::sqrt(off_line * off_line + off_sample * off_sample) * point.root_weight;
   }
 
   // \param rows sums of products of (terms, line, sample).
@@ -235,14 +249,14 @@ class TPolynomial {
       TVector right_side(terms_), solution;
       for (std::size_t i = 0; i < terms_; ++i) right_side[i] = sums.At(i, terms_ + axis);
       if (!Cholesky(matrix, right_side, solution)) return false;
-      for (std::size_t i = 0; i < terms_; ++i) coefficients_[axis][i] = solution(i);
+      for (std::size_t i = 0; i < terms_; ++i) outputs_[axis].numerator[i] = solution(i);
     }
     return true;
   }
 
  private:
   std::size_t terms_;
-  double coefficients_[2][kTerms] = {};
+  TRational outputs_[2];  // denominators of 1
 };
 
 // Reweighted fits of a polynomial to the points that are no suspects yet.
@@ -251,7 +265,12 @@ class TReweighting {
   TReweighting(const std::vector<TScaled>& points, std::vector<std::size_t> judges, std::size_t terms)
       : points_(points), judges_(std::move(judges)), terms_(terms), polynomial_(terms) {
     rows_.resize(judges_.size() * kTerms);
-    for (std::size_t j = 0; j < judges_.size(); ++j) FormTermsOf(points_[judges_[j]], rows_.data() + j * kTerms);
+    for (std::size_t j = 0; j < judges_.size(); ++j) {
+      const TScaled& point = points_[judges_[j]];
+      rpc::FormTerms(point.ground[0], point.ground[1], point.ground[2], rows_.data() + j * kTerms);
+      if (j % TPointBlock::kSize == 0) blocks_.emplace_back();
+      blocks_.back().Add(point);
+    }
     lengths_.resize(judges_.size());
   }
 
@@ -274,17 +293,22 @@ class TReweighting {
     return true;
   }
 
-  bool StandsOut(const TScaled& point) const {
-    double terms[kTerms];
-    FormTermsOf(point, terms);
-    return polynomial_.LengthFrom(terms, point) > kStandsOut * Deviation() + kRounding;
+  void MarkWhatStandsOut(std::vector<char>* suspect) const {
+    double lengths[TPointBlock::kSize];
+    const double limit = kStandsOut * Deviation() + kRounding;
+    TScaledBlock block{};
+    for (std::size_t first = 0; first < points_.size(); first += TPointBlock::kSize) {
+      block.block.count = 0;
+      const std::size_t last = std::min(first + TPointBlock::kSize, points_.size());
+      for (std::size_t i = first; i < last; ++i) block.Add(points_[i]);
+      polynomial_.LengthsFrom(block, lengths);
+      for (std::size_t i = first; i < last; ++i) {
+        if (lengths[i - first] > limit) (*suspect)[i] = 1;
+      }
+    }
   }
 
  private:
-  static void FormTermsOf(const TScaled& point, double* terms) {
-    rpc::FormTerms(point.ground[0], point.ground[1], point.ground[2], terms);
-  }
-
   double Deviation() const { return typical_ / kMedianLength; }
 
   bool Fit(const std::vector<double>& weights) {
@@ -305,8 +329,8 @@ class TReweighting {
       AddNormalProducts(rows_of_block_, &sums_);
     }
     if (!polynomial_.Solve(sums_)) return false;
-    for (std::size_t j = 0; j < judges_.size(); ++j) {
-      lengths_[j] = polynomial_.LengthFrom(rows_.data() + j * kTerms, points_[judges_[j]]);
+    for (std::size_t b = 0; b < blocks_.size(); ++b) {
+      polynomial_.LengthsFrom(blocks_[b], lengths_.data() + b * TPointBlock::kSize);
     }
     typical_ = TypicalOf(lengths_, terms_);
     return std::isfinite(typical_);
@@ -317,6 +341,7 @@ class TReweighting {
   std::size_t terms_;
   TPolynomial polynomial_;
   std::vector<double> rows_;
+  std::vector<TScaledBlock> blocks_;
   std::vector<double> lengths_;
   double typical_ = 0.0;
   TDesignRows rows_of_block_;
@@ -340,11 +365,7 @@ std::vector<std::size_t> FindSuspects(TPointSpan points, const double* root_weig
   const std::size_t terms = judges.size() >= 2 * kTerms ? kTerms : judges.size() >= 20 ? 10 : 4;
   if (judges.size() >= 2 * terms) {
     const auto reweighting = std::make_unique<TReweighting>(scaled, judges, terms);
-    if (reweighting->Run()) {
-      for (std::size_t i = 0; i < points.count; ++i) {
-        if (suspect[i] == 0 && reweighting->StandsOut(scaled[i])) suspect[i] = 1;
-      }
-    }
+    if (reweighting->Run()) reweighting->MarkWhatStandsOut(&suspect);
   }
   std::vector<std::size_t> suspects;
   for (std::size_t i = 0; i < points.count; ++i) {
