@@ -27,20 +27,20 @@ case $kind in
   *) echo "not static: $kind" && exit 1 ;;
 esac
 
-root=$(mktemp -d)
-trap 'rm -rf "$root"' EXIT
-cp "$tool" examples/data/pushbroom_left.RPB examples/data/pushbroom_left.tif examples/data/control.csv "$root"
-printf '47.30 8.50 410\n47.29 8.47 377.5\n' >"$root/ground.txt"
-printf '8838.75 7240.5 410\n120 33 1200\n' >"$root/image.txt"
-in_root=(chroot "$root")
-[ "$(id -u)" -eq 0 ] || in_root=(unshare -r chroot "$root")
+empty=$(mktemp -d)
+trap 'rm -rf "$empty"' EXIT
+cp "$tool" examples/data/pushbroom_left.RPB examples/data/pushbroom_left.tif examples/data/control.csv "$empty"
+printf '47.30 8.50 410\n47.29 8.47 377.5\n' >"$empty/ground.txt"
+printf '8838.75 7240.5 410\n120 33 1200\n' >"$empty/image.txt"
+in_root=(chroot "$empty")
+[ "$(id -u)" -eq 0 ] || in_root=(unshare -r chroot "$empty")
 
 # both STATUS WORD...: the tool in the empty root and in this one ends by STATUS and says the same.
 both() {
   local status=$1 there here
   shift
   there=$("${in_root[@]}" /orbmath "$@" 2>&1; echo "status $?")
-  here=$(cd "$root" && ./orbmath "$@" 2>&1; echo "status $?")
+  here=$(cd "$empty" && ./orbmath "$@" 2>&1; echo "status $?")
   [ "$there" = "$here" ] || { echo "$*: in an empty root: $there; here: $here"; exit 1; }
   [ "${there##*status }" = "$status" ] || { echo "$*: $there"; exit 1; }
   said=${there%$'\n'*}

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages in build/package, lets lintian judge them, and runs what is in them from a folder of their own.
+# Makes the Debian packages in build/package, lets lintian judge them, runs what is in them from a folder of their own, and has
+# dpkg install and remove them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/packages.sh
@@ -23,3 +24,5 @@ for package in build/package/*.deb; do dpkg-deb -x "$package" "$root"; done
 libraries=$PWD/$(dirname "$(find "$root" -name 'libOrbmath.so.*' -print -quit)")
 LD_LIBRARY_PATH=$libraries "$root/usr/bin/orbmath" info examples/data/pushbroom_left.RPB >/dev/null
 echo "packages: the tool runs from them"
+
+bash scripts/check-install.sh
