@@ -12,7 +12,8 @@ class CommaLocale {
  public:
   CommaLocale() : before_(std::setlocale(LC_ALL, nullptr)) {
     for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "ru_RU.UTF-8"}) {
-      set_ = set_ || std::setlocale(LC_ALL, name) != nullptr;
+      // Some C libraries take any name and keep their point.
+      set_ = set_ || (std::setlocale(LC_ALL, name) != nullptr && *std::localeconv()->decimal_point == ',');
     }
     if (!set_) std::puts("[ LEFT OUT ] decimal commas: no locale that has them is installed");
   }
