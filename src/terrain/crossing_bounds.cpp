@@ -78,9 +78,11 @@ bool BoundCell(const double* post, std::ptrdiff_t stride, bool bicubic, TCellBou
 
 TSpan Overlap(const TSpan& a, const TSpan& b) { return {std::max(a.low, b.low), std::min(a.high, b.high)}; }
 
-/// The largest product of one of each.
-double LargestProduct(const TSpan& a, const TSpan& b) {
-  return std::max(std::max(a.low * b.low, a.low * b.high), std::max(a.high * b.low, a.high * b.high));
+/// The products of one of each.
+TSpan Products(const TSpan& a, const TSpan& b) {
+  const double low0 = a.low * b.low, low1 = a.low * b.high, high0 = a.high * b.low, high1 = a.high * b.high;
+  return {std::min(std::min(low0, low1), std::min(high0, high1)),
+          std::max(std::max(low0, low1), std::max(high0, high1))};
 }
 
 /// The cells of a span of columns or rows, counted from `first`, at most 0 to `count` - 1.
@@ -94,30 +96,31 @@ TIndices GetIndices(const TSpan& span, int first, int count) {
 
 }  // namespace
 
+TReach::TReach(double where, double there, double give, const TSpan& gain)
+    : middle_(where), value_(there), room_(give), slope_(gain), inverse_{1.0 / gain.low, 1.0 / gain.high} {}
+
 TSpan TReach::Over(const TSpan& u) const {
-  const TSpan gain = {u.low - middle, u.high - middle};
-  const double ends[] = {gain.low * slope.low, gain.low * slope.high, gain.high * slope.low, gain.high * slope.high};
-  const auto [least, most] = std::minmax_element(ends, ends + 4);
-  return {value - room + *least, value + room + *most};
+  const TSpan gain = Products({u.low - middle_, u.high - middle_}, slope_);
+  return {value_ - room_ + gain.low, value_ + room_ + gain.high};
 }
 
 TSpan TReach::When(const TSpan& values, const TSpan& u) const {
-  const double low = values.low - room - value;
-  const double high = values.high + room - value;
-  if (slope.low > 0.0) {
-    return Overlap(u, {middle + std::min(low / slope.low, low / slope.high),
-                       middle + std::max(high / slope.low, high / slope.high)});
+  const double low = values.low - room_ - value_;
+  const double high = values.high + room_ - value_;
+  if (slope_.low > 0.0) {
+    return Overlap(u, {middle_ + std::min(low * inverse_.low, low * inverse_.high),
+                       middle_ + std::max(high * inverse_.low, high * inverse_.high)});
   }
-  if (slope.high < 0.0) {
-    return Overlap(u, {middle + std::min(high / slope.low, high / slope.high),
-                       middle + std::max(low / slope.low, low / slope.high)});
+  if (slope_.high < 0.0) {
+    return Overlap(u, {middle_ + std::min(high * inverse_.low, high * inverse_.high),
+                       middle_ + std::max(low * inverse_.low, low * inverse_.high)});
   }
   return Overlap(Over(u), values).IsEmpty() ? kNothing : u;
 }
 
 bool MeetOnce(const THeightTile& tile, bool bicubic, const TBundle& bundle, TSpan* u) {
-  if (!(bundle.clearance.slope.low > 0.0)) return false;
-  const double most = kShare * bundle.clearance.slope.low;
+  if (!(bundle.clearance.GetSlope().low > 0.0)) return false;
+  const double most = kShare * bundle.clearance.GetSlope().low;
   const TIndices rows = GetIndices(bundle.row.Over(*u), tile.GetFirstRow(), tile.GetRows());
   TSpan meetings = kNothing;
   int cells = 0;
@@ -144,7 +147,8 @@ bool MeetOnce(const THeightTile& tile, bool bicubic, const TBundle& bundle, TSpa
       Include(meeting.low, &meetings);
       Include(meeting.high, &meetings);
       once = once &&
-             LargestProduct(cell.byColumn, bundle.column.slope) + LargestProduct(cell.byRow, bundle.row.slope) < most;
+             Products(cell.byColumn, bundle.column.GetSlope()).high + Products(cell.byRow, bundle.row.GetSlope()).high <
+                 most;
     }
   }
   if (meetings.IsEmpty()) return false;

@@ -16,16 +16,23 @@ struct TSpan {
 };
 
 /// A component of the lines of sight of a square (column, row or clearance) by u.
-struct TReach {
-  double middle;  ///< u where the values are `value`, give or take `room`
-  double value;
-  double room;
-  TSpan slope;  ///< by u, of all lines, everywhere
+class TReach {
+ public:
+  /// \param where u at which the values are `there`, give or take `give`. \param gain by u, of all lines, everywhere.
+  TReach(double where, double there, double give, const TSpan& gain);
 
+  const TSpan& GetSlope() const { return slope_; }
   /// The values over a span of u.
   TSpan Over(const TSpan& u) const;
   /// Where in a span of u some line may have one of `values`.
   TSpan When(const TSpan& values, const TSpan& u) const;
+
+ private:
+  double middle_;
+  double value_;
+  double room_;
+  TSpan slope_;
+  TSpan inverse_;  ///< of both ends of the slope
 };
 
 /// The lines of sight of a square.

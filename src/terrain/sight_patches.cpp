@@ -359,7 +359,7 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
   };
   // Height above the base, whose first power of u is nearly all there is of it; the rest is room on both sides.
   const double first = sight.c[kClearance][1];
-  if (!(reach(kClearance, {-1.0, 1.0}).slope.low > 0.0)) return bounds;
+  if (!(reach(kClearance, {-1.0, 1.0}).GetSlope().low > 0.0)) return bounds;
   const double rest = change[kClearance][0] + change[kClearance][1] + std::fabs(sight.c[kClearance][2]) +
                       std::fabs(sight.c[kClearance][3]) + change[kClearance][2] + change[kClearance][3] + kRoom;
   const auto above = [&](double h) { return (h - sight.c[kClearance][0] + rest) / first; };

@@ -227,8 +227,11 @@ TEST(TerrainLocator, AGridInItsOwnPlaneIsMetAsItsHeightsSay) {
   std::copy_n(transform, 6, frame.transform);
   frame.mapping = std::make_shared<TurnedMapping>();
   std::vector<double> posts;
-  for (int i = 0; i < 401 * 381; ++i)
-    posts.push_back(700.0 + 300.0 * std::sin(i % 401 * 0.11) * std::cos(i / 401 * 0.07));
+  posts.reserve(std::size_t(401 * 381));
+  for (int i = 0; i < 401 * 381; ++i) {
+    const int row = i / 401;
+    posts.push_back(700.0 + 300.0 * std::sin(i % 401 * 0.11) * std::cos(row * 0.07));
+  }
   const THeightGrid grid(frame, posts);
   const TTerrainLocator locator(model, grid);
   Random random("plane");
