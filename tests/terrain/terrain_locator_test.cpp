@@ -127,6 +127,39 @@ TEST(TerrainLocator, TenThousandPixelsOfAMountainHitTheFirstOfSeveralCrossings) 
   EXPECT_EQ(points, 10000);
 }
 
+// Ridges with one gentle and one steep side, in each of four directions: where the steep sides face the sensor a line
+// meets them once, where they turn away it may pass over one and meet the next.
+TEST(TerrainLocator, SteepSidesCountWhereTheyTurnAwayFromTheSensor) {
+  const TRPC model = TiltedModel(1.0);
+  int several = 0;
+  for (const auto interpolation : {THeightInterpolation::Bilinear, THeightInterpolation::Bicubic}) {
+    for (const bool north : {false, true}) {
+      for (const double sign : {1.0, -1.0}) {
+        const auto ridges = [&](double lat, double lon) {
+          const double along = sign * (north ? lat - 45.0 : 0.7071 * (lon - 7.0)) * kMetresPerDegree / 700.0;
+          const double part = along - std::floor(along);
+          return 900.0 + 220.0 * (part < 0.88 ? part / 0.88 : (1.0 - part) / 0.12);
+        };
+        THeightGridFrame frame = Frame();
+        frame.interpolation = interpolation;
+        const THeightGrid grid(frame, Posts(frame, ridges));
+        const TTerrainLocator locator(model, grid);
+        Random random("ridges");
+        for (int i = 0; i < 150; ++i) {
+          const double line = random.Uniform(2000.0, 8000.0);
+          const double sample = random.Uniform(1500.0, 6500.0);
+          const std::vector<double> expected = Scan(model, grid, line, sample);
+          ASSERT_FALSE(expected.empty());
+          EXPECT_NEAR(locator.Locate(line, sample).h, expected[0], kMillimetre)
+              << north << sign << line << " " << sample;
+          several += expected.size() > 1 ? 1 : 0;
+        }
+      }
+    }
+  }
+  EXPECT_GT(several, 30);
+}
+
 TEST(TerrainLocator, BentLinesOfSightProjectBackFromTheSurface) {
   Random random("bent");
   const TRPC model = TiltedModel(1.0, 2e-3);
