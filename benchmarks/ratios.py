@@ -21,6 +21,7 @@ NAMED_OTHERWISE = {
     ("locate", "array"): {"gdal": "array to 1e-8 px"},
     ("locate", "array with status"): {"gdal": "array to 1e-8 px"},
     ("locate", "single"): {"gdal": "single to 1e-8 px"},
+    ("locate", "single with status"): {"gdal": "single to 1e-8 px"},
     ("locate", "bilinear"): {"gdal": "bilinear to 1e-6 px"},
     ("locate", "bicubic"): {"gdal": "bicubic to 1e-6 px"},
 }
