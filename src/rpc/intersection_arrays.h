@@ -42,7 +42,7 @@ class TStartImages {
       const TRPC& model = *models[image];
       if (PrepareStart(model, models[0]->GetCenterLongitude(), &start)) starts_.push_back(start);
       plain_ = plain_ && typeid(model) == typeid(TRPC);
-      if (plain_) records_.push_back(PreparedOf(model));
+      records_.push_back(&model.GetPrepared());
     }
   }
 
@@ -51,9 +51,9 @@ class TStartImages {
   };
   const std::vector<TStart>& Starts() const noexcept { return starts_; }
 
-  /// Whether every model projects as its record does. Records are there only then.
+  /// Whether every model projects as its record does.
   bool ArePlain() const noexcept { return plain_; }
-  const std::vector<TRPCPrepared>& Records() const noexcept { return records_; }
+  const std::vector<const TRPCPrepared*>& Records() const noexcept { return records_; }
 
   /// Why no point has a start, or `NotRun`.
   template <THeight Height>
@@ -64,15 +64,8 @@ class TStartImages {
   }
 
  private:
-  static TRPCPrepared PreparedOf(const TRPC& model) {
-    if (model.GetLineNormalization() == nullptr) return {};
-    TRPCData record;
-    model.GetRPCData(&record);
-    return TRPCPrepared(record);
-  }
-
   std::vector<TStart> starts_;
-  std::vector<TRPCPrepared> records_;
+  std::vector<const TRPCPrepared*> records_;
   bool plain_ = true;
   TGroundState state_ = TGroundState::NotRun;
 };
@@ -149,7 +142,7 @@ template <class T>
 template <THeight Height>
 struct TPlainSteps {
   static constexpr int N = kUnknowns<Height>;
-  const std::vector<TRPCPrepared>& records;
+  const std::vector<const TRPCPrepared*>& records;
   const TImageArrays& arrays;
   std::size_t first, blockCount, count;
   TPointsUnderWay<Height>& points;
@@ -175,7 +168,7 @@ struct TPlainSteps {
  private:
   template <class T>
   [[gnu::always_inline]] void NormalizeGround(std::size_t image, std::size_t i, T (&normalized)[3]) const {
-    const TRPCNormalization& axes = records[image].normalization;
+    const TRPCNormalization& axes = records[image]->normalization;
     T lat, lon, h, turned;
     ReadLanes(points.ground[0] + i, lat);
     ReadLanes(points.ground[1] + i, lon);
@@ -189,7 +182,7 @@ struct TPlainSteps {
   template <class T>
   [[gnu::always_inline]] void Add(std::size_t image, std::size_t i, const T& P, const T& L, const T& H,
                                   TNormalEquations<N, T>& equations) const {
-    const TRPCPrepared& model = records[image];
+    const TRPCPrepared& model = *records[image];
     const TRPCNormalization& axes = model.normalization;
     TPolynomials<T> q;
     EvaluatePolynomials<true>(model, P, L, H, q);
