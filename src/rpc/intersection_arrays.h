@@ -137,8 +137,9 @@ template <class T>
   ReadLanes(lanes, turned);
 }
 
-/// A step of points whose models project as their records do: projections, equations and solutions of one vector after
-/// the other. A solution is a chain of divisions and roots, beside which the next vector's polynomials are summed.
+/// A step of points whose models project as their records do: projections and equations of one vector after the other.
+/// The solutions follow in a pass of their own: each is a chain of divisions and roots, and so those of several vectors
+/// run beside each other.
 template <THeight Height>
 struct TPlainSteps {
   static constexpr int N = kUnknowns<Height>;
@@ -161,8 +162,9 @@ struct TPlainSteps {
         NormalizeGround(last ? 0 : image + 1, last ? std::min(i + kLanes, count - kLanes) : i, next);
         Add(image, i, P, L, H, equations);
       }
-      TakeSteps<Height>(i, equations, points);
+      WriteEquations(equations, i, points);
     }
+    TTakeSteps<Height>{points, count}.template Over<T>();
   }
 
  private:

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "linalg/simd.h"
 #include "rpc/blocks.h"
@@ -55,13 +54,50 @@ void RunOver(const Kernel& kernel) {
   simd::Dispatch(TOverVectors<Kernel>{kernel});
 }
 
-template <class From, class T>
-[[gnu::always_inline]] inline void ReadLanes(const From* from, T& x) {
-  std::memcpy(&x, from, sizeof x);
+/// Vectors in memory at any address. By their types, not by std::memcpy: of vectors wider than the base instruction set
+/// that copies halves, and a load of what was just stored in halves waits for both.
+template <class T>
+struct TInMemory {
+  // Typedefs: GCC drops the attributes of an alias declaration that depends on a template argument.
+  typedef double TNumbers __attribute__((vector_size(sizeof(T)), aligned(sizeof(double)), may_alias));
+  typedef std::int64_t TBits __attribute__((vector_size(sizeof(T)), aligned(sizeof(double)), may_alias));
+};
+
+template <class T>
+[[gnu::always_inline]] inline void ReadLanes(const double* from, T& x) {
+  x = *reinterpret_cast<const typename TInMemory<T>::TNumbers*>(from);
 }
-template <class T, class To>
-[[gnu::always_inline]] inline void WriteLanes(const T& x, To* to) {
-  std::memcpy(to, &x, sizeof x);
+template <class T>
+[[gnu::always_inline]] inline void WriteLanes(const T& x, double* to) {
+  *reinterpret_cast<typename TInMemory<T>::TNumbers*>(to) = x;
+}
+template <class T>
+[[gnu::always_inline]] inline void WriteLanes(const T& x, std::int64_t* to) {
+  *reinterpret_cast<typename TInMemory<T>::TBits*>(to) = x;
+}
+
+// Loops over unknowns are written out: what compilers leave a loop, they leave in memory.
+
+template <class T, int N, THeight Height>
+[[gnu::always_inline]] inline void ReadEquations(const TPointsUnderWay<Height>& points, std::size_t i,
+                                                 TNormalEquations<N, T>& equations) {
+#pragma GCC unroll 3
+  for (int r = 0; r < N; ++r) {
+#pragma GCC unroll 3
+    for (int c = r; c < N; ++c) ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
+    ReadLanes(points.right[r] + i, equations.right[r]);
+  }
+}
+
+template <class T, int N, THeight Height>
+[[gnu::always_inline]] inline void WriteEquations(const TNormalEquations<N, T>& equations, std::size_t i,
+                                                  TPointsUnderWay<Height>& points) {
+#pragma GCC unroll 3
+  for (int r = 0; r < N; ++r) {
+#pragma GCC unroll 3
+    for (int c = r; c < N; ++c) WriteLanes(equations.matrix[r][c], points.matrix[r][c] + i);
+    WriteLanes(equations.right[r], points.right[r] + i);
+  }
 }
 
 /// Adds the two equations of one image to those of the points; the first image begins them.
@@ -76,25 +112,19 @@ struct TAddImage {
   [[gnu::always_inline]] void Over() const {
     for (std::size_t i = 0; i < count; i += sizeof(T) / sizeof(double)) {
       TNormalEquations<N, T> equations;
-      if (!first) {
-        for (int r = 0; r < N; ++r) {
-          for (int c = r; c < N; ++c) ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
-          ReadLanes(points.right[r] + i, equations.right[r]);
-        }
-      }
+      if (!first) ReadEquations(points, i, equations);
       T row[N], measured, projected;
+#pragma GCC unroll 3
       for (int c = 0; c < N; ++c) ReadLanes(points.dSample[c] + i, row[c]);
       ReadLanes(points.measuredSample + i, measured);
       ReadLanes(points.sample + i, projected);
       equations.Add(row, measured - projected);
+#pragma GCC unroll 3
       for (int c = 0; c < N; ++c) ReadLanes(points.dLine[c] + i, row[c]);
       ReadLanes(points.measuredLine + i, measured);
       ReadLanes(points.line + i, projected);
       equations.Add(row, measured - projected);
-      for (int r = 0; r < N; ++r) {
-        for (int c = r; c < N; ++c) WriteLanes(equations.matrix[r][c], points.matrix[r][c] + i);
-        WriteLanes(equations.right[r], points.right[r] + i);
-      }
+      WriteEquations(equations, i, points);
     }
   }
 };
@@ -105,6 +135,7 @@ template <THeight Height, class T>
                                              TPointsUnderWay<Height>& points) {
   constexpr int N = kUnknowns<Height>;
   T at[N];
+#pragma GCC unroll 3
   for (int c = 0; c < N; ++c) ReadLanes(points.ground[c] + i, at[c]);
   if constexpr (Height == THeight::Observed) {
     T height, variance;
@@ -117,6 +148,7 @@ template <THeight Height, class T>
   TFlags<T> singular, arrived, small;
   FlagNotAbove(lowestPivot, kSmallestPivot, singular);
   arrived = ~singular;
+#pragma GCC unroll 3
   for (int c = 0; c < N; ++c) {
     FlagBelow(step[c], kIntersectionStop, small);
     arrived = arrived & small;
@@ -139,10 +171,7 @@ struct TTakeSteps {
   [[gnu::always_inline]] void Over() const {
     for (std::size_t i = 0; i < count; i += sizeof(T) / sizeof(double)) {
       TNormalEquations<N, T> equations;
-      for (int r = 0; r < N; ++r) {
-        for (int c = r; c < N; ++c) ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
-        ReadLanes(points.right[r] + i, equations.right[r]);
-      }
+      ReadEquations(points, i, equations);
       TakeSteps<Height>(i, equations, points);
     }
   }

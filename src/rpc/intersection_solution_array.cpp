@@ -72,9 +72,7 @@ struct TInvert {
   [[gnu::always_inline]] void Over() const {
     for (std::size_t i = 0; i < count; i += sizeof(T) / sizeof(double)) {
       rpc::TNormalEquations<N, T> equations;
-      for (int r = 0; r < N; ++r) {
-        for (int c = r; c < N; ++c) rpc::ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
-      }
+      rpc::ReadEquations(points, i, equations);
       if constexpr (Height == THeight::Observed) {
         T variance;
         rpc::ReadLanes(points.variance + i, variance);
