@@ -21,20 +21,11 @@ bool Fails() {
   return fails;
 }
 
-#if defined(_WIN32)
-
-void* Reserve(std::size_t size, std::size_t alignment) { return _aligned_malloc(size, alignment); }
-void GiveBack(void* block) { _aligned_free(block); }
-
-#else
-
 void* Reserve(std::size_t size, std::size_t alignment) {
   void* block = nullptr;
   return posix_memalign(&block, alignment, size) == 0 ? block : nullptr;
 }
 void GiveBack(void* block) { std::free(block); }
-
-#endif
 
 void* Allocate(std::size_t size, std::size_t alignment) {
   if (Fails()) return nullptr;

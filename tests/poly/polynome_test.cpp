@@ -4,14 +4,12 @@
 
 #include <cmath>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "frame/sat_data_container/string_tree.h"
 #include "linalg/raw_arrays.h"
-#include "memory/failing_memory.h"
 #include "support/bits.h"
 #include "support/random.h"
 #include "support/xml.h"
@@ -81,35 +79,6 @@ TEST(Polynome, TextsOfAllKinds) {
   for (const std::string& text : {std::string(), std::string("none"), "1;" + std::string(500, '7')}) {
     EXPECT_TRUE(!p.Initialize(text) && p == Rising({0}) && TPolynome(text) == p) << text;
   }
-}
-
-/// Runs the call while no memory can be had. \return whether it threw for that.
-template <class Call>
-bool LacksMemory(const Call& call) {
-  bool thrown = false;
-  orbmath_test::FailAllocation(1, orbmath_test::Shortage::FromThereOn);
-  try {
-    call();
-  } catch (const std::bad_alloc&) {
-    thrown = true;
-  }
-  orbmath_test::EndShortage();
-  return thrown;
-}
-
-// Memory that is not there is asked for first, and the old coefficients freed afterwards.
-TEST(Polynome, KeepsItsCoefficientsWhenMemoryFails) {
-#if defined(_WIN32)
-  GTEST_SKIP() << "the memory of a library is out of its host's reach on Windows";
-#endif
-  TPolynome p = Rising({1, 2});
-  const TPolynome longer = Rising({1, 2, 3});
-  EXPECT_TRUE(LacksMemory([&] { p.Reset(7); }));
-  EXPECT_EQ(p, Rising({1, 2}));
-  EXPECT_TRUE(LacksMemory([&] { p = longer; }));
-  EXPECT_EQ(p, Rising({1, 2}));
-  EXPECT_TRUE(LacksMemory([&] { p += longer; }));
-  EXPECT_EQ(p, Rising({1, 2}));
 }
 
 // Elements of an array lie twelve bytes apart, so that every other pointer inside is on an odd multiple of four.

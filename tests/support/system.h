@@ -8,6 +8,12 @@
 
 namespace orbmath_test {
 
+#if defined(_WIN32)
+constexpr bool kOnWindows = true;
+#else
+constexpr bool kOnWindows = false;
+#endif
+
 /// Sets a variable of the environment; a null value takes it away.
 inline void SetVariable(const char* name, const char* value) {
 #if defined(_WIN32)

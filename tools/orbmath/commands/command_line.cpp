@@ -138,6 +138,8 @@ CommandLine::CommandLine(const std::string& name, const std::string& summary, co
   parser_->app.footer(notes);
   parser_->full_name = name;
   parser_->app.formatter(parser_->layout);
+  // A word that begins with a slash is a path everywhere.
+  parser_->app.allow_windows_style_options(false);
   parser_->app.set_help_flag("-h,--help", "print this help and stop");
   parser_->options.push_back({{"-h", "--help"}, "", {}, "print this help and stop"});
   parser_->app.add_flag_callback(
