@@ -14,6 +14,7 @@
 namespace SatCommonUtils {
 namespace {
 
+using orbmath_test::CutTiles;
 using orbmath_test::Frame;
 using orbmath_test::kNaN;
 using orbmath_test::Mountain;
@@ -134,37 +135,11 @@ TEST(HeightGrid, BoundsHoldAllHeightsInABox) {
   }
 }
 
-/// Tiles cut out of a mountain, counting how often one is made.
-class MountainTiles final : public THeightTiles {
- public:
-  MountainTiles(const THeightGridFrame& frame, int size) : frame_(frame), size_(size), posts_(Posts(frame, Mountain)) {}
-  int GetTileSize() const noexcept override { return size_; }
-  std::shared_ptr<const THeightTile> GetTile(int column, int row) const override {
-    ++made;
-    const int columns = std::min(size_, frame_.columns - 1 - column * size_);
-    const int rows = std::min(size_, frame_.rows - 1 - row * size_);
-    std::vector<double> posts;
-    for (int r = row * size_ - 1; r < row * size_ + rows + 2; ++r) {
-      for (int c = column * size_ - 1; c < column * size_ + columns + 2; ++c) {
-        const bool inside = r >= 0 && r < frame_.rows && c >= 0 && c < frame_.columns;
-        posts.push_back(inside ? posts_[std::size_t(r) * frame_.columns + c] : kNaN);
-      }
-    }
-    return std::make_shared<THeightTile>(column * size_, row * size_, columns, rows, posts, frame_.interpolation);
-  }
-  mutable std::atomic<int> made{0};
-
- private:
-  THeightGridFrame frame_;
-  int size_;
-  std::vector<double> posts_;
-};
-
 TEST(HeightGrid, TilesGiveTheHeightsOfTheWholeWithinTheirMemory) {
   THeightGridFrame frame = Frame();
   frame.interpolation = THeightInterpolation::Bicubic;
   const THeightGrid whole(frame, Posts(frame, Mountain));
-  const auto source = std::make_shared<MountainTiles>(frame, 32);
+  const auto source = std::make_shared<CutTiles>(frame, Posts(frame, Mountain), 32);
   const std::size_t tileBytes = source->GetTile(0, 0)->GetBytes();
   const auto cache = std::make_shared<THeightTileCache>(source, 5 * tileBytes);
   const THeightGrid tiled(frame, cache);

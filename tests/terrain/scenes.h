@@ -1,9 +1,13 @@
 #pragma once
 // Models with straight lines of sight and terrains that the tests share.
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "rpc/rpc_model.h"
@@ -99,5 +103,33 @@ std::vector<double> Posts(const SatCommonUtils::THeightGridFrame& frame, const F
   }
   return posts;
 }
+
+/// Tiles cut out of the posts of a grid, counting how often one is made.
+class CutTiles final : public SatCommonUtils::THeightTiles {
+ public:
+  CutTiles(const SatCommonUtils::THeightGridFrame& frame, std::vector<double> posts, int size)
+      : frame_(frame), size_(size), posts_(std::move(posts)) {}
+  int GetTileSize() const noexcept override { return size_; }
+  std::shared_ptr<const SatCommonUtils::THeightTile> GetTile(int column, int row) const override {
+    ++made;
+    const int columns = std::min(size_, frame_.columns - 1 - column * size_);
+    const int rows = std::min(size_, frame_.rows - 1 - row * size_);
+    std::vector<double> posts;
+    for (int r = row * size_ - 1; r < row * size_ + rows + 2; ++r) {
+      for (int c = column * size_ - 1; c < column * size_ + columns + 2; ++c) {
+        const bool inside = r >= 0 && r < frame_.rows && c >= 0 && c < frame_.columns;
+        posts.push_back(inside ? posts_[std::size_t(r) * frame_.columns + c] : kNaN);
+      }
+    }
+    return std::make_shared<SatCommonUtils::THeightTile>(column * size_, row * size_, columns, rows, posts,
+                                                         frame_.interpolation);
+  }
+  mutable std::atomic<int> made{0};
+
+ private:
+  SatCommonUtils::THeightGridFrame frame_;
+  int size_;
+  std::vector<double> posts_;
+};
 
 }  // namespace orbmath_test

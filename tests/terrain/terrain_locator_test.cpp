@@ -18,6 +18,7 @@
 namespace SatCommonUtils {
 namespace {
 
+using orbmath_test::CutTiles;
 using orbmath_test::Formula;
 using orbmath_test::Frame;
 using orbmath_test::GentleHills;
@@ -319,6 +320,31 @@ TEST(TerrainLocator, GivesTheSameBitsInAnyOrderAndOnAnyThreads) {
     std::shuffle(order.begin(), order.end(), random.Engine());
   }
   ZxSetThreadsCount(0);
+}
+
+TEST(TerrainLocator, TilesGiveThePointsOfTheWhole) {
+  const TRPC model = TiltedModel(1.0, 1e-3);
+  const std::vector<double> posts = Posts(Frame(), GentleHills);
+  const THeightGrid whole(Frame(), posts);
+  const TTerrainLocator locator(model, whole);
+  // A block of random points lies over many tiles of 24 cells; some squares over several.
+  const THeightGrid tiled(Frame(), std::make_shared<THeightTileCache>(std::make_shared<CutTiles>(Frame(), posts, 24),
+                                                                      std::size_t(1) << 24));
+  const TTerrainLocator tiledLocator(model, tiled);
+  Random random("tiles");
+  std::vector<double> line, sample;
+  for (int i = 0; i < 1000; ++i) {
+    line.push_back(random.Uniform(500.0, 9500.0));
+    sample.push_back(random.Uniform(500.0, 7500.0));
+  }
+  std::vector<TTerrainSolution> solutions(line.size());
+  EXPECT_EQ(tiledLocator.LocateArray(line.size(), line.data(), sample.data(), solutions.data()), line.size());
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const TTerrainSolution point = locator.Locate(line[i], sample[i]);
+    const TTerrainSolution one = tiledLocator.Locate(line[i], sample[i]);
+    EXPECT_LT(Distance(solutions[i], point.lat, point.lon, point.h), 1e-4);
+    EXPECT_TRUE(SameBits(solutions[i].h, one.h) && SameBits(solutions[i].lat, one.lat));
+  }
 }
 
 TEST(TerrainLocator, TellsWhatTerrainHides) {
