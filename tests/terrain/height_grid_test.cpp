@@ -101,8 +101,8 @@ TEST(HeightGrid, AGridAroundTheEarthIsClosed) {
   frame.rows = 3;
   const double transform[] = {-180.0, 45.0, 0.0, 90.0, 0.0, -90.0};
   std::copy_n(transform, 6, frame.transform);
-  std::vector<double> heights;
-  for (int i = 0; i < 24; ++i) heights.push_back(i % 8);
+  std::vector<double> heights(24);
+  for (int i = 0; i < 24; ++i) heights[std::size_t(i)] = i % 8;
   const THeightGrid grid(frame, heights);
   for (const double lon : {157.5, -202.5, 517.5}) EXPECT_NEAR(grid.GetHeight(0.0, lon), 3.5, kRounding);
   EXPECT_NEAR(grid.GetHeight(10.0, 123.75), 6.75, kRounding);
