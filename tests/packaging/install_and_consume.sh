@@ -25,7 +25,9 @@ cmake --build "$work/examples" >/dev/null
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name orbmath.pc)")
 export PKG_CONFIG_PATH
-strict=(-std=c++17 -O2 -march=native -Wall -Wextra -Wpedantic -Werror)
+# Words: such as -stdlib=libc++, which library and host must agree on. CMake has taken them from the environment.
+read -ra flags <<<"${CXXFLAGS:-}"
+strict=("${flags[@]}" -std=c++17 -O2 -march=native -Wall -Wextra -Wpedantic -Werror)
 # shellcheck disable=SC2046 # the flags are words
 "$CXX" "${strict[@]}" $("$PKG_CONFIG" --cflags orbmath) -I "$consumer/own" "$consumer"/*.cpp -o "$work/by_pkg_config" \
   $("$PKG_CONFIG" --libs orbmath)
