@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # What takes too long for every change: everything of .ci/run, and beside it Clang's optimised build, static analysis of every file, a static
-# library with a host of it, the Debian packages, longer fuzzing, other platforms. Two to four hours on two cores.
+# library with a host of it, the Debian packages installed and removed, the same bytes from two folders, the tool as one file, longer fuzzing,
+# other platforms. Two to four hours on two cores.
 #
 #   bash scripts/check-everything.sh            check
 #   bash scripts/check-everything.sh --record   and note in .ci/analysed what the static analysis has passed
@@ -24,6 +25,12 @@ bash scripts/check-static.sh
 echo "== Debian packages"
 bash scripts/package.sh
 
+echo "== the same bytes from two folders"
+bash scripts/check-reproducible.sh
+
+echo "== the tool as one file"
+bash scripts/check-static-tool.sh
+
 echo "== benchmarks build"
 need_packages libbenchmark-dev
 cmake --preset bench >/dev/null
@@ -33,6 +40,11 @@ echo "== readers fuzzed"
 bash fuzz/run.sh build/sanitize 120
 
 echo "== other platforms (docs/platforms.md has the results)"
-bash scripts/check-aarch64.sh
+failed=()
+for platform in libcxx i686 windows aarch64 musl; do
+  echo "-- $platform ($(date +%T))"
+  bash "scripts/check-$platform.sh" || failed+=("$platform")
+done
+[ ${#failed[@]} -eq 0 ] || { echo "== FAILED on: ${failed[*]}"; exit 1; }
 
 echo "== done: $(date +%F), $(git rev-parse --short HEAD)"
