@@ -20,7 +20,7 @@ constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 }  // namespace
 
 // Emitted for hosts on Windows, whose programs import the constant where they take its address.
-constexpr std::size_t TRPCPrepared::kAlignment;
+constexpr std::size_t TRPCPrepared::kAlignment;  // NOLINT(readability-redundant-declaration)
 
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled below
 TRPCPrepared::TRPCPrepared() noexcept

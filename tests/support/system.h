@@ -14,6 +14,13 @@ constexpr bool kOnWindows = true;
 constexpr bool kOnWindows = false;
 #endif
 
+/// Whether a program stands between the system and the tests that keeps no limits.
+#if defined(ORBMATH_EMULATED)
+constexpr bool kEmulated = true;
+#else
+constexpr bool kEmulated = false;
+#endif
+
 /// Sets a variable of the environment; a null value takes it away.
 inline void SetVariable(const char* name, const char* value) {
 #if defined(_WIN32)

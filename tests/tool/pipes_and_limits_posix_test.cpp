@@ -54,6 +54,7 @@ TEST(FilesTest, ANewFileHasTheUsualPermissionsAndAnOldOneKeepsItsOwn) {
 
 TEST(FilesTest, ARefusedThreadIsCalledThat) {
   if (orbmath_test::kSanitized) GTEST_SKIP() << "a sanitizer needs more address space than this test leaves";
+  if (kEmulated) GTEST_SKIP() << "an emulator need not keep the limit of addresses";
   struct rlimit before {};
   getrlimit(RLIMIT_AS, &before);
   const struct rlimit tight = {rlim_t{400} << 20, before.rlim_max};

@@ -38,7 +38,7 @@ const char* Kind(const std::string*) { return "a text"; }
 }  // namespace
 
 // Emitted for hosts on Windows, whose programs import the constant where they take its address.
-constexpr std::size_t TZxXIniReader::npos;
+constexpr std::size_t TZxXIniReader::npos;  // NOLINT(readability-redundant-declaration)
 
 TZxXIniReader::~TZxXIniReader() = default;
 

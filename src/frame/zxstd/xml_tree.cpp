@@ -7,7 +7,7 @@
 namespace SatCommonUtils {
 
 // Emitted for hosts on Windows, whose programs import the constant where they take its address.
-constexpr std::size_t TZxXmlTagItems::npos;
+constexpr std::size_t TZxXmlTagItems::npos;  // NOLINT(readability-redundant-declaration)
 
 TZxXmlItem::~TZxXmlItem() = default;
 
