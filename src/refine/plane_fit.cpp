@@ -168,10 +168,10 @@ std::size_t FreeParameters(TRPCRefinementTransformType type) { return FindRefine
 
 namespace {
 
-/// \param at_rest a step below this is the last one.
 bool Iterate(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
-             const std::vector<std::size_t>& chosen, double at_rest, TPlaneMap* map) {
+             const std::vector<std::size_t>& chosen, TPlaneMap* map) {
   constexpr int kMostSteps = 20;
+  constexpr double kAtRest = 1e-13;  // coordinates are near 1
   const TRefinementKind& kind = *FindRefinementKind(type);
   TPlaneMap current = kIdentityMap;
   for (int round = 0; round < kMostSteps; ++round) {
@@ -183,10 +183,54 @@ bool Iterate(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& tie
       largest = std::max(largest, std::fabs(step[k]));
     }
     if (!IsTame(current, ties, chosen)) return false;
-    if (largest < at_rest) break;
+    if (largest < kAtRest) break;
   }
   *map = current;
   return true;
+}
+
+/// Twice the area of the triangle of three points, with a sign; 0 where they lie on a line up to rounding, as two equal
+/// ones do with any third: what a map divides by it would be noise.
+double AreaOf(const double* a, const double* b, const double* c) {
+  constexpr double kOnALine = 1e-10;  // sine of the angle between the sides
+  const double u[2] = {b[0] - a[0], b[1] - a[1]}, v[2] = {c[0] - a[0], c[1] - a[1]};
+  const double area = u[0] * v[1] - u[1] * v[0];
+  const double sides = (u[0] * u[0] + u[1] * u[1]) * (v[0] * v[0] + v[1] * v[1]);
+  return std::fabs(area) > kOnALine * std::sqrt(sides) ? area : 0.0;
+}
+
+/// Whether any three of the chosen ties come from one line.
+bool HasThreeOnALine(const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen) {
+  for (std::size_t i = 0; i < chosen.size(); ++i) {
+    for (std::size_t j = i + 1; j < chosen.size(); ++j) {
+      for (std::size_t k = j + 1; k < chosen.size(); ++k) {
+        if (AreaOf(ties[chosen[i]].from, ties[chosen[j]].from, ties[chosen[k]].from) == 0.0) return true;
+      }
+    }
+  }
+  return false;
+}
+
+TPlaneMap Translation(const TPlaneTie& tie) {
+  TPlaneMap map = kIdentityMap;
+  for (std::size_t axis = 0; axis < 2; ++axis) map[3 * axis + 2] = tie.to[axis] - tie.from[axis];
+  return map;
+}
+
+/// The affine map through three ties that do not come from one line, by Cramer's rule.
+TPlaneMap Affinity(const TPlaneTie& a, const TPlaneTie& b, const TPlaneTie& c) {
+  const double u[2] = {b.from[0] - a.from[0], b.from[1] - a.from[1]};
+  const double v[2] = {c.from[0] - a.from[0], c.from[1] - a.from[1]};
+  const double area = AreaOf(a.from, b.from, c.from);
+  TPlaneMap map = kIdentityMap;
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    const double to_b = b.to[axis] - a.to[axis], to_c = c.to[axis] - a.to[axis];
+    double* const row = map.data() + 3 * axis;
+    row[0] = (to_b * v[1] - to_c * u[1]) / area;
+    row[1] = (to_c * u[0] - to_b * v[0]) / area;
+    row[2] = a.to[axis] - row[0] * a.from[0] - row[1] * a.from[1];
+  }
+  return map;
 }
 
 using TCorners = double[4][2];
@@ -242,18 +286,23 @@ TPlaneMap Projectivity(const std::vector<TPlaneTie>& ties, const std::vector<std
 
 bool PassPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                   const std::vector<std::size_t>& chosen, TPlaneMap* map) {
-  if (type == TRPCRefinementTransformType::Projective) {
-    *map = Projectivity(ties, chosen);
-    return IsTame(*map, ties, chosen);
+  if (HasThreeOnALine(ties, chosen)) return false;
+  switch (type) {
+    case TRPCRefinementTransformType::Projective:
+      *map = Projectivity(ties, chosen);
+      break;
+    case TRPCRefinementTransformType::Affine:
+      *map = Affinity(ties[chosen[0]], ties[chosen[1]], ties[chosen[2]]);
+      break;
+    default:
+      *map = Translation(ties[chosen[0]]);
   }
-  constexpr double kAtRest = 1e-7;  // the first step is the solution, up to rounding
-  return Iterate(type, ties, chosen, kAtRest, map);
+  return IsTame(*map, ties, chosen);
 }
 
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneFit* fit) {
-  constexpr double kAtRest = 1e-13;  // coordinates are near 1
-  if (!Iterate(type, ties, chosen, kAtRest, &fit->map)) return false;
+  if (!Iterate(type, ties, chosen, &fit->map)) return false;
   const TMatrix inverse = InverseOf(FormNormalEquations(type, ties, chosen, fit->map));
   const std::size_t unknowns = FreeParameters(type);
   for (std::size_t i = 0; i < unknowns; ++i) {

@@ -53,7 +53,8 @@ std::size_t FreeParameters(TRPCRefinementTransformType type);
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneFit* fit);
 
-/// The map that passes through the chosen ties, as few as determine it. \return false when they do not.
+/// The map that passes through the chosen ties, as few as determine it, whatever their weights. \return false when
+/// they do not, as when three of them come from one line or two from one point.
 bool PassPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                   const std::vector<std::size_t>& chosen, TPlaneMap* map);
 

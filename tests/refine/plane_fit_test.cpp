@@ -18,7 +18,8 @@ using Type = TRPCRefinementTransformType;
 std::vector<TPlaneTie> TiesOf(const TPlaneMap& map, std::size_t count, Random* random) {
   std::vector<TPlaneTie> ties;
   for (std::size_t i = 0; i < count; ++i) {
-    TPlaneTie tie{{random->Uniform(-1, 1), random->Uniform(-1, 1)}, {0.0, 0.0}, random->Uniform(0.1, 9.0)};
+    TPlaneTie tie{
+        {random->Uniform(-1, 1), random->Uniform(-1, 1)}, {0.0, 0.0}, std::pow(10.0, random->Uniform(-9.0, 9.0))};
     const TPlaneEquations at_zero = EquationsAt(map, tie);
     for (std::size_t axis = 0; axis < 2; ++axis) tie.to[axis] = -at_zero.residual[axis];
     ties.push_back(tie);
@@ -26,7 +27,7 @@ std::vector<TPlaneTie> TiesOf(const TPlaneMap& map, std::size_t count, Random* r
   return ties;
 }
 
-// Whatever the kind, the map through as many ties as determine it is the one that they came from.
+// Whatever the kind and the weights, the map through as many ties as determine it is the one that they came from.
 TEST(PlaneFit, PassesThroughTheLeastTies) {
   const struct {
     Type type;
@@ -43,7 +44,9 @@ TEST(PlaneFit, PassesThroughTheLeastTies) {
       for (std::size_t i = 0; i < row.least; ++i) chosen.push_back(row.least + 1 - i);
       TPlaneMap map;
       ASSERT_TRUE(PassPlaneMap(row.type, ties, chosen, &map)) << trial;
-      for (const std::size_t i : chosen) EXPECT_LT(SquaredResidual(map, ties[i]), 1e-18) << trial;
+      for (const std::size_t i : chosen) {
+        EXPECT_LT(SquaredResidual(map, ties[i]), 1e-18 * std::pow(ties[i].root_weight, 2.0)) << trial;
+      }
       double size = 1e-9;  // three points near a line say little of what is beside it
       for (std::size_t i = 0; i < 8; ++i) size = std::max(size, std::fabs(map[i] - row.map[i]));
       EXPECT_LT(size, 1e-5) << trial;
@@ -51,14 +54,23 @@ TEST(PlaneFit, PassesThroughTheLeastTies) {
   }
 }
 
-TEST(PlaneFit, ThreeTiesOnALineDetermineNoProjectiveMap) {
-  std::vector<TPlaneTie> ties;
-  for (const double x : {-0.5, 0.0, 0.5, 0.75}) ties.push_back({{x, 0.25 * x + 0.125}, {x, 0.25 * x + 0.125}, 1.0});
-  ties[3].from[1] = ties[3].to[1] = 0.5;
-  TPlaneMap map;
-  for (const std::vector<std::size_t>& chosen :
-       {std::vector<std::size_t>{0, 1, 2, 3}, {3, 0, 1, 2}, {2, 3, 0, 1}, {1, 2, 3, 0}}) {
-    EXPECT_FALSE(PassPlaneMap(Type::Projective, ties, chosen, &map));
+// Nor do two at one place; neither must rounding make up a map.
+TEST(PlaneFit, ThreeTiesOnALineDetermineNoMap) {
+  Random random("ThreeTiesOnALine");
+  for (int trial = 0; trial < 50; ++trial) {
+    std::vector<TPlaneTie> ties = TiesOf({1.1, 0.03, 0.02, -0.2, 0.9, -0.03, 0.04, -0.2}, 4, &random);
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      const double share = 0.1 + 0.01 * trial;
+      ties[2].from[axis] =
+          trial % 2 == 0 ? ties[1].from[axis] : ties[0].from[axis] * (1 - share) + ties[1].from[axis] * share;
+      if (trial % 4 == 0) ties[2].to[axis] = ties[1].to[axis];
+    }
+    TPlaneMap map;
+    for (const std::vector<std::size_t>& chosen :
+         {std::vector<std::size_t>{0, 1, 2, 3}, {3, 0, 1, 2}, {1, 3, 2, 0}, {1, 2, 3, 0}}) {
+      EXPECT_FALSE(PassPlaneMap(Type::Projective, ties, chosen, &map)) << trial;
+    }
+    EXPECT_FALSE(PassPlaneMap(Type::Affine, ties, {2, 0, 1}, &map)) << trial;
   }
 }
 

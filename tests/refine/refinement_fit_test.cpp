@@ -243,6 +243,26 @@ TEST(RefinementFit, DegenerateSetsAreRefusedWithAReason) {
   EXPECT_EQ(fit.type, Type::Shift) << "what such points bear";
 }
 
+// Most of the small sets that a fit starts from hold such points twice or thrice, and no map goes by them.
+TEST(RefinementFit, PointsMeasuredManyTimesDoNotHideTheOthers) {
+  for (const auto& truth : orbmath_test::OneOfEachKind()) {
+    if (truth->type == Type::None) continue;
+    const auto refinement = CreateRefinementE(*truth);
+    Simulation simulation(*truth, 60, 0.0, 0);
+    for (int trial = 0; trial < 30; ++trial) {
+      TRefinementTie place = simulation.ties[5];
+      place.line = simulation.random.Uniform(0, 12000), place.sample = simulation.random.Uniform(0, 7000);
+      refinement->RawToRefined(place.line, place.sample, &place.measuredLine, &place.measuredSample, nullptr, nullptr);
+      for (std::size_t i = 0; i < simulation.ties.size(); ++i) {
+        if (i % 5 != 0) simulation.ties[i] = place;
+      }
+      TRefinementFit fit;
+      ASSERT_TRUE(FitRefinement(simulation.ties, Of(truth->type), &fit)) << fit.message;
+      EXPECT_EQ(fit.used, simulation.ties.size()) << fit.message;
+    }
+  }
+}
+
 TEST(RefinementFit, PointsInACornerDoNotBearAnAffineMapOfTheImage) {
   Simulation simulation(orbmath_test::Affine(), 40, 0.01, 0);
   for (TRefinementTie& tie : simulation.ties) {  // squeeze the image into its tenth part
