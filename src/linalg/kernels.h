@@ -25,6 +25,9 @@ struct TRange {
   std::size_t last;
 };
 
+/// Doubles that one access to memory brings.
+inline constexpr std::size_t kCacheLine = 8;
+
 /// Σ a(k)·b(k), k below `n`.
 double Dot(const double* a, const double* b, std::size_t n);
 

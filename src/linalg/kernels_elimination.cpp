@@ -27,8 +27,6 @@ constexpr std::size_t kPanelColumns = 96;
 constexpr std::size_t kSmallSystem = 64;
 constexpr std::size_t kMiddleSystem = 400;
 constexpr std::size_t kNarrowPanelColumns = 48;
-// Doubles of one access to memory: shares of columns are whole ones.
-constexpr std::size_t kCacheLine = 8;
 
 // The state of an elimination.
 struct TSystem {

@@ -20,8 +20,6 @@ constexpr std::size_t kRowBlock = 192;
 constexpr std::size_t kColumnBlock = 6 * kRowBlock;
 // Rows that a share of a triangle consists of; a multiple of every tile's rows.
 constexpr std::size_t kShareRows = 8;
-// Doubles that one access to memory brings.
-constexpr std::size_t kCacheLine = 8;
 // Below so many multiplications packing does not pay.
 constexpr std::size_t kSmallProduct = 2000;
 

@@ -25,7 +25,6 @@ inline TRange StaticShare(std::size_t count, std::size_t thread, std::size_t thr
 
 /// The columns of `columns` that fall to one thread: runs of whole cache lines.
 inline TRange ColumnShare(TRange columns, std::size_t thread, std::size_t threads) {
-  constexpr std::size_t kCacheLine = 8;
   const std::size_t lines = (columns.last - columns.first + kCacheLine - 1) / kCacheLine;
   const TRange share = StaticShare(lines, thread, threads);
   return {std::min(columns.first + share.first * kCacheLine, columns.last),

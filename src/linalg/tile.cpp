@@ -11,9 +11,8 @@ namespace SatCommonUtils::kernels {
 
 namespace {
 
-// How far packing reads ahead, in rows, and how many doubles one read brings.
+// How far packing reads ahead, in rows.
 constexpr std::size_t kRowsAhead = 12;
-constexpr std::size_t kCacheLine = 8;
 
 // How far a tile asks for its factors ahead, in terms: a panel may be longer than the first cache.
 constexpr std::size_t kTermsAhead = 8;
