@@ -18,8 +18,6 @@ namespace {
 constexpr int kMostCells = 400;
 /// The terrain's ascent along a line as part of the line's own, at most.
 constexpr double kShare = 0.9;
-/// Metres, for what the polynomials leave out of the base between its posts.
-constexpr double kRoom = 1.0;
 
 void Include(double value, TSpan* span) {
   span->low = std::min(span->low, value);
@@ -41,10 +39,10 @@ void ToBernstein(double p0, double p1, double p2, double p3, double* b) {
   b[3] = p2;
 }
 
-/// `size` by `size` coefficients of a cell, rows by columns. \param factor from differences to derivatives: the degree.
+/// Bounds by `Size` x `Size` Bernstein coefficients of a cell, rows by columns.
 template <int Size>
 TCellBounds BoundBy(const double (&b)[Size][Size]) {
-  constexpr double kDegree = Size - 1;
+  constexpr double kDegree = Size - 1;  // from differences to derivatives
   TCellBounds bounds = {kNothing, kNothing, kNothing};
   for (int j = 0; j < Size; ++j) {
     for (int i = 0; i < Size; ++i) {
@@ -142,7 +140,7 @@ bool MeetOnce(const THeightTile& tile, bool bicubic, const TBundle& bundle, TSpa
         Include(over.high, &meetings);
         continue;
       }
-      const TSpan meeting = bundle.clearance.When({cell.h.low - kRoom, cell.h.high + kRoom}, over);
+      const TSpan meeting = bundle.clearance.When({cell.h.low - kBaseRoom, cell.h.high + kBaseRoom}, over);
       if (meeting.IsEmpty()) continue;
       Include(meeting.low, &meetings);
       Include(meeting.high, &meetings);

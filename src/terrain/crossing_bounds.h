@@ -8,6 +8,8 @@ namespace SatCommonUtils::terrain {
 
 /// Cells by which a line may be elsewhere than its bundle says: what a square's own polynomials leave out, and more.
 constexpr double kEdge = 1e-3;
+/// Metres, for what the polynomials leave out of the base between its posts.
+constexpr double kBaseRoom = 1.0;
 
 struct TSpan {
   double low;

@@ -212,15 +212,14 @@ bool TSightPatches::Build(const TScene& scene, int patches) {
   table_.resize(std::size_t(patches) * patches);
   for (int row = 0; row < patches; ++row) {
     for (int column = 0; column < patches; ++column) {
-      Fit(scene, nodes.values, row, column, &table_[std::size_t(row) * patches + column]);
+      Fit(nodes.values, row, column, &table_[std::size_t(row) * patches + column]);
     }
   }
   Check(scene);
   return std::all_of(table_.begin(), table_.end(), [](const TSightPatch& patch) { return patch.usable; });
 }
 
-void TSightPatches::Fit(const TScene& scene, const std::vector<double>* values, int row, int column,
-                        TSightPatch* patch) const {
+void TSightPatches::Fit(const std::vector<double>* values, int row, int column, TSightPatch* patch) const {
   static const TFourNodes inImage(kImageNodes);
   static const TFourNodes inHeight(kHeightNodes);
   const int side = (kTerms - 1) * patches_ + 1;
@@ -263,7 +262,6 @@ void TSightPatches::Fit(const TScene& scene, const std::vector<double>* values, 
   patch->latBySample = bySample[kLatitude][0] * 2.0 / sampleSize_;
   patch->lonByLine = byLine[kLongitude][0] * 2.0 / lineSize_;
   patch->lonBySample = bySample[kLongitude][0] * 2.0 / sampleSize_;
-  static_cast<void>(scene);
 }
 
 void TSightPatches::Check(const TScene& scene) {
@@ -336,7 +334,6 @@ bool LieInOneTile(const THeightGrid& grid, const TBundle& bundle, const TSpan& u
 }  // namespace
 
 TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch, double s, double t) const {
-  constexpr double kRoom = 1.0;  // metres, for what the polynomials leave out of the base between its posts
   TSightLine sight;
   const TSightPatch* at = &patch;
   Interpolate(1, &at, &s, &t, kLatitude, &sight);
@@ -361,7 +358,7 @@ TSightBounds TSightPatches::Bound(const TScene& scene, const TSightPatch& patch,
   const double first = sight.c[kClearance][1];
   if (!(reach(kClearance, {-1.0, 1.0}).GetSlope().low > 0.0)) return bounds;
   const double rest = change[kClearance][0] + change[kClearance][1] + std::fabs(sight.c[kClearance][2]) +
-                      std::fabs(sight.c[kClearance][3]) + change[kClearance][2] + change[kClearance][3] + kRoom;
+                      std::fabs(sight.c[kClearance][3]) + change[kClearance][2] + change[kClearance][3] + kBaseRoom;
   const auto above = [&](double h) { return (h - sight.c[kClearance][0] + rest) / first; };
   const auto below = [&](double h) { return (h - sight.c[kClearance][0] - rest) / first; };
   // Narrower heights show less ground, whose bounds are narrower again.

@@ -93,7 +93,7 @@ class TSightPatches {
  private:
   /// \return whether all patches are usable.
   bool Build(const TScene& scene, int patches);
-  void Fit(const TScene& scene, const std::vector<double>* values, int row, int column, TSightPatch* patch) const;
+  void Fit(const std::vector<double>* values, int row, int column, TSightPatch* patch) const;
   void Check(const TScene& scene);
   /// Bounds of the square around (s, t) of a patch.
   TSightBounds Bound(const TScene& scene, const TSightPatch& patch, double s, double t) const;
