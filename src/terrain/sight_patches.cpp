@@ -162,6 +162,7 @@ void TSightPatches::FindStarts(const TScene& scene) {
     while (count % TSightBatch::kLanes != 0) places[count++] = places[asked - 1];
     FillBatch(*this, count, places, &batch);
     const auto tile = scene.grid->GetTiles().GetTile(first->tileColumn, first->tileRow);
+    if (tile == nullptr) continue;  // its file was readable a moment ago, when the squares were bounded
     SolveSingleCrossings(*tile, scene.grid->GetFrame().interpolation == THeightInterpolation::Bicubic, kRough, &batch);
     for (std::size_t i = 0; i < asked; i += kCount) {
       double sum = 0.0, byLine = 0.0, bySample = 0.0;

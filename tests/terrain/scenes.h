@@ -111,7 +111,7 @@ class CutTiles final : public SatCommonUtils::THeightTiles {
       : frame_(frame), size_(size), posts_(std::move(posts)) {}
   int GetTileSize() const noexcept override { return size_; }
   std::shared_ptr<const SatCommonUtils::THeightTile> GetTile(int column, int row) const override {
-    ++made;
+    if (++made > readable) return nullptr;
     const int columns = std::min(size_, frame_.columns - 1 - column * size_);
     const int rows = std::min(size_, frame_.rows - 1 - row * size_);
     std::vector<double> posts;
@@ -125,6 +125,7 @@ class CutTiles final : public SatCommonUtils::THeightTiles {
                                                          frame_.interpolation);
   }
   mutable std::atomic<int> made{0};
+  int readable = std::numeric_limits<int>::max();  ///< tiles until the file breaks off
 
  private:
   SatCommonUtils::THeightGridFrame frame_;

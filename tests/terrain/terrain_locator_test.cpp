@@ -347,6 +347,25 @@ TEST(TerrainLocator, TilesGiveThePointsOfTheWhole) {
   }
 }
 
+TEST(TerrainLocator, AFileThatBreaksOffLeavesVoids) {
+  const TRPC model = TiltedModel(0.5);
+  const auto tiles = std::make_shared<CutTiles>(Frame(), Posts(Frame(), GentleHills), 16);
+  const THeightGrid grid(Frame(), tiles);
+  const double line[] = {2000.0, 6000.0, 5000.0}, sample[] = {3000.0, 2000.0, 5500.0};
+  TTerrainSolution solutions[3];
+  EXPECT_EQ(TTerrainLocator(model, grid).LocateArray(3, line, sample, solutions), 3u);
+  tiles->made = 0;
+  { const TTerrainLocator counted(model, grid); }
+  // The last tiles that making a locator asks for are those of which it has had the bounds.
+  const int asked = tiles->made;
+  for (const int readable : {0, asked - 1}) {
+    tiles->made = 0;
+    tiles->readable = readable;
+    EXPECT_EQ(TTerrainLocator(model, grid).LocateArray(3, line, sample, solutions), 0u);
+    for (const TTerrainSolution& solution : solutions) EXPECT_EQ(solution.state, TTerrainState::NoTerrain);
+  }
+}
+
 TEST(TerrainLocator, TellsWhatTerrainHides) {
   const TRPC model = TiltedModel(1.0);
   const auto grid = std::make_shared<THeightGrid>(Frame(), Posts(Frame(), Mountain));
