@@ -33,13 +33,16 @@ struct Models {
     record = CameraRecord(1.4);
     record.lineScale = record.sampScale = 0.0;  // its equations say nothing
     flat = OpenModel(record);
+    record = CameraRecord(1.4);
+    record.latOffset = 89.98;  // half of its box lies beyond the pole
+    polar = OpenModel(record);
     left.SetRasterDims(11000, 13500);
     right.SetMargin(
         TPolygon(std::vector<xy_d>{{900.0, 900.0}, {11000.0, 1000.0}, {10500.0, 13000.0}, {1000.0, 12500.0}}));
   }
   TRPC left = CameraModel(1.4, -0.3), right = CameraModel(361.4, 0.3), middle = CameraModel(1.41, 0.05);
   OpenModel derived = OpenModel(CameraRecord(1.4, 0.2));
-  OpenModel folded, flat;
+  OpenModel folded, flat, polar;
 };
 
 /// Points in and around the boxes with errors of pixels; a twentieth of them mean nothing.
@@ -55,7 +58,8 @@ struct Scene {
                                                         {&m.left, nullptr, &m.right},
                                                         {},
                                                         {&m.middle, &m.left},
-                                                        {&m.flat, &m.left, &m.right}};
+                                                        {&m.flat, &m.left, &m.right},
+                                                        {&m.polar, &m.polar}};
     Random random("intersections");
     const std::vector<double> specials = orbmath_test::SpecialDoubles();
     const TRPCData box = CameraRecord(1.4);
@@ -67,10 +71,13 @@ struct Scene {
       first.push_back(items.size());
       // Long runs of one set, and sets that change from point to point.
       const std::size_t set = i < kCount / 3 ? i / 700 : random.Index(sets.size() + 4);
-      for (const TRPC* const model : sets[set < sets.size() ? set : 0]) {
+      const std::vector<const TRPC*>& images = sets[set < sets.size() ? set : 0];
+      const double north = images.empty() ? 0.0 : images[0]->GetCenterLatitude() - box.latOffset;
+      for (const TRPC* const model : images) {
         TRPCCoordsDataItem item;
         item.model = model;
-        if (model != nullptr) model->CalculateLineSample(lat, lon, h[i], &item.line, &item.sample, nullptr, nullptr);
+        if (model != nullptr)
+          model->CalculateLineSample(lat + north, lon, h[i], &item.line, &item.sample, nullptr, nullptr);
         item.line += random.Uniform(-2.0, 2.0);
         item.sample += random.Uniform(-0.5, 0.5);
         if (random.Index(40) == 0) item.line = specials[random.Index(specials.size())];

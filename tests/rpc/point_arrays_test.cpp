@@ -158,6 +158,7 @@ TEST(PointArrays, InvertLikeSinglePoints) {
 TEST(PointArrays, IntersectLikeSinglePoints) {
   const TRPC left = CameraModel(1.4, -0.3);
   const TRPC right = CameraModel(361.4, 0.3);
+  const TRPC opposite = CameraModel(191.4, 0.3);  // sees nothing of left's ground, and turns its longitudes
   const TRPC flat = [] {
     TRPCData record = CameraRecord(1.4);
     record.lineScale = record.sampScale = 0.0;  // its equations say nothing
@@ -173,6 +174,7 @@ TEST(PointArrays, IntersectLikeSinglePoints) {
                {75, {&derived, &right, &left}},
                {67, {&left, &right, &left, &flat, &right}},
                {7, {&flat, &flat}},
+               {9, {&left, &opposite}},
                {1, {&right, &left}},
                {3, {&left, nullptr}},
                {3, {&left}}};
