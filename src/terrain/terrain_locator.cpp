@@ -245,8 +245,9 @@ std::size_t TTerrainLocator::TParts::LocateBlock(TTileCursor& cursor, std::size_
     if (patches.FindSquare(line[i], sample[i], &places[i])) {
       waiting[waitingCount++] = i;
       patches.Prefetch(places[i].number);
-    } else
+    } else {
       simple.unsolved[simple.unsolvedCount++] = i;
+    }
   }
   std::size_t found = 0;
   while (waitingCount > 0) {
