@@ -34,32 +34,8 @@ void ScaleDerivatives(const TRPCNormalization& axes, double image_scale, double*
   }
 }
 
-/// One point, normalised coordinates on both sides.
-template <bool Derivatives>
-struct TProjectNormalized {
-  const TRPCPrepared& model;
-  const double& P;
-  const double& L;
-  const double& H;
-  double* lineN;
-  double* sampleN;
-  double* dLineN;
-  double* dSampleN;
-
-  template <int Width>
-  [[gnu::always_inline]] void Run() const {
-    using TNumber = typename rpc::TPoint<Width>::TNumber;
-    rpc::TPolynomials<double> q;
-    rpc::EvaluatePolynomials<Derivatives>(model, TNumber(P), TNumber(L), TNumber(H), q);
-    rpc::Quotients(q.value, *lineN, *sampleN);
-    if constexpr (Derivatives) WriteDerivatives(q, dLineN, dSampleN);
-  }
-};
-
-/// One point from degrees and metres to pixels.
-template <bool Derivatives>
-struct TProjectPoint {
-  const TRPCPrepared& model;
+/// A ground point, and where its image point and the derivatives go; no derivatives where these are null.
+struct TOnePoint {
   const double& lat;
   const double& lon;
   const double& h;
@@ -67,23 +43,57 @@ struct TProjectPoint {
   double* sample;
   double* dLine;
   double* dSample;
+};
+
+/// One point, normalised coordinates on both sides.
+template <bool Derivatives>
+struct TProjectNormalized {
+  const TRPCPrepared& model;
+  TOnePoint point;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    using TNumber = typename rpc::TPoint<Width>::TNumber;
+    rpc::TPolynomials<double> q;
+    rpc::EvaluatePolynomials<Derivatives>(model, TNumber(point.lat), TNumber(point.lon), TNumber(point.h), q);
+    rpc::Quotients(q.value, *point.line, *point.sample);
+    if constexpr (Derivatives) WriteDerivatives(q, point.dLine, point.dSample);
+  }
+};
+
+/// One point from degrees and metres to pixels.
+template <bool Derivatives>
+struct TProjectPoint {
+  const TRPCPrepared& model;
+  TOnePoint point;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     const TRPCNormalization& axes = model.normalization;
     double P, L, H, lineN, sampleN;
-    rpc::Normalize(axes.latitude, lat, P);
-    rpc::Normalize(axes.longitude, rpc::LongitudeInTurn(axes.longitude.GetOffset(), lon), L);
-    rpc::Normalize(axes.height, h, H);
-    TProjectNormalized<Derivatives>{model, P, L, H, &lineN, &sampleN, dLine, dSample}.template Run<Width>();
-    rpc::Denormalize(axes.line, lineN, *line);
-    rpc::Denormalize(axes.sample, sampleN, *sample);
+    rpc::Normalize(axes.latitude, point.lat, P);
+    rpc::Normalize(axes.longitude, rpc::LongitudeInTurn(axes.longitude.GetOffset(), point.lon), L);
+    rpc::Normalize(axes.height, point.h, H);
+    const TOnePoint normalized = {P, L, H, &lineN, &sampleN, point.dLine, point.dSample};
+    TProjectNormalized<Derivatives>{model, normalized}.template Run<Width>();
+    rpc::Denormalize(axes.line, lineN, *point.line);
+    rpc::Denormalize(axes.sample, sampleN, *point.sample);
     if constexpr (Derivatives) {
-      ScaleDerivatives(axes, axes.line.GetScale(), dLine);
-      ScaleDerivatives(axes, axes.sample.GetScale(), dSample);
+      ScaleDerivatives(axes, axes.line.GetScale(), point.dLine);
+      ScaleDerivatives(axes, axes.sample.GetScale(), point.dSample);
     }
   }
 };
+
+/// Takes one point through vectors of the processor's width. \tparam Project `TProjectNormalized` or `TProjectPoint`.
+template <template <bool> class Project>
+void Dispatch(const TRPCPrepared& model, const TOnePoint& point) {
+  if (point.dLine == nullptr && point.dSample == nullptr) {
+    simd::DispatchPoint(Project<false>{model, point});
+  } else {
+    simd::DispatchPoint(Project<true>{model, point});
+  }
+}
 
 /// The arrays of one call, or of a part of it.
 struct TArrays {
@@ -233,20 +243,12 @@ struct TProjectArrays {
 
 void TRPC::CalculateLineSampleNormalized(const double& P, const double& L, const double& H, double* lineN,
                                          double* sampleN, double* dLineN, double* dSampleN) const {
-  if (dLineN == nullptr && dSampleN == nullptr) {
-    simd::DispatchPoint(TProjectNormalized<false>{prepared_, P, L, H, lineN, sampleN, nullptr, nullptr});
-  } else {
-    simd::DispatchPoint(TProjectNormalized<true>{prepared_, P, L, H, lineN, sampleN, dLineN, dSampleN});
-  }
+  Dispatch<TProjectNormalized>(prepared_, {P, L, H, lineN, sampleN, dLineN, dSampleN});
 }
 
 void TRPC::CalculateLineSample(const double& lat, const double& lon, const double& h, double* line, double* sample,
                                double* dLine, double* dSample) const {
-  if (dLine == nullptr && dSample == nullptr) {
-    simd::DispatchPoint(TProjectPoint<false>{prepared_, lat, lon, h, line, sample, nullptr, nullptr});
-  } else {
-    simd::DispatchPoint(TProjectPoint<true>{prepared_, lat, lon, h, line, sample, dLine, dSample});
-  }
+  Dispatch<TProjectPoint>(prepared_, {lat, lon, h, line, sample, dLine, dSample});
 }
 
 void TRPC::CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h,
