@@ -34,4 +34,6 @@ fi
 foreign_build musl -DCMAKE_C_COMPILER="$tools/cc" -DCMAKE_CXX_COMPILER="$tools/cxx" -DCMAKE_AR="$tools/ar" -DCMAKE_RANLIB="$tools/ranlib" \
   -DBUILD_SHARED_LIBS=OFF -DOpenMP_CXX_LIB_NAMES= \
   -DOpenMP_CXX_FLAGS="-D_OPENMP=201511 -Wno-unknown-pragmas -Wno-unused-parameter -isystem $tools/include"
-foreign_tests musl "$@"
+# A program without libraries knows of no file that the library is, and a host built by the machine's compiler cannot use this one.
+export GTEST_FILTER=-Module.KnowsItsOwnFile:StartWithoutMemory.CountsAndIsUndone
+foreign_tests musl -E '^packaging$' "$@"

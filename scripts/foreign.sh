@@ -30,7 +30,7 @@ foreign_libraries() {
   for source in build/foreign/apt/pugixml-*/ /usr/src/googletest; do
     build=build/foreign/build-$name-$(basename "$source")
     cmake -G Ninja -S "$source" -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$foreign_prefix" \
-      -DBUILD_GMOCK=OFF -DPUGIXML_BUILD_TESTS=OFF "$@" >/dev/null
+      -DCMAKE_POSITION_INDEPENDENT_CODE=ON -DBUILD_GMOCK=OFF -DPUGIXML_BUILD_TESTS=OFF "$@" >/dev/null
     cmake --build "$build" -j "$foreign_jobs" >/dev/null
     cmake --install "$build" >/dev/null
   done

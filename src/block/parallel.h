@@ -16,7 +16,7 @@ namespace SatCommonUtils::block {
 template <class Work>
 void ForRuns(std::size_t count, std::size_t length, const Work& work) {
   const std::ptrdiff_t runs = static_cast<std::ptrdiff_t>((count + length - 1) / length);
-  const int threads = static_cast<int>(std::min<std::ptrdiff_t>(ZxGetThreadsCount(), runs));
+  [[maybe_unused]] const int threads = static_cast<int>(std::min<std::ptrdiff_t>(ZxGetThreadsCount(), runs));
   std::exception_ptr failure;
 #pragma omp parallel for schedule(dynamic) num_threads(threads) if (threads > 1)
   for (std::ptrdiff_t run = 0; run < runs; ++run) {
