@@ -19,13 +19,13 @@ constexpr std::int64_t kInHeight = 16;  ///< ... of heights; these hold
 constexpr std::int64_t kSure = 32;      ///< where no coordinate lies on a border, up to rounding
 
 struct TNewtonPoint {
-  double lat, lon;
+  double lat, lon;  ///< degrees
   double residual;  ///< pixels
   std::int64_t marks;
   std::int64_t evaluations;
 };
 
-/// Heights, lines and samples in metres and pixels. The bits are those of the point in any block.
+/// \param line, sample pixels. \param h metres. \return the bits of the point in any block.
 TNewtonPoint SolveNewtonPoint(const TRPCPrepared& model, double line, double sample, double h);
 
 struct TNewtonBlock {

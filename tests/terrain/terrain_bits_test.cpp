@@ -15,6 +15,17 @@ namespace {
 
 using namespace orbmath_test;
 
+/// Unequal numbers of columns and rows of a thousandth of a degree below the model.
+THeightGridFrame FrameOfPosts(THeightInterpolation interpolation) {
+  THeightGridFrame frame;
+  frame.columns = 201;
+  frame.rows = 161;
+  const double transform[] = {1.3, 0.001, 0.0, 43.68, 0.0, -0.001};
+  std::copy(transform, transform + 6, frame.transform);
+  frame.interpolation = interpolation;
+  return frame;
+}
+
 TEST(TerrainBits, OfCrossings) {
   const struct {
     THeightInterpolation interpolation;
@@ -24,12 +35,7 @@ TEST(TerrainBits, OfCrossings) {
   const TRPC model = CameraModel(1.4, 0.4);
   for (const auto& row : rows) {
     Lehmer numbers;
-    THeightGridFrame frame;
-    frame.columns = 201;
-    frame.rows = 161;
-    const double transform[] = {1.3, 0.001, 0.0, 43.68, 0.0, -0.001};
-    std::copy(transform, transform + 6, frame.transform);
-    frame.interpolation = row.interpolation;
+    const THeightGridFrame frame = FrameOfPosts(row.interpolation);
     // A slope with rough ground on it.
     const std::vector<double> posts = Posts(frame, [&](double lat, double lon) {
       return 240.0 + 3000.0 * (lat - 43.6) - 1500.0 * (lon - 1.4) + 25.0 * numbers.Next();
@@ -68,12 +74,7 @@ TEST(TerrainBits, OfManyPointsAreThoseOfEachByItself) {
   const TRPC model = CameraModel(1.4, 0.4);
   const TImageBox image = ImageBoxOf(model);
   for (const auto& row : rows) {
-    THeightGridFrame frame;
-    frame.columns = 201;
-    frame.rows = 161;
-    const double transform[] = {1.3, 0.001, 0.0, 43.68, 0.0, -0.001};
-    std::copy(transform, transform + 6, frame.transform);
-    frame.interpolation = row.interpolation;
+    const THeightGridFrame frame = FrameOfPosts(row.interpolation);
     const auto grid = std::make_shared<THeightGrid>(frame, Posts(frame, GentleGround));
     const auto geoid = std::make_shared<Formula>([](double lat, double lon) { return 3.0 * lat - 80.0 - lon; }, 10.0);
     const THeightSum sum(grid, geoid);
