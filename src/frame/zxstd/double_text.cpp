@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "frame/zxstd/c_locale.h"
+#include "frame/zxstd/plain_decimal.h"
 
 namespace SatCommonUtils {
 
@@ -91,7 +92,10 @@ DoubleText Read(const char* first, const char* last) {
 
 }  // namespace
 
-DoubleText ReadDouble(const char* first, const char* last) { return Read<double>(first, last); }
+DoubleText ReadDouble(const char* first, const char* last) {
+  const DoubleText plain = ReadPlainDecimal(first, last);
+  return plain.end != nullptr ? plain : Read<double>(first, last);
+}
 
 DoubleText ReadDoubleByCLibrary(const char* first, const char* last) {
   const char* const digits = first != last && *first == '-' ? first + 1 : first;

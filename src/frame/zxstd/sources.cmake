@@ -10,6 +10,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/output_target_windows.cpp
   ${CMAKE_CURRENT_LIST_DIR}/openmp_runtime.cpp
   ${CMAKE_CURRENT_LIST_DIR}/path.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/plain_decimal.cpp
   ${CMAKE_CURRENT_LIST_DIR}/progress.cpp
   ${CMAKE_CURRENT_LIST_DIR}/projective_transform.cpp
   ${CMAKE_CURRENT_LIST_DIR}/quoted.cpp

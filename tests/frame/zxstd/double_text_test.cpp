@@ -87,6 +87,36 @@ TEST(ReadDouble, CLibraryReadsAlike) {
   }
 }
 
+// Digits of every length on both sides of a point and what may follow them: the quick way for plain decimals begins and
+// ends among these.
+TEST(ReadDouble, PlainDecimalsAreReadAlike) {
+  orbmath_test::Random random("plain decimals");
+  const auto digits = [&](std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) text += static_cast<char>('0' + random.Index(10));
+    return text;
+  };
+  for (const char* sign : {"", "-"}) {
+    for (std::size_t before = 0; before <= 20; ++before) {
+      for (std::size_t behind = 0; behind <= 20; ++behind) {
+        for (const char* end : {"", " 1.5", ",", "/", ":", "e", "e3", "E-2", ".5", "\xb1", "\xff\xff"}) {
+          const std::string front = digits(before);
+          ASSERT_NO_FATAL_FAILURE(ExpectAlike(sign + front + end));
+          ASSERT_NO_FATAL_FAILURE(ExpectAlike(sign + front + "." + digits(behind) + end));
+        }
+      }
+    }
+  }
+  // About the largest whole number up to which all are doubles, and beyond 2^64, where few bits would be left.
+  for (const char* text :
+       {"18446.744073709551617", "9007199254740991", "9007199254740992", "9007199254740993", "9007199254740995.0",
+        "900719925474099.3", "9007199.254740993", "9.007199254740993", "0.9007199254740993", "0000000000000000.1",
+        "000000000000000.1000", "0.1000000000000000", "0.100000000000000"}) {
+    ExpectAlike(text);
+    ExpectAlike(std::string("-") + text);
+  }
+}
+
 TEST(ReadDouble, CLibraryMindsNoComma) {
   const orbmath_test::CommaLocale locale;
   if (!locale) GTEST_SKIP() << "no locale with a decimal comma is installed";

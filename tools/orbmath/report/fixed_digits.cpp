@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 namespace orbmath_tool {
 
@@ -36,8 +37,9 @@ double LostInProduct(double a, double b, double product) {
 /// What the rounding of the product lost is at most half a unit in its last place, while a part behind the point that
 /// is not one half is at least a whole unit away from it: only at one half does the lost part decide.
 std::uint64_t ScaledWhole(double magnitude, int digits, double product) {
-  const double floor = std::floor(product);
-  const double behind = product - floor;
+  // Without a sign the conversion is the floor; to a signed number it is one instruction.
+  const auto floor = static_cast<std::int64_t>(product);
+  const double behind = product - static_cast<double>(floor);
   const auto whole = static_cast<std::uint64_t>(floor);
   if (behind != 0.5) return whole + (behind > 0.5 ? 1 : 0);
   const double lost = LostInProduct(magnitude, kPowers[digits], product);
@@ -45,16 +47,61 @@ std::uint64_t ScaledWhole(double magnitude, int digits, double product) {
   return whole + (up ? 1 : 0);
 }
 
+/// Eight decimal digits of `number`, below 1e8, as the values 0 to 9 of eight bytes, the first digit in the lowest one.
+/// A division by a power of ten is a product and a shift, for two numbers of four digits at once, then for four of two
+/// digits: the constants are the least that are exact in these ranges.
+/// Source: P. Khuong, "How to print integers really fast (with open source AppNexus code!)", 2017.
+std::uint64_t EightDigits(std::uint64_t number) {
+  const std::uint64_t fours = number / 10000 | (number % 10000) << 32;
+  const std::uint64_t upper = (fours * 10486 >> 20) & 0x0000007F0000007FULL;
+  const std::uint64_t pairs = upper + ((fours - 100 * upper) << 16);
+  const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F000FULL;
+  return tens + ((pairs - 10 * tens) << 8);
+}
+
+/// Sixteen characters in two words, the first one in the lowest byte of `head`.
+struct Characters {
+  std::uint64_t head;
+  std::uint64_t tail;
+
+  /// Without the first `count`, below sixteen, of them. By shifts: copies within memory would read what was just
+  /// written in other pieces, which makes the processor wait.
+  Characters From(int count) const {
+    const int bits = 8 * count;
+    if (count == 0) return *this;
+    if (count >= 8) return {tail >> (bits - 64), 0};
+    return {head >> bits | tail << (64 - bits), tail >> bits};
+  }
+
+  void Write(char* to) const {
+    WriteWord(head, to);
+    WriteWord(tail, to + 8);
+  }
+
+ private:
+  static void WriteWord(std::uint64_t word, char* to) {
+    if constexpr (__BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__) word = __builtin_bswap64(word);
+    std::memcpy(to, &word, sizeof word);
+  }
+};
+
+/// `whole`, below 10^16, with its last `digits`, fifteen at most, behind a point.
 char* PrintQuickly(std::uint64_t whole, bool negative, int digits, char* to) {
+  constexpr std::uint64_t kHalf = 100000000;  // 1e8
+  constexpr std::uint64_t kZeros = 0x3030303030303030ULL;
   if (negative && whole != 0) *to++ = '-';
-  const auto power = static_cast<std::uint64_t>(kPowers[digits]);
-  to = std::to_chars(to, to + kNumberBytes, whole / power).ptr;
+  const std::uint64_t high = EightDigits(whole / kHalf);
+  const std::uint64_t low = EightDigits(whole % kHalf);
+  const Characters all{high + kZeros, low + kZeros};
+  const int point = 16 - digits;
+  const auto zeros = [](std::uint64_t word) { return __builtin_ctzll(word) / 8; };
+  const int first = std::min(high != 0 ? zeros(high) : low != 0 ? 8 + zeros(low) : 16, point - 1);
+  all.From(first).Write(to);
+  to += point - first;
   if (digits == 0) return to;
-  // A one in front keeps the zeros; the point takes its place.
-  char* const point = to;
-  to = std::to_chars(to, to + kNumberBytes, power + whole % power).ptr;
-  *point = '.';
-  return to;
+  *to++ = '.';
+  all.From(point).Write(to);
+  return to + digits;
 }
 
 }  // namespace
