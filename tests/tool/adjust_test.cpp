@@ -284,6 +284,8 @@ INSTANTIATE_TEST_SUITE_P(
             "standard input:1: sigma must be above 0", 1},
         Row{"no_number", "adjust im0=flat.RPB --measurements - --out never", "point,image,line,sample\np,im0,1,x\n", "",
             "standard input:2: 'x' is not", 1},
+        Row{"replaced_model", "adjust im0_RPC=block/im0_RPC.xml --measurements - --out block", "p,im0_RPC,1,2\n", "",
+            "block/im0_RPC.xml is read and would be replaced", 2},
         Row{"no_column", "adjust im0=flat.RPB --measurements - --out never", "point,image,sample\np,im0,1\n", "",
             "columns lack 'line'", 1},
         Row{"role", "adjust flat.RPB --measurements block/none.csv --control - --out never",

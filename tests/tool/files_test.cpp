@@ -59,6 +59,23 @@ TEST(FilesTest, TwoFilesOfACommandComeTogetherOrNotAtAll) {
   EXPECT_NE(ReadText("r.txt"), "");
 }
 
+TEST(FilesTest, WhatIsReadIsNotReplaced) {
+  Workspace();
+  WriteText("points.csv", "lat,lon,height,line,sample\n45,7,500,1000,2000\n");
+  WriteText("reread.RPB", ReadText("flat.RPB"));
+  for (const char* arguments :
+       {"refine reread.RPB points.csv points.csv", "refine reread.RPB points.csv x.xml --html ./points.csv",
+        "fit points.csv x.xml --residuals points.csv", "fit points.csv points.csv --to xml",
+        "invert reread.RPB reread.RPB", "project reread.RPB points.csv --output points.csv",
+        "check reread.RPB --geojson reread.RPB", "grid reread.RPB reread.RPB --height 5"}) {
+    const std::string points = ReadText("points.csv");
+    const std::string model = ReadText("reread.RPB");
+    const ToolRun run = RunToolLine(arguments);
+    EXPECT_EQ(run.status, 2) << arguments << "\n" << run.err;
+    EXPECT_EQ(ReadText("points.csv") + ReadText("reread.RPB"), points + model) << arguments;
+  }
+}
+
 TEST(FilesTest, AModelMayComeFromStandardInputAndInfoTakesMany) {
   Workspace();
   WriteText("one.txt", "45.05 7.1 500.5\n");

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <deque>
 #include <filesystem>
+#include <set>
 #include <system_error>
 
 #include "errors.h"
@@ -32,6 +33,19 @@ ResultFolder::~ResultFolder() {
   std::error_code ignored;
   for (const auto& [copy, path] : copies_) fs::remove(fs::u8path(copy), ignored);
   if (made_) fs::remove(fs::u8path(path_), ignored);  // refused by the system unless it is empty
+}
+
+void ResultFolder::RefuseToReplaceAny(const std::vector<std::string>& inputs,
+                                      const std::vector<std::string>& names) const {
+  std::error_code none;
+  std::set<fs::path> taken;  // thousands of images: no comparison of each with each
+  for (const std::string& input : inputs) taken.insert(fs::canonical(fs::u8path(input), none));
+  for (const std::string& name : names) {
+    const fs::path path = fs::canonical(fs::u8path(PathOf(name)), none);
+    if (!path.empty() && taken.count(path) > 0) {
+      throw UsageError(PathOf(name) + " is read and would be replaced by a result; name another folder for --out");
+    }
+  }
 }
 
 std::string ResultFolder::BeginCopy(const std::string& name, const std::string& source) {

@@ -24,6 +24,9 @@ class ResultFolder {
   ResultFolder& operator=(const ResultFolder&) = delete;
 
   std::string PathOf(const std::string& name) const { return path_ + "/" + name; }
+  /// Makes sure that none of the files `names` of the folder is one of the files `inputs`, which would be lost.
+  /// \throws UsageError
+  void RefuseToReplaceAny(const std::vector<std::string>& inputs, const std::vector<std::string>& names) const;
   /// Keeps a file for `Commit`.
   void Add(std::string name, std::string content) { files_.emplace_back(std::move(name), std::move(content)); }
   /// Keeps a copy of the file `source`, whose model `set` puts into it, for `Commit`. It comes whole too, before the

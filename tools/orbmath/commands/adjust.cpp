@@ -65,10 +65,10 @@ class Adjust : public Command {
 
   void Declare(CommandLine& line) override {
     line.Arguments("MODEL", &models_, 1, "model files of any form, or NAME=PATH");
-    line.Texts("--measurements", "FILE", &measurements_, "points measured in images; several files make one block");
+    line.Texts("--measurements", "FILE...", &measurements_, "points measured in images; several files make one block");
     line.Texts("--matches", "IMAGE,IMAGE=FILE", &matches_,
                "lines 'sample1 line1 sample2 line2' of two images, as s2p writes them; joined to points of many");
-    line.Texts("--control", "FILE", &control_, "control and check points");
+    line.Texts("--control", "FILE...", &control_, "control and check points");
     line.Text("--out", "DIR", &out_, "folder of the results");
     line.Choice("--type", {"auto", "none", "shift", "drift", "affine"}, &type_,
                 "correction of each image: the simplest that suffices (auto, the default), none, shift, shift and "
@@ -113,6 +113,7 @@ class Adjust : public Command {
     const auto surface = dem_.Open();
     BlockData data;
     ReadFiles(&images, &data);
+    if (folder) folder->RefuseToReplaceAny(Inputs(images), Outputs(images));
     TBlockOptions options = Options();
     options.surface = surface;
     const TBlockProblem problem = MakeProblem(&images, &data, choices_, surface.get(), options.sigmaSurface);
@@ -157,6 +158,27 @@ class Adjust : public Command {
     reader.Finish();
     if (!subset_) RefuseUnknown(*images, *data);
     for (const std::string& path : control_) ReadBlockControl(path, frame_, data);
+  }
+
+  /// The files that are read.
+  std::vector<std::string> Inputs(const BlockImages& images) const {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < images.size(); ++i) names.push_back(images.ModelOf(i).name);
+    for (const std::vector<std::string>* more : {&measurements_, &control_, &dem_.Files()}) {
+      names.insert(names.end(), more->begin(), more->end());
+    }
+    return names;
+  }
+
+  /// The files that may be written into the folder.
+  std::vector<std::string> Outputs(const BlockImages& images) const {
+    constexpr const char* kPlain[] = {".RPB", "_RPC.TXT", ".tif"};
+    std::vector<std::string> names{"block.xml", "points.csv", "points.geojson", "report.html", "report.json"};
+    for (std::size_t i = 0; i < images.size(); ++i) {
+      names.push_back(images.Name(i) + ".xml");
+      if (plain_ >= 0) names.push_back(images.Name(i) + kPlain[plain_]);
+    }
+    return names;
   }
 
   TBlockOptions Options() const {

@@ -7,11 +7,14 @@
 #include <cmath>
 #include <cstdio>
 #include <functional>
+#include <map>
+#include <set>
 #include <sstream>
 
 #include "commands/did_you_mean.h"
 #include "errors.h"
 #include "frame/zxstd/number_text.h"
+#include "report/output_file.h"
 
 namespace orbmath_tool {
 
@@ -109,6 +112,7 @@ struct CommandLine::Parser {
 
   CLI::Option* Add(const std::string& name, const std::string& value_name, std::function<void(const std::string&)> take,
                    const std::string& help) {
+    TakeValues(name, 1);
     return app.add_option_function<std::string>(name, take, help)->type_name(value_name);
   }
 
@@ -116,6 +120,9 @@ struct CommandLine::Parser {
             const std::vector<std::string>& words = {}) {
     options.push_back({{name}, value_name, words, help});
   }
+
+  void TakeValues(const std::string& name, std::size_t count) { values[name] = count; }
+  std::vector<std::string> WithNamesRepeated(const std::vector<std::string>& given) const;
 
   /// The unknown option and the one that was probably meant.
   std::string UnknownText(const std::string& given) const {
@@ -130,7 +137,40 @@ struct CommandLine::Parser {
   std::string full_name;
   std::vector<ArgumentInfo> arguments;
   std::vector<OptionInfo> options;
+  std::size_t least_arguments = 0;
+  std::map<std::string, std::size_t> values;  ///< how many words an option takes, of those that take any
+  std::set<std::string> repeated;             ///< options that may be repeated
 };
+
+/// A pattern of the shell puts several words behind an option that may be repeated (`--dem tiles/*.tif`). Those that
+/// have the suffix of the first are its values too, and get the option's name in front; others, and all of them as long
+/// as arguments are missing, are arguments: `locate --dem srtm.tif image.RPB` and `locate image.RPB --dem srtm.tif
+/// points.txt` mean what they seem to.
+std::vector<std::string> CommandLine::Parser::WithNamesRepeated(const std::vector<std::string>& given) const {
+  std::vector<std::string> words;
+  std::size_t arguments_seen = 0;
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    const std::string& word = given[i];
+    words.push_back(word);
+    if (word == "--") {
+      words.insert(words.end(), given.begin() + static_cast<std::ptrdiff_t>(i) + 1, given.end());
+      return words;
+    }
+    const auto option = values.find(word);
+    if (option == values.end()) {
+      arguments_seen += word.size() > 1 && word.front() == '-' ? 0 : 1;
+      continue;
+    }
+    for (std::size_t k = 0; k < option->second && i + 1 < given.size(); ++k) words.push_back(given[++i]);
+    if (repeated.count(word) == 0 || arguments_seen < least_arguments) continue;
+    const std::string suffix = SuffixOf(words.back());
+    while (i + 1 < given.size() && given[i + 1].rfind('-', 0) != 0 && SuffixOf(given[i + 1]) == suffix) {
+      words.push_back(word);
+      words.push_back(given[++i]);
+    }
+  }
+  return words;
+}
 
 CommandLine::CommandLine(const std::string& name, const std::string& summary, const std::string& notes)
     : parser_(new Parser(summary)) {
@@ -151,6 +191,7 @@ CommandLine::~CommandLine() = default;
 
 void CommandLine::Argument(const std::string& name, std::string* target, const std::string& help) {
   parser_->app.add_option(name, *target, help)->required()->type_name("");
+  ++parser_->least_arguments;
   parser_->arguments.push_back({name, help, true, false});
 }
 
@@ -158,6 +199,7 @@ void CommandLine::Arguments(const std::string& name, std::vector<std::string>* t
                             const std::string& help) {
   CLI::Option* option = parser_->app.add_option(name, *target, help)->type_name("");
   if (least > 0) option->required()->expected(least, CLI::detail::expected_max_vector_size);
+  parser_->least_arguments += static_cast<std::size_t>(std::max(least, 0));
   parser_->arguments.push_back({name, help, least > 0, true});
 }
 
@@ -169,12 +211,15 @@ void CommandLine::Flag(const std::string& name, bool* target, const std::string&
 void CommandLine::Text(const std::string& name, const std::string& value_name, std::string* target,
                        const std::string& help) {
   parser_->app.add_option(name, *target, help)->type_name(value_name);
+  parser_->TakeValues(name, 1);
   parser_->Note(name, value_name, help);
 }
 
 void CommandLine::Texts(const std::string& name, const std::string& value_name, std::vector<std::string>* target,
                         const std::string& help) {
-  parser_->app.add_option(name, *target, help)->type_name(value_name)->expected(1)->take_all();
+  parser_->app.add_option(name, *target, help)->type_name(value_name)->expected(1)->take_all()->allow_extra_args(false);
+  parser_->TakeValues(name, 1);
+  parser_->repeated.insert(name);
   parser_->Note(name, value_name, help);
 }
 
@@ -206,6 +251,7 @@ void CommandLine::Numbers(const std::string& name, const std::string& value_name
   parser_->app.add_option_function<std::vector<std::string>>(name, take, help)
       ->type_name(value_names)
       ->expected(static_cast<int>(count));
+  parser_->TakeValues(name, count);
   parser_->Note(name, value_names, help);
 }
 
@@ -249,9 +295,10 @@ std::string CommandLine::Usage() const {
 
 bool CommandLine::Parse(const std::vector<std::string>& arguments) {
   parser_->layout->SetUsage(Usage());
+  const std::vector<std::string> words = parser_->WithNamesRepeated(arguments);
   // The parser takes its arguments from the back.
   try {
-    parser_->app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    parser_->app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
   } catch (const CLI::CallForHelp&) {
     const std::string help = parser_->app.help();
     std::fwrite(help.data(), 1, help.size(), stdout);

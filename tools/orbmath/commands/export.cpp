@@ -7,6 +7,7 @@
 #include "refine/adjusted_rpc.h"
 #include "refine/model_file.h"
 #include "report/fixed_digits.h"
+#include "report/output_file.h"
 #include "report/report.h"
 #include "rpc/image_distance.h"
 
@@ -37,6 +38,7 @@ class Export : public Command {
 
   int Run() override {
     const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
+    RefuseToReplace(out_, {model_});
     const Model model = ReadGroundModel(model_, reading_);
     if (AsRefined(model) == nullptr) Note(model_ + ": holds no refinement, its record is written as it is");
     TRPC plain(PlainRecord(model));

@@ -201,6 +201,7 @@ class Fit : public Command {
     const ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), nullptr);
     const PointTable& table = control.table;
     const FitPoints points = SplitPoints(control, static_cast<std::size_t>(check_.value_or(0)));
+    for (const std::string& name : {out_, residuals_, page_.Path()}) RefuseToReplace(name, {points_});
     OutputFile out(out_);
     std::optional<OutputFile> residuals;
     if (!residuals_.empty()) residuals.emplace(residuals_);

@@ -13,6 +13,7 @@
 #include "models/raster_library.h"
 #include "points/dem_options.h"
 #include "report/interruption.h"
+#include "report/output_file.h"
 #include "report/progress_line.h"
 
 namespace orbmath_tool {
@@ -52,6 +53,12 @@ class Grid : public Command {
     if (dem_.IsGiven() == height_.has_value()) throw UsageError("a grid needs either --dem or --height");
     if (map_ && step_) throw UsageError("--step counts pixels of the image, --resolution those of a map");
     if (!map_ && frame_.IsGiven()) throw UsageError("--crs, --resolution, --bounds and --like need --map");
+    const std::string suffix = SuffixOf(output_);
+    if (!suffix.empty() && suffix != ".tif" && suffix != ".tiff" && suffix != ".npy") {
+      throw UsageError("the name '" + output_ + "' is neither that of a GeoTIFF (.tif) nor of an array (.npy)");
+    }
+    RefuseToReplace(output_, {model_});
+    RefuseToReplace(output_, dem_.Files());
     if (threads_) SatCommonUtils::ZxSetThreadsCount(*threads_);
     const Model model = ReadGroundModel(model_, reading_);
     std::shared_ptr<const SatCommonUtils::THeightSurface> surface = dem_.Open();

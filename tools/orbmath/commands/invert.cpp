@@ -9,6 +9,7 @@
 #include "errors.h"
 #include "models/model.h"
 #include "refine/robust_fit.h"
+#include "report/output_file.h"
 #include "report/progress_line.h"
 #include "report/report.h"
 #include "rpc/ground_solution.h"
@@ -85,6 +86,7 @@ class Invert : public Command {
 
   int Run() override {
     const SatCommonUtils::TRPCFileForm form = form_.Of(out_);
+    RefuseToReplace(out_, {model_});
     const Model model = ReadGroundModel(model_, reading_);
     const int grid = grid_.value_or(kDefaultGrid);
     WorkProgress progress("fitting");

@@ -31,7 +31,7 @@ class LocateTask : public PointTask {
         shift_(shift),
         says_height_(!height),
         height_(height.value_or(model.rpc->GetAverageHeight())),
-        input_{columns::kLine, columns::kSample, columns::kHeight.Optional(height_)},
+        input_{columns::kLineOrY, columns::kSampleOrX, columns::kHeight.Optional(height_)},
         columns_(frame.ResultColumns(options)) {
     if (status) {
       columns_.push_back({"residual", options.Digits(kPixelDigits)});
@@ -131,7 +131,7 @@ class Locate : public Command {
   }
 
   int Run() override {
-    const Model model = ReadGroundModel(model_, reading_);
+    const Model model = ReadGroundModel(model_, reading_, options_.Files());
     if (dem_.IsGiven() && height_) throw UsageError("--height and --dem exclude each other");
     if (sigma_ && !uncertainty_.IsGiven()) throw UsageError("--sigma needs --uncertainty");
     if (sigma_.value_or(0.0) < 0.0) throw UsageError("--sigma must not be below 0");
@@ -140,7 +140,7 @@ class Locate : public Command {
     UncertaintyColumns uncertainty(uncertainty_, {&model}, sigma_, options_);
     if (const auto surface = dem_.Open()) {
       const SatCommonUtils::TTerrainLocator locator(*model.rpc, *surface);
-      const TerrainColumns names{columns::kLine, columns::kSample, status_ ? "residual" : nullptr, status_};
+      const TerrainColumns names{columns::kLineOrY, columns::kSampleOrX, status_ ? "residual" : nullptr, status_};
       TerrainTask task(locator, *surface, names, frame_, origin_.Shift(), &uncertainty, options_);
       const int status = options_.Run(&task);
       task.ReportVoids();

@@ -12,6 +12,7 @@
 #include "models/raster_library.h"
 #include "points/dem_options.h"
 #include "report/interruption.h"
+#include "report/output_file.h"
 #include "report/progress_line.h"
 
 namespace orbmath_tool {
@@ -60,6 +61,12 @@ class Ortho : public Command {
 
   int Run() override {
     if (!dem_.IsGiven()) throw UsageError("a map needs --dem");
+    const std::string suffix = SuffixOf(output_);
+    if (format_.empty() && !suffix.empty() && suffix != ".tif" && suffix != ".tiff") {
+      throw UsageError("the name '" + output_ + "' is none of a GeoTIFF (.tif); --format NAME writes another format");
+    }
+    RefuseToReplace(output_, {image_, model_});
+    RefuseToReplace(output_, dem_.Files());
     if (threads_) SatCommonUtils::ZxSetThreadsCount(*threads_);
     const std::size_t memory = std::size_t(memory_.value_or(kDefaultMegabytes)) << 20;
     SatCommonUtils::TOrthoOptions options = Options();

@@ -101,9 +101,18 @@ class ProjectTask : public PointTask {
     if (locator_ != nullptr) Look(block);
   }
 
-  void Observe(const LineBlock& block) override { marks_.Add(block); }
+  void Observe(const LineBlock& block) override {
+    marks_.Add(block);
+    exchanged_ += CountExchanged(*model_.rpc, block);
+  }
 
-  const MarkCounter& Marks() const { return marks_; }
+  /// Says on standard error what is strange about the points.
+  void Report() const {
+    marks_.ReportGiven();
+    if (exchanged_ == 0) return;
+    Note("with latitude and longitude exchanged " + std::to_string(exchanged_) +
+         " of them would be inside: --lonlat, or --columns, has longitudes first");
+  }
 
  private:
   void FillHeights(LineBlock* block) const {
@@ -131,6 +140,7 @@ class ProjectTask : public PointTask {
   std::vector<TableColumn> input_;
   std::vector<OutputColumn> columns_;
   MarkCounter marks_;
+  std::size_t exchanged_ = 0;
 };
 
 class Project : public Command {
@@ -160,7 +170,7 @@ class Project : public Command {
   }
 
   int Run() override {
-    const Model model = ReadModel(model_, reading_);
+    const Model model = ReadModel(model_, reading_, options_.Files());
     if (model.kind == SatCommonUtils::TModelKind::Inverse) {
       if (derivatives_ || dem_.IsGiven()) {
         throw UsageError("--derivatives and --dem do not go with an inverse model");
@@ -177,7 +187,7 @@ class Project : public Command {
     if (visible_) locator = std::make_unique<SatCommonUtils::TTerrainLocator>(*model.rpc, *surface);
     ProjectTask task(model, frame_, derivatives_, origin_.Shift(), options_, surface.get(), locator.get());
     const int status = options_.Run(&task);
-    task.Marks().ReportGiven();
+    task.Report();
     return status;
   }
 

@@ -118,7 +118,9 @@ class Refine : public Command {
     if (suffix && *suffix != SatCommonUtils::TRPCFileForm::XML) {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
     }
-    const Model model = ReadGroundModel(model_, reading_);
+    for (const std::string& name : {out_, page_.Path()}) RefuseToReplace(name, {points_, check_});
+    RefuseToReplace(page_.Path(), {model_});
+    const Model model = ReadGroundModel(model_, reading_, {points_});
     if (ties_ && !check_.empty()) throw UsageError("--check takes ground control, not --ties");
     if (ties_ && dem_.IsGiven()) throw UsageError("--ties and --dem exclude each other");
     if (dem_.IsGiven() && frame_.Height()) throw UsageError("--height and --dem exclude each other");

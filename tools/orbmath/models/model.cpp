@@ -30,6 +30,14 @@ class StandardInput : public SatCommonUtils::TZxStream {
   bool ReadFailed() const override { return std::ferror(stdin) != 0; }
 };
 
+/// A hint when one of the other arguments is a model: they seem to be exchanged.
+std::string ModelAmong(const std::vector<std::string>& others) {
+  for (const std::string& other : others) {
+    if (other != "-" && SatCommonUtils::ReadModelFile(other)) return "; " + other + " is a model: name it first";
+  }
+  return "";
+}
+
 }  // namespace
 
 void ModelReading::Declare(CommandLine& line) {
@@ -43,7 +51,7 @@ SatCommonUtils::TRPCFileOptions ModelReading::Options() const {
   return options;
 }
 
-Model ReadModel(const std::string& given, const ModelReading& reading) {
+Model ReadModel(const std::string& given, const ModelReading& reading, const std::vector<std::string>& others) {
   Model model;
   SatCommonUtils::TModelFile read;
   if (given == "-") {
@@ -55,15 +63,15 @@ Model ReadModel(const std::string& given, const ModelReading& reading) {
     model.name = given;
     read = SatCommonUtils::ReadModelFile(given, {reading.Options(), &ReadImage});
   }
-  if (!read) throw Failure(read.message);
+  if (!read) throw Failure(read.message + ModelAmong(others));
   model.kind = read.kind;
   model.file = std::move(read.file);
   model.rpc = std::move(read.model);
   return model;
 }
 
-Model ReadGroundModel(const std::string& name, const ModelReading& reading) {
-  Model model = ReadModel(name, reading);
+Model ReadGroundModel(const std::string& name, const ModelReading& reading, const std::vector<std::string>& others) {
+  Model model = ReadModel(name, reading, others);
   if (model.kind == TModelKind::Inverse) {
     throw Failure(name + ": is an inverse model; 'orbmath project' evaluates it");
   }

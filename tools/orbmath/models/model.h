@@ -38,11 +38,13 @@ class ModelReading {
   std::optional<int> first_pixel_;
 };
 
-/// Reads a model file of any form, "-" from standard input, or the model of an image. \throws Failure naming file, line
-/// and key of what is wrong.
-Model ReadModel(const std::string& given, const ModelReading& reading = {});
+/// Reads a model file of any form, "-" from standard input, or the model of an image. \param others further arguments,
+/// of which one may be the model by mistake. \throws Failure naming file, line and key of what is wrong.
+Model ReadModel(const std::string& given, const ModelReading& reading = {},
+                const std::vector<std::string>& others = {});
 /// The same. \throws Failure for an inverse model too, which does not map the ground into an image.
-Model ReadGroundModel(const std::string& name, const ModelReading& reading = {});
+Model ReadGroundModel(const std::string& name, const ModelReading& reading = {},
+                      const std::vector<std::string>& others = {});
 
 /// The model when it carries a refinement, or null.
 const SatCommonUtils::TAdjustedRPC* AsRefined(const Model& model);

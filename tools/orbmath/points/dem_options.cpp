@@ -13,7 +13,7 @@ namespace orbmath_tool {
 const char* const kNoTerrainHeight = "no terrain height there (a void, or outside the DEM)";
 
 void DemChoice::Declare(CommandLine& line) {
-  line.Texts("--dem", "FILE", &files_, "DEM, any raster that GDAL opens; several make one surface");
+  line.Texts("--dem", "FILE...", &files_, "DEM, any raster that GDAL opens; several make one surface");
   line.Text("--geoid", "FILE|NAME|none", &geoid_,
             "what the DEM's heights count from: a geoid grid, egm96, egm2008, or none for the ellipsoid");
   line.Text("--void-height", "H|geoid", &void_height_,

@@ -17,6 +17,7 @@ class DemChoice {
  public:
   void Declare(CommandLine& line);
   bool IsGiven() const { return !files_.empty(); }
+  const std::vector<std::string>& Files() const { return files_; }
   /// The value of `--geoid` where no DEM is given, for a command that has another use for it; `Open` then does not
   /// mind.
   std::string TakeGeoid() { return IsGiven() ? std::string() : std::exchange(geoid_, std::string()); }

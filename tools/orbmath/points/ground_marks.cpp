@@ -99,6 +99,17 @@ int StatusOf(const SatCommonUtils::TRPC& model, double lat, double lon, double h
          (box.HeightRemoteness(height) <= 1.0 ? 0 : kHeight);
 }
 
+std::size_t CountExchanged(const SatCommonUtils::TRPC& model, const LineBlock& block) {
+  const SatCommonUtils::TGroundBox box = SatCommonUtils::GroundBoxOf(model);
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < block.count; ++i) {
+    if ((block.marks[i] & kGround) == 0) continue;
+    const double height = block.in[2][i];
+    count += box.Remoteness({block.in[1][i], block.in[0][i], height}) <= 1.0 ? 1 : 0;
+  }
+  return count;
+}
+
 bool IsGiven(const TGroundSolution& solution, bool extrapolate) {
   return solution || (extrapolate && SatCommonUtils::HasDoubtfulPoint(solution.status.state) &&
                       IsGround(solution.lat, solution.lon));

@@ -28,6 +28,10 @@ std::string WhyNoGround(double lat, double lon);
 /// The number of the word that fits a ground point: whether it lies outside of the model's ground box and heights.
 int StatusOf(const SatCommonUtils::TRPC& model, double lat, double lon, double height);
 
+/// How many points of `block`, with latitudes and longitudes as its first columns and marked, lie outside of the
+/// model's ground but would lie inside with the two exchanged.
+std::size_t CountExchanged(const SatCommonUtils::TRPC& model, const LineBlock& block);
+
 /// Counts marked points, for the note in the end.
 class MarkCounter {
  public:

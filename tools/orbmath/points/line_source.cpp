@@ -11,6 +11,7 @@
 
 #include "errors.h"
 #include "frame/zxstd/encoding.h"
+#include "frame/zxstd/number_text.h"
 #include "system/system.h"
 
 namespace orbmath_tool {
@@ -31,6 +32,13 @@ const char* DropLineRest(char* begin, const char* end) {
   if (feed == nullptr) return begin;
   std::memmove(begin, feed, static_cast<std::size_t>(end - feed));
   return begin + (end - feed);
+}
+
+/// \throws Failure for a file that cannot be opened, with a hint for numbers, which are no files' names.
+[[noreturn]] void RefuseName(const std::string& name, const std::string& why) {
+  double number = 0.0;
+  throw Failure(name + ": " + why +
+                (SatCommonUtils::ParseDouble(name, &number) ? "; a point in the command is given by --point" : ""));
 }
 
 /// What spreadsheets call "Unicode text" has two bytes a character, which no number survives.
@@ -60,7 +68,7 @@ LineSource::LineSource(const std::vector<std::string>& names) {
     const bool standard = name == "-";
     if (standard) TakeStandardInput("the file of points");
     const int descriptor = standard ? kStandardInput : OpenToRead(name);
-    if (descriptor < 0) throw Failure(name + ": " + std::strerror(errno));
+    if (descriptor < 0) RefuseName(name, std::strerror(errno));
     inputs_.push_back({standard ? "standard input" : name, descriptor});
     std::uint64_t bytes = 0;
     all_plain = all_plain && IsPlainFile(descriptor, &bytes);

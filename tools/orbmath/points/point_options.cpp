@@ -5,6 +5,7 @@
 #include "errors.h"
 #include "frame/zxstd/threads.h"
 #include "report/fixed_digits.h"
+#include "report/output_file.h"
 
 namespace orbmath_tool {
 
@@ -50,7 +51,7 @@ void PointOptions::DeclareInput(CommandLine& line) {
 }
 
 void PointOptions::DeclareFilesOption(CommandLine& line) {
-  line.Texts("--points", "FILE", &stream_.inputs, "file of points, '-' for standard input (the default)");
+  line.Texts("--points", "FILE...", &stream_.inputs, "file of points, '-' for standard input (the default)");
   DeclareInput(line);
 }
 
@@ -58,6 +59,7 @@ StreamOptions PointOptions::Checked() const {
   if (csv_ + json_ + geojson_ > 1) throw UsageError("--csv, --json and --geojson exclude each other");
   if (!stream_.points.empty() && !stream_.inputs.empty())
     throw UsageError("--point takes the place of files of points");
+  RefuseToReplace(stream_.output, stream_.inputs);
   StreamOptions options = stream_;
   options.form = csv_       ? StreamOptions::Form::Csv
                  : json_    ? StreamOptions::Form::Json

@@ -51,6 +51,8 @@ class PointOptions {
   int Run(BlockTask* task) const;
   /// The one file of points, "-" for standard input. \throws UsageError when there are several.
   std::string OneFile() const;
+  /// The files of points as they were named.
+  const std::vector<std::string>& Files() const { return stream_.inputs; }
   const std::string& ColumnNames() const { return stream_.columns; }
 
  private:

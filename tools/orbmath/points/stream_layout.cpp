@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "errors.h"
+#include "points/field_text.h"
 
 namespace orbmath_tool {
 
@@ -80,6 +81,10 @@ std::shared_ptr<const StreamLayout> StreamLayouts::For(const LineSource& source,
   }
   const std::string problem = finder_->Layout().Problem();
   if (!problem.empty()) throw Failure(source.Name() + ":" + std::to_string(line + place) + ": " + problem);
+  if (finder_->StartsWithWords()) {
+    Note(source.Name() + ": if the first line holds the names of columns, they are not known here: --columns says " +
+         "which is which, in the words " + NamesOf(finder_->Layout().numbers));
+  }
   current_ = Make(*finder_);
   return current_;
 }

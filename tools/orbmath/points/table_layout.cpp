@@ -19,6 +19,11 @@ TableColumn Text(const std::string& name, const std::vector<std::string>& others
   return column;
 }
 
+std::vector<std::string> Joined(std::vector<std::string> names, const std::string& last) {
+  names.push_back(last);
+  return names;
+}
+
 TableColumn Angle(const std::string& name, const std::vector<std::string>& others, Quantity quantity) {
   TableColumn column{name, others};
   column.quantity = quantity;
@@ -39,8 +44,10 @@ const TableColumn kMeasuredLine{"measured_line", {"measuredrow"}};
 const TableColumn kMeasuredSample{"measured_sample", {"measuredcolumn", "measuredcol", "measuredsamp"}};
 const TableColumn kSigma{"sigma", {"sigmapx", "sigmapixel", "sigmapixels"}, false, 1.0};
 const TableColumn kId = Text("id", {"point", "pointid", "pointname", "name", "label", "gcp", "gcpid", "pt", "station"});
-const TableColumn kImage = Text("image", {"imageid", "imagename", "img", "photo", "scene"});
+const TableColumn kImage = Text("image", {"imageid", "imagename", "img", "photo", "scene", "model"});
 const TableColumn kRole = Text("role", {"use", "kind"});
+const TableColumn kLineOrY{"line", Joined(kLine.other_names, "y")};
+const TableColumn kSampleOrX{"sample", Joined(kSample.other_names, "x")};
 const TableColumn kEast{"x", {"east", "easting", "e", "xm", "utmx"}};
 const TableColumn kNorth{"y", {"north", "northing", "n", "ym", "utmy"}};
 
@@ -245,6 +252,7 @@ bool LayoutFinder::TakeFirstLine(std::string_view line) {
   const bool is_header =
       IsWords(words) && (header_ == Header::Words || !names_.empty() || KnownAmong(words) >= kEnoughNames);
   has_names_ = true;
+  starts_with_words_ = !is_header && IsWords(words);
   if (is_header) {
     header_line_ = line;
     layout_ = LayoutOfNames(wanted_, names_.empty() ? words : names_, SeparatorOfNames(line), keep_others_);

@@ -40,6 +40,8 @@ extern const TableColumn kLat, kLon, kHeight, kLine, kSample, kMeasuredLine, kMe
 extern const TableColumn kId, kImage, kRole;
 /// Coordinates of a reference system in the place of longitude and latitude.
 extern const TableColumn kEast, kNorth;
+/// Line and sample of tables that hold image points alone, where y and x can mean nothing else.
+extern const TableColumn kLineOrY, kSampleOrX;
 }  // namespace columns
 
 /// What stands between the fields of a table.
@@ -110,6 +112,8 @@ class LayoutFinder {
   std::string_view HeaderLine() const { return header_line_; }
   /// Whether names say where the columns are, instead of their order.
   bool HasNames() const { return has_names_; }
+  /// Whether the first row has words alone, as a line of names would have that are not known.
+  bool StartsWithWords() const { return starts_with_words_; }
 
  private:
   std::size_t KnownAmong(const std::vector<std::string>& names) const;
@@ -124,6 +128,7 @@ class LayoutFinder {
   TableLayout layout_;
   std::string_view header_line_;
   bool has_names_ = false;
+  bool starts_with_words_ = false;
 };
 
 /// Reads `text`, whole lines that must outlive the block, into numbers and texts of `block`; forgets what it held.

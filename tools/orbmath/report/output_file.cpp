@@ -2,8 +2,11 @@
 
 #include "report/output_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "errors.h"
@@ -37,6 +40,23 @@ void OutputFile::Commit(const std::vector<OutputFile*>& files) {
   for (const OutputFile* const file : files) {
     if (file != nullptr) WriteToStandardOutput(file->standard_output_);
   }
+}
+
+void RefuseToReplace(const std::string& output, const std::vector<std::string>& inputs) {
+  if (output.empty() || output == "-") return;
+  for (const std::string& input : inputs) {
+    std::error_code none;  // a name that is no file is no file that could be lost
+    if (std::filesystem::equivalent(std::filesystem::u8path(output), std::filesystem::u8path(input), none)) {
+      throw UsageError(output + " is read and would be replaced by the result; name another file to write");
+    }
+  }
+}
+
+std::string SuffixOf(const std::string& name) {
+  std::string suffix = std::filesystem::u8path(name).extension().u8string();
+  std::transform(suffix.begin(), suffix.end(), suffix.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return suffix;
 }
 
 void WriteToStandardOutput(std::string_view text) {

@@ -34,6 +34,14 @@ class OutputFile {
   std::string standard_output_;
 };
 
+/// Keeps a command from replacing a file that it reads, as a slip in the order of its arguments would have it do.
+/// \param output what is to be written; "-" and "" are none. \param inputs what is read, the same.
+/// \throws UsageError
+void RefuseToReplace(const std::string& output, const std::vector<std::string>& inputs);
+
+/// The suffix of a file's name in lower case with its point, as in ".tif"; empty when it has none.
+std::string SuffixOf(const std::string& name);
+
 /// Writes `text` to standard output past the standard library's buffer. \throws Failure
 void WriteToStandardOutput(std::string_view text);
 

@@ -15,6 +15,7 @@ class PageOption {
  public:
   void Declare(CommandLine& line);
   bool IsGiven() const { return !path_.empty(); }
+  const std::string& Path() const { return path_; }
   bool IsStandardOutput() const { return path_ == "-"; }
   /// The file that the page goes into, begun before the work; nothing without the option. \throws Failure
   std::optional<OutputFile> Open() const;
