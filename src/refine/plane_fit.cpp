@@ -14,55 +14,85 @@ namespace {
 
 constexpr std::size_t kMost = std::tuple_size<TPlaneMap>::value;
 
-/// The parameters that a kind frees and that move one coordinate of the target; the others are zeros in its equation,
-/// and a sum is the same without them.
-struct TRowParameters {
-  std::size_t count = 0;
-  std::size_t free[kMost];     ///< places among those that the kind frees
-  std::size_t element[kMost];  ///< places in the map
-};
-
-TRowParameters RowParametersOf(TRPCRefinementTransformType type, std::size_t axis) {
-  const TRefinementKind& kind = *FindRefinementKind(type);
-  TRowParameters row;
-  for (std::size_t k = 0; k < kind.parameterCount; ++k) {
-    const std::size_t element = kind.parameters[k];
-    if (element < 6 && element / 3 != axis) continue;
-    row.free[row.count] = k;
-    row.element[row.count++] = element;
-  }
-  return row;
-}
-
-inline double Denominator(const TPlaneMap& map, double x, double y) { return map[6] * x + map[7] * y + 1.0; }
-
 /// The normal equations at a map: the upper triangle, with the right side behind it.
 struct TNormalEquations {
   std::size_t unknowns;
   double sums[kMost][kMost + 1] = {};
 };
 
-/// Sums over the ties one by one: a million of them take no memory.
-TNormalEquations FormNormalEquations(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
-                                     const std::vector<std::size_t>& chosen, const TPlaneMap& map) {
-  TNormalEquations normal{FreeParameters(type)};
-  const TRowParameters rows[2] = {RowParametersOf(type, 0), RowParametersOf(type, 1)};
+/// Products of the terms of the equations, by what they have in common: the two coordinates of the target have the same
+/// derivatives, (x, y, 1) / w, each by its own row of the map.
+struct TSums {
+  double own[3][3] = {};                ///< upper triangle
+  double mixed[2][3][2] = {};           ///< of each row with the perspective
+  double perspective[2][2] = {};        ///< upper triangle
+  double right[2][3] = {};              ///< of each row with its residuals
+  double right_of_perspective[2] = {};  ///< of both rows
+};
+
+/// Sums over the ties one by one, in their order: a million of them take no memory. Without a perspective the matrix
+/// does not depend on the map. \param right_only leaves out all but the right side.
+template <class Freed>
+TSums SumsOver(const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen, const TPlaneMap& map,
+               bool right_only) {
+  constexpr std::size_t kFirst = Freed::kFirst;
+  TSums sums;
   for (const std::size_t i : chosen) {
     const TPlaneTie& tie = ties[i];
-    const TPlaneEquations equations = EquationsAt(map, tie);
+    const TPlaneRow<Freed::kPerspective> row(map, tie.from[0], tie.from[1]);
     const double weight = tie.root_weight * tie.root_weight;
+    double weighted[3];
+    for (std::size_t k = kFirst; k < 3; ++k) weighted[k] = weight * row.own[k];
+    if (!right_only) {
+      for (std::size_t k = kFirst; k < 3; ++k) {
+        for (std::size_t j = k; j < 3; ++j) sums.own[k][j] += weighted[k] * row.own[j];
+      }
+    }
     for (std::size_t axis = 0; axis < 2; ++axis) {
-      const TRowParameters& row = rows[axis];
-      const double* const design = equations.design[axis];
-      for (std::size_t k = 0; k < row.count; ++k) {
-        double* const sums = normal.sums[row.free[k]];
-        const double weighted = weight * design[row.element[k]];
-        for (std::size_t j = k; j < row.count; ++j) sums[row.free[j]] += weighted * design[row.element[j]];
-        sums[normal.unknowns] += weighted * equations.residual[axis];
+      const double residual = tie.to[axis] - row.mapped[axis];
+      for (std::size_t k = kFirst; k < 3; ++k) sums.right[axis][k] += weighted[k] * residual;
+      if constexpr (Freed::kPerspective) {
+        const double steps[2] = {row.ByPerspective(axis, 0), row.ByPerspective(axis, 1)};
+        for (std::size_t k = 0; k < 3; ++k) {
+          for (std::size_t j = 0; j < 2; ++j) sums.mixed[axis][k][j] += weighted[k] * steps[j];
+        }
+        for (std::size_t k = 0; k < 2; ++k) {
+          const double weighted_step = weight * steps[k];
+          for (std::size_t j = k; j < 2; ++j) sums.perspective[k][j] += weighted_step * steps[j];
+          sums.right_of_perspective[k] += weighted_step * residual;
+        }
       }
     }
   }
-  return normal;
+  return sums;
+}
+
+/// The normal equations at a map. \param right_only the matrix stands already: that of another map without a
+/// perspective.
+template <class Freed>
+void FormNormalEquations(Freed, const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen,
+                         const TPlaneMap& map, bool right_only, TNormalEquations* normal) {
+  const TSums sums = SumsOver<Freed>(ties, chosen, map, right_only);
+  const std::size_t n = normal->unknowns;
+  const auto place = Freed::Place;
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    for (std::size_t k = Freed::kFirst; k < 3; ++k) {
+      double* const row = normal->sums[place(axis, k)];
+      row[n] = sums.right[axis][k];
+      if (right_only) continue;
+      for (std::size_t j = k; j < 3; ++j) row[place(axis, j)] = sums.own[k][j];
+      if constexpr (Freed::kPerspective) {
+        for (std::size_t j = 0; j < 2; ++j) row[place(axis, 3 + j)] = sums.mixed[axis][k][j];
+      }
+    }
+  }
+  if constexpr (Freed::kPerspective) {
+    for (std::size_t k = 0; k < 2; ++k) {
+      double* const row = normal->sums[place(0, 3 + k)];
+      row[n] = sums.right_of_perspective[k];
+      for (std::size_t j = k; j < 2; ++j) row[place(0, 3 + j)] = sums.perspective[k][j];
+    }
+  }
 }
 
 /// Solves normal equations by Cholesky, with the bits of `Cholesky` of linear_systems.h, but on the stack: a start is
@@ -105,52 +135,16 @@ TMatrix InverseOf(const TNormalEquations& normal) {
 /// True when no chosen tie lies near the line that the map sends to infinity.
 bool IsTame(const TPlaneMap& map, const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen) {
   constexpr double kLeastDenominator = 0.01;
-  return std::all_of(map.begin(), map.end(), [](double a) { return std::isfinite(a); }) &&
-         std::all_of(chosen.begin(), chosen.end(), [&](std::size_t i) {
+  if (!std::all_of(map.begin(), map.end(), [](double a) { return std::isfinite(a); })) return false;
+  return (map[6] == 0.0 && map[7] == 0.0) || std::all_of(chosen.begin(), chosen.end(), [&](std::size_t i) {
            return Denominator(map, ties[i].from[0], ties[i].from[1]) > kLeastDenominator;
          });
 }
 
 }  // namespace
 
-TPlaneEquations EquationsAt(const TPlaneMap& map, const TPlaneTie& tie) {
-  const double x = tie.from[0], y = tie.from[1];
-  const double w = Denominator(map, x, y);
-  const double mapped[2] = {(map[0] * x + map[1] * y + map[2]) / w, (map[3] * x + map[4] * y + map[5]) / w};
-  TPlaneEquations equations = {};
-  const double of_row[3] = {x / w, y / w, 1.0 / w};
-  for (std::size_t axis = 0; axis < 2; ++axis) {
-    double* row = equations.design[axis];
-    std::copy_n(of_row, 3, row + 3 * axis);
-    row[6] = -mapped[axis] * x / w;
-    row[7] = -mapped[axis] * y / w;
-    equations.residual[axis] = tie.to[axis] - mapped[axis];
-  }
-  return equations;
-}
-
-double SquaredResidual(const TPlaneMap& map, const TPlaneTie& tie) {
-  const double x = tie.from[0], y = tie.from[1];
-  const double w = Denominator(map, x, y);
-  const double dx = (tie.to[0] - (map[0] * x + map[1] * y + map[2]) / w) * tie.root_weight;
-  const double dy = (tie.to[1] - (map[3] * x + map[4] * y + map[5]) / w) * tie.root_weight;
-  return dx * dx + dy * dy;
-}
-
 double TPlaneFit::VarianceAt(TRPCRefinementTransformType type, double x, double y) const {
-  const std::size_t unknowns = FreeParameters(type);
-  const TPlaneEquations equations = EquationsAt(map, {{x, y}, {0.0, 0.0}, 1.0});
-  double sum = 0.0;
-  for (std::size_t axis = 0; axis < 2; ++axis) {
-    const TRowParameters row = RowParametersOf(type, axis);
-    const double* const design = equations.design[axis];
-    for (std::size_t i = 0; i < row.count; ++i) {
-      for (std::size_t j = 0; j < row.count; ++j) {
-        sum += design[row.element[i]] * cofactors[row.free[i] * unknowns + row.free[j]] * design[row.element[j]];
-      }
-    }
-  }
-  return 0.5 * sum;
+  return WithFreed(type, [&](auto freed) { return decltype(freed)::VarianceAt(*this, x, y); });
 }
 
 double TPlaneFit::Bilinear(TRPCRefinementTransformType type, const double* left, const double* right) const {
@@ -168,15 +162,18 @@ std::size_t FreeParameters(TRPCRefinementTransformType type) { return FindRefine
 
 namespace {
 
-bool Iterate(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
-             const std::vector<std::size_t>& chosen, TPlaneMap* map) {
+/// \param normal receives the equations, without a right side to speak of, at the fitted map.
+template <class Freed>
+bool Iterate(Freed freed, TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
+             const std::vector<std::size_t>& chosen, TPlaneMap* map, TNormalEquations* normal) {
   constexpr int kMostSteps = 20;
   constexpr double kAtRest = 1e-13;  // coordinates are near 1
   const TRefinementKind& kind = *FindRefinementKind(type);
   TPlaneMap current = kIdentityMap;
   for (int round = 0; round < kMostSteps; ++round) {
+    FormNormalEquations(freed, ties, chosen, current, round > 0 && !Freed::kPerspective, normal);
     double step[kMost] = {};
-    if (!Solve(FormNormalEquations(type, ties, chosen, current), step)) return false;
+    if (!Solve(*normal, step)) return false;
     double largest = 0.0;
     for (std::size_t k = 0; k < kind.parameterCount; ++k) {
       current[kind.parameters[k]] += step[k];
@@ -186,6 +183,7 @@ bool Iterate(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& tie
     if (largest < kAtRest) break;
   }
   *map = current;
+  if (Freed::kPerspective) FormNormalEquations(freed, ties, chosen, current, false, normal);
   return true;
 }
 
@@ -302,14 +300,21 @@ bool PassPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>
 
 bool FitPlaneMap(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties,
                  const std::vector<std::size_t>& chosen, TPlaneFit* fit) {
-  if (!Iterate(type, ties, chosen, &fit->map)) return false;
-  const TMatrix inverse = InverseOf(FormNormalEquations(type, ties, chosen, fit->map));
   const std::size_t unknowns = FreeParameters(type);
+  TNormalEquations normal{unknowns};
+  fit->sum_of_squares = 0.0;
+  const bool fitted = WithFreed(type, [&](auto freed) {
+    if (!Iterate(freed, type, ties, chosen, &fit->map, &normal)) return false;
+    for (const std::size_t i : chosen) {
+      fit->sum_of_squares += SquaredResidual<decltype(freed)::kPerspective>(fit->map, ties[i]);
+    }
+    return true;
+  });
+  if (!fitted) return false;
+  const TMatrix inverse = InverseOf(normal);
   for (std::size_t i = 0; i < unknowns; ++i) {
     for (std::size_t j = 0; j < unknowns; ++j) fit->cofactors[i * unknowns + j] = inverse(i, j);
   }
-  fit->sum_of_squares = 0.0;
-  for (const std::size_t i : chosen) fit->sum_of_squares += SquaredResidual(fit->map, ties[i]);
   return fit->cofactors[0] > 0.0;
 }
 

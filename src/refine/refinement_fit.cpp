@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "frame/zxstd/text.h"
@@ -19,6 +20,7 @@ namespace SatCommonUtils {
 namespace {
 
 using refine::TPlaneFit;
+using refine::TPlaneJudges;
 using refine::TPlaneMap;
 using refine::TPlaneTie;
 using refine::TRobustPlaneFit;
@@ -64,6 +66,7 @@ struct TBox {
 /// A kind with its fit.
 struct TCandidate {
   Type type = Type::None;
+  bool is_fitted = false;
   TRobustPlaneFit robust;
   double corner_factor = 0.0;
 };
@@ -117,12 +120,13 @@ class TFitter {
   bool Fit(Type type, TCandidate* candidate) const;
   double CornerFactor(const TCandidate& candidate, const TBox& box) const;
   bool IsSignificantlyBetter(const TCandidate& richer, const TCandidate& simpler, TRefinementKindTest* test) const;
-  bool IsBorne(Type type, const TCandidate& simpler, TCandidate* richer, std::string* reason) const;
+  bool IsBorne(Type type, TCandidate* simpler, TCandidate* richer, std::string* reason) const;
 
   const TRefinementFitOptions& options_;
   TFrame frame_;
   double typical_sigma_;
   std::vector<TPlaneTie> ties_;
+  std::optional<TPlaneJudges> judges_;
 };
 
 TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options)
@@ -135,6 +139,7 @@ TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOp
                      {frame_.ToFrame(tie.measuredLine, 0), frame_.ToFrame(tie.measuredSample, 1)},
                      frame_.scale * typical_sigma_ / tie.sigma});  // weighted residuals are pixels
   }
+  judges_.emplace(ties_);
 }
 
 double TFitter::CornerFactor(const TCandidate& candidate, const TBox& box) const {
@@ -151,7 +156,8 @@ double TFitter::CornerFactor(const TCandidate& candidate, const TBox& box) const
 
 bool TFitter::Fit(Type type, TCandidate* candidate) const {
   candidate->type = type;
-  if (!refine::FitRobustly(type, ties_, kNoiseFloor, &candidate->robust)) return false;
+  candidate->is_fitted = true;
+  if (!refine::FitRobustly(type, ties_, *judges_, kNoiseFloor, &candidate->robust)) return false;
   const TBox square = BoxOf(ties_, candidate->robust.inside).Square();
   candidate->corner_factor = CornerFactor(*candidate, square);
   if (!(candidate->corner_factor <= kLargestCornerFactor)) return false;
@@ -187,7 +193,9 @@ bool TFitter::IsSignificantlyBetter(const TCandidate& richer, const TCandidate& 
   const TIndices& common = richer.robust.inside;
   const char* const name = GetRPCRefinementTransformTypeName(simpler.type);
   TPlaneFit plain;
-  if (!refine::FitPlaneMap(simpler.type, ties_, common, &plain)) {
+  if (simpler.is_fitted && common == simpler.robust.inside) {
+    plain = simpler.robust.fit;
+  } else if (!refine::FitPlaneMap(simpler.type, ties_, common, &plain)) {
     test->reason = Zentarix::ssprintf("%s has no fit to the same points", name);
     return true;
   }
@@ -204,7 +212,7 @@ bool TFitter::IsSignificantlyBetter(const TCandidate& richer, const TCandidate& 
 }
 
 // Whether number and spread of the points bear a kind.
-bool TFitter::IsBorne(Type type, const TCandidate& simpler, TCandidate* richer, std::string* reason) const {
+bool TFitter::IsBorne(Type type, TCandidate* simpler, TCandidate* richer, std::string* reason) const {
   const std::size_t enough = refine::FreeParameters(type);
   if (ties_.size() < enough) {
     *reason = Zentarix::ssprintf("it needs %zu points to be tested", enough);
@@ -221,16 +229,17 @@ bool TFitter::IsBorne(Type type, const TCandidate& simpler, TCandidate* richer, 
   }
   // A rich map can pass through the few good points of its choice: small sets must not pay for it with points.
   const std::size_t inside = richer->robust.inside.size();
-  if (inside >= enough && (inside >= 2 * enough || inside >= simpler.robust.inside.size())) return true;
+  if (inside >= 2 * enough) return true;
+  const bool is_fitted = simpler->is_fitted || Fit(simpler->type, simpler);
+  if (inside >= enough && is_fitted && inside >= simpler->robust.inside.size()) return true;
   *reason = Zentarix::ssprintf("it would fit %zu points alone", inside);
   return false;
 }
 
 bool TFitter::FitChosen(TCandidate* best, std::vector<TRefinementKindTest>* tests, std::string* reason) const {
-  if (!Fit(Type::Shift, best)) {
-    *reason = "the numbers are too large for a fit";
-    return false;
-  }
+  // A shift is fitted when it is needed: where an affine map has enough points of its own, the shift of these alone is
+  // what it is tested against.
+  best->type = Type::Shift;
   tests->emplace_back();
   tests->back().type = Type::Shift;
   tests->back().taken = true;
@@ -240,11 +249,14 @@ bool TFitter::FitChosen(TCandidate* best, std::vector<TRefinementKindTest>* test
     TRefinementKindTest test;
     test.type = kind.type;
     TCandidate richer;
-    test.taken = IsBorne(kind.type, *best, &richer, &test.reason) && IsSignificantlyBetter(richer, *best, &test);
+    test.taken = IsBorne(kind.type, best, &richer, &test.reason) && IsSignificantlyBetter(richer, *best, &test);
     if (test.taken) *best = std::move(richer);
     tests->push_back(test);
   }
-  return true;
+  if (best->is_fitted || Fit(best->type, best)) return true;
+  tests->clear();
+  *reason = "the numbers are too large for a fit";
+  return false;
 }
 
 bool TFitter::FitAll(TCandidate* candidate) const {

@@ -21,6 +21,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/image_nodes.cpp
   ${CMAKE_CURRENT_LIST_DIR}/model_file.cpp
   ${CMAKE_CURRENT_LIST_DIR}/plane_fit.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/plane_judges.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_affine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_covariance.cpp
