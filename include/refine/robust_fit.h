@@ -37,8 +37,8 @@ struct ORBMATH_API TRPCFitOptions {
   /// Ridge of the fit, dimensionless, 0 or above, as a share of the largest squared singular value of the design
   /// matrix, or negative: chosen by cross-validation. Order 1 needs none.
   double ridge = -1.0;
-  /// Weight of each point (1 / variance up to a common factor), 0 or above; empty: all the same. A point of weight 0
-  /// takes no part and is not counted.
+  /// Weight of each point (1 / variance; only ratios count), 0 or above; empty: all the same. A point of weight 0 takes
+  /// no part and is not counted.
   std::vector<double> weights;
   /// What becomes of bad points.
   TRPCBadPoints badPoints = TRPCBadPoints::LeftOut;
@@ -126,8 +126,8 @@ struct TRPCFitReport {
 ///
 /// Time is linear in the points: up to 4,096 are fitted through a triangular factor of the design matrix (no squared
 /// condition number), more through their normal equations, started from a fit of 4,096 of them. Memory beyond the
-/// caller's 40 bytes a point: 100 bytes a point while bad ones are sought, and 40 more with held-out, unused or bad
-/// points. The result does not depend on threads, processor or earlier calls.
+/// caller's 40 bytes a point: 100 bytes a point while bad ones are sought, 40 more with held-out, unused or bad points,
+/// 8 with weights. The result does not depend on threads, processor or earlier calls.
 ORBMATH_API bool FitRPC(const TRPCEstimationDataSet& data, const TRPCFitOptions& options, TRPCData* rpc,
                         TRPCFitReport* report = nullptr);
 

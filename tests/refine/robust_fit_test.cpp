@@ -179,6 +179,32 @@ TEST(FitRPC, CountsAPointAsItsWeightSays) {
   EXPECT_NEAR(shift, 0.8, 0.01);
 }
 
+// Only ratios of weights count, to the bit, even where their sum is beyond all numbers or below them; all the same,
+// they are none. The order is given, so that no choice hides a difference.
+TEST(FitRPC, TheScaleOfTheWeightsDoesNotCount) {
+  Random random("ScaleOfWeights");
+  const TRPCEstimationDataSet data{RandomPoints(PushbroomRecord(), 60, 0.2, &random), false};
+  std::vector<double> uneven(60);
+  for (double& weight : uneven) weight = random.Uniform(0.5, 3.5);
+  const std::vector<double> even(60, 0.3);
+  const auto fit = [&](const std::vector<double>& weights, double scale) {
+    TRPCFitOptions options;
+    options.order = 3;
+    options.weights = weights;
+    for (double& weight : options.weights) weight *= scale;
+    TRPCData fitted;
+    TRPCFitReport report;
+    EXPECT_TRUE(FitRPC(data, options, &fitted, &report)) << report.message;
+    return fitted;
+  };
+  const TRPCData weighted = fit(uneven, 1.0), plain = fit({}, 1.0);
+  for (const double scale : {0x1p-1000, 0x1p-3, 0x1p1021}) {
+    EXPECT_TRUE(SameRecord(fit(uneven, scale), weighted)) << scale;
+    EXPECT_TRUE(SameRecord(fit(even, scale), plain)) << scale;
+  }
+  EXPECT_FALSE(SameRecord(weighted, plain));
+}
+
 TEST(FitRPC, ChecksItselfOnPointsThatItHasNotSeen) {
   Random random("HeldOut");
   TRPCEstimationDataSet data{RandomPoints(PushbroomRecord(), 400, 0.1, &random), false};

@@ -84,16 +84,12 @@ struct TFittedDegrees {
   std::size_t terms = 0;  // of the best
 };
 
-// A set of points with a fit to them.
+// A fit to a set of points.
 struct TSetFit {
-  TPointSpan points;
-  const double* root_weights = nullptr;  // null: all 1
   TPointRanges ranges{};
   bool flat = false;
   TRPCNormalization box;
   TFittedDegrees line, sample;
-  std::vector<TRPCEstimationPoint> storage;
-  std::vector<double> weight_storage;
 };
 
 // The fit of both outputs, and the search for the points that do not belong to the others.
@@ -138,16 +134,22 @@ class TRecordFit {
 
   bool KeepsNormalization() const { return data_.IsNormalized || options_.keepNormalization; }
   std::size_t LeastPoints() const { return kLeastPoints[std::max(options_.order, 1) - 1]; }
+  /// The place of a candidate in the caller's list.
+  std::size_t PlaceOf(std::size_t candidate) const {
+    return points_.places.empty() ? candidate : points_.places[candidate];
+  }
   const double* RootWeights() const { return points_.root_weights.empty() ? nullptr : points_.root_weights.data(); }
 
   bool CheckInput(const TRPCData& rpc);
   void SortPoints();
-  bool ChooseBox(TSetFit* fit);
+  void WeighCandidates();
+  bool ChooseBox(TPointSpan points, TSetFit* fit);
   bool FitAllPoints(TSetFit* fit);
+  std::vector<TRPCEstimationPoint> Others(const std::vector<char>& left_out) const;
   bool FitWithout(const std::vector<char>& left_out, TSetFit* fit, bool* usable);
   bool LeaveOutBad(TSetFit* fit, std::vector<char>* is_bad);
   TStandardized Standardized(const TSetFit& fit, const std::vector<char>& left_out) const;
-  bool FitSet(TSetFit* fit);
+  bool FitSet(const TFitPoints& set, TSetFit* fit);
   bool FitOutput(const TFitPoints& all, TOutput output, TFittedDegrees* fitted);
   bool FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best);
   bool FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted);
@@ -186,35 +188,59 @@ void TRecordFit::SortPoints() {
   points_.check = options_.checkPoints;
   const TPointRanges ranges = RangesOf({all.data(), all.size()});
   const bool turns = !data_.IsNormalized && !all.empty() && ranges.largest.Lon - ranges.least.Lon > 180.0;
-  if (options_.holdOut == 0 && options_.weights.empty() && !turns) {
-    points_.candidates = {all.data(), all.size()};
-    return;
-  }
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    TRPCEstimationPoint point = all[i];
-    if (turns) point.Lon = LongitudeNear(all[0].Lon, point.Lon);
-    if (options_.holdOut > 0 && i % options_.holdOut == options_.holdOut - 1) {
-      points_.check.push_back(point);
-    } else if (options_.weights.empty() || options_.weights[i] > 0.0) {
-      points_.storage.push_back(point);
-      points_.places.push_back(i);
-      if (!options_.weights.empty()) points_.root_weights.push_back(options_.weights[i]);
+  const std::vector<double>& weights = options_.weights;
+  const bool some_out = options_.holdOut > 0 || std::find(weights.begin(), weights.end(), 0.0) != weights.end();
+  const auto takes = [&](std::size_t i) { return weights.empty() || weights[i] > 0.0; };
+  const auto checks = [&](std::size_t i) {
+    return options_.holdOut > 0 && i % options_.holdOut == options_.holdOut - 1;
+  };
+  if (some_out || turns) {
+    points_.storage.reserve(all.size());
+    points_.places.reserve(all.size());
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      TRPCEstimationPoint point = all[i];
+      if (turns) point.Lon = LongitudeNear(all[0].Lon, point.Lon);
+      if (checks(i)) {
+        points_.check.push_back(point);
+      } else if (takes(i)) {
+        points_.storage.push_back(point);
+        points_.places.push_back(i);
+      }
     }
+    points_.candidates = {points_.storage.data(), points_.storage.size()};
+  } else {
+    points_.candidates = {all.data(), all.size()};
   }
-  points_.candidates = {points_.storage.data(), points_.storage.size()};
-  double sum = 0.0;
-  for (const double weight : points_.root_weights) sum += weight;
-  // A mean of 1 keeps the ridge and the scores in their usual range.
-  const double mean = sum / static_cast<double>(points_.root_weights.size());
-  for (double& weight : points_.root_weights) weight = std::sqrt(weight / mean);
+  if (!weights.empty()) WeighCandidates();
 }
 
-bool TRecordFit::ChooseBox(TSetFit* fit) {
-  const std::size_t count = fit->points.count;
+// Weights that are all the same are none. A mean of 1 keeps the ridge and the scores in their usual range; a power of
+// two, which changes no other bit, keeps their sum in the range of numbers.
+void TRecordFit::WeighCandidates() {
+  std::vector<double>& roots = points_.root_weights;
+  roots.reserve(points_.candidates.count);
+  for (std::size_t i = 0; i < points_.candidates.count; ++i) roots.push_back(options_.weights[PlaceOf(i)]);
+  const auto range = std::minmax_element(roots.begin(), roots.end());
+  if (roots.empty() || *range.first == *range.second) {
+    std::vector<double>().swap(roots);
+    return;
+  }
+  const int exponent = std::ilogb(*range.second);
+  double sum = 0.0;
+  for (double& weight : roots) {
+    weight = std::ldexp(weight, -exponent);
+    sum += weight;
+  }
+  const double mean = sum / static_cast<double>(roots.size());
+  for (double& weight : roots) weight = std::sqrt(weight / mean);
+}
+
+bool TRecordFit::ChooseBox(TPointSpan points, TSetFit* fit) {
+  const std::size_t count = points.count;
   if (count < LeastPoints()) {
     return Fail(Zentarix::ssprintf("%zu points to fit, at least %zu are needed", count, LeastPoints()));
   }
-  fit->ranges = RangesOf(fit->points);
+  fit->ranges = RangesOf(points);
   const double heights = fit->ranges.largest.Height - fit->ranges.least.Height;
   fit->flat = heights <= (data_.IsNormalized ? kFlatNormalized : kFlat);
   TPointRanges spread = fit->ranges;
@@ -228,31 +254,39 @@ bool TRecordFit::ChooseBox(TSetFit* fit) {
   return true;
 }
 
-bool TRecordFit::FitSet(TSetFit* fit) {
-  const TFitPoints all{fit->points, &fit->box, fit->root_weights};
-  progress_.NextFit(all.points.count <= kMaxFactoredPoints ? 6 : 8);
-  return (FitOutput(all, TOutput::Line, &fit->line) && FitOutput(all, TOutput::Sample, &fit->sample)) || Fail(kStopped);
+bool TRecordFit::FitSet(const TFitPoints& set, TSetFit* fit) {
+  progress_.NextFit(set.points.count <= kMaxFactoredPoints ? 6 : 8);
+  return (FitOutput(set, TOutput::Line, &fit->line) && FitOutput(set, TOutput::Sample, &fit->sample)) || Fail(kStopped);
 }
 
 bool TRecordFit::FitAllPoints(TSetFit* fit) {
-  fit->points = points_.candidates;
-  fit->root_weights = RootWeights();
-  return ChooseBox(fit) && FitSet(fit);
+  return ChooseBox(points_.candidates, fit) && FitSet({points_.candidates, &fit->box, RootWeights()}, fit);
+}
+
+std::vector<TRPCEstimationPoint> TRecordFit::Others(const std::vector<char>& left_out) const {
+  std::vector<TRPCEstimationPoint> others;
+  others.reserve(static_cast<std::size_t>(std::count(left_out.begin(), left_out.end(), 0)));
+  for (std::size_t i = 0; i < left_out.size(); ++i) {
+    if (left_out[i] == 0) others.push_back(points_.candidates.points[i]);
+  }
+  return others;
 }
 
 // \param usable receives false, and nothing is fitted, when too few points or none that spread are left.
 bool TRecordFit::FitWithout(const std::vector<char>& left_out, TSetFit* fit, bool* usable) {
-  for (std::size_t i = 0; i < points_.candidates.count; ++i) {
-    if (left_out[i] != 0) continue;
-    fit->storage.push_back(points_.candidates.points[i]);
-    if (RootWeights() != nullptr) fit->weight_storage.push_back(RootWeights()[i]);
+  const std::vector<TRPCEstimationPoint> others = Others(left_out);
+  std::vector<double> weights;
+  if (RootWeights() != nullptr) {
+    weights.reserve(others.size());
+    for (std::size_t i = 0; i < left_out.size(); ++i) {
+      if (left_out[i] == 0) weights.push_back(RootWeights()[i]);
+    }
   }
-  fit->points = {fit->storage.data(), fit->storage.size()};
-  fit->root_weights = RootWeights() == nullptr ? nullptr : fit->weight_storage.data();
+  const TFitPoints set{{others.data(), others.size()}, &fit->box, weights.empty() ? nullptr : weights.data()};
   const TRPCFitReport report = *report_;
-  *usable = ChooseBox(fit);
+  *usable = ChooseBox(set.points, fit);
   *report_ = report;
-  return !*usable || FitSet(fit);
+  return !*usable || FitSet(set, fit);
 }
 
 TStandardized TRecordFit::Standardized(const TSetFit& fit, const std::vector<char>& left_out) const {
@@ -415,11 +449,15 @@ void TRecordFit::Describe(const TRPCData& rpc, const TSetFit& fit, const std::ve
   report_->line = ReportOf(fit.line);
   report_->sample = ReportOf(fit.sample);
   report_->flat = fit.flat;
-  report_->coverage = CoverageOf(fit.points, fit.ranges, fit.flat);
-  report_->fitted = ResidualsOf(rpc, fit.points, data_.IsNormalized);
+  const bool some_out = options_.badPoints == TRPCBadPoints::LeftOut &&
+                        std::any_of(is_bad.begin(), is_bad.end(), [](char bad) { return bad != 0; });
+  const std::vector<TRPCEstimationPoint> others = some_out ? Others(is_bad) : std::vector<TRPCEstimationPoint>();
+  const TPointSpan fitted = some_out ? TPointSpan{others.data(), others.size()} : points_.candidates;
+  report_->coverage = CoverageOf(fitted, fit.ranges, fit.flat);
+  report_->fitted = ResidualsOf(rpc, fitted, data_.IsNormalized);
   report_->check = ResidualsOf(rpc, {points_.check.data(), points_.check.size()}, data_.IsNormalized);
   for (std::size_t i = 0; i < is_bad.size(); ++i) {
-    if (is_bad[i] != 0) report_->bad.push_back(points_.places.empty() ? i : points_.places[i]);
+    if (is_bad[i] != 0) report_->bad.push_back(PlaceOf(i));
   }
   std::string& message = report_->message;
   message = Zentarix::ssprintf(

@@ -39,7 +39,6 @@ constexpr std::size_t kWorstPoints = 5;
 /// The points of a table, those of the fit apart from those that check it.
 struct FitPoints {
   TRPCEstimationDataSet fit;
-  std::vector<double> weights;
   std::vector<std::size_t> fit_rows;
   std::vector<TRPCEstimationPoint> check;
   std::vector<std::size_t> check_rows;
@@ -50,6 +49,8 @@ struct FitPoints {
 FitPoints SplitPoints(const ControlTable& control, std::size_t check_every) {
   FitPoints points;
   const GroundPoints& ground = control.ground;
+  points.fit.Points.reserve(control.table.size());
+  points.fit_rows.reserve(control.table.size());
   for (std::size_t row = 0; row < control.table.size(); ++row) {
     const double turns = std::round((ground.lon[row] - ground.lon[0]) / 360.0);
     const TRPCEstimationPoint point{ground.lat[row], ground.lon[row] - 360.0 * turns, ground.height[row],
@@ -60,10 +61,16 @@ FitPoints SplitPoints(const ControlTable& control, std::size_t check_every) {
       continue;
     }
     points.fit.Points.push_back(point);
-    points.weights.push_back(1.0 / (control.sigma[row] * control.sigma[row]));
     points.fit_rows.push_back(row);
   }
   return points;
+}
+
+std::vector<double> WeightsOf(const std::vector<double>& sigma, const std::vector<std::size_t>& rows) {
+  std::vector<double> weights;
+  weights.reserve(rows.size());
+  for (const std::size_t row : rows) weights.push_back(1.0 / (sigma[row] * sigma[row]));
+  return weights;
 }
 
 void CopyScalars(const TRPCData& from, TRPCData* to) {
@@ -107,8 +114,7 @@ class Fitter {
       : table_(table), points_(points), form_(form), out_(std::move(out)) {}
 
   /// \throws Failure with the sentence of the fit's report.
-  TRPCData FitRobust(SatCommonUtils::TRPCFitOptions options) {
-    options.weights = points_.weights;
+  TRPCData FitRobust(const SatCommonUtils::TRPCFitOptions& options) {
     TRPCData record;
     if (!SatCommonUtils::FitRPC(points_.fit, options, &record, &story_)) {
       throw Failure(table_.Name() + ": no model can be fitted: " + story_.message);
@@ -198,16 +204,18 @@ class Fit : public Command {
     if (ridge_.value_or(0.0) < 0.0) throw UsageError("--ridge must be 0 or above");
     const TRPCFileForm form = form_.Of(out_);
     frame_.Open();
-    const ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), nullptr);
+    ControlTable control = ReadControl(points_, columns_, frame_, origin_.Shift(), nullptr);
     const PointTable& table = control.table;
     const FitPoints points = SplitPoints(control, static_cast<std::size_t>(check_.value_or(0)));
+    std::vector<double> weights = method_ == 0 ? WeightsOf(control.sigma, points.fit_rows) : std::vector<double>();
     for (const std::string& name : {out_, residuals_, page_.Path()}) RefuseToReplace(name, {points_});
     OutputFile out(out_);
     std::optional<OutputFile> residuals;
     if (!residuals_.empty()) residuals.emplace(residuals_);
     std::optional<OutputFile> page = page_.Open();
+    DropNumbers(page.has_value(), &control);
     Fitter fitter(table, points, form, out_);
-    const TRPCData record = method_ == 0 ? FitRobust(&fitter) : fitter.FitPlain();
+    const TRPCData record = method_ == 0 ? FitRobust(std::move(weights), &fitter) : fitter.FitPlain();
     const TWrittenModel written = WriteModel(TRPC(record), {}, form, &out);
     const Report report = MakeReport(table, points, fitter.Story(), written, residuals ? &*residuals : nullptr);
     if (page) WritePage(control, points, fitter.Story(), written, &*page);
@@ -217,9 +225,20 @@ class Fit : public Command {
   }
 
  private:
-  TRPCData FitRobust(Fitter* fitter) const {
+  /// Gives back the memory of what stands among the points to be fitted. \param with_page a page needs the places.
+  static void DropNumbers(bool with_page, ControlTable* control) {
+    control->sigma = std::vector<double>();
+    control->ground.height = std::vector<double>();
+    if (with_page) return;
+    control->ground = GroundPoints();
+    control->line = std::vector<double>();
+    control->sample = std::vector<double>();
+  }
+
+  TRPCData FitRobust(std::vector<double> weights, Fitter* fitter) const {
     WorkProgress progress("fitting");
     SatCommonUtils::TRPCFitOptions options;
+    options.weights = std::move(weights);
     options.order = order_.value_or(0);
     options.ridge = ridge_.value_or(-1.0);
     options.badPoints = keep_all_ ? SatCommonUtils::TRPCBadPoints::Kept : SatCommonUtils::TRPCBadPoints::LeftOut;
@@ -230,6 +249,7 @@ class Fit : public Command {
   /// The points that the fit took.
   std::vector<TRPCEstimationPoint> Taken(const FitPoints& points, const SatCommonUtils::TRPCFitReport& story) const {
     std::vector<TRPCEstimationPoint> taken;
+    taken.reserve(points.fit.Points.size());
     for (std::size_t i = 0; i < points.fit.Points.size(); ++i) {
       const bool is_bad = std::binary_search(story.bad.begin(), story.bad.end(), i);
       if (keep_all_ || !is_bad) taken.push_back(points.fit.Points[i]);
@@ -285,6 +305,7 @@ class Fit : public Command {
   static std::vector<PointResidual> ResidualsOf(const TRPC& model, const FitPoints& points,
                                                 const SatCommonUtils::TRPCFitReport& story) {
     std::vector<PointResidual> residuals;
+    residuals.reserve(points.fit_rows.size() + points.check_rows.size());
     AppendResiduals(model, points.fit.Points, points.fit_rows, story.bad, "fit", &residuals);
     AppendResiduals(model, points.check, points.check_rows, {}, "check", &residuals);
     return residuals;
