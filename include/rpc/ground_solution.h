@@ -14,7 +14,7 @@ namespace SatCommonUtils {
 
 /// Which way led to a solution.
 enum class TGroundMethod : std::int32_t {
-  Iteration,  ///< Newton's iteration of the solver, of one image; the plain iteration of several.
+  Iteration,  ///< Newton's iteration of the solver; of several images also the plain iteration.
   Polished,   ///< Further steps, where the plain iteration of a derived model left more than 1e-7 pixels.
   Damped,     ///< Damped steps from the models' centres or from where the iteration got lost.
   Followed,   ///< Followed from the model's centre along the image, where the iteration does not answer for the branch.
@@ -88,13 +88,17 @@ struct TIntersectionOptions {
 
 /// Several images at a known height. The laws:
 ///
-/// 1. Converged: the stopping rule of the plain iteration was met, or its last step was below 1e-9 degrees, which
-///    rounding alone can cause; or damped steps from the models' centres, or from where it got lost, arrived.
+/// 1. Converged: steps of Newton's method shrank until less than 1e-9 of the first image's box could be left; or the
+///    stopping rule of the plain iteration was met, or its last step was below 1e-9 degrees, which rounding alone can
+///    cause; or damped steps from the models' centres, or from where it got lost, arrived.
 /// 2. Converged: the point lies in front of every image (no denominator has changed its sign since the model's centre;
 ///    else `BehindSensor`), unfolded (`OtherBranch`) and not far out of any model (`FarOut`, as above).
 /// 3. Converged: the root mean square of the residuals is at most `options.largestRms` (else `Misfit`).
 /// 4. A minimum that breaks law 2 or 3 gives way to one from the damped steps that keeps them. Where there is none, the
 ///    lowest that they arrive at stands in the result with its residuals, or else the first; its covariance is NaN.
+/// 5. The promise is the result, not the way to it: `CalculateLatLon` may differ in the last digits, by less than 1e-12
+///    degrees and 1e-7 metres where rays meet well. A point has the same bits alone and in an array of any length and
+///    any company, on every number of threads and every instruction set.
 ORBMATH_API TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h,
                                             const TIntersectionOptions& options = TIntersectionOptions());
 /// Several images, free height; as above, and below 1e-4 metres in height. `FarHeight`: the height is farther from

@@ -76,6 +76,17 @@ template <class T>
   *reinterpret_cast<typename TInMemory<T>::TBits*>(to) = x;
 }
 
+template <class Flags>
+[[gnu::always_inline]] inline void ReadFlags(const std::int64_t* from, Flags& flags) {
+  flags = *reinterpret_cast<const typename TInMemory<Flags>::TBits*>(from);
+}
+
+// One number as one lane.
+[[gnu::always_inline]] inline void ReadLanes(const double* from, double& x) { x = *from; }
+[[gnu::always_inline]] inline void WriteLanes(const double& x, double* to) { *to = x; }
+[[gnu::always_inline]] inline void WriteLanes(const std::int64_t& x, std::int64_t* to) { *to = x; }
+[[gnu::always_inline]] inline void ReadFlags(const std::int64_t* from, std::int64_t& flags) { flags = *from; }
+
 // Loops over unknowns are written out: what compilers leave a loop, they leave in memory.
 
 template <class T, int N, THeight Height>

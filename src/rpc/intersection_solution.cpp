@@ -7,6 +7,7 @@
 #include "rpc/damped_steps.h"
 #include "rpc/ellipsoid.h"
 #include "rpc/ground_solution.h"
+#include "rpc/intersection_proven.h"
 #include "rpc/intersection_solver.h"
 #include "rpc/solution_flags.h"
 
@@ -145,8 +146,50 @@ TGroundIntersection NoPoint(TGroundIntersection solution) {
   return solution;
 }
 
+/// The short way. \return false when it proves nothing.
+template <THeight Height>
+bool TryNewton(const TItems& items, const THeightInput& height, const TIntersectionOptions& options,
+               TGroundIntersection* solution) {
+  using TPoint = rpc::TNewtonIntersection<Height>;
+  constexpr std::size_t kFew = 4;  // images without memory from the heap
+  const std::size_t count = items.size();
+  const TRPC* fewModels[kFew];
+  double fewNumbers[kFew * (2 + TPoint::kWork)];
+  std::vector<const TRPC*> manyModels(count > kFew ? count : 0);
+  std::vector<double> manyNumbers(count > kFew ? count * (2 + TPoint::kWork) : 0);
+  const TRPC** const models = count > kFew ? manyModels.data() : fewModels;
+  double* const numbers = count > kFew ? manyNumbers.data() : fewNumbers;
+  for (std::size_t m = 0; m < count; ++m) {
+    models[m] = items[m].model;
+    numbers[2 * m] = items[m].line;
+    numbers[2 * m + 1] = items[m].sample;
+  }
+  const rpc::TNewtonImages images(count, models);
+  if (!images.AreFit()) return false;
+  TPoint point;
+  point.count = 1;
+  point.measured = numbers;
+  point.work = numbers + 2 * count;
+  point.variance = height.variance;
+  point.height[0] = height.value;
+  rpc::IntersectNewton(images, &point);
+  return rpc::TakeProven(images, point, 0, items.data(), options, solution);
+}
+
 template <THeight Height>
 TGroundIntersection Solve(const TItems& items, const THeightInput& height, const TIntersectionOptions& options) {
+  if (TGroundIntersection solution; !(Height == THeight::Observed && !(height.variance > 0.0)) &&
+                                    TryNewton<Height>(items, height, options, &solution)) {
+    return solution;
+  }
+  return rpc::SolveUnproven<Height>(items, height, options);
+}
+
+}  // namespace
+
+template <THeight Height>
+TGroundIntersection rpc::SolveUnproven(const std::vector<TRPCCoordsDataItem>& items, const THeightInput& height,
+                                       const TIntersectionOptions& options) {
   TGroundIntersection solution;
   if (Height == THeight::Observed && !(height.variance > 0.0)) {
     solution.status.state = TGroundState::BadVariance;
@@ -168,7 +211,12 @@ TGroundIntersection Solve(const TItems& items, const THeightInput& height, const
   return solution;
 }
 
-}  // namespace
+template TGroundIntersection rpc::SolveUnproven<THeight::Known>(const std::vector<TRPCCoordsDataItem>&,
+                                                                const THeightInput&, const TIntersectionOptions&);
+template TGroundIntersection rpc::SolveUnproven<THeight::Free>(const std::vector<TRPCCoordsDataItem>&,
+                                                               const THeightInput&, const TIntersectionOptions&);
+template TGroundIntersection rpc::SolveUnproven<THeight::Observed>(const std::vector<TRPCCoordsDataItem>&,
+                                                                   const THeightInput&, const TIntersectionOptions&);
 
 TGroundIntersection SolveLatLon(const std::vector<TRPCCoordsDataItem>& items, double h,
                                 const TIntersectionOptions& options) {

@@ -13,6 +13,7 @@
 #include "rpc/branch.h"
 #include "rpc/ground_solution.h"
 #include "rpc/intersection_arrays.h"
+#include "rpc/intersection_proven.h"
 #include "rpc/intersection_solver.h"
 #include "rpc/solution_flags.h"
 
@@ -182,11 +183,56 @@ class TArraySolver {
   void SolveGroup(const std::size_t* indices, std::size_t count) const {
     const bool bad_variance = Height == THeight::Observed && !(heights_.variance > 0.0);
     if (count < kSmallestGroup || bad_variance) return SolveSingles(indices, count);
+    if (SolveProven(indices, count)) return;
     TGroup group(points_, indices[0], branches_);
     const rpc::TStartImages images(group.models.size(), group.models.data());
     if (images.State<Height>() != TGroundState::NotRun) return SolveSingles(indices, count);
     for (std::size_t start = 0; start < count; start += kLaneBlock) {
       SolveBlock(images, indices + start, std::min(kLaneBlock, count - start), &group);
+    }
+  }
+
+  /// The short way. \return false when the images are not fit for it.
+  bool SolveProven(const std::size_t* indices, std::size_t count) const {
+    using TBlock = rpc::TNewtonIntersectionBlock<Height>;
+    std::vector<const TRPC*> models;
+    for (std::size_t item = points_.first[indices[0]]; item < points_.first[indices[0] + 1]; ++item) {
+      models.push_back(points_.items[item].model);
+    }
+    const rpc::TNewtonImages images(models.size(), models.data());
+    if (!images.AreFit()) return false;
+    std::vector<double> numbers(models.size() * kLaneBlock * (2 + TBlock::kWork));
+    TBlock block;
+    block.measured = numbers.data();
+    block.work = numbers.data() + models.size() * kLaneBlock * 2;
+    block.variance = heights_.variance;
+    for (std::size_t start = 0; start < count; start += kLaneBlock) {
+      block.count = std::min(kLaneBlock, count - start);
+      SolveProvenBlock(images, indices + start, numbers.data(), &block);
+    }
+    return true;
+  }
+
+  void SolveProvenBlock(const rpc::TNewtonImages& images, const std::size_t* indices, double* measured,
+                        rpc::TNewtonIntersectionBlock<Height>* block) const {
+    constexpr std::size_t kWidest = 8;
+    const std::size_t filled = (block->count + kWidest - 1) / kWidest * kWidest;
+    for (std::size_t i = 0; i < filled; ++i) {
+      const std::size_t point = indices[std::min(i, block->count - 1)];
+      const TRPCCoordsDataItem* const items = points_.items + points_.first[point];
+      for (std::size_t m = 0; m < images.All().size(); ++m) {
+        measured[2 * m * kLaneBlock + i] = items[m].line;
+        measured[(2 * m + 1) * kLaneBlock + i] = items[m].sample;
+      }
+      block->height[i] = heights_.values == nullptr ? 0.0 : heights_.values[point];
+    }
+    rpc::IntersectNewton(images, block);
+    for (std::size_t i = 0; i < block->count; ++i) {
+      const TRPCCoordsDataItem* const items = points_.items + points_.first[indices[i]];
+      TGroundIntersection* const solution = solutions_ + indices[i];
+      if (rpc::TakeProven(images, *block, i, items, options_, solution)) continue;
+      *solution = rpc::SolveUnproven<Height>({items, items + images.All().size()},
+                                             {block->height[i], heights_.variance}, options_);
     }
   }
 

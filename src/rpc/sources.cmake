@@ -27,6 +27,8 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/image_to_ground.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_window.cpp
   ${CMAKE_CURRENT_LIST_DIR}/inverse_rpc.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection_images.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection_newton.cpp
   ${CMAKE_CURRENT_LIST_DIR}/intersection_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/intersection_solution_array.cpp
   ${CMAKE_CURRENT_LIST_DIR}/model_check.cpp

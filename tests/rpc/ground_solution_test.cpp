@@ -268,7 +268,9 @@ TEST(GroundIntersection, CarriesResidualsAndWhyItFailed) {
   ASSERT_TRUE(solution);
   double lat, lon, h;
   ASSERT_TRUE(CalculateLatLonH(items, &lat, &lon, &h));
-  EXPECT_TRUE(SameBits(solution.lat, lat) && SameBits(solution.lon, lon) && SameBits(solution.h, h));
+  EXPECT_NEAR(solution.lat, lat, 1e-13);
+  EXPECT_NEAR(solution.lon, lon, 1e-13);
+  EXPECT_NEAR(solution.h, h, 1e-7);
   // Both images look along the lines, so the difference in line is what no point explains.
   ASSERT_EQ(solution.residuals.size(), 2u);
   EXPECT_NEAR(solution.residuals[0].line, 0.5, 0.02);
