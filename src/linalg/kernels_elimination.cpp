@@ -1,32 +1,41 @@
 // Elimination with partial pivoting by panels of columns: G. H. Golub, C. F. Van Loan, Matrix Computations, 4th ed.,
-// 2013, 3.4.7 (blocked form). Every element takes its terms one by one in the order of the columns, as in the plain
-// loops.
+// 2013, 3.4.7 (blocked form), with a look ahead at the next panel (J. Dongarra, P. Luszczek, A. Petitet, "The LINPACK
+// benchmark: past, present and future", 2003, doi:10.1002/cpe.728). Every element takes its terms one by one in the
+// order of the columns, as in the plain loops.
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <exception>
 #include <utility>
 #include <vector>
 
+#include "linalg/aligned_buffer.h"
+#include "linalg/elimination_strip.h"
 #include "linalg/kernels.h"
 #include "linalg/row_kernels.h"
 #include "linalg/simd.h"
 #include "linalg/team.h"
+#include "linalg/tile.h"
 #include "linalg/work_matrix.h"
 
 namespace SatCommonUtils::kernels {
 
 namespace {
 
-// Columns that are eliminated one by one before the rest of their panel takes their terms together, and columns of a
-// panel, after which all others do.
-constexpr std::size_t kPieceColumns = 16;
-constexpr std::size_t kPanelColumns = 96;
-// A system of so few columns is done in one piece, and one of so few in narrower panels: less of it is in their
-// corners.
+// Columns that are eliminated one by one before others take their terms.
+constexpr std::size_t kPieceColumns = 8;
+// Columns that one thread takes at a time.
+constexpr std::size_t kStripColumns = kWidestPanel;
+static_assert(kStripColumns % kPieceColumns == 0 && kPieceColumns % kMostTileRows == 0);
+// A system of so few columns is one piece.
 constexpr std::size_t kSmallSystem = 64;
-constexpr std::size_t kMiddleSystem = 400;
-constexpr std::size_t kNarrowPanelColumns = 48;
+
+// Columns of the panel that is followed by `left` columns of the matrix, itself included. A wide one saves memory
+// traffic; narrow ones keep what one thread has to do by itself small beside what all do.
+std::size_t PanelColumns(std::size_t left) {
+  return left > 500 ? 4 * kStripColumns : left > 200 ? 2 * kStripColumns : kStripColumns;
+}
 
 // The state of an elimination.
 struct TSystem {
@@ -35,9 +44,7 @@ struct TSystem {
   std::size_t n;
   TPoll poll;
   TLeftColumns left_columns;
-  double** factors;  // Row by row, those of the columns of the panel; exchanged together with the rows.
   double sign;
-  std::size_t team;  // threads
 };
 
 // The largest element of a column so far.
@@ -63,201 +70,249 @@ struct TSubtractFromRows {
   const TSystem& system;
   TRange piece;
   std::size_t column;
-  std::size_t factor_place;
+  const TPackedFactors* factors;  // null where nobody needs them later
   TPivot* next;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    const double* const upper = system.a[column];
-    const bool looks = column + 1 < piece.last;
-    TPivot pivot{column + 1, 0.0};
     // Where nobody looks at them, columns left of the pivot and beyond the last may change: whole vectors are taken.
-    const TRange columns = system.left_columns == TLeftColumns::Skip
-                               ? TRange{(column + 1) / 8 * 8, WorkMatrix::Padded(piece.last)}
-                               : piece;
-    for (std::size_t row = column + 1; row < system.n; ++row) {
-      double* const lower = system.a[row];
-      const double factor = lower[column] / upper[column];
-      system.factors[row][factor_place] = factor;
-      AddRow<Width, TTerm::Subtracted>(factor, upper, columns, lower);
-      system.b[row] -= factor * system.b[column];
-      if (!looks) continue;
-      if (row == column + 1) {
-        pivot.magnitude = std::fabs(lower[column + 1]);
-      } else {
-        pivot.Consider(row, lower[column + 1]);
+    const bool padded = system.left_columns == TLeftColumns::Skip;
+    if (piece.last - piece.first == kPieceColumns || (padded && piece.last - piece.first < kPieceColumns)) {
+      constexpr std::size_t kVectors = kPieceColumns / Width;
+      using TVec = typename simd::TLanes<Width>::TVector;
+      TVec upper[kVectors];
+      double* const upper_row = system.a[column] + piece.first;
+#pragma GCC unroll 4
+      for (std::size_t v = 0; v < kVectors; ++v) simd::Load(upper_row + v * Width, upper[v]);
+      Rows([&](double factor, double* lower) __attribute__((always_inline)) {
+#pragma GCC unroll 4
+        for (std::size_t v = 0; v < kVectors; ++v) {
+          using TMemory = typename simd::TLanes<Width>::TUnaligned;
+          double* const place = lower + piece.first + v * Width;
+          TVec sum;
+          simd::Load(place, sum);
+          *reinterpret_cast<TMemory*>(place) = sum - factor * upper[v];
+        }
+      });
+      return;
+    }
+    const TRange columns = padded ? TRange{(column + 1) / 8 * 8, WorkMatrix::Padded(piece.last)} : piece;
+    const double* const upper = system.a[column];
+    Rows([&](double factor, double* lower)
+             __attribute__((always_inline)) { AddRow<Width, TTerm::Subtracted>(factor, upper, columns, lower); });
+  }
+
+  template <class Subtract>
+  [[gnu::always_inline]] void Rows(const Subtract& subtract) const {
+    const bool looks = column + 1 < piece.last;
+    TPivot pivot{column + 1, -1.0};
+    const double divisor = system.a[column][column];
+    const double right = system.b[column];
+    const std::size_t run = factors == nullptr ? system.n : factors->height;
+    for (std::size_t row = column + 1; row < system.n;) {
+      const std::size_t last = std::min((row / run + 1) * run, system.n);
+      double* to = factors == nullptr ? nullptr : factors->Of(row) + (column - factors->first) * run;
+      // Where the next column's factors go: another thread may have the line that it held before.
+      if (to != nullptr) __builtin_prefetch(to + run, 1);
+      for (; row < last; ++row) {
+        double* const lower = system.a[row];
+        const double factor = lower[column] / divisor;
+        if (to != nullptr) *to++ = factor;
+        subtract(factor, lower);
+        system.b[row] -= factor * right;
+        if (looks) {
+          if (row == column + 1) {
+            pivot.magnitude = std::fabs(lower[column + 1]);
+          } else {
+            pivot.Consider(row, lower[column + 1]);
+          }
+        }
       }
     }
     *next = pivot;
   }
 };
 
-// Subtracts the rows `upper` from those below them, up to `last_row`, in columns that have waited for it.
-struct TSubtractTogether {
-  const TSystem& system;
-  TRange upper;
-  std::size_t factor_place;
-  TRange columns;
-  std::size_t last_row;
-
-  template <int Width>
-  [[gnu::always_inline]] void Run() const {
-    // The piece of the upper rows that a strip of columns needs stays in the first cache while the lower rows go by.
-    constexpr std::size_t kStrip = kStripVectors * Width;
-    for (std::size_t j = columns.first; j < columns.last; j += kStrip) {
-      const TRange strip{j, std::min(j + kStrip, columns.last)};
-      for (std::size_t row = upper.first + 1; row < last_row; ++row) {
-        CombineRows<Width, TTerm::Subtracted>(system.factors[row] + factor_place, system.a + upper.first,
-                                              std::min(row, upper.last) - upper.first, strip, system.a[row]);
-      }
-    }
-  }
-};
-
-// What the eliminated columns of a panel call for in the columns outside of it, which are independent of each other. It
-// goes by the order that the rows have now: they may be exchanged meanwhile, and other factors be made.
-class TOutside {
- public:
-  // \param done the eliminated columns. \param team threads that will take part.
-  TOutside(const TSystem& system, TRange done, std::size_t team)
-      : a_(system.a, system.a + system.n),
-        factors_(system.factors, system.factors + system.n),
-        system_(system),
-        done_(done),
-        product_{
-            {factors_.data() + done.last, true}, {nullptr}, done.last - done.first, system.n - done.last, system.n},
-        rows_(team, std::vector<double*>(system.n - done.first)) {
-    system_.a = a_.data();
-    system_.factors = factors_.data();
-    product_.term = TTerm::Subtracted;
-    product_.add = true;
-    workspaces_ = Workspaces(product_, team);
-  }
-  TOutside(const TOutside&) = delete;
-  TOutside& operator=(const TOutside&) = delete;
-
-  void Eliminate(TRange columns, std::size_t thread) {
-    if (columns.first >= columns.last || done_.first == done_.last) return;
-    simd::Dispatch(TSubtractTogether{system_, done_, 0, columns, done_.last});
-    std::vector<double*>& own = rows_[thread];
-    for (std::size_t i = 0; i < own.size(); ++i) own[i] = a_[done_.first + i] + columns.first;
-    TProduct part = product_;
-    part.y.rows = own.data();
-    part.columns = columns.last - columns.first;
-    Multiply(part, {0, product_.rows}, own.data() + product_.inner, workspaces_[thread]);
-  }
-
-  // A thread's share of the columns left of `left` and of those right of the panel `next`, which the first one does as
-  // well.
-  void EliminateShare(std::size_t left, TRange next, std::size_t thread, std::size_t threads) {
-    const std::size_t count = left + system_.n - next.last;
-    const std::size_t width = next.last - next.first;
-    const std::size_t panel = width == 0 ? 0 : width + kPanelWorth;
-    const std::size_t even = (count + panel) / threads;
-    const std::size_t of_first = threads == 1 ? count : even > panel ? (even - panel) / kCacheLine * kCacheLine : 0;
-    const TRange share = thread == 0 ? TRange{0, of_first} : ColumnShare({of_first, count}, thread - 1, threads - 1);
-    Eliminate({share.first, std::min(share.last, left)}, thread);
-    Eliminate({next.last + std::max(share.first, left) - left, next.last + std::max(share.last, left) - left}, thread);
-  }
-
- private:
-  // The time that a panel takes when its last update is done, in columns outside: measured with panels of both widths.
-  static constexpr std::size_t kPanelWorth = 160;
-
-  std::vector<double*> a_;
-  std::vector<double*> factors_;
-  TSystem system_;
-  TRange done_;
-  TProduct product_;
-  std::vector<TWorkspace> workspaces_;
-  std::vector<std::vector<double*>> rows_;
-};
-
-// Eliminates the columns of a piece of the panel that begins at `panel_first`. Returns the column that it came to,
-// which is before the end of the piece when a column has no pivot or the poll stops; `*goes_on` is false then.
-std::size_t EliminatePiece(TSystem* system, TRange piece, std::size_t panel_first, bool* goes_on) {
-  std::size_t column = piece.first;
-  if (column + 1 >= system->n) return column;
-  TPivot pivot = FindPivot(system->a, column, system->n);
-  while (*goes_on && column < piece.last && column + 1 < system->n) {
-    if (system->a[pivot.row][column] == 0.0) {
-      *goes_on = false;
-      break;
-    }
+// Eliminates the columns of a piece. Returns whether the elimination goes on: every column has a pivot and the poll
+// does not stop. \param done columns that are eliminated so far.
+bool EliminatePiece(TSystem* system, TRange piece, const TPackedFactors* factors, std::size_t* done) {
+  if (piece.first + 1 >= system->n) return true;
+  TPivot pivot = FindPivot(system->a, piece.first, system->n);
+  for (std::size_t column = piece.first; column < piece.last && column + 1 < system->n; ++column) {
+    if (system->a[pivot.row][column] == 0.0) return false;
     if (pivot.row != column) {
       std::swap(system->a[pivot.row], system->a[column]);
       std::swap(system->b[pivot.row], system->b[column]);
-      std::swap(system->factors[pivot.row], system->factors[column]);
+      for (std::size_t c = factors == nullptr ? column : factors->first; c < column; ++c) {
+        const std::size_t place = (c - factors->first) * factors->height;
+        std::swap(factors->Of(pivot.row)[place], factors->Of(column)[place]);
+      }
       system->sign = -system->sign;
     }
-    simd::Dispatch(TSubtractFromRows{*system, piece, column, column - panel_first, &pivot});
-    ++column;
-    *goes_on = !Stops(system->poll);
+    simd::Dispatch(TSubtractFromRows{*system, piece, column, factors, &pivot});
+    *done = column + 1;
+    if (Stops(system->poll)) return false;
   }
-  return column;
+  return true;
 }
 
-// Eliminates the columns of a panel, piece by piece. Returns the column that it came to, as `EliminatePiece` does; all
-// columns of the panel are then as far as the loops that take one column at a time.
-std::size_t EliminatePanel(TSystem* system, TRange panel, bool* goes_on) {
-  const bool left = system->left_columns == TLeftColumns::Eliminate;
-  std::size_t column = panel.first;
-  const std::size_t width = system->n <= kSmallSystem ? kSmallSystem : kPieceColumns;
-  for (std::size_t first = panel.first; *goes_on && first < panel.last; first += width) {
-    const TRange piece{first, std::min(first + width, panel.last)};
-    column = EliminatePiece(system, piece, panel.first, goes_on);
-    const TRange done{first, column};
-    const std::size_t place = first - panel.first;
-    // On one thread: a meeting a piece would cost more than it gives.
-    if (left) simd::Dispatch(TSubtractTogether{*system, done, place, {panel.first, first}, system->n});
-    simd::Dispatch(TSubtractTogether{*system, done, place, {piece.last, panel.last}, system->n});
+// Eliminates columns by panels. While one thread eliminates a panel, the others do what the panel before calls for in
+// other columns, which are independent of each other. Wherever it ends, all columns are then as far as the loops that
+// take one column at a time.
+class TElimination {
+ public:
+  TElimination(TSystem* system, std::size_t team)
+      : system_(system), team_(team), steps_{TStep(system->n), TStep(system->n)} {
+    packed_.reserve(team);
+    for (std::size_t i = 0; i < team; ++i) packed_.emplace_back(PanelColumns(system->n) * kStripColumns);
   }
-  return column;
-}
 
-// Eliminates all columns by panels of `width`. While one thread eliminates a panel, the others do what the panel before
-// calls for elsewhere (J. Dongarra, P. Luszczek, A. Petitet, "The LINPACK benchmark: past, present and future", 2003,
-// doi:10.1002/cpe.728, on looking ahead). Returns false when a column has no pivot or the poll stops; all columns are
-// then as far as the loops that take one column at a time. \param spare_factors as the system's: those of one panel are
-// made while those of the one before are needed.
-bool EliminateAll(TSystem* system, std::size_t width, double** spare_factors) {
-  const std::size_t n = system->n;
-  bool goes_on = true;
-  TRange panel{0, std::min(width, n)};
-  std::size_t column = EliminatePanel(system, panel, &goes_on);
-  for (;;) {
-    const bool is_last = !goes_on || panel.last == n;
-    const TRange next{panel.last, is_last ? panel.last : std::min(panel.last + width, n)};
-    const std::size_t left = system->left_columns == TLeftColumns::Eliminate ? panel.first : 0;
-    if (left == 0 && next.first == n) return goes_on;
-    TOutside outside(*system, {panel.first, column}, system->team);
-    std::swap(system->factors, spare_factors);
-    std::exception_ptr of_poll;
-    OnTeamOrAlone(system->team, [&](std::size_t thread, std::size_t threads) {
-      if (thread == 0 && !is_last) {
-        try {
-          outside.Eliminate(next, thread);
-          column = EliminatePanel(system, next, &goes_on);
-        } catch (...) {
-          of_poll = std::current_exception();
-        }
+  // Returns false when a column has no pivot or the poll stops.
+  bool Run() {
+    OnTeamOrAlone(team_, [&](std::size_t thread, std::size_t threads) { Work(thread, threads); });
+    if (of_poll_ != nullptr) std::rethrow_exception(of_poll_);
+    return !steps_[0].stopped && !steps_[1].stopped;
+  }
+
+ private:
+  // A panel, and what other columns need when they take its terms: the rows go on being exchanged meanwhile.
+  struct TStep {
+    explicit TStep(std::size_t n)
+        : rows(n),
+          height((n + shape.rows - 1) / shape.rows * shape.rows),
+          values(height * PanelColumns(n)),
+          factors{values.Get(), shape.rows, PanelColumns(n), 0},
+          taken((n + kStripColumns - 1) / kStripColumns) {
+      // Tiles at the end of the matrix are whole ones.
+      std::fill(factors.Of(height - shape.rows), values.Get() + height * factors.terms, 0.0);
+    }
+
+    const TShape shape = ShapeOfLevel();
+    std::vector<double*> rows;
+    std::size_t height;
+    TAlignedBuffer values;
+    TPackedFactors factors;
+    TRange panel{0, 0};
+    std::size_t done = 0;  // the column that its elimination came to
+    bool stopped = false;
+    std::vector<std::atomic<bool>> taken;  // which strips threads have set about
+  };
+
+  void Work(std::size_t thread, std::size_t threads) {
+    if (thread == 0) Eliminate(&steps_[0], {0, std::min(PanelColumns(system_->n), system_->n)}, nullptr);
+    for (std::size_t number = 0;; ++number) {
+      TStep& step = steps_[number % 2];
+      meeting_.Wait(threads);
+      const TRange next = NextPanel(step);
+      const bool is_last = next.first == next.last;
+      if (thread == 0 && !is_last) Eliminate(&steps_[(number + 1) % 2], next, &step);
+      TakeStrips(&step, next.last, thread, threads);
+      if (is_last) return;
+    }
+  }
+
+  // Empty where the elimination ends.
+  TRange NextPanel(const TStep& step) const {
+    const std::size_t first = step.panel.last, n = system_->n;
+    return {first, step.stopped ? first : std::min(first + PanelColumns(n - first), n)};
+  }
+
+  // Eliminates the columns of a panel. \param before the panel on its left, whose terms it takes first.
+  void Eliminate(TStep* step, TRange panel, TStep* before) {
+    for (std::size_t j = panel.first; before != nullptr && j < panel.last; j += kStripColumns) {
+      TakeTerms(*before, {before->panel.first, before->done}, {j, std::min(j + kStripColumns, panel.last)}, 0);
+    }
+    step->panel = panel;
+    step->factors.first = panel.first;
+    for (std::atomic<bool>& strip : step->taken) strip.store(false, std::memory_order_relaxed);
+    step->done = panel.first;
+    for (std::size_t first = panel.first; first < panel.last; first += kStripColumns) {
+      EliminateStripOf(step, {first, std::min(first + kStripColumns, panel.last)});
+    }
+    std::copy_n(system_->a, system_->n, step->rows.begin());
+  }
+
+  // Eliminates a strip of the panel, or does what is done so far calls for in it.
+  void EliminateStripOf(TStep* step, TRange strip) {
+    const TRange before{step->panel.first, std::min(step->done, strip.first)};
+    TakeLiveTerms(*step, before, strip);
+    for (std::size_t first = strip.first; first < strip.last; first += kPieceColumns) {
+      const TRange piece{first, std::min(first + kPieceColumns, strip.last)};
+      TakeLiveTerms(*step, {strip.first, step->done}, piece);
+      if (step->stopped) continue;
+      try {
+        step->stopped = !EliminatePiece(system_, piece, &step->factors, &step->done);
+      } catch (...) {
+        of_poll_ = std::current_exception();
+        step->stopped = true;
       }
-      outside.EliminateShare(left, next, thread, threads);
-    });
-    if (of_poll != nullptr) std::rethrow_exception(of_poll);
-    if (is_last) return goes_on;
-    panel = next;
+    }
   }
+
+  // Columns of the panel at work.
+  void TakeLiveTerms(const TStep& step, TRange done, TRange columns) {
+    EliminateStrip({system_->a, system_->n, step.factors, done, columns, IsPadded(), packed_[0].Get()});
+  }
+
+  void TakeTerms(const TStep& step, TRange done, TRange columns, std::size_t thread) {
+    EliminateStrip({step.rows.data(), system_->n, step.factors, done, columns, IsPadded(), packed_[thread].Get()});
+  }
+
+  // Takes strips right of `next_last` and those left of there as far as somebody looks at them, until all are taken.
+  // The first thread begins beside the panel, where it will work next, the others elsewhere: every one mostly finds the
+  // strips that it had before, which are in its cache.
+  void TakeStrips(TStep* step, std::size_t next_last, std::size_t thread, std::size_t threads) {
+    const bool left = system_->left_columns == TLeftColumns::Eliminate;
+    const std::size_t n = system_->n;
+    const std::size_t right_strips = (n - next_last + kStripColumns - 1) / kStripColumns;
+    const std::size_t left_strips = left ? (step->panel.last + kStripColumns - 1) / kStripColumns : 0;
+    const std::size_t count = right_strips + left_strips;
+    const std::size_t start = thread == 0 ? 0 : (thread - 1) * count / threads;
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::size_t place = thread == 0 ? i : count - 1 - (start + i) % count;
+      const bool is_right = place < right_strips;
+      const std::size_t first = is_right ? next_last + place * kStripColumns : (count - 1 - place) * kStripColumns;
+      if (step->taken[first / kStripColumns].exchange(true, std::memory_order_relaxed)) continue;
+      const TRange columns{first, std::min(first + kStripColumns, is_right ? n : step->panel.last)};
+      if (is_right || first < step->panel.first) {
+        TakeTerms(*step, {step->panel.first, step->done}, columns, thread);
+      } else {
+        TakeLaterTerms(*step, columns, thread);
+      }
+    }
+  }
+
+  // Columns of the panel itself: each piece has taken the terms up to its own.
+  void TakeLaterTerms(const TStep& step, TRange strip, std::size_t thread) {
+    const std::size_t end = std::min(strip.last, step.done);
+    for (std::size_t first = strip.first; first < end; first += kPieceColumns) {
+      const TRange piece{first, std::min(first + kPieceColumns, strip.last)};
+      TakeTerms(step, {piece.last, end}, piece, thread);
+    }
+    TakeTerms(step, {strip.last, step.done}, strip, thread);
+  }
+
+  bool IsPadded() const { return system_->left_columns == TLeftColumns::Skip; }
+
+  TSystem* system_;
+  std::size_t team_;
+  TStep steps_[2];
+  std::vector<TAlignedBuffer> packed_;  // of each thread
+  TMeeting meeting_;
+  std::exception_ptr of_poll_;
+};
+
+bool EliminateAll(TSystem* system) {
+  if (system->n > kSmallSystem) return TElimination(system, SolverTeamSize(system->n)).Run();
+  std::size_t done = 0;
+  return EliminatePiece(system, {0, system->n}, nullptr, &done);
 }
 
 }  // namespace
 
 double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns) {
-  const std::size_t panel = n <= kSmallSystem || n > kMiddleSystem ? kPanelColumns : kNarrowPanelColumns;
-  const WorkMatrix factors(n, std::min(n, panel));
-  const WorkMatrix spare_factors(n > panel ? n : 0, panel);
-  TSystem system{a, b, n, poll, left_columns, factors.GetRows(), 1.0, SolverTeamSize(n)};
-  if (!EliminateAll(&system, panel, spare_factors.GetRows())) return 0.0;
+  TSystem system{a, b, n, poll, left_columns, 1.0};
+  if (!EliminateAll(&system)) return 0.0;
   double determinant = system.sign;
   for (std::size_t i = 0; i < n; ++i) determinant *= a[i][i];
   if (Stops(poll)) return 0.0;

@@ -38,12 +38,12 @@ template <class TVector>
 #if defined(__x86_64__) || defined(__i386__)
 
 template <class Kernel>
-[[gnu::target("avx2")]] void RunAvx2(const Kernel& kernel) {
+[[gnu::target("avx2,prfchw")]] void RunAvx2(const Kernel& kernel) {
   kernel.template Run<4>();
 }
 
 template <class Kernel>
-[[gnu::target("avx512f,avx512dq,avx512vl")]] void RunAvx512(const Kernel& kernel) {
+[[gnu::target("avx512f,avx512dq,avx512vl,prfchw")]] void RunAvx512(const Kernel& kernel) {
   kernel.template Run<8>();
 }
 

@@ -4,7 +4,10 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <thread>
 #include <vector>
 
 #include "frame/zxstd/threads.h"
@@ -54,8 +57,46 @@ inline std::vector<TWorkspace> Workspaces(const TProduct& product, std::size_t t
   return workspaces;
 }
 
+/// Waits for other threads of a team until `is_so()`. It looks again and again for some ten microseconds, which is what
+/// meetings within a solution take; then it makes way for other threads, and after that it sleeps in between: the one
+/// that is waited for may be in a caller's function.
+template <class Condition>
+void WaitUntil(const Condition& is_so) {
+  constexpr int kLooks = 500, kYields = 200;
+  for (int looks = 0; !is_so(); ++looks) {
+    if (looks < kLooks) {
+#if defined(__x86_64__) || defined(__i386__)
+      __builtin_ia32_pause();
+#endif
+    } else if (looks < kLooks + kYields) {
+      std::this_thread::yield();
+    } else {
+      looks = kLooks + kYields;
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+  }
+}
+
+/// Where the threads of a team wait until all are there. What one did before, the others see behind it.
+class TMeeting {
+ public:
+  void Wait(std::size_t threads) {
+    const std::size_t meeting = held_.load(std::memory_order_relaxed);
+    if (present_.fetch_add(1, std::memory_order_acq_rel) + 1 == threads) {
+      present_.store(0, std::memory_order_relaxed);
+      held_.store(meeting + 1, std::memory_order_release);
+    } else {
+      WaitUntil([&] { return held_.load(std::memory_order_acquire) != meeting; });
+    }
+  }
+
+ private:
+  std::atomic<std::size_t> present_{0};
+  std::atomic<std::size_t> held_{0};
+};
+
 /// Systems of fewer unknowns are solved on one thread: measured with two, meeting costs more than is gained below.
-inline constexpr std::size_t kSmallestTeamSystem = 300;
+inline constexpr std::size_t kSmallestTeamSystem = 200;
 
 /// The threads that a system of n unknowns is worth.
 inline std::size_t SolverTeamSize(std::size_t n) { return n < kSmallestTeamSystem ? 1 : TeamSize(); }

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "linalg/simd.h"
+#include "linalg/tile_kernel.h"
 
 namespace SatCommonUtils::kernels {
 
@@ -13,18 +14,6 @@ namespace {
 
 // How far packing reads ahead, in rows.
 constexpr std::size_t kRowsAhead = 12;
-
-// How far a tile asks for its factors ahead, in terms: a panel may be longer than the first cache.
-constexpr std::size_t kTermsAhead = 8;
-
-// The tile of sums, one row of factors and their product fill the registers: 32 of them at width 8, otherwise 16.
-template <int Width>
-struct TStaticShape {
-  static constexpr std::size_t kRows = Width == 8 ? 8 : 4;
-  static constexpr std::size_t kVectors = Width == 8 ? 3 : 2;
-  static constexpr std::size_t kPanel = kVectors * Width;
-  static_assert(kWidestPanel % kPanel == 0 && kPanel % kRows == 0 && kMostTileRows % kRows == 0);
-};
 
 struct TShapeKernel {
   TShape* shape;
