@@ -42,15 +42,15 @@ struct THeightGridFrame {
   double voidHeight = std::numeric_limits<double>::quiet_NaN();
 };
 
-/// The number of columns of a grid of longitudes that goes round the whole Earth, so that its last column lies beside
-/// its first; 0 for any other grid.
+/// The number of columns of a grid of longitudes that goes round the whole Earth, so that the last of them lies beside
+/// the first; columns beyond are the first ones once more and are not used. 0 for any other grid.
 ORBMATH_API int FindPeriod(const THeightGridFrame& frame) noexcept;
 
 /// A grid of heights. The height of a cell needs all four corners. Bicubic (Keys' kernel with a = -1/2, through the
 /// posts, continuous slope) uses sixteen posts; where outer ones are missing they are continued linearly.
 ///
 /// Longitudes count in any turn. A grid of longitudes that goes round the Earth is closed between its last and its
-/// first column when it lies in memory.
+/// first column (`FindPeriod`).
 ///
 /// Source: R. Keys, "Cubic convolution interpolation for digital image processing" (1981),
 /// doi:10.1109/TASSP.1981.1163711.
@@ -64,7 +64,7 @@ class ORBMATH_API THeightGrid final : public THeightSurface {
   THeightGrid(const THeightGridFrame& frame, const std::vector<double>& heights,
               double noData = std::numeric_limits<double>::quiet_NaN());
   /// A grid whose tiles come from elsewhere, each when it is needed. \param tiles not null; of a grid with a period
-  /// they have as many columns of cells, one more than between its posts. \throws TZxMessage when the frame is not
+  /// they have as many columns of cells. \throws TZxMessage when the frame is not
   /// usable.
   THeightGrid(const THeightGridFrame& frame, std::shared_ptr<const THeightTiles> tiles);
   ~THeightGrid() override;
@@ -90,6 +90,7 @@ class ORBMATH_API THeightGrid final : public THeightSurface {
 
  private:
   void Prepare();
+  THeightRange GetRangeInTurn(const TTerrainBox& box) const;
 
   THeightGridFrame frame_;
   std::shared_ptr<const THeightTiles> tiles_;

@@ -110,7 +110,7 @@ std::shared_ptr<const THeightSurface> OpenGeoid(const std::string& name, std::si
     std::copy_n(transform, 6, frame.transform);
   }
   const OGRSpatialReference* const system = dataset->GetSpatialRef();
-  if (system != nullptr && !MakeMapping(*system, &frame.mapping)) {
+  if (system != nullptr && !MakeMapping(*system, GetCenterX(*dataset, frame.transform), &frame.mapping)) {
     return fail(path + ": PROJ has no way into its reference system");
   }
   const auto grid = MakeGrid(std::move(dataset), frame, heights, cacheBytes, &reason);

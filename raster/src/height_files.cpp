@@ -84,6 +84,19 @@ bool LooksLikeDegrees(const double* t, int columns, int rows) {
          inside(t[3] + rows * t[5], 91.0);
 }
 
+/// The unit of heights that are not metres, as the band or its vertical system has it; empty for metres and where
+/// nothing is said.
+std::string ForeignUnit(GDALRasterBand* band, const OGRSpatialReference* system) {
+  const std::string unit = band->GetUnitType();
+  for (const char* metre : {"m", "metre", "metres", "meter", "meters"}) {
+    if (EQUAL(unit.c_str(), metre)) return "";
+  }
+  if (!unit.empty() || system == nullptr || !system->IsCompound()) return unit;
+  const char* name = nullptr;
+  const double metres = system->GetTargetLinearUnits("VERT_CS", &name);
+  return metres == 1.0 || name == nullptr ? "" : name;
+}
+
 /// Chooses the geoid; empty where heights count from the ellipsoid. \return false when there is no telling.
 bool ChooseGeoid(const TDemOptions& options, const VerticalReference& file, TDemSurface* out, std::string* geoid,
                  std::string* error) {
@@ -142,7 +155,7 @@ bool OpenDem(const TDemOptions& options, TDemSurface* out, std::string* error) {
       return fail(name + ": has no reference system");
     }
     opened.warnings.push_back(name + ": has no reference system; taken as longitudes and latitudes of WGS84");
-  } else if (!MakeMapping(*system, &frame.mapping)) {
+  } else if (!MakeMapping(*system, GetCenterX(*dataset, frame.transform), &frame.mapping)) {
     return fail(name + ": PROJ has no way into its reference system");
   }
   std::string geoidName;
@@ -150,6 +163,8 @@ bool OpenDem(const TDemOptions& options, TDemSurface* out, std::string* error) {
 
   BandHeights heights;
   GDALRasterBand* const band = dataset->GetRasterBand(1);
+  const std::string unit = ForeignUnit(band, system);
+  if (!unit.empty()) opened.warnings.push_back(name + ": its heights are in '" + unit + "'; they are taken as metres");
   heights.scale = band->GetScale();
   heights.offset = band->GetOffset();
   const std::shared_ptr<const THeightGrid> grid =

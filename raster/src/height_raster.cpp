@@ -15,6 +15,7 @@ namespace SatCommonUtils {
 
 namespace {
 
+constexpr double kPi = 3.14159265358979323846;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 /// Cells along a side of a tile.
 constexpr int kTileSize = 256;
@@ -74,14 +75,14 @@ class BandTiles final : public THeightTiles {
       : reader_(std::move(reader)),
         interpolation_(frame.interpolation),
         voidHeight_(frame.voidHeight),
-        closed_(FindPeriod(frame) > 0) {}
+        period_(FindPeriod(frame)) {}
 
   int GetTileSize() const noexcept override { return kTileSize; }
 
   std::shared_ptr<const THeightTile> GetTile(int tileColumn, int tileRow) const override {
     const int column = tileColumn * kTileSize;
     const int row = tileRow * kTileSize;
-    const int columns = std::min(kTileSize, reader_->Columns() - (closed_ ? 0 : 1) - column);
+    const int columns = std::min(kTileSize, (period_ > 0 ? period_ : reader_->Columns() - 1) - column);
     const int rows = std::min(kTileSize, reader_->Rows() - 1 - row);
     const std::size_t stride = std::size_t(columns) + 3;
     std::vector<double> posts(stride * (std::size_t(rows) + 3), kNaN);
@@ -90,43 +91,55 @@ class BandTiles final : public THeightTiles {
     const int lastRow = std::min(row + rows + 1, reader_->Rows() - 1);
     double* const first = posts.data() + std::size_t(firstRow - row + 1) * stride;
     for (int at = column - 1; at <= column + columns + 1;) {
-      const int width = reader_->Columns();
-      const int from = closed_ ? (at + width) % width : at;
+      const int width = period_ > 0 ? period_ : reader_->Columns();
+      const int from = period_ > 0 ? (at + width) % width : at;
       const int part = std::min(column + columns + 2 - at, from < 0 ? -from : width - from);
       if (from >= width) break;
-      if (from >= 0 &&
-          !reader_->Read(from, firstRow, part, lastRow - firstRow + 1, first + (at - column + 1), stride)) {
-        return nullptr;
+      if (from >= 0) {
+        const int readRows = lastRow - firstRow + 1;
+        double* const to = first + (at - column + 1);
+        if (!reader_->Read(from, firstRow, part, readRows, to, stride)) return nullptr;
+        for (int r = 0; r < readRows; ++r) FillVoids(to + r * stride, part);
       }
       at += part;
-    }
-    if (!std::isnan(voidHeight_)) {
-      std::replace_if(
-          posts.begin(), posts.end(), [](double h) { return std::isnan(h); }, voidHeight_);
     }
     return std::make_shared<THeightTile>(column, row, columns, rows, std::move(posts), interpolation_);
   }
 
  private:
+  /// Not of the posts around the raster, which are none: there the surface is continued.
+  void FillVoids(double* posts, int count) const {
+    std::replace_if(
+        posts, posts + count, [](double h) { return std::isnan(h); }, voidHeight_);
+  }
+
   std::unique_ptr<BandReader> reader_;
   THeightInterpolation interpolation_;
   double voidHeight_;
-  bool closed_;
+  int period_;
 };
 
 /// PROJ's way from longitudes and latitudes to a plane.
 class ProjMapping final : public TGridMapping {
  public:
-  explicit ProjMapping(std::shared_ptr<const PlaneTransformation> way) : way_(std::move(way)) {}
+  /// \param turn of x, where it is a longitude; else 0. \param center x of the grid's middle.
+  ProjMapping(std::shared_ptr<const PlaneTransformation> way, double turn, double center)
+      : way_(std::move(way)), turn_(turn), center_(center) {}
 
   void Map(std::size_t count, const double* lat, const double* lon, double* x, double* y) const override {
     std::copy_n(lon, count, x);
     std::copy_n(lat, count, y);
     way_->Run(count, x, y);
+    // PROJ gives longitudes in its own turn, a grid may lie across its end.
+    if (turn_ > 0.0) {
+      for (std::size_t i = 0; i < count; ++i) x[i] -= turn_ * std::round((x[i] - center_) / turn_);
+    }
   }
 
  private:
   std::shared_ptr<const PlaneTransformation> way_;
+  double turn_;
+  double center_;
 };
 
 }  // namespace
@@ -155,14 +168,19 @@ std::shared_ptr<const THeightGrid> MakeGrid(DatasetHandle dataset, THeightGridFr
   }
 }
 
-bool MakeMapping(const OGRSpatialReference& system, std::shared_ptr<const TGridMapping>* mapping) {
+double GetCenterX(GDALDataset& dataset, const double* transform) {
+  return transform[0] + 0.5 * (dataset.GetRasterXSize() * transform[1] + dataset.GetRasterYSize() * transform[2]);
+}
+
+bool MakeMapping(const OGRSpatialReference& system, double center, std::shared_ptr<const TGridMapping>* mapping) {
   mapping->reset();
   // The horizontal part alone: heights are brought to the ellipsoid by the geoid grids.
   const OGRSpatialReference plane = HorizontalPart(system);
   if (IsWgs84(plane)) return true;
   auto way = PlaneTransformation::Make(Wgs84(), plane);
   if (way == nullptr) return false;
-  *mapping = std::make_shared<ProjMapping>(std::move(way));
+  const double turn = plane.IsGeographic() != 0 ? 2.0 * kPi / plane.GetAngularUnits() : 0.0;
+  *mapping = std::make_shared<ProjMapping>(std::move(way), turn, center);
   return true;
 }
 

@@ -22,7 +22,11 @@ std::shared_ptr<const THeightGrid> MakeGrid(DatasetHandle dataset, THeightGridFr
                                             std::size_t cacheBytes, std::string* error);
 
 /// The mapping from latitudes and longitudes of WGS84 to the plane of `system`; null when that is longitudes and
-/// latitudes of WGS84 itself. \return false when PROJ has no way.
-bool MakeMapping(const OGRSpatialReference& system, std::shared_ptr<const TGridMapping>* mapping);
+/// latitudes of WGS84 itself. \param center x of the grid's middle: longitudes come out in its turn.
+/// \return false when PROJ has no way.
+bool MakeMapping(const OGRSpatialReference& system, double center, std::shared_ptr<const TGridMapping>* mapping);
+
+/// x of the middle of a raster.
+double GetCenterX(GDALDataset& dataset, const double* transform);
 
 }  // namespace SatCommonUtils

@@ -190,6 +190,45 @@ TEST(HeightFiles, TilesWithinAMemoryLimitGiveTheHeightsOfTheWhole) {
   }
 }
 
+TEST(HeightFiles, TilesEndAtTheEdgesOfTheFileAsTheWholeDoes) {
+  TDemOptions options = {{MakeDem("orbmath_dem_edge.tif", "EPSG:4326")}, "none", THeightInterpolation::Bicubic, -20.0};
+  const TDemSurface whole = Open(options);
+  options.cacheBytes = 600000;
+  const TDemSurface tiled = Open(options);
+  // Between the last posts, where the next ones are missing; and outside.
+  for (const double lat : {45.0499, 45.0, 44.9501}) {
+    for (const double lon : {6.9402, 7.0, 7.0798, 7.1}) {
+      EXPECT_EQ(whole.surface->GetHeight(lat, lon), tiled.surface->GetHeight(lat, lon)) << lat << " " << lon;
+    }
+  }
+}
+
+TEST(HeightFiles, LongitudesOfOtherDatumsCountInAnyTurnToo) {
+  for (const char* system : {"EPSG:4326", "EPSG:4269"}) {
+    const TDemSurface dem = Open({{MakeDem("orbmath_dem_date_line.tif", system, 179.94)}, "none"});
+    for (const double lon : {179.95, 180.05, -179.95, -180.05, 540.05}) {
+      const double east = lon < 0.0 ? lon + 360.0 : std::fmod(lon, 360.0);
+      const double post = 179.94 + 0.0005 * std::round((east - 179.94) / 0.0005);
+      EXPECT_NEAR(dem.surface->GetHeight(45.0, lon), orbmath_test::Mountain(45.0, post), 1e-5) << system << " " << lon;
+    }
+    EXPECT_TRUE(dem.surface->GetRange({44.96, -180.05, 45.04, -179.95}).IsKnown()) << system;
+  }
+}
+
+TEST(HeightFiles, WarnsOfHeightsThatAreNotMetres) {
+  const std::string path = MakeDem("orbmath_dem_feet.tif", "EPSG:4326+6360");
+  EXPECT_EQ(Open({{path}, "none"}).warnings.size(), 1u) << "the vertical system's";
+  for (const char* unit : {"m", "ft"}) {
+    const std::string other = MakeDem("orbmath_dem_unit.tif", "EPSG:4326");
+    GDALDataset* const dem = GDALDataset::Open(other.c_str(), GDAL_OF_UPDATE);
+    dem->GetRasterBand(1)->SetUnitType(unit);
+    GDALClose(dem);
+    const TDemSurface opened = Open({{other}, "none"});
+    const bool warned = opened.warnings.size() == 1 && opened.warnings[0].find("'ft'") != std::string::npos;
+    EXPECT_EQ(warned, *unit == 'f');
+  }
+}
+
 TEST(HeightFiles, SeveralFilesAreOneSurface) {
   // The two share a column of posts, as tiles of SRTM do.
   const std::string west = MakeDem("orbmath_dem_west.tif", "EPSG:4326", 6.94, 141);

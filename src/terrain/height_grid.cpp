@@ -24,6 +24,12 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 /// The longitudes of a closed grid make up 360 degrees to within this part of a column.
 constexpr double kClosed = 1e-3;
 
+void Include(const THeightRange& other, THeightRange* range) {
+  range->lowest = std::min(range->lowest, other.lowest);
+  range->highest = std::max(range->highest, other.highest);
+  range->voids = range->voids || other.voids;
+}
+
 /// All of a grid as one tile.
 class TWholeGrid final : public THeightTiles {
  public:
@@ -35,16 +41,17 @@ class TWholeGrid final : public THeightTiles {
   std::shared_ptr<const THeightTile> tile_;
 };
 
+int CellColumns(const THeightGridFrame& frame, int period) { return period > 0 ? period : frame.columns - 1; }
+
 /// The posts of a tile over the whole grid: one more around, taken from the other side where the grid is closed.
 std::vector<double> SurroundPosts(const THeightGridFrame& frame, int period, const std::vector<double>& heights,
                                   double noData) {
-  const int cellColumns = frame.columns - 1 + (period > 0 ? 1 : 0);
-  const std::size_t stride = std::size_t(cellColumns) + 3;
+  const std::size_t stride = std::size_t(CellColumns(frame, period)) + 3;
   std::vector<double> posts(stride * (std::size_t(frame.rows) + 2), kNaN);
   for (int row = 0; row < frame.rows; ++row) {
     const double* from = heights.data() + std::size_t(row) * frame.columns;
     double* to = posts.data() + (std::size_t(row) + 1) * stride + 1;
-    for (int column = period > 0 ? -1 : 0; column < frame.columns + (period > 0 ? 2 : 0); ++column) {
+    for (int column = period > 0 ? -1 : 0; column < (period > 0 ? period + 2 : frame.columns); ++column) {
       const double h = from[period > 0 ? (column + period) % period : column];
       to[column] = h == noData || std::isnan(h) ? frame.voidHeight : h;
     }
@@ -56,13 +63,12 @@ std::vector<double> SurroundPosts(const THeightGridFrame& frame, int period, con
 
 TGridMapping::~TGridMapping() = default;
 
-/// first.
 int FindPeriod(const THeightGridFrame& frame) noexcept {
   const double* t = frame.transform;
   if (frame.mapping != nullptr || t[2] != 0.0 || t[4] != 0.0) return 0;
   const double columns = 360.0 / std::fabs(t[1]);
-  if (std::fabs(columns - frame.columns) < kClosed) return frame.columns;
-  return 0;
+  const double whole = std::round(columns);
+  return whole <= frame.columns && std::fabs(columns - whole) < kClosed ? static_cast<int>(whole) : 0;
 }
 
 THeightGrid::THeightGrid(const THeightGridFrame& frame, const std::vector<double>& heights, double noData)
@@ -72,7 +78,7 @@ THeightGrid::THeightGrid(const THeightGridFrame& frame, const std::vector<double
     throw TZxMessage("a height grid needs one height for each post");
   }
   tiles_ = std::make_shared<TWholeGrid>(
-      std::make_shared<THeightTile>(0, 0, frame_.columns - 1 + (period_ > 0 ? 1 : 0), frame_.rows - 1,
+      std::make_shared<THeightTile>(0, 0, CellColumns(frame_, period_), frame_.rows - 1,
                                     SurroundPosts(frame_, period_, heights, noData), frame_.interpolation));
 }
 
@@ -164,7 +170,7 @@ void THeightGrid::GetHeights(std::size_t count, const double* lat, const double*
 
 THeightRange THeightGrid::GetCellRange(long firstColumn, long lastColumn, long firstRow, long lastRow) const {
   THeightRange range;
-  const long columns = frame_.columns - 1 + (period_ > 0 ? 1 : 0);
+  const long columns = CellColumns(frame_, period_);
   const long rows = frame_.rows - 1;
   bool outside = firstRow < 0 || lastRow >= rows;
   if (period_ > 0 && (firstColumn < 0 || lastColumn >= columns)) {
@@ -172,17 +178,13 @@ THeightRange THeightGrid::GetCellRange(long firstColumn, long lastColumn, long f
     lastColumn = columns - 1;
   }
   outside = outside || firstColumn < 0 || lastColumn >= columns;
-  const auto add = [&range](const THeightRange& other) {
-    range.lowest = std::min(range.lowest, other.lowest);
-    range.highest = std::max(range.highest, other.highest);
-    range.voids = range.voids || other.voids;
-  };
-  if (outside) {
+  const auto addVoid = [this, &range] {
     if (std::isnan(frame_.voidHeight))
       range.voids = true;
     else
-      add({frame_.voidHeight, frame_.voidHeight, false});
-  }
+      Include({frame_.voidHeight, frame_.voidHeight, false}, &range);
+  };
+  if (outside) addVoid();
   firstColumn = std::max(firstColumn, 0L);
   lastColumn = std::min(lastColumn, columns - 1);
   firstRow = std::max(firstRow, 0L);
@@ -193,36 +195,54 @@ THeightRange THeightGrid::GetCellRange(long firstColumn, long lastColumn, long f
     for (long tileColumn = firstColumn / size; tileColumn <= lastColumn / size; ++tileColumn) {
       const auto tile = tiles_->GetTile(static_cast<int>(tileColumn), static_cast<int>(tileRow));
       if (tile == nullptr) {
-        range.voids = true;
+        addVoid();
         continue;
       }
       const long column = tile->GetFirstColumn();
       const long row = tile->GetFirstRow();
-      add(tile->GetRange(static_cast<int>(std::max(firstColumn, column) - column),
-                         static_cast<int>(std::min(lastColumn, column + tile->GetColumns() - 1) - column),
-                         static_cast<int>(std::max(firstRow, row) - row),
-                         static_cast<int>(std::min(lastRow, row + tile->GetRows() - 1) - row)));
+      Include(tile->GetRange(static_cast<int>(std::max(firstColumn, column) - column),
+                             static_cast<int>(std::min(lastColumn, column + tile->GetColumns() - 1) - column),
+                             static_cast<int>(std::max(firstRow, row) - row),
+                             static_cast<int>(std::min(lastRow, row + tile->GetRows() - 1) - row)),
+              &range);
     }
   }
   return range;
 }
 
 THeightRange THeightGrid::GetRange(const TTerrainBox& box) const {
+  const double turn = 360.0 * rpc::LongitudeTurns(centerLongitude_, 0.5 * (box.west + box.east));
+  TTerrainBox here = {box.south, box.west + turn, box.north, box.east + turn};
+  THeightRange range = GetRangeInTurn(here);
+  // What lies beyond half the Earth from the grid's middle is looked up on its other side.
+  if (here.east > centerLongitude_ + 180.0 || here.west < centerLongitude_ - 180.0) {
+    const double other = here.east > centerLongitude_ + 180.0 ? -360.0 : 360.0;
+    here.west += other;
+    here.east += other;
+    Include(GetRangeInTurn(here), &range);
+  }
+  return range;
+}
+
+THeightRange THeightGrid::GetRangeInTurn(const TTerrainBox& box) const {
   // A mapping bends the box's edges and may turn it: nodes along and across it, and half their spacing around.
   constexpr int kNodes = 9;
   double lat[kNodes * kNodes], lon[kNodes * kNodes], column[kNodes * kNodes], row[kNodes * kNodes];
-  const double turn = 360.0 * rpc::LongitudeTurns(centerLongitude_, 0.5 * (box.west + box.east));
   for (int i = 0; i < kNodes * kNodes; ++i) {
     const int along = i % kNodes;
     const int across = i / kNodes;
     lat[i] = box.south + (box.north - box.south) * across / (kNodes - 1);
-    lon[i] = box.west + (box.east - box.west) * along / (kNodes - 1) + turn;
+    lon[i] = box.west + (box.east - box.west) * along / (kNodes - 1);
   }
   GetColumnsRows(kNodes * kNodes, lat, lon, column, row);
   double low[2] = {HUGE_VAL, HUGE_VAL};
   double high[2] = {-HUGE_VAL, -HUGE_VAL};
+  bool unmapped = false;
   for (int i = 0; i < kNodes * kNodes; ++i) {
-    if (std::isnan(column[i] + row[i])) continue;
+    if (std::isnan(column[i] + row[i])) {
+      unmapped = true;
+      continue;
+    }
     low[0] = std::min(low[0], column[i]);
     high[0] = std::max(high[0], column[i]);
     low[1] = std::min(low[1], row[i]);
@@ -234,8 +254,10 @@ THeightRange THeightGrid::GetRange(const TTerrainBox& box) const {
   const double margin = frame_.mapping == nullptr ? 0.0 : 0.5 / (kNodes - 1);
   const double marginColumn = margin * (high[0] - low[0]);
   const double marginRow = margin * (high[1] - low[1]);
-  return GetCellRange(whole(low[0] - marginColumn), whole(high[0] + marginColumn), whole(low[1] - marginRow),
-                      whole(high[1] + marginRow));
+  THeightRange range = GetCellRange(whole(low[0] - marginColumn), whole(high[0] + marginColumn),
+                                    whole(low[1] - marginRow), whole(high[1] + marginRow));
+  range.voids = range.voids || unmapped;
+  return range;
 }
 
 bool THeightGrid::Split(const THeightGrid** grid, const THeightSurface** base) const {

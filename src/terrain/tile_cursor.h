@@ -30,7 +30,7 @@ class TTileCursor {
       : tiles_(grid.GetTiles()),
         size_(tiles_.GetTileSize()),
         period_(grid.GetPeriod()),
-        columns_(grid.GetFrame().columns - 1 + (period_ > 0 ? 1 : 0)),
+        columns_(period_ > 0 ? period_ : grid.GetFrame().columns - 1),
         rows_(grid.GetFrame().rows - 1),
         bicubic_(grid.GetFrame().interpolation == THeightInterpolation::Bicubic),
         voidHeight_(grid.GetFrame().voidHeight) {}

@@ -96,18 +96,40 @@ TEST(HeightGrid, BicubicReproducesQuadraticsAndKeepsItsPosts) {
 }
 
 TEST(HeightGrid, AGridAroundTheEarthIsClosed) {
-  THeightGridFrame frame;
-  frame.columns = 8;
-  frame.rows = 3;
-  const double transform[] = {-180.0, 45.0, 0.0, 90.0, 0.0, -90.0};
+  // The second one has its first column once more at its end.
+  for (const int columns : {8, 9}) {
+    SCOPED_TRACE(columns);
+    THeightGridFrame frame;
+    frame.columns = columns;
+    frame.rows = 3;
+    const double transform[] = {-180.0, 45.0, 0.0, 90.0, 0.0, -90.0};
+    std::copy_n(transform, 6, frame.transform);
+    std::vector<double> heights;
+    for (int i = 0; i < 3 * columns; ++i) heights.push_back(i % columns % 8);
+    const THeightGrid grid(frame, heights);
+    for (const double lon : {157.5, -202.5, 517.5}) EXPECT_NEAR(grid.GetHeight(0.0, lon), 3.5, kRounding);
+    EXPECT_NEAR(grid.GetHeight(10.0, 123.75), 6.75, kRounding);
+    EXPECT_NEAR(grid.GetHeight(-90.0, 180.0), 0.0, kRounding);
+    const THeightRange range = grid.GetRange({-10.0, 170.0, 10.0, 190.0});
+    EXPECT_TRUE(!range.voids && range.lowest <= 0.0 && range.highest >= 7.0);
+    EXPECT_EQ(grid.GetPeriod(), 8);
+  }
+}
+
+TEST(HeightGrid, BoundsReachAroundTheEarth) {
+  // Columns at -170, -130 ... 110: the box lies over the gap between the last and the first, and over the latter.
+  THeightGridFrame frame = SmallFrame();
+  const double transform[] = {-170.0, 40.0, 0.0, 50.0, 0.0, -1.0};
   std::copy_n(transform, 6, frame.transform);
-  std::vector<double> heights(24);
-  for (int i = 0; i < 24; ++i) heights[std::size_t(i)] = i % 8;
+  frame.columns = 8;
+  std::vector<double> heights(24, 5.0);
+  for (std::size_t row = 0; row < 3; ++row) heights[8 * row] = 900.0;
   const THeightGrid grid(frame, heights);
-  for (const double lon : {157.5, -202.5, 517.5}) EXPECT_NEAR(grid.GetHeight(0.0, lon), 3.5, kRounding);
-  EXPECT_NEAR(grid.GetHeight(10.0, 123.75), 6.75, kRounding);
-  EXPECT_NEAR(grid.GetHeight(-90.0, 180.0), 0.0, kRounding);
-  EXPECT_FALSE(grid.GetRange({-10.0, 170.0, 10.0, 190.0}).voids);
+  ASSERT_EQ(grid.GetHeight(49.0, 190.0), 900.0);
+  for (const double turn : {0.0, -360.0}) {
+    const THeightRange range = grid.GetRange({48.5, 140.0 + turn, 49.5, 195.0 + turn});
+    EXPECT_TRUE(range.voids && range.highest >= 900.0) << range.highest;
+  }
 }
 
 TEST(HeightGrid, BoundsHoldAllHeightsInABox) {

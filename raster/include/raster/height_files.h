@@ -41,17 +41,15 @@ struct TDemSurface {
 /// Opens a DEM as heights above the WGS84 ellipsoid.
 ///
 /// Posts are pixel centres. Voids are what the file's nodata value or mask says, and NaN. Scale and offset of the band
-/// are applied. Heights in feet and the like are not converted. A reference system other than WGS84 longitudes and
-/// latitudes is transformed by PROJ, and heights are interpolated in the file's own plane. The surface may be used by
-/// any number of threads; reading is one thread's at a time.
-/// \param out untouched on failure. \param error may be null; one sentence on failure that names the file.
-/// \return true when the surface is there.
+/// are applied. Heights in feet and the like are not converted; a warning names the unit. A reference system other than
+/// WGS84 longitudes and latitudes is transformed by PROJ, and heights are interpolated in the file's own plane. The
+/// surface may be used by any number of threads; reading is one thread's at a time. \param out untouched on failure.
+/// \param error may be null; one sentence on failure that names the file. \return true when the surface is there.
 ORBMATH_RASTER_API bool OpenDem(const TDemOptions& options, TDemSurface* out, std::string* error);
 
 /// Opens a geoid grid: heights of the geoid above the WGS84 ellipsoid, bilinear.
 /// \param name a path (GTX, GeoTIFF, GeographicLib's PGM, ...), or "egm96" or "egm2008", which are looked for where
-/// PROJ
-///   keeps its grids. \param error may be null. \return null on failure.
+/// PROJ keeps its grids. \param error may be null. \return null on failure.
 ORBMATH_RASTER_API std::shared_ptr<const THeightSurface> OpenGeoid(const std::string& name, std::size_t cacheBytes,
                                                                    std::string* error);
 
