@@ -51,7 +51,7 @@ def intersect(
     models
         Two or more; with a height one is enough where an image sees a point alone.
     line, sample
-        Pixels, shape (images, points), or (images,) for one point. NaN where an image does not see a point.
+        Pixels, shape (images, points), or (images,) for one point. NaN, or masked, where an image does not see a point.
     height
         Metres, one for each point or one for all: known heights. None: heights are found.
     height_sigma
@@ -63,8 +63,8 @@ def intersect(
     ValueError
         When shapes do not fit.
     """
-    lines = np.ascontiguousarray(line, dtype=np.float64)
-    samples = np.ascontiguousarray(sample, dtype=np.float64)
+    lines, samples = (np.ma.filled(np.ma.asarray(a, dtype=np.float64), np.nan) for a in (line, sample))
+    lines, samples = np.ascontiguousarray(lines), np.ascontiguousarray(samples)
     if lines.ndim == 1:
         lines, samples = lines[:, None].copy(), samples.reshape(-1, 1).copy()
     heights = None

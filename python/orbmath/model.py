@@ -2,18 +2,26 @@
 
 from __future__ import annotations
 
+import builtins
 import os
 from collections.abc import Mapping
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, NamedTuple
 
+import numpy as np
+
 from . import _core, records
 from ._typing import Doubles, Numbers, Values
+from .states import State
 
 if TYPE_CHECKING:
     from .checking import Check, View
     from .footprint import Footprint
     from .terrain import Terrain
+
+
+#: Found by their numbers: a call of `State` takes as long as half a point.
+_STATES = tuple(State)
 
 
 class Location(NamedTuple):
@@ -26,7 +34,7 @@ class Location(NamedTuple):
     height
         Metres above the ellipsoid; the heights that were given, or those of the terrain.
     state
-        A `State` for each point, as int8; on a terrain a `TerrainState`.
+        A `State`, for arrays as int8; on a terrain a `TerrainState`.
     residual
         Pixels between the image point and the projection of the result.
     """
@@ -69,6 +77,8 @@ class Model:
         ------
         ValueError
             With the file, the line and what is wrong there.
+        OSError
+            When there is no such file, or it cannot be opened.
         """
         text = os.fspath(path)
         name = Path(text).stem
@@ -76,15 +86,18 @@ class Model:
             core, origin = _core.Model.open(text, first_pixel)
             return cls(core, name, origin)
         except RuntimeError as error:
-            return cls._open_image(text, name, str(error))
+            reason = str(error)
+        if not text.startswith("/vsi"):  # a name in one of GDAL's file systems
+            with builtins.open(text, "rb"):  # what is no file is told as Python tells it
+                pass
+        return cls._open_image(text, name, reason)
 
     @classmethod
     def _open_image(cls, path: str, name: str, reason: str) -> Model:
         try:
             import rasterio
         except ImportError:
-            hint = "; images need the package rasterio" if Path(path).exists() else ""
-            raise ValueError(reason + hint) from None
+            raise ValueError(reason + "; images need the package rasterio") from None
         try:
             with rasterio.open(path) as dataset:
                 if dataset.rpcs is None:
@@ -255,7 +268,10 @@ class Model:
         if terrain is not None:
             return Location(*terrain._locator_of(self._model).locate(line, sample))
         lat, lon, state, residual = _core.locate(self._model, line, sample, height, extrapolate)
-        return Location(lat, lon, height, state, residual)
+        if type(state) is int:
+            return Location(lat, lon, float(height), _STATES[state], residual)  # type: ignore[arg-type]
+        heights = np.ma.filled(np.ma.asarray(height, dtype=np.float64), np.nan)
+        return Location(lat, lon, np.broadcast_to(heights, lat.shape).copy(), state, residual)
 
     def footprint(self, height: float | None = None, points: int = 16, *, terrain: Terrain | None = None) -> Footprint:
         """Give the outline of the image on the ground; see `Footprint`.

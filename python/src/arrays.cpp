@@ -2,6 +2,7 @@
 
 #include "arrays.h"
 
+#include <limits>
 #include <stdexcept>
 
 namespace orbmath_python {
@@ -10,14 +11,15 @@ namespace {
 
 // Looked up once and kept to the end of the process: a look-up costs as much as a hundred points.
 struct TNumpy {
-  nb::handle asarray, broadcastArrays, empty, require;
+  nb::handle asarray, broadcastArrays, empty, require, array, maskedArray;
 };
 
 const TNumpy& Numpy() {
   static const TNumpy numpy = [] {
     const nb::module_ module = nb::module_::import_("numpy");
     const auto keep = [&module](const char* name) { return nb::object(module.attr(name)).release(); };
-    return TNumpy{keep("asarray"), keep("broadcast_arrays"), keep("empty"), keep("require")};
+    return TNumpy{keep("asarray"), keep("broadcast_arrays"), keep("empty"), keep("require"), keep("ndarray"),
+                  nb::object(module.attr("ma").attr("MaskedArray")).release()};
   }();
   return numpy;
 }
@@ -28,6 +30,16 @@ bool SameShape(const TInput& a, const TInput& b) {
     if (a.shape(i) != b.shape(i)) return false;
   }
   return true;
+}
+
+/// True for an array of numpy's own class: the classes derived from it, masked arrays for one, say more than the numbers
+/// that they hold.
+bool IsPlainArray(nb::handle value) { return value.type().is(Numpy().array); }
+
+/// An array of doubles; what a masked array masks is NaN.
+nb::object Doubles(nb::handle value) {
+  if (!nb::isinstance(value, Numpy().maskedArray)) return Numpy().asarray(value, "float64");
+  return value.attr("astype")("float64").attr("filled")(std::numeric_limits<double>::quiet_NaN());
 }
 
 }  // namespace
@@ -62,7 +74,7 @@ TBroadcast::TBroadcast(std::initializer_list<nb::handle> arguments) {
 bool TBroadcast::TakeAsTheyAre(std::initializer_list<nb::handle> arguments) {
   std::size_t i = 0;
   for (const nb::handle argument : arguments) {
-    if (!nb::try_cast(argument, arrays_[i], false)) return false;
+    if (!IsPlainArray(argument) || !nb::try_cast(argument, arrays_[i], false)) return false;
     if (i > 0 && !SameShape(arrays_[0], arrays_[i])) return false;
     ++i;
   }
@@ -72,7 +84,7 @@ bool TBroadcast::TakeAsTheyAre(std::initializer_list<nb::handle> arguments) {
 
 void TBroadcast::Convert(std::initializer_list<nb::handle> arguments) {
   nb::list arrays;
-  for (const nb::handle argument : arguments) arrays.append(Numpy().asarray(argument, "float64"));
+  for (const nb::handle argument : arguments) arrays.append(Doubles(argument));
   const nb::object together = Numpy().broadcastArrays(*arrays);
   shape_ = nb::object(together[0]).attr("shape");
   for (std::size_t i = 0; i < arguments.size(); ++i) {

@@ -6,6 +6,8 @@ from hypothesis import given, settings
 from hypothesis import strategies as st
 from hypothesis.extra import numpy as hnp
 
+import orbmath
+
 GROUND = (47.31, 8.47, 431.5)
 
 
@@ -49,6 +51,25 @@ def test_scalars_come_back_as_floats_and_empty_arrays_as_empty(left):
     assert all(type(value) is float for value in left.project(np.float32(47.3), np.int16(8), 400))
     assert left.project(np.empty((0, 3)), 8.5, 400.0)[1].shape == (0, 3)
     assert left.locate([], [], 400.0).lat.shape == (0,)
+
+
+def test_what_is_masked_is_unknown(left, right):
+    lat = np.ma.masked_array([GROUND[0], 0.0], mask=[False, True])
+    line, sample = left.project(lat, *GROUND[1:])
+    assert (line[0], sample[0]) == left.project(*GROUND) and np.isnan(line[1]) and np.isnan(sample[1])
+    found = left.locate(np.ma.masked_invalid(line), sample, np.ma.masked_array([400, 400], mask=[False, True]))
+    assert found.height[0] == 400.0 and np.isnan(found.height[1]) and np.isnan(found.lat[1])
+    lines, samples = zip(left.project(*GROUND), right.project(*GROUND), strict=True)
+    unseen = np.ma.masked_array([lines, lines], mask=[[False, False], [False, True]]).T
+    states = orbmath.intersect([left, right], unseen, np.transpose([samples, samples])).state
+    assert states.tolist() == [orbmath.State.CONVERGED, orbmath.State.TOO_FEW_IMAGES]
+
+
+def test_a_location_has_one_shape(left):
+    found = left.locate([[8000.0], [8100.0]], [7000.0, 7100.0, 7200.0], 400)
+    assert all(np.shape(value) == (2, 3) for value in found)
+    one = left.locate(8000, 7000, 400)
+    assert one.state is orbmath.State.CONVERGED and type(one.height) is float
 
 
 def test_inputs_stay_as_they_are(left):

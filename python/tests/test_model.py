@@ -96,7 +96,7 @@ def test_files_that_hold_no_model_are_refused_with_a_sentence(tmp_path):
         (tmp_path / name).write_text(content)
         with pytest.raises(ValueError, match=name):
             Model.open(tmp_path / name)
-    with pytest.raises(ValueError, match="absent"):
+    with pytest.raises(FileNotFoundError, match="absent"):
         Model.open(tmp_path / "absent.RPB")
 
 
