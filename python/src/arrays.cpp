@@ -18,8 +18,9 @@ const TNumpy& Numpy() {
   static const TNumpy numpy = [] {
     const nb::module_ module = nb::module_::import_("numpy");
     const auto keep = [&module](const char* name) { return nb::object(module.attr(name)).release(); };
-    return TNumpy{keep("asarray"), keep("broadcast_arrays"), keep("empty"), keep("require"), keep("ndarray"),
-                  nb::object(module.attr("ma").attr("MaskedArray")).release()};
+    return TNumpy{keep("asarray"), keep("broadcast_arrays"),
+                  keep("empty"),   keep("require"),
+                  keep("ndarray"), nb::object(module.attr("ma").attr("MaskedArray")).release()};
   }();
   return numpy;
 }
@@ -32,8 +33,8 @@ bool SameShape(const TInput& a, const TInput& b) {
   return true;
 }
 
-/// True for an array of numpy's own class: the classes derived from it, masked arrays for one, say more than the numbers
-/// that they hold.
+/// True for an array of numpy's own class: the classes derived from it, masked arrays for one, say more than the
+/// numbers that they hold.
 bool IsPlainArray(nb::handle value) { return value.type().is(Numpy().array); }
 
 /// An array of doubles; what a masked array masks is NaN.

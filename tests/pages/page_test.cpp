@@ -120,6 +120,21 @@ TEST(PageScaleTest, ClassesOfFewOrEqualValues) {
   EXPECT_EQ(ClassesOf({{}, {kNan}}).count, 0U);
 }
 
+// Half of a series that spreads ten times as far as the one drawn above it is no blunder.
+TEST(PageScaleTest, EachSeriesHasItsOwnBlunders) {
+  std::vector<double> narrow(400);
+  std::vector<double> wide(400);
+  for (std::size_t i = 0; i < 400; ++i) {
+    narrow[i] = -0.05 + 0.1 * static_cast<double>(i) / 399.0;
+    wide[i] = 10.0 * narrow[i];
+  }
+  narrow.push_back(50.0);
+  const HistogramClasses classes = ClassesOf({narrow, wide});
+  EXPECT_EQ(CountsOf(narrow, classes).above, 1U);
+  EXPECT_EQ(CountsOf(wide, classes).above + CountsOf(wide, classes).below, 0U);
+  EXPECT_LE(classes.width, 0.05) << "the narrow one has bars too";
+}
+
 TEST(PageScaleTest, GraticulesHaveStepsOfTheGlobeAndGoAcrossTheAntimeridian) {
   const Graticule town = GraticuleOf(47.21, 47.39, 8.38, 8.62, 5);
   EXPECT_DOUBLE_EQ(town.lat_step, 0.05);
@@ -178,6 +193,15 @@ TEST(PagePlotsTest, MapsHangTogetherAcrossTheAntimeridian) {
   EXPECT_NE(nothing.drawing.svg.find("nothing to draw"), std::string::npos);
 }
 
+// Scenes over the whole globe: the map ends in the widest gap, here the Pacific, wherever the first of them lies.
+TEST(PagePlotsTest, MapsEndInTheWidestGap) {
+  GroundMap map;
+  for (const double lon : {-97.0, 145.0, 1.0, 80.0}) map.marks.push_back({"p", 40.0, lon, PageTone::Plain});
+  const std::string svg = MapFigure("t", "c", map).drawing.svg;
+  EXPECT_NE(svg.find(">0\u00b0<"), std::string::npos) << svg;
+  EXPECT_EQ(svg.find(">180\u00b0<"), std::string::npos) << svg;
+}
+
 // East is on the right, and halfway to the rim is half of its degrees. Names that are too long for one row get a
 // second.
 TEST(PagePlotsTest, DirectionsInTheSky) {
@@ -207,6 +231,11 @@ TEST(PagePlotsTest, ArrowsShareTheScaleOfTheKey) {
   const auto [from, to] = EndsOf(figure.drawing.svg, "class=\"arrow\" d=\"M");
   EXPECT_NEAR(key_to - key_from, to - from, 0.2);
   EXPECT_NE(ArrowFigure("t", "c", ArrowField()).drawing.svg.find("no arrow is longer"), std::string::npos);
+  EXPECT_EQ(figure.caption.find("part of the image"), std::string::npos);
+  for (ImageArrow& arrow : field.arrows) arrow.line *= 0.2;
+  EXPECT_EQ(ArrowFigure("t", "c", field).caption.find("part of the image"), std::string::npos) << "wide as the image";
+  for (ImageArrow& arrow : field.arrows) arrow.sample *= 0.2;
+  EXPECT_NE(ArrowFigure("t", "c", field).caption.find("part of the image"), std::string::npos);
 }
 
 }  // namespace

@@ -135,6 +135,18 @@ std::string PointTable::Place(std::size_t row) const {
   return Id(row).empty() ? place : std::string(Id(row)) + " (" + place + ")";
 }
 
+std::string PointTable::ShortPlace(std::size_t row) const {
+  const std::string place = "line " + std::to_string(lines_[row]);
+  return Id(row).empty() ? place : std::string(Id(row)) + " (" + place + ")";
+}
+
+std::size_t PointTable::ShortPlaceWidth() const {
+  std::size_t id = 0;
+  for (std::size_t row = 0; row < lines_.size(); ++row) id = std::max(id, Id(row).size());
+  const std::string last = lines_.empty() ? "" : std::to_string(lines_.back());
+  return (id == 0 ? 0 : id + 3) + 5 + last.size();
+}
+
 void PointTable::ThrowRefused(const Refusals& refused, bool rows) const {
   if (refused.empty()) return;
   for (std::size_t i = 0; i < std::min(refused.size(), kNamedRefusals); ++i) {

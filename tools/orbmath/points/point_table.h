@@ -49,6 +49,10 @@ class PointTable {
   std::string_view Id(std::size_t row) const { return id_ == kNone ? std::string_view() : Text(id_, row); }
   /// What a message calls row `row`: where it stood, as "file:line", behind its name, where it has one.
   std::string Place(std::size_t row) const;
+  /// The same without the name of the file, for tables whose file has been said.
+  std::string ShortPlace(std::size_t row) const;
+  /// How long the longest of them can be.
+  std::size_t ShortPlaceWidth() const;
   std::size_t Line(std::size_t row) const { return lines_[row]; }
 
   /// The table of these rows alone, in their order. \param rows ascending.

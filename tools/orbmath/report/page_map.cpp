@@ -88,14 +88,29 @@ class Projection {
   double metres_ = 1.0;
 };
 
-/// All longitudes in the turn of the first one.
+/// The longitude around which all others lie closest: opposite the middle of the widest gap between them.
+double MiddleLongitude(std::vector<double> lons) {
+  lons.erase(std::remove_if(lons.begin(), lons.end(), [](double lon) { return !std::isfinite(lon); }), lons.end());
+  for (double& lon : lons) lon = std::remainder(lon, 360.0);
+  std::sort(lons.begin(), lons.end());
+  double gap = lons.front() + 360.0 - lons.back();
+  double middle = lons.front() + 0.5 * (360.0 - gap);
+  for (std::size_t i = 1; i < lons.size(); ++i) {
+    if (lons[i] - lons[i - 1] <= gap) continue;
+    gap = lons[i] - lons[i - 1];
+    middle = lons[i] + 0.5 * (360.0 - gap);
+  }
+  return std::remainder(middle, 360.0);
+}
+
+/// All longitudes in one turn.
 GroundMap InOneTurn(GroundMap map) {
   std::vector<double> lons;
   for (const GroundOutline& outline : map.outlines) lons.insert(lons.end(), outline.lons.begin(), outline.lons.end());
   for (const GroundMark& mark : map.marks) lons.push_back(mark.lon);
   const auto finite = std::find_if(lons.begin(), lons.end(), [](double lon) { return std::isfinite(lon); });
   if (finite == lons.end()) return map;
-  lons.insert(lons.begin(), *finite);
+  lons.insert(lons.begin(), MiddleLongitude(lons));
   HangTogether(&lons);
   auto from = std::next(lons.begin());
   for (GroundOutline& outline : map.outlines) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "report/fixed_digits.h"
 #include "report/page_scale.h"
@@ -44,10 +45,7 @@ class ImageFrame {
       : lines{field.first_line, field.last_line}, samples{field.first_sample, field.last_sample} {
     constexpr double kLeastHeight = 120.0;
     constexpr double kMostHeight = 360.0;
-    for (const ImageArrow& arrow : field.arrows) {
-      lines.Take(arrow.line);
-      samples.Take(arrow.sample);
-    }
+    TakePoints(field);
     // Arrows at the rim point out of the image.
     lines.Widen(0.11);
     samples.Widen(0.11);
@@ -69,8 +67,31 @@ class ImageFrame {
   Stretch lines;
   Stretch samples;
   double height = 0.0;
+  bool is_part = false;  ///< of the image, where the points are
 
  private:
+  /// Image and points, or the points' part of the image alone where that is a small one.
+  void TakePoints(const ArrowField& field) {
+    constexpr double kSmallPart = 0.3;
+    constexpr double kNone = std::numeric_limits<double>::infinity();
+    Stretch rows{kNone, -kNone};
+    Stretch columns{kNone, -kNone};
+    for (const ImageArrow& arrow : field.arrows) {
+      rows.Take(arrow.line);
+      columns.Take(arrow.sample);
+    }
+    if (!(rows.to >= rows.from && columns.to >= columns.from)) return;
+    is_part = rows.Size() < kSmallPart * lines.Size() && columns.Size() < kSmallPart * samples.Size() &&
+              field.arrows.size() > 1;
+    if (is_part) {
+      lines = rows;
+      samples = columns;
+      return;
+    }
+    for (const double line : {rows.from, rows.to}) lines.Take(line);
+    for (const double sample : {columns.from, columns.to}) samples.Take(sample);
+  }
+
   double scale_ = 1.0;
 };
 
@@ -194,10 +215,10 @@ PageFigure ArrowFigure(const std::string& title, const std::string& caption, con
   svg.BeginShift(more);
   const SvgPoint first = frame.Place(field.first_line, field.first_sample);
   const SvgPoint last = frame.Place(field.last_line, field.last_sample);
-  svg.Rectangle("image", first, last.x - first.x, last.y - first.y);
   DrawAxes(frame, &svg);
   const double bottom = kTop + frame.height + 40.0;
   svg.BeginClip({kLeft, kTop}, kInner, frame.height);
+  svg.Rectangle("image", first, last.x - first.x, last.y - first.y);
   std::size_t cut = 0;
   for (const ImageArrow& arrow : field.arrows) {
     const double length = LengthOf(arrow) * enlarged;
@@ -222,6 +243,7 @@ PageFigure ArrowFigure(const std::string& title, const std::string& caption, con
   if (key > 0.0) svg.Arrow(" key", {kLeft, bottom + 8.0}, {kLeft + key * enlarged, bottom + 8.0}, false, "");
   svg.Text("strong", {kLeft + key * enlarged + (key > 0.0 ? 8.0 : 0.0), bottom + 12.0}, key_text);
   svg.EndShift();
+  if (frame.is_part) figure.caption += " Shown is the part of the image that has points.";
   if (cut > 0) {
     figure.caption += " " + PageCount(cut) + (cut == 1 ? " arrow is" : " arrows are") +
                       " much longer than the others and cut short, with a bar in the place of the head.";

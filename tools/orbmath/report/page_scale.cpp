@@ -96,25 +96,32 @@ double Quantile(const std::vector<double>& sorted, double share) {
 }
 
 HistogramClasses ClassesOf(const std::vector<std::vector<double>>& series) {
-  std::vector<double> all;
-  for (const std::vector<double>& values : series) {
-    std::copy_if(values.begin(), values.end(), std::back_inserter(all), [](double v) { return std::isfinite(v); });
-  }
   HistogramClasses classes;
-  if (all.empty()) return classes;
-  std::sort(all.begin(), all.end());
-  const double quartile1 = Quantile(all, 0.25);
-  const double quartile3 = Quantile(all, 0.75);
-  const double between = quartile3 - quartile1;
-  double least = all.front();
-  double most = all.back();
-  if (between > 0.0) {
-    least = *std::lower_bound(all.begin(), all.end(), quartile1 - 4.0 * between);
-    most = *std::prev(std::upper_bound(all.begin(), all.end(), quartile3 + 4.0 * between));
+  double least = std::numeric_limits<double>::infinity();
+  double most = -least;
+  double width = 0.0;
+  for (const std::vector<double>& given : series) {
+    std::vector<double> values;
+    std::copy_if(given.begin(), given.end(), std::back_inserter(values), [](double v) { return std::isfinite(v); });
+    if (values.empty()) continue;
+    std::sort(values.begin(), values.end());
+    const double quartile1 = Quantile(values, 0.25);
+    const double quartile3 = Quantile(values, 0.75);
+    const double between = quartile3 - quartile1;
+    double first = values.front();
+    double last = values.back();
+    if (between > 0.0) {
+      first = *std::lower_bound(values.begin(), values.end(), quartile1 - 4.0 * between);
+      last = *std::prev(std::upper_bound(values.begin(), values.end(), quartile3 + 4.0 * between));
+    }
+    const auto number = static_cast<double>(values.size());
+    const double own = std::min(2.0 * between / std::cbrt(number), (last - first) / (1.0 + std::log2(number)));
+    if (own > 0.0) width = width > 0.0 ? std::min(width, own) : own;
+    least = std::min(least, first);
+    most = std::max(most, last);
   }
+  if (!(most >= least)) return classes;
   const double range = most - least;
-  const auto number = static_cast<double>(all.size());
-  const double width = std::min(2.0 * between / std::cbrt(number), range / (1.0 + std::log2(number)));
   // Values that are all the same have no width of their own; neither have those that differ by rounding only.
   const double size = std::max(std::abs(least), std::abs(most));
   if (!(range > 1e-12 * size)) {

@@ -35,11 +35,11 @@ struct HistogramClasses {
 /// Classes for series that are drawn above each other.
 ///
 /// The width is that of Freedman and Diaconis ("On the histogram as a density estimator: L2 theory", 1981,
-/// doi:10.1007/BF01025868), twice the interquartile range by the cube root of the number, of all series together, or
-/// that of Sturges ("The choice of a class interval", 1926, doi:10.1080/01621459.1926.10502161) where it is less, as
-/// with few values in two heaps; rounded up to a round step. Values farther from the quartiles than four interquartile
-/// ranges stay out of the classes, so that one blunder does not press all others into one bar. Values that are not
-/// finite do not count.
+/// doi:10.1007/BF01025868), twice the interquartile range by the cube root of the number, or that of Sturges ("The
+/// choice of a class interval", 1926, doi:10.1080/01621459.1926.10502161) where it is less, as with few values in two
+/// heaps; that of the narrowest series, rounded up to a round step. Values of a series farther from its quartiles than
+/// four of its interquartile ranges stay out of the classes, so that one blunder does not press all others into one
+/// bar. Values that are not finite do not count.
 HistogramClasses ClassesOf(const std::vector<std::vector<double>>& series);
 
 /// How many values of a series each class has.

@@ -4,6 +4,7 @@
 
 #include "report/refinement_report.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <utility>
@@ -119,8 +120,11 @@ std::string Describe(const TRefinementKindTest& test) {
          Short(SatCommonUtils::kRefinementKindLevel) + ")";
 }
 
-std::string LineOf(const PointTable& table, std::size_t row, const TRefinementResidual& point) {
-  return PadRight(table.Place(row), kNameWidth) + PadLeft(Fixed(point.lineBefore, kDigits), kWidth) +
+/// Columns that the names of points take.
+std::size_t NameWidth(const PointTable& table) { return std::max(kNameWidth, table.ShortPlaceWidth()); }
+
+std::string LineOf(const PointTable& table, std::size_t row, std::size_t width, const TRefinementResidual& point) {
+  return PadRight(table.ShortPlace(row), width) + PadLeft(Fixed(point.lineBefore, kDigits), kWidth) +
          PadLeft(Fixed(point.sampleBefore, kDigits), kWidth) + PadLeft(Fixed(point.lineAfter, kDigits), kWidth + 2) +
          PadLeft(Fixed(point.sampleAfter, kDigits), kWidth) + PadLeft(Fixed(point.standardized, 1), kWidth + 2) +
          (point.isBad ? "  BAD\n" : "\n");
@@ -190,11 +194,12 @@ void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& 
   for (std::size_t row = 0; row < points.size(); ++row) {
     if (points[row].isBad) bad += (bad.empty() ? "" : ", ") + table.Place(row);
   }
-  report->Lines(std::string(kNameWidth, ' ') + PadLeft("before", 24) + PadLeft("after", 26) + "\n" +
-                PadLeft("line", 34) + PadLeft("sample", 12) + PadLeft("line", 14) + PadLeft("sample", 12) +
+  const std::size_t width = NameWidth(table);
+  report->Lines(std::string(width, ' ') + PadLeft("before", 24) + PadLeft("after", 26) + "\n" +
+                PadLeft("line", width + kWidth) + PadLeft("sample", 12) + PadLeft("line", 14) + PadLeft("sample", 12) +
                 PadLeft("standardized", 14) + "\n");
-  report->Rows("points", points.size(), [&table, &points](std::size_t row, bool json) {
-    return json ? RecordOf(table, row, points[row]) : LineOf(table, row, points[row]);
+  report->Rows("points", points.size(), [&table, &points, width](std::size_t row, bool json) {
+    return json ? RecordOf(table, row, points[row]) : LineOf(table, row, width, points[row]);
   });
   report->Lines("\n");
   report->Text("bad", "bad points", bad.empty() ? "none" : bad);
@@ -202,15 +207,17 @@ void AddPoints(const PointTable& table, const std::vector<TRefinementResidual>& 
 
 void AddCheck(const SatCommonUtils::TRPC& refined, const std::vector<ControlTable>& tables, Report* report) {
   std::vector<CheckResidual> residuals;
-  std::string lines = PadLeft("line px", kNameWidth + kWidth) + PadLeft("sample px", kWidth) +
-                      PadLeft("east m", kWidth) + PadLeft("north m", kWidth) + "\n";
+  std::size_t width = kNameWidth;
+  for (const ControlTable& control : tables) width = std::max(width, NameWidth(control.table));
+  std::string lines = PadLeft("line px", width + kWidth) + PadLeft("sample px", kWidth) + PadLeft("east m", kWidth) +
+                      PadLeft("north m", kWidth) + "\n";
   JsonWriter points;
   points.BeginArray();
   for (const ControlTable& control : tables) {
     for (std::size_t row = 0; row < control.table.size(); ++row) {
       const CheckResidual residual = ResidualAt(refined, control, row);
       residuals.push_back(residual);
-      lines += PadRight(control.table.Place(row), kNameWidth);
+      lines += PadRight(control.table.ShortPlace(row), width);
       for (const double value : {residual.line, residual.sample, residual.east, residual.north}) {
         lines += PadLeft(Fixed(value, kDigits), kWidth);
       }

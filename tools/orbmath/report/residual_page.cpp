@@ -200,7 +200,7 @@ PageTable StatisticsTable(const std::vector<std::pair<std::string, SatCommonUtil
 
 std::string RowName(const PointTable& table, std::size_t row) {
   const std::string_view id = table.Id(row);
-  return id.empty() ? table.Place(row) : std::string(id);
+  return id.empty() ? table.ShortPlace(row) : std::string(id);
 }
 
 namespace {

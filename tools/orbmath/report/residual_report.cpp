@@ -54,7 +54,7 @@ void AddWorst(const PointTable& table, const std::vector<PointResidual>& residua
   JsonWriter json;
   json.BeginArray();
   for (const PointResidual& residual : worst) {
-    report->Lines(PadRight(table.Place(residual.row), 22) +
+    report->Lines(PadRight(table.ShortPlace(residual.row), std::max<std::size_t>(22, table.ShortPlaceWidth())) +
                   PadLeft("line " + Fixed(residual.line, kDigits), kWidth + 6) +
                   PadLeft("sample " + Fixed(residual.sample, kDigits), kWidth + 8) + "  " + residual.set + "\n");
     json.BeginObject().Member("input_line", table.Line(residual.row)).Member("line", residual.line);
