@@ -117,6 +117,11 @@ TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u);
 /// backward pass runs even when the forward pass was ended. \return false when a poll ended a pass.
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x);
 
+/// Solves normal equations by Cholesky, or by elimination when the matrix is not positive definite.
+/// \param normal the rows of a `WorkMatrix`, destroyed. \param right_side destroyed. \param poll as above.
+/// \return false for a singular matrix or a cancel.
+bool SolveNormalEquations(double** normal, double* right_side, double* x, std::size_t n, TPoll poll);
+
 /// The inverse of uᵀ·u into `inverse` (n x n).
 /// \param poll null, or called for each column once that is there; its result is ignored.
 void CholeskyInvert(TConstRows u, std::size_t n, TPoll poll, TRows inverse);

@@ -86,24 +86,28 @@ bool FormNormalMatrix(double** A, const double* w, std::size_t n, std::size_t m,
 
 }  // namespace
 
+bool kernels::SolveNormalEquations(double** normal, double* right_side, double* x, std::size_t n, TPoll poll) {
+  const WorkMatrix u(n, n);
+  switch (CholeskyFactor(normal, n, poll, u.GetRows())) {
+    case TFactorState::Done: {
+      std::vector<double> y(n);
+      return CholeskySolve(u.GetRows(), right_side, n, poll, y.data(), x);
+    }
+    case TFactorState::Cancelled:
+      return false;
+    case TFactorState::NotPositive:
+      break;
+  }
+  return Gauss(normal, right_side, x, n, poll, TLeftColumns::Skip) != 0.0;
+}
+
 bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n, std::size_t m, int (*poll)(void)) {
   const WorkMatrix normal(n, n);
   if (!FormNormalMatrix(A, w, n, m, poll, normal.GetRows())) return false;
   std::vector<double> right_side(n);
   const kernels::TTerm term = w == nullptr ? kernels::TTerm::Plain : kernels::TTerm::Times;
   kernels::FactorByVector({A}, term, w, {0, n}, m, l, right_side.data());
-  const WorkMatrix u(n, n);
-  switch (kernels::CholeskyFactor(normal.GetRows(), n, poll, u.GetRows())) {
-    case kernels::TFactorState::Done: {
-      std::vector<double> y(n);
-      return kernels::CholeskySolve(u.GetRows(), right_side.data(), n, poll, y.data(), x);
-    }
-    case kernels::TFactorState::Cancelled:
-      return false;
-    case kernels::TFactorState::NotPositive:
-      break;
-  }
-  return kernels::Gauss(normal.GetRows(), right_side.data(), x, n, poll, kernels::TLeftColumns::Skip) != 0.0;
+  return kernels::SolveNormalEquations(normal.GetRows(), right_side.data(), x, n, poll);
 }
 
 bool SolveEquationsSet(const double& a, const double& b, const double& c, const double& d, const double& e,

@@ -88,6 +88,11 @@ TEST_P(BothEstimations, RefuseWhatCannotBeFittedAndLeaveTheRecordAlone) {
          data->IsNormalized = true;
          for (auto& p : data->Points) p = TRPCEstimationPoint{};
        }},
+      {"normalised, all in one place",
+       [](auto* data) {
+         data->IsNormalized = true;
+         for (auto& p : data->Points) p = {0.5, 0.25, 1.0, 0.5, 2.0};
+       }},
   };
   for (const auto& test : cases) {
     TRPCEstimationDataSet data = CurvedPoints(100);
@@ -144,19 +149,16 @@ TEST(EstimateRPCWithCallbacks, IsCancelledByTheSolversNotByTheProducts) {
   TRPCData fitted;
   ASSERT_TRUE(EstimateAndAsk(data, &fitted, -1));
   const int answers = asked;
-  // The first output's start asks 7 times for its normal matrix, 7 for its factor, and 14 while it substitutes. Then
-  // an elimination asks 38 + 2 + 38 times behind the 2 x 39 questions of the products.
+  // The first output's start asks 7 times for its normal matrix, 7 for its factor, and 14 while it substitutes: one
+  // answer ends it at any of them, elimination is no way around. Then an elimination asks 38 + 2 + 38 times behind the
+  // 2 x 39 questions of the products.
   const int start = 28;
   const int products = 2 * start + 78;
-  struct {
-    int at;
-    bool cancels;
-  } const cases[] = {{0, true},        {start, true},      {2 * start, false}, {products - 1, false},
-                     {products, true}, {answers - 1, true}};
-  for (const auto& test : cases) {
+  for (const int at : {0, 7, 14, start - 1, start, 2 * start - 1, 2 * start, products - 1, products, answers - 1}) {
+    const bool cancels = at != 2 * start && at != products - 1;
     fitted = PoisonedRecord();
-    EXPECT_EQ(EstimateAndAsk(data, &fitted, test.at), !test.cancels) << "question " << test.at;
-    EXPECT_EQ(static_cast<bool>(SameRecord(fitted, PoisonedRecord())), test.cancels) << "question " << test.at;
+    EXPECT_EQ(EstimateAndAsk(data, &fitted, at), !cancels) << "question " << at;
+    EXPECT_EQ(static_cast<bool>(SameRecord(fitted, PoisonedRecord())), cancels) << "question " << at;
   }
 }
 

@@ -5,7 +5,9 @@
 #include <memory>
 #include <vector>
 
+#include "linalg/kernels.h"
 #include "linalg/raw_arrays.h"
+#include "linalg/work_matrix.h"
 #include "refine/estimation/estimation_steps.h"
 #include "refine/rpc_estimation.h"
 
@@ -18,29 +20,28 @@ using namespace estimation;
 // Pixels: an iteration that improves a root mean square by less did not improve it.
 constexpr double kSmallDecrease = 1e-10;
 
-// A square system as the raw solvers want it: rows of pointers, here into one array.
+// A square system as the raw solvers want it.
 class TRawSystem {
  public:
   TRawSystem(const TNormalSums& sums, std::size_t unknowns)
-      : size_(unknowns), values_(unknowns * unknowns), rows_(unknowns), right_side_(unknowns) {
+      : size_(unknowns), matrix_(unknowns, unknowns), right_side_(unknowns) {
+    double* const* const rows = matrix_.GetRows();
     for (std::size_t i = 0; i < unknowns; ++i) {
-      rows_[i] = values_.data() + i * unknowns;
-      for (std::size_t j = 0; j < unknowns; ++j) rows_[i][j] = sums.At(i, j);
+      for (std::size_t j = 0; j < unknowns; ++j) rows[i][j] = sums.At(i, j);
       right_side_[i] = sums.At(i, unknowns);
     }
   }
 
-  bool SolveByCholesky(double* x, int (*cancel)()) {
-    return Cholesky(rows_.data(), right_side_.data(), x, size_, cancel);
+  bool SolveAsNormalEquations(double* x, int (*cancel)()) {
+    return kernels::SolveNormalEquations(matrix_.GetRows(), right_side_.data(), x, size_, cancel);
   }
   bool SolveByElimination(double* x, int (*cancel)()) {
-    return Gauss(rows_.data(), right_side_.data(), x, size_, cancel) != 0.0;
+    return Gauss(matrix_.GetRows(), right_side_.data(), x, size_, cancel) != 0.0;
   }
 
  private:
   std::size_t size_;
-  std::vector<double> values_;
-  std::vector<double*> rows_;
+  WorkMatrix matrix_;
   std::vector<double> right_side_;
 };
 
@@ -72,9 +73,7 @@ bool SolveFirstOrder(const TNormalSums& sums, const TCaller& caller, TRational* 
   if (caller.CancelsAfterRows(kFirstOrderUnknowns)) return false;
   TRawSystem system(sums, kFirstOrderUnknowns);
   double solution[kFirstOrderUnknowns];
-  if (!system.SolveByCholesky(solution, caller.cancel) && !system.SolveByElimination(solution, caller.cancel)) {
-    return false;
-  }
+  if (!system.SolveAsNormalEquations(solution, caller.cancel)) return false;
   *start = FirstOrderRational(solution);
   return true;
 }
