@@ -74,7 +74,7 @@ class TRPC;
 /// would take whole turns, as of a longitude, off a sample.
 /// \param rpc the model to invert. \param inverted receives the offsets and scales, which stay when the fit fails, and
 ///   the coefficients. \param gridSize steps of the grid along each axis. \param progress not used.
-/// \return false, also when `gridSize` is below 1 (nothing is then touched) or fewer than 40 nodes fall into the image.
+/// \return false, also when `gridSize` is below 1 or fewer than 40 nodes fall into the image.
 ORBMATH_API bool EstimateInvertedRPC(const TRPC& rpc, TRPCData* inverted, int gridSize, TZxProgressHandler* progress);
 
 }  // namespace SatCommonUtils

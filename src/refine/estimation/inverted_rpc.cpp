@@ -58,11 +58,11 @@ std::vector<TRPCEstimationPoint> NodesOfImage(const TRPC& rpc, int grid_size) {
 }  // namespace
 
 bool EstimateInvertedRPC(const TRPC& rpc, TRPCData* inverted, int gridSize, TZxProgressHandler* /*progress*/) {
-  if (gridSize < 1) return false;
   TRPCData source;
   source.Invalidate();
   rpc.GetRPCData(&source);
   TRPCNormalization(source).OfInverse().CopyTo(inverted);
+  if (gridSize < 1) return false;
   TRPCEstimationDataSet data;
   data.Points = NodesInImage(rpc, gridSize);
   data.IsNormalized = true;
