@@ -57,8 +57,8 @@ class ORBMATH_API TRPCRefinementDataBase {
   virtual std::size_t GetParametersValues(std::vector<double>* values) const;
   /// Sends the record to the debug print.
   virtual void DebugOutput() const;
-  /// Names of the parameters, in the order of `GetParametersValues`.
-  virtual std::vector<std::string> GetParametersNames() const = 0;
+  /// Names of the parameters, in the order of `GetParametersValues`; none in the base.
+  virtual std::vector<std::string> GetParametersNames() const;
 
   /// As `CreateCopyE`, but empty where that would throw.
   var_a<TRPCRefinementDataBase*> CreateCopyN() const;
@@ -69,8 +69,8 @@ class ORBMATH_API TRPCRefinementDataBase {
   TRPCRefinementDataBase(const TRPCRefinementDataBase&) = default;
   TRPCRefinementDataBase& operator=(const TRPCRefinementDataBase&) = default;
 
-  /// Appends the parameters to `*values`.
-  virtual void AppendParameters(std::vector<double>* values) const = 0;
+  /// Appends the parameters to `*values`; the base has none.
+  virtual void AppendParameters(std::vector<double>* values) const;
 };
 
 /// No correction: no parameters, always valid, always unity.

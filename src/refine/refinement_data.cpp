@@ -23,6 +23,10 @@ std::size_t TRPCRefinementDataBase::GetParametersValues(std::vector<double>* val
   return values->size();
 }
 
+std::vector<std::string> TRPCRefinementDataBase::GetParametersNames() const { return {}; }
+
+void TRPCRefinementDataBase::AppendParameters(std::vector<double>* /*values*/) const {}
+
 void TRPCRefinementDataBase::DebugOutput() const {
   const std::string rule = std::string(60, '-') + "\n";
   ZxPrintDbgMsg(rule);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -30,7 +31,27 @@ std::vector<double> ValuesOf(const TRPCRefinementDataBase& record) {
   return values;
 }
 
+/// A host's own record: it overrides what depends on its parameters, and has none.
+class HostRecord : public TRPCRefinementDataBase {
+ public:
+  HostRecord() : TRPCRefinementDataBase(static_cast<Type>(7)) {}
+  void InitializeUnity() override {}
+  void Reset() override {}
+  bool InitializeFromXML(TZxXIniReader*, std::uint64_t) override { return true; }
+  var_a<TRPCRefinementDataBase*> CreateCopyE() const override { return make_var_a<HostRecord>(*this); }
+  explicit operator bool() const override { return true; }
+  bool IsUnity() const override { return false; }
+};
+
 }  // namespace
+
+TEST(RefinementData, AHostsOwnKindIsARecordThatTheFactoriesRefuse) {
+  const HostRecord record;
+  EXPECT_TRUE(ValuesOf(record).empty());
+  EXPECT_TRUE(record.CreateCopyN());
+  EXPECT_FALSE(CreateRefinementDataCopyN(record));
+  EXPECT_FALSE(CreateRefinementN(record));
+}
 
 TEST(RefinementData, KindsAndTheStateOfNewRecords) {
   const struct {
