@@ -89,13 +89,16 @@ void TMatrix::InsertSubmatrix(std::size_t column, std::size_t row, const TMatrix
 
 bool TMatrix::Clip(std::size_t width, std::size_t height) {
   if (width == 0 || height == 0 || width > width_ || height > height_) return false;
-  if (height < height_) {
-    std::unique_ptr<TVector[]> kept(new TVector[height]);
-    std::move(rows_.get(), rows_.get() + height, kept.get());
-    rows_ = std::move(kept);
-    height_ = height;
+  // Whatever takes memory comes first: rows of unlike lengths would be left behind when there is none.
+  std::unique_ptr<TVector[]> kept(new TVector[height]);
+  for (std::size_t i = 0; i < height; ++i) {
+    if (rows_[i].GetSize() > width) kept[i] = rows_[i].GetSubVector(0, width);
   }
-  for (std::size_t i = 0; i < height; ++i) rows_[i].Clip(width);
+  for (std::size_t i = 0; i < height; ++i) {
+    if (rows_[i].GetSize() <= width) kept[i] = std::move(rows_[i]);
+  }
+  rows_ = std::move(kept);
+  height_ = height;
   width_ = width;
   return true;
 }

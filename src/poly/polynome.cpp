@@ -26,7 +26,8 @@ TPolynome::TPolynome(const std::vector<double>& src) {
   if (!Initialize(src, true)) throw "TPolynome::TPolynome(const vector<double>& src)";
 }
 
-TPolynome::TPolynome(const std::string& text) { Initialize(text); }
+// The invalid one first: from there on the destructor frees what a failure half-way leaves.
+TPolynome::TPolynome(const std::string& text) : TPolynome() { Initialize(text); }
 
 TPolynome::TPolynome(const TPolynome& other) { *this = other; }
 

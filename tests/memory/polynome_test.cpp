@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <new>
+#include <string>
 
 #include "memory/failing_memory.h"
 
@@ -36,6 +38,22 @@ TEST(Polynome, KeepsItsCoefficientsWhenMemoryFails) {
   EXPECT_EQ(p, before);
   EXPECT_TRUE(LacksMemory([&] { p += longer; }));
   EXPECT_EQ(p, before);
+}
+
+// The zero polynomial that a text begins with must not stay behind when there is no room for the numbers.
+TEST(Polynome, LeaksNothingWhenMemoryFailsUnderItsText) {
+  const std::string text = "(1;2;3)";
+  for (std::size_t n = 1;; ++n) {
+    const std::ptrdiff_t before = orbmath_test::LiveBlocks();
+    orbmath_test::FailAllocation(n, orbmath_test::Shortage::Once);
+    try {
+      const TPolynome p(text);
+    } catch (const std::bad_alloc&) {
+    }
+    const bool failed = orbmath_test::EndShortage();
+    EXPECT_EQ(orbmath_test::LiveBlocks(), before) << "allocation " << n;
+    if (!failed) break;
+  }
 }
 
 }  // namespace
