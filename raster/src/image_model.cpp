@@ -185,7 +185,10 @@ bool WriteImageModel(const std::string& path, const TRPCData& record, const TRPC
   if (!session.LastError().empty()) return Fail(path, session.LastError(), error);
   TRPCFile again;
   if (!ReadImageModel(path, TRPCFileOptions(), &again, error)) return false;
-  return SameModel(record, again.record) || Fail(path, "another model hides the one that was written", error);
+  return SameModel(record, again.record) ||
+         Fail(path,
+              "another model hides the one that was written; it comes from one of these files: " + again.origin.source,
+              error);
 }
 
 }  // namespace SatCommonUtils

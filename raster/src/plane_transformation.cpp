@@ -11,8 +11,10 @@
 namespace SatCommonUtils {
 
 std::shared_ptr<const PlaneTransformation> PlaneTransformation::Make(const OGRSpatialReference& from,
-                                                                     const OGRSpatialReference& to) {
-  Handle first(OGRCreateCoordinateTransformation(&from, &to));
+                                                                     const OGRSpatialReference& to, bool with_heights) {
+  OGRCoordinateTransformationOptions options;
+  if (with_heights) options.SetBallparkAllowed(false);
+  Handle first(OGRCreateCoordinateTransformation(&from, &to, options));
   if (first == nullptr) return nullptr;
   return std::shared_ptr<const PlaneTransformation>(new PlaneTransformation(std::move(first)));
 }

@@ -14,9 +14,10 @@ namespace SatCommonUtils {
 /// kept, and a thread that finds none makes its own.
 class PlaneTransformation {
  public:
-  /// Null when PROJ has no way.
-  static std::shared_ptr<const PlaneTransformation> Make(const OGRSpatialReference& from,
-                                                         const OGRSpatialReference& to);
+  /// Null when PROJ has no way. \param with_heights heights are to be transformed too: ways that leave them as they are
+  /// for want of a grid do not count.
+  static std::shared_ptr<const PlaneTransformation> Make(const OGRSpatialReference& from, const OGRSpatialReference& to,
+                                                         bool with_heights = false);
   /// In place; NaN where there is no result. \param z heights that go along, or null.
   void Run(std::size_t count, double* x, double* y, double* z = nullptr) const;
 

@@ -16,8 +16,8 @@ class ProjSystem final : public TReferenceSystem {
   ProjSystem(const OGRSpatialReference& system, const OGRSpatialReference& wgs84)
       : name_(system.GetName() == nullptr ? "" : system.GetName()),
         is_geographic_(system.IsGeographic() != 0),
-        to_(PlaneTransformation::Make(system, wgs84)),
-        from_(PlaneTransformation::Make(wgs84, system)) {}
+        to_(PlaneTransformation::Make(system, wgs84, wgs84.GetAxesCount() == 3)),
+        from_(PlaneTransformation::Make(wgs84, system, wgs84.GetAxesCount() == 3)) {}
 
   bool IsThere() const { return to_ != nullptr && from_ != nullptr; }
   bool IsGeographic() const override { return is_geographic_; }
@@ -52,6 +52,12 @@ std::shared_ptr<const TReferenceSystem> OpenReferenceSystem(const std::string& d
   wgs84.importFromEPSG(has_heights ? 4979 : 4326);
   wgs84.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
   auto opened = std::make_shared<ProjSystem>(system, wgs84);
+  if (!opened->IsThere() && has_heights) {
+    return fail(
+        "PROJ has no way between it and WGS84, perhaps for want of the grid that its heights need; name the system of "
+        "the "
+        "plane alone, and the geoid by its file");
+  }
   if (!opened->IsThere()) return fail("PROJ has no way between it and WGS84");
   return opened;
 }

@@ -41,6 +41,34 @@ TEST(ReferenceSystemTest, LongitudesComeFirstWhateverTheRegistrySays) {
   EXPECT_EQ(y, 45.25);
 }
 
+// Heights of a system whose geoid has no grid here went on as they were. The geoid lies 48 m above the ellipsoid in
+// Rome and 47 m in Frankfurt.
+TEST(ReferenceSystemTest, HeightsAboveAGeoidAreBroughtToTheEllipsoidOrRefused) {
+  const struct {
+    const char* system;
+    double east, north;
+  } cases[] = {{"EPSG:32633+5773", 299000.0, 4640000.0},
+               {"EPSG:32633+3855", 299000.0, 4640000.0},
+               {"EPSG:25832+5783", 477000.0, 5552000.0}};
+  for (const auto& one : cases) {
+    std::string error;
+    const auto system = OpenReferenceSystem(one.system, &error);
+    if (system == nullptr) {
+      EXPECT_NE(error.find("the grid that its heights need"), std::string::npos) << error;
+      continue;
+    }
+    double x = one.east, y = one.north, z = 100.0;
+    system->ToWgs84(1, &x, &y, &z);
+    EXPECT_NEAR(z, 147.5, 2.0) << one.system;
+  }
+  double x = 12.5, y = 42.0, z = 7.0;
+  std::string error;
+  const auto solid = OpenReferenceSystem("EPSG:4937", &error);
+  ASSERT_NE(solid, nullptr) << error;
+  solid->ToWgs84(1, &x, &y, &z);
+  EXPECT_NEAR(z, 7.0, 1e-6);
+}
+
 TEST(ReferenceSystemTest, WhatCannotBeMappedIsNaNAndWhatIsUnknownSaysSo) {
   std::string error;
   const auto mercator = OpenReferenceSystem("EPSG:3857", &error);

@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
                           "--point takes the place of files", 2},
                       Row{"ANumberInThePlaceOfAFile", "project flat.RPB 45 7 500", "", "", "is given by --point", 1},
                       Row{"LatitudeAndLongitudeExchanged", "project flat.RPB --point 7,45,500 --precision 0", "",
-                          "381000 382000\n", "1 of them would be inside: --lonlat", 0},
+                          "381000 382000\n", "1 of them would be inside: see to their order", 0},
                       Row{"NamesThatAreNotKnown", "locate flat.RPB --height 0 --precision 2",
                           "Zeile,Spalte\n500,2800.2\n",
                           "ERROR: 'Zeile' is not a finite number (line)\n45.05 7.10 0.00\n", "in the words line sample",

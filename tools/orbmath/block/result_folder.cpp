@@ -22,9 +22,11 @@ namespace fs = std::filesystem;
 
 ResultFolder::ResultFolder(std::string path) : path_(std::move(path)) {
   std::error_code error;
+  if (fs::exists(fs::u8path(path_), error) && !fs::is_directory(fs::u8path(path_), error)) {
+    throw Failure(path_ + ": is a file, not a folder");
+  }
   made_ = fs::create_directory(fs::u8path(path_), error);
   if (error) throw Failure(path_ + ": cannot be made: " + error.message());
-  if (!fs::is_directory(fs::u8path(path_), error)) throw Failure(path_ + ": is no folder");
   // Nothing is written yet; a folder that takes no files costs no work.
   const OutputFile probe(PathOf("report.json"));
 }

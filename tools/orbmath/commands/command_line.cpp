@@ -40,6 +40,12 @@ std::string MismatchText(const std::string& text) {
   if (colon == std::string::npos) return OneLine(text);
   if (text.find("At Most") != std::string::npos) return text.substr(0, colon) + " may be given once only";
   if (text.find("missing") != std::string::npos) return text.substr(0, colon) + " needs a value behind it";
+  // "--bounds: At least 4 required but received 3"
+  const std::size_t count = text.find("At least ");
+  if (count == colon + 2 && text.compare(0, 2, "--") == 0) {
+    return text.substr(0, colon) + " needs " + text.substr(count + 9, text.find(' ', count + 9) - count - 9) +
+           " values behind it";
+  }
   return OneLine(text);
 }
 

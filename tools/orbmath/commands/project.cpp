@@ -111,7 +111,7 @@ class ProjectTask : public PointTask {
     marks_.ReportGiven();
     if (exchanged_ == 0) return;
     Note("with latitude and longitude exchanged " + std::to_string(exchanged_) +
-         " of them would be inside: --lonlat, or --columns, has longitudes first");
+         " of them would be inside: see to their order (--lonlat, --columns)");
   }
 
  private:

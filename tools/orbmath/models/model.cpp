@@ -103,7 +103,9 @@ TRPCFileForm OutputForm::Of(const std::string& name) const {
   if (choice_ >= 0) return kForms[choice_];
   const std::optional<TRPCFileForm> form = SatCommonUtils::RPCFileFormOfName(name);
   if (!form && images_ && std::ifstream(std::filesystem::u8path(name)).good()) return TRPCFileForm::Image;
-  if (!form) throw UsageError("the name '" + name + "' does not tell the form, add --to rpb|text|xml|json|aux");
+  if (!form)
+    throw UsageError("the name '" + name + "' does not tell the form, add --to rpb|text|xml|json|aux" +
+                     (images_ ? "; an image, whose model is set, has to be there already" : std::string()));
   return *form;
 }
 
