@@ -117,12 +117,12 @@ struct TRPCFitReport {
 ///   unusable options, offsets or scales, or when the progress handler asked for a stop.
 ///
 /// Bad points, which do not belong to the others by what chance and the model's own misfit allow (six standard
-/// deviations of their residual, estimated from the others, and a ten-millionth of the image), are named and left out.
-/// What stands out from a resistant polynomial (least median of squares, then an M-estimate: P. Rousseeuw 1984,
-/// doi:10.1080/01621459.1984.10477105; P. Huber and E. Ronchetti, "Robust Statistics", 2009) is suspect; suspects are
-/// left out when the others fit much better without them, and every point is then tested against the fit of the others
-/// until none leaves or comes back. Without a bad point the result is that of the fit to all points, bit for bit. See
-/// `kRPCFitBreakdown`.
+/// deviations of their residual, estimated from the others, more where few are redundant, and a ten-millionth of the
+/// image), are named and left out. What stands out from a resistant polynomial (least median of squares, then an
+/// M-estimate: P. Rousseeuw 1984, doi:10.1080/01621459.1984.10477105; P. Huber and E. Ronchetti, "Robust Statistics",
+/// 2009) is suspect; suspects are left out when the others fit much better without them, and every point is then tested
+/// against the fit of the others until none leaves or comes back. Without a bad point the result is that of the fit to
+/// all points, bit for bit. See `kRPCFitBreakdown`.
 ///
 /// Time is linear in the points: up to 4,096 are fitted through a triangular factor of the design matrix (no squared
 /// condition number), more through their normal equations, started from a fit of 4,096 of them. Memory beyond the

@@ -75,6 +75,29 @@ TEST(FitRPCBadPoints, AreNotFoundAmongGoodOnes) {
   }
 }
 
+// Nor where few points are redundant: where ridge and degree, not noise, make the residuals of a corner that one point
+// alone determines, or where a handful of residuals is small by chance.
+TEST(FitRPCBadPoints, AreHardlyEverFoundAmongFewGoodOnes) {
+  constexpr int kSets = 40;
+  const struct {
+    std::size_t count;
+    double noise;
+    int most;  ///< sets of `kSets` that may lose a point
+  } rows[] = {{25, 0.0, 2}, {25, kNoise, 2}, {40, 0.001, 0}, {43, 0.003, 0}};
+  Random random("FewGoodPoints");
+  for (const auto& row : rows) {
+    int lost = 0;
+    for (int set = 0; set < kSets; ++set) {
+      const TRPCEstimationDataSet data{RandomPoints(PushbroomRecord(), row.count, row.noise, &random), false};
+      TRPCData fitted;
+      TRPCFitReport report;
+      ASSERT_TRUE(FitRPC(data, TRPCFitOptions(), &fitted, &report));
+      lost += report.bad.empty() ? 0 : 1;
+    }
+    EXPECT_LE(lost, row.most) << row.count << " points, noise " << row.noise;
+  }
+}
+
 TEST(FitRPCBadPoints, AreNamedByTheirPlacesInTheListAndMayBeKept) {
   Random random("Kept");
   TRPCEstimationDataSet data{RandomPoints(PushbroomRecord(), 300, kNoise, &random), false};

@@ -37,22 +37,29 @@ constexpr double kRoundingSquare = 1e-30;
 // The grid of ridges, four a decade, begins here, relative to the largest squared singular value.
 constexpr double kLargestRidge = 100.0;
 
-// The squared lengths of rows along scaled directions, vectorised over the directions.
-struct TLengths {
+// Directions, each over the root of its singular value's square and the ridge; sums over components along them are
+// taken for all directions at once.
+struct TScaledDirections {
+  std::size_t count;
+  alignas(64) double component[TRidgeSpectrum::kMaxUnknowns][TTriangularFactor::kStride];  // k of direction i: (k, i)
+  double share[TTriangularFactor::kStride];  // square of the singular value by that and the ridge
+  double drawn[TTriangularFactor::kStride];  // share of the residuals along the direction, over the root
+};
+
+struct TInfluencesOfRows {
   const TDesignRows& rows;
-  const double (*along)[TTriangularFactor::kStride];  // element (k, i): component k of direction i
-  std::size_t directions;
-  double* squares;
+  const TScaledDirections& directions;
+  TInfluence* influences;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    if (directions <= 8) return Lengths<Width, 1>();
-    if (directions <= 24) return Lengths<Width, 3>();
-    Lengths<Width, TTriangularFactor::kStride / 8>();
+    if (directions.count <= 8) return Sums<Width, 1>();
+    if (directions.count <= 24) return Sums<Width, 3>();
+    Sums<Width, TTriangularFactor::kStride / 8>();
   }
 
   template <int Width, std::size_t Blocks>
-  [[gnu::always_inline]] void Lengths() const {
+  [[gnu::always_inline]] void Sums() const {
     using TVector = typename simd::TLanes<Width>::TVector;
     constexpr std::size_t kVectors = Blocks * 8 / Width;
     for (std::size_t i = 0; i < rows.count; ++i) {
@@ -60,13 +67,17 @@ struct TLengths {
       TVector sums[kVectors] = {};
       for (std::size_t k = 0; k < rows.unknowns; ++k) {
         for (std::size_t v = 0; v < kVectors; ++v) {
-          sums[v] = sums[v] + row[k] * *reinterpret_cast<const TVector*>(along[k] + v * Width);
+          sums[v] = sums[v] + row[k] * *reinterpret_cast<const TVector*>(directions.component[k] + v * Width);
         }
       }
-      squares[i] = 0.0;
-      for (const TVector& sum : sums) {
-        for (std::size_t lane = 0; lane < Width; ++lane) squares[i] += sum[lane] * sum[lane];
+      TInfluence influence;
+      for (std::size_t d = 0; d < directions.count; ++d) {
+        const double along = sums[d / Width][d % Width];
+        influence.leverage += along * along;
+        influence.squared += along * along * directions.share[d];
+        influence.drawn += along * directions.drawn[d];
       }
+      influences[i] = influence;
     }
   }
 };
@@ -129,15 +140,18 @@ TFreedom TRidgeSpectrum::FreedomAt(double ridge) const {
   return freedom;
 }
 
-void TRidgeSpectrum::Leverages(const TDesignRows& rows, double ridge, double* leverages) const {
-  alignas(64) double along[kMaxUnknowns][TTriangularFactor::kStride] = {};
+void TRidgeSpectrum::Influences(const TDesignRows& rows, double ridge, TInfluence* influences) const {
+  TScaledDirections directions{directions_, {}, {}, {}};
   for (std::size_t i = 0; i < directions_; ++i) {
     if (singular_value_[i] <= kUndetermined * largest_) continue;
     const double square = singular_value_[i] * singular_value_[i];
-    const double root = std::sqrt(singular_value_[i] >= least_of_reference_ ? square : square + ridge);
-    for (std::size_t k = 0; k < unknowns_; ++k) along[k][i] = rotated_.rows[i][k] / root;
+    const double sum = singular_value_[i] >= least_of_reference_ ? square : square + ridge;
+    const double root = std::sqrt(sum);
+    for (std::size_t k = 0; k < unknowns_; ++k) directions.component[k][i] = rotated_.rows[i][k] / root;
+    directions.share[i] = square / sum;
+    directions.drawn[i] = -singular_value_[i] * rotated_.values[i] / root;
   }
-  simd::Dispatch(TLengths{rows, along, directions_, leverages});
+  simd::Dispatch(TInfluencesOfRows{rows, directions, influences});
 }
 
 double TRidgeSpectrum::Along(std::size_t direction, const double* vector) const {

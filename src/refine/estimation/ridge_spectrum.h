@@ -33,6 +33,13 @@ double CautiousScore(double residual_squares, const TFreedom& freedom, std::size
 
 using TScore = double (*)(double residual_squares, const TFreedom& freedom, std::size_t points);
 
+/// What the influence matrix H, fitted values by observations, says of one point.
+struct TInfluence {
+  double leverage = 0.0;  ///< element of H on the diagonal: the fitted value by the point's own observation
+  double squared = 0.0;   ///< element of H squared on the diagonal; the leverage without a ridge
+  double drawn = 0.0;     ///< element of H times the residuals, computed less observed: 0 without a ridge
+};
+
 /// The singular value decomposition of a triangular factor.
 class TRidgeSpectrum {
  public:
@@ -45,9 +52,9 @@ class TRidgeSpectrum {
   /// Singular values that are not rounding.
   int Rank() const;
   TFreedom FreedomAt(double ridge) const;
-  /// How much the fitted values of points follow their observations, the points' rows of the design matrix being among
-  /// the factor's or as if they were: the diagonal of the influence matrix. \param leverages one for each row.
-  void Leverages(const TDesignRows& rows, double ridge, double* leverages) const;
+  /// How much the fit of a ridge follows points, the points' rows of the design matrix being among the factor's or as
+  /// if they were. \param influences one for each row.
+  void Influences(const TDesignRows& rows, double ridge, TInfluence* influences) const;
 
   /// The ridge of the best score, on a grid of four a decade from 100 times `LargestSquare()` down to `least`.
   /// \param distance of the unknowns from where the ridge pulls them.

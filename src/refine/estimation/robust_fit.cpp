@@ -319,7 +319,7 @@ bool TRecordFit::LeaveOutBad(TSetFit* fit, std::vector<char>* is_bad) {
     }
   }
   for (int round = 0; round < kMostRounds; ++round) {
-    left_out = BadOnes(judged, *is_bad);
+    left_out = BadOnes(judged);
     if (left_out == *is_bad) break;
     TSetFit next;
     if (!FitWithout(left_out, &next, &usable)) return false;

@@ -10,6 +10,7 @@
 #include <numeric>
 #include <vector>
 
+#include "refine/estimation/bad_points.h"
 #include "refine/estimation/ridge_spectrum.h"
 #include "refine/estimation/row_rotations.h"
 #include "support/random.h"
@@ -132,15 +133,59 @@ TEST(RidgeSpectrum, LeveragesAddUpToTheFreedom) {
       const double ridge = share * spectrum->LargestSquare();
       double sum = 0.0, first = 0.0, last = 0.0;
       for (const TDesignRows& rows : blocks) {
-        double leverages[64];
-        spectrum->Leverages(rows, ridge, leverages);
-        for (std::size_t i = 0; i < rows.count; ++i) sum += leverages[i];
-        if (&rows == &blocks.front()) first = leverages[0];
-        last = leverages[rows.count - 1];
+        TInfluence influences[64];
+        spectrum->Influences(rows, ridge, influences);
+        for (std::size_t i = 0; i < rows.count; ++i) sum += influences[i].leverage;
+        if (&rows == &blocks.front()) first = influences[0].leverage;
+        last = influences[rows.count - 1].leverage;
       }
       EXPECT_NEAR(sum, spectrum->FreedomAt(ridge).trace, 1e-10) << unknowns << " unknowns, ridge " << share;
       EXPECT_EQ(first, last);
       EXPECT_LT(first, 0.5);
+    }
+  }
+}
+
+// A point is judged by what the fit of the others makes of it and of them, under the same ridge: here each is made.
+TEST(RidgeSpectrum, InfluencesTellWhatAFitWithoutThePointLeaves) {
+  constexpr double kShare = 1e-6;      // of the ridge: nothing beside the first seven directions, much beside the last
+  constexpr double kTolerance = 1e-3;  // relative: those seven bear no ridge in the influences
+  for (const std::size_t unknowns : {std::size_t{19}, std::size_t{39}}) {
+    std::vector<TDesignRows> blocks = Blocks(unknowns, unknowns + 1, {60});
+    TDesignRows& rows = blocks[0];
+    const auto row_of = [&](std::size_t i) { return rows.values + i * rows.stride; };
+    const auto residual_after = [&](std::size_t i, const double* step) {
+      return std::inner_product(step, step + unknowns, row_of(i), row_of(i)[unknowns]);
+    };
+    auto spectrum = std::make_unique<TRidgeSpectrum>(FactorOf(blocks));
+    const double ridge = kShare * spectrum->LargestSquare(), zero[TRidgeSpectrum::kMaxUnknowns] = {};
+    double fitted[TRidgeSpectrum::kMaxUnknowns], step[TRidgeSpectrum::kMaxUnknowns];
+    spectrum->Step(zero, ridge, fitted);
+    TOutputStory story;
+    for (std::size_t i = 0; i < rows.count; ++i) {
+      row_of(i)[unknowns] = residual_after(i, fitted);
+      story.residual.push_back(row_of(i)[unknowns]);
+      story.squares += story.residual[i] * story.residual[i];
+    }
+    spectrum = std::make_unique<TRidgeSpectrum>(FactorOf(blocks));
+    story.influence.resize(rows.count);
+    spectrum->Influences(rows, ridge, story.influence.data());
+    story.freedom = static_cast<double>(rows.count) - spectrum->FreedomAt(ridge).trace;
+    TOutputStory nothing;
+    nothing.residual.resize(rows.count);
+    nothing.freedom = nothing.rounding = 10.0;
+    const std::vector<double> excess = Combine(story, nothing, std::vector<char>(rows.count, 0)).excess;
+    for (std::size_t i = 0; i < rows.count; ++i) {
+      std::vector<TDesignRows> others = blocks;
+      std::copy_n(row_of(rows.count - 1), rows.stride, others[0].values + i * rows.stride);
+      --others[0].count;
+      const TRidgeSpectrum without(FactorOf(others));
+      without.Step(fitted, ridge, step);
+      double squares = 0.0;
+      for (std::size_t k = 0; k < rows.count; ++k) squares += k == i ? 0.0 : std::pow(residual_after(k, step), 2.0);
+      const double freedom = static_cast<double>(rows.count - 1) - without.FreedomAt(ridge).trace;
+      const double expected = story.residual[i] * residual_after(i, step) / (squares / freedom) / 36.0;
+      EXPECT_NEAR(excess[i] / expected, 1.0, kTolerance) << unknowns << " unknowns, point " << i;
     }
   }
 }
