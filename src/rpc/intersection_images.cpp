@@ -21,12 +21,13 @@ constexpr double kSurelyNear = 179.0;
 TNewtonImages::TNewtonImages(std::size_t count, const TRPC* const* models) {
   if (count < 2) return;
   for (std::size_t m = 0; m < count; ++m) {
-    if (models[m] == nullptr || typeid(*models[m]) != typeid(TRPC)) return;
+    if (models[m] == nullptr) return;
   }
   reference_ = &models[0]->GetPrepared();
   images_.resize(count);
   for (std::size_t m = 0; m < count; ++m) {
     if (!Prepare(*models[m], &images_[m])) return;
+    derived_ = derived_ || images_[m].derived != nullptr;
     margins_ = margins_ || images_[m].margin;
   }
   fit_ = true;
@@ -47,6 +48,7 @@ bool TNewtonImages::Prepare(const TRPC& model, TNewtonImage* image) const {
     image->factor[c] = scale[c] * reciprocal[c];
     image->shift[c] = (offset[c] - ownOffset[c]) * reciprocal[c];
   }
+  image->derived = typeid(model) == typeid(TRPC) ? nullptr : &model;
   image->terms = own.Terms();
   for (int k = 0; k < 2; ++k) {
     const double(*const from[2])[4] = {&start.numerator[1 - k], &start.denominator[1 - k]};

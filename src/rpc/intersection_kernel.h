@@ -31,7 +31,6 @@ struct TPointsUnderWay {
   alignas(64) double measuredLine[kLaneBlock], measuredSample[kLaneBlock];
   alignas(64) double dLine[3][kLaneBlock], dSample[3][kLaneBlock];
   alignas(64) double matrix[N][N][kLaneBlock], right[N][kLaneBlock];   ///< normal equations, upper triangle
-  alignas(64) double step[N][kLaneBlock];                              ///< the step taken last
   alignas(64) double height[kLaneBlock], variance[kLaneBlock];         ///< `THeightInput`
   alignas(64) std::int64_t singular[kLaneBlock], arrived[kLaneBlock];  ///< how the last step went: flags
   bool whole;                                                          ///< none of the block's points are missing yet
@@ -165,7 +164,6 @@ template <THeight Height, class T>
     arrived = arrived & small;
     AssignWhere(TFlags<T>(~singular), T(at[c] + step[c]), at[c]);
     WriteLanes(at[c], points.ground[c] + i);
-    WriteLanes(step[c], points.step[c] + i);
   }
   WriteLanes(singular, points.singular + i);
   WriteLanes(arrived, points.arrived + i);
@@ -199,7 +197,6 @@ class TIntersectionBlock {
   double height[kLaneBlock];     ///< what is given about the heights, as in `THeightInput`
   double variance[kLaneBlock];
   TGroundStatus status[kLaneBlock];  ///< state `NotRun` marks the points that are solved
-  double lastStep[kLaneBlock][N];    ///< the step taken last
 
   /// Runs the iteration. `step(count, points)` takes a step of `count` points.
   template <class Step>
@@ -257,10 +254,7 @@ class TIntersectionBlock {
         continue;
       }
       const std::size_t point = points->index[i];
-      for (int c = 0; c < N; ++c) {
-        ground[c][point] = points->ground[c][i];
-        lastStep[point][c] = points->step[c][i];
-      }
+      for (int c = 0; c < N; ++c) ground[c][point] = points->ground[c][i];
       status[point].iterations = step;
       status[point].state = singular  ? TGroundState::Singular
                             : arrived ? TGroundState::Converged

@@ -56,15 +56,18 @@ struct TNewtonKernel {
     const std::size_t count = points.count;
     for (std::size_t i = 0; i < count; i += kLanes) Begin<T>(i);
     for (std::size_t i = 0; i < count; i += kLanes) Place<T>(i);
+    if (images.HaveDerived()) ProjectDerived<T>();
     for (std::size_t i = 0; i < count; i += kLanes) Aim<T>(i);
     for (std::size_t i = 0; i < count; i += kLanes) Move<T>(i);
     for (int more = kMostEvaluations - 1; more > 0; --more) {
+      const bool all = images.HaveDerived();  // whose projections take all points of the block
+      if (all) ProjectDerived<T>();
       for (std::size_t i = 0; i < count; i += kLanes) {
-        if (IsOpen<T>(i)) Project<T>(i);
+        if (all || IsOpen<T>(i)) Project<T>(i);
       }
       bool any = false;
       for (std::size_t i = 0; i < count; i += kLanes) {
-        if (!IsOpen<T>(i)) continue;
+        if (!all && !IsOpen<T>(i)) continue;
         End<T>(i);
         any = any || IsOpen<T>(i);
       }
@@ -181,6 +184,71 @@ struct TNewtonKernel {
     }
   }
 
+  [[gnu::always_inline]] double* Work(std::size_t image, std::size_t kind, std::size_t i) const {
+    return points.work + (image * TPoints::kWork + kind) * Capacity + i;
+  }
+  [[gnu::always_inline]] static std::size_t RowOf(int coordinate, int unknown) {
+    return TPoints::kMiss + static_cast<std::size_t>(coordinate * N + unknown);
+  }
+
+  /// Projections through the models' virtual functions: lines, samples and their derivatives in degrees and metres
+  /// stand in the places of misses and rows.
+  template <class T>
+  void ProjectDerived() const {
+    constexpr std::size_t kLanes = sizeof(T) / sizeof(double);
+    const TRPCNormalization& axes = images.Reference().normalization;
+    const std::size_t filled = (points.count + kLanes - 1) / kLanes * kLanes;
+    double(&ground)[3][Capacity] = points.ground;
+    for (std::size_t i = 0; i < filled; ++i) {
+      Denormalize(axes.latitude, points.at[0][i], ground[0][i]);
+      Denormalize(axes.longitude, points.at[1][i], ground[1][i]);
+      Denormalize(axes.height, points.at[2][i], ground[2][i]);
+      if (!kByHeight) ground[2][i] = points.height[i];
+    }
+    for (std::size_t m = 0; m < images.All().size(); ++m) {
+      const TRPC* const model = images.All()[m].derived;
+      if (model == nullptr) continue;
+      double* by[2][3];
+      for (int k = 0; k < 2; ++k) {
+        for (int c = 0; c < 3; ++c) by[k][c] = c < N ? Work(m, RowOf(k, c), 0) : points.unused;
+      }
+      if constexpr (Capacity == 1) {
+        double dLine[3], dSample[3];
+        model->CalculateLineSample(ground[0][0], ground[1][0], ground[2][0], Work(m, 0, 0), Work(m, 1, 0), dLine,
+                                   dSample);
+        for (int c = 0; c < N; ++c) {
+          *by[0][c] = dLine[c];
+          *by[1][c] = dSample[c];
+        }
+      } else {
+        model->CalculateLineSampleArray(filled, ground[0], ground[1], ground[2], Work(m, 0, 0), Work(m, 1, 0), by[0],
+                                        by[1]);
+      }
+    }
+  }
+
+  /// Adds the equations of an image that has been projected so, and leaves misses and rows in their places.
+  template <class T>
+  [[gnu::always_inline]] void AddDerived(std::size_t m, std::size_t i, TNormalEquations<N, T>& equations) const {
+    const TRPCNormalization& axes = images.Reference().normalization;
+    const double scales[3] = {axes.latitude.GetScale(), axes.longitude.GetScale(), axes.height.GetScale()};
+    for (int k = 0; k < 2; ++k) {
+      T measured, projected, row[N];
+      double* const miss = Work(m, static_cast<std::size_t>(k), i);
+      Measured(m, k, i, measured);
+      ReadLanes(miss, projected);
+      WriteLanes(T(measured - projected), miss);
+#pragma GCC unroll 3
+      for (int c = 0; c < N; ++c) {
+        double* const kept = Work(m, RowOf(k, c), i);
+        ReadLanes(kept, row[c]);
+        row[c] = row[c] * scales[c];
+        WriteLanes(row[c], kept);
+      }
+      equations.Add(row, T(measured - projected));
+    }
+  }
+
   /// The equations of the aimed cubics.
   template <class T>
   [[gnu::always_inline]] void Aim(std::size_t i) const {
@@ -189,6 +257,10 @@ struct TNewtonKernel {
     LoadPlace(i, ground);
     for (std::size_t m = 0; m < images.All().size(); ++m) {
       const TNewtonImage& image = images.All()[m];
+      if (image.derived != nullptr) {
+        AddDerived(m, i, equations);
+        continue;
+      }
       T own[3];
       OwnGround(image, ground, own);
 #pragma GCC unroll 1
@@ -230,13 +302,6 @@ struct TNewtonKernel {
     WriteLanes(squared, points.lastStep + i);
   }
 
-  [[gnu::always_inline]] double* Work(std::size_t image, std::size_t kind, std::size_t i) const {
-    return points.work + (image * TPoints::kWork + kind) * Capacity + i;
-  }
-  [[gnu::always_inline]] static std::size_t RowOf(int coordinate, int unknown) {
-    return TPoints::kMiss + static_cast<std::size_t>(coordinate * N + unknown);
-  }
-
   /// The equations of the projections; misses and rows are kept.
   template <class T>
   [[gnu::always_inline]] void Project(std::size_t i) const {
@@ -245,6 +310,10 @@ struct TNewtonKernel {
     LoadPlace(i, ground);
     for (std::size_t m = 0; m < images.All().size(); ++m) {
       const TNewtonImage& image = images.All()[m];
+      if (image.derived != nullptr) {
+        AddDerived(m, i, equations);
+        continue;
+      }
       T own[3];
       OwnGround(image, ground, own);
 #pragma GCC unroll 1
@@ -291,8 +360,8 @@ struct TNewtonKernel {
     const double line = images.All()[0].scale[0], parts = 1.0 / (line * line);
     TFlags<T> open, proven, shrinking, evaluations;
     FlagWithin(T(stepSquared * (stepSquared + squares * parts)), kProven * kProven, proven);
-    BitsOf(T(stepSquared * stepSquared - kShrunk * kShrunk * lastSquared), shrinking);
-    proven = proven & (shrinking >> 63);
+    BitsOf(T(kShrunk * kShrunk * lastSquared - stepSquared * stepSquared), shrinking);
+    proven = proven & ~(shrinking >> 63);
     ReadFlags(points.open + i, open);
     ReadFlags(points.evaluations + i, evaluations);
     WriteLanes(TFlags<T>(evaluations - open), points.evaluations + i);  // a flag that is set is -1

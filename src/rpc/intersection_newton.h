@@ -2,8 +2,8 @@
 // Ground points from several images by the shortest way: Newton's iteration in the normalised coordinates of the first
 // image, for one point or for a block of points that the same images see, with residuals, covariance and the proof.
 //
-// It is for what is plain: models that project as their records do, and points in the boxes of all models where there
-// is neither pole nor fold. Whatever cannot be proven is left to the damped steps and the long way around them.
+// It is for points in the boxes of all models where there is neither pole nor fold. Whatever cannot be proven is left
+// to the plain iteration and the damped steps.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +16,7 @@ namespace SatCommonUtils::rpc {
 
 /// One image as its points need it; P, L and H are normalised by the first image's model.
 struct TNewtonImage {
+  const TRPC* derived;              ///< the model where it does not project as its record does; else null
   const double* terms;              ///< rows of coefficients as in `TRPCPrepared`
   double factor[3], shift[3];       ///< from P, L, H to the model's own normalised coordinates
   double start[2][2][4];            ///< first-order approximation: of line and sample numerator and denominator by
@@ -38,6 +39,8 @@ class TNewtonImages {
   /// Whether this way can be tried with them.
   bool AreFit() const noexcept { return fit_; }
   const std::vector<TNewtonImage>& All() const noexcept { return images_; }
+  /// Whether an image's model does not project as its record does.
+  bool HaveDerived() const noexcept { return derived_; }
   /// Whether an image has a margin.
   bool HaveMargins() const noexcept { return margins_; }
   /// The first image's normalisations.
@@ -48,7 +51,7 @@ class TNewtonImages {
 
   std::vector<TNewtonImage> images_;
   const TRPCPrepared* reference_ = nullptr;
-  bool fit_ = false, margins_ = false;
+  bool fit_ = false, derived_ = false, margins_ = false;
 };
 
 // What is known of a point, as bits.
@@ -76,6 +79,7 @@ struct TNewtonIntersections {
   alignas(64) std::int64_t marks[Capacity], evaluations[Capacity];
   alignas(64) double at[3][Capacity], matrix[N][N][Capacity], right[N][Capacity];  ///< on the way
   alignas(64) double lastStep[Capacity];                                           ///< the one before, squared
+  alignas(64) double unused[Capacity];                                             ///< derivatives nobody asks for
   alignas(64) std::int64_t open[Capacity];                                         ///< on the way: not proven yet
 };
 

@@ -60,6 +60,7 @@ target_sources(Orbmath PRIVATE
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   set_source_files_properties(
     ${CMAKE_CURRENT_LIST_DIR}/ground_newton.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/intersection_newton.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rpc_inversion.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
     PROPERTIES COMPILE_OPTIONS "-fschedule-insns;-fsched-pressure")

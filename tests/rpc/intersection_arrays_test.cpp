@@ -41,7 +41,7 @@ struct Models {
         TPolygon(std::vector<xy_d>{{900.0, 900.0}, {11000.0, 1000.0}, {10500.0, 13000.0}, {1000.0, 12500.0}}));
   }
   TRPC left = CameraModel(1.4, -0.3), right = CameraModel(361.4, 0.3), middle = CameraModel(1.41, 0.05);
-  OpenModel derived = OpenModel(CameraRecord(1.4, 0.2));
+  orbmath_test::ShearedModel derived = orbmath_test::ShearedModel(CameraRecord(1.4, 0.2));
   OpenModel folded, flat, polar;
 };
 

@@ -76,7 +76,7 @@ TEST(IntersectionNewton, FindsWhatThePlainIterationFinds) {
   const TRPC wide(strong, nullptr);
   TRPCData east = CameraRecord(179.99, -0.2), west = CameraRecord(-179.98, 0.25);  // the antimeridian between them
   const TRPC eastern(east, nullptr), western(west, nullptr);
-  const orbmath_test::OpenModel derived(strong);  // not plain
+  const orbmath_test::ShearedModel sheared(strong);
   const struct {
     std::vector<const TRPC*> models;
     double noise;  // pixels
@@ -88,7 +88,8 @@ TEST(IntersectionNewton, FindsWhatThePlainIterationFinds) {
               {{&left, &wide, &middle, &right, &left}, 20.0, 4},
               {{&eastern, &western}, 1.0, 3},
               {{&western, &eastern}, 1.0, 3},
-              {{&derived, &left}, 1.0, 10}};
+              {{&sheared, &left}, 1.0, 3},
+              {{&left, &sheared, &right}, 20.0, 4}};
   Random random("newton");
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);

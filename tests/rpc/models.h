@@ -67,6 +67,32 @@ class OpenModel : public SatCommonUtils::TRPC {
   using TRPC::SetRPCData;
 };
 
+/// Projects otherwise than its record does: line and sample of the record are shifted and sheared.
+class ShearedModel : public SatCommonUtils::TRPC {
+ public:
+  explicit ShearedModel(const SatCommonUtils::TRPCData& record) : TRPC(record, nullptr) {}
+  void CalculateLineSample(const double& lat, const double& lon, const double& h, double* line, double* sample,
+                           double* dLine, double* dSample) const override {
+    TRPC::CalculateLineSample(lat, lon, h, line, sample, dLine, dSample);
+    Shear(1, line, sample);
+    for (int c = 0; c < 3 && dLine != nullptr; ++c) dLine[c] += kShear * dSample[c];
+  }
+  void CalculateLineSampleArray(std::size_t count, const double* lat, const double* lon, const double* h, double* line,
+                                double* sample, double* const* dLine, double* const* dSample) const override {
+    TRPC::CalculateLineSampleArray(count, lat, lon, h, line, sample, dLine, dSample);
+    Shear(count, line, sample);
+    for (std::size_t i = 0; i < 3 * count && dLine != nullptr; ++i) {
+      dLine[i / count][i % count] += kShear * dSample[i / count][i % count];
+    }
+  }
+
+ private:
+  static constexpr double kShear = 0.01;
+  static void Shear(std::size_t count, double* line, const double* sample) {
+    for (std::size_t i = 0; i < count; ++i) line[i] += 40.0 + kShear * sample[i];
+  }
+};
+
 /// A point on the ground: latitude, longitude, height.
 using Ground = std::array<double, 3>;
 
