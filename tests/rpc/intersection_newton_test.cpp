@@ -86,6 +86,7 @@ TEST(IntersectionNewton, FindsWhatThePlainIterationFinds) {
               {{&right, &wide}, 1.0, 3},
               {{&wide, &left, &right}, 1.0, 3},
               {{&left, &wide, &middle, &right, &left}, 20.0, 4},
+              {{&wide, &right}, 30.0, 5},  // the step behind which nothing is left is the third or the fourth
               {{&eastern, &western}, 1.0, 3},
               {{&western, &eastern}, 1.0, 3},
               {{&sheared, &left}, 1.0, 3},
