@@ -88,8 +88,9 @@ template <class Flags>
 
 // Loops over unknowns are written out: what compilers leave a loop, they leave in memory.
 
-template <class T, int N, THeight Height>
-[[gnu::always_inline]] inline void ReadEquations(const TPointsUnderWay<Height>& points, std::size_t i,
+/// \param points have arrays of numbers `matrix[N][N]`, whose upper triangle is read, and `right[N]`
+template <class T, int N, class Points>
+[[gnu::always_inline]] inline void ReadEquations(const Points& points, std::size_t i,
                                                  TNormalEquations<N, T>& equations) {
 #pragma GCC unroll 3
   for (int r = 0; r < N; ++r) {
@@ -99,9 +100,9 @@ template <class T, int N, THeight Height>
   }
 }
 
-template <class T, int N, THeight Height>
+template <class T, int N, class Points>
 [[gnu::always_inline]] inline void WriteEquations(const TNormalEquations<N, T>& equations, std::size_t i,
-                                                  TPointsUnderWay<Height>& points) {
+                                                  Points& points) {
 #pragma GCC unroll 3
   for (int r = 0; r < N; ++r) {
 #pragma GCC unroll 3

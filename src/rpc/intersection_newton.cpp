@@ -104,24 +104,9 @@ struct TNewtonKernel {
   }
 
   template <class T>
-  [[gnu::always_inline]] void Store(const TNormalEquations<N, T>& equations, std::size_t i) const {
-#pragma GCC unroll 3
-    for (int r = 0; r < N; ++r) {
-#pragma GCC unroll 3
-      for (int c = r; c < N; ++c) WriteLanes(equations.matrix[r][c], points.matrix[r][c] + i);
-      WriteLanes(equations.right[r], points.right[r] + i);
-    }
-  }
-
-  template <class T>
   [[gnu::always_inline]] void LoadFactored(std::size_t i, TFactored<N, T>& factored, T (&x)[N]) const {
     TNormalEquations<N, T> equations;
-#pragma GCC unroll 3
-    for (int r = 0; r < N; ++r) {
-#pragma GCC unroll 3
-      for (int c = r; c < N; ++c) ReadLanes(points.matrix[r][c] + i, equations.matrix[r][c]);
-      ReadLanes(points.right[r] + i, equations.right[r]);
-    }
+    ReadEquations(points, i, equations);
     Factor(equations, factored);
     Substitute(factored, equations.right, x);
   }
@@ -153,7 +138,7 @@ struct TNewtonKernel {
       }
     }
     if constexpr (Height == THeight::Observed) AddHeight(H, equations);
-    Store(equations, i);
+    WriteEquations(equations, i, points);
     WriteLanes(H, points.at[2] + i);
   }
 
@@ -284,7 +269,7 @@ struct TNewtonKernel {
       }
     }
     AddObservedHeight(i, ground[2], equations);
-    Store(equations, i);
+    WriteEquations(equations, i, points);
   }
 
   template <class T>
@@ -338,7 +323,7 @@ struct TNewtonKernel {
       }
     }
     AddObservedHeight(i, ground[2], equations);
-    Store(equations, i);
+    WriteEquations(equations, i, points);
   }
 
   /// The last step, or one that needs another behind it: what there is to know of the point at its end.
