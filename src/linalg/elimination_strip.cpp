@@ -1,4 +1,4 @@
-// Strips of an elimination: tiles of G. H. Golub, C. F. Van Loan, Matrix Computations, 4th ed., 2013, 3.4.7, whose
+// Strips of an elimination: blocks of G. H. Golub, C. F. Van Loan, Matrix Computations, 4th ed., 2013, 3.4.7, whose
 // upper ones are solved in registers. Every element takes its terms in the order of the columns.
 
 #include "linalg/elimination_strip.h"
@@ -6,108 +6,135 @@
 #include <algorithm>
 
 #include "linalg/simd.h"
-#include "linalg/tile.h"
 #include "linalg/tile_kernel.h"
 
 namespace SatCommonUtils::kernels {
 
 namespace {
 
-struct TStripKernel {
-  const TStrip& strip;
+struct TTakeEliminated {
+  const TWaitingColumns& waiting;
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    constexpr std::size_t kPanel = TStaticShape<Width>::kPanel;
-    for (std::size_t j = strip.columns.first; j < strip.columns.last; j += kPanel) {
-      const TRange columns{j, std::min(j + kPanel, strip.columns.last)};
-      const std::size_t vectors = (columns.last - columns.first + Width - 1) / Width;
-      static_assert(kPanel <= 3 * Width);
-      if constexpr (kPanel == 3 * Width) {
-        if (vectors == 3) Tiles<Width, 3>(columns);
+    constexpr std::size_t kVectors = TStaticShape<Width>::kVectors;
+    for (std::size_t j = waiting.columns.first; j < waiting.columns.last; j += kVectors * Width) {
+      const std::size_t vectors = (waiting.columns.last - j + Width - 1) / Width;
+      if (vectors == 1) {
+        Tiles<Width, 1>(j);
+      } else if (vectors == 2 || kVectors == 2) {
+        Tiles<Width, 2>(j);
+      } else {
+        Tiles<Width, kVectors>(j);
       }
-      if (vectors == 2) Tiles<Width, 2>(columns);
-      if (vectors == 1) Tiles<Width, 1>(columns);
     }
   }
 
-  // The tiles of one panel of columns, from the top.
+  // The tiles of some vectors of columns, from the top.
   template <int Width, std::size_t Vectors>
-  [[gnu::always_inline]] void Tiles(TRange columns) const {
+  [[gnu::always_inline]] void Tiles(std::size_t column) const {
     constexpr std::size_t kRows = TStaticShape<Width>::kRows;
-    const bool whole_width = strip.padded || columns.last - columns.first == Vectors * Width;
-    for (std::size_t row = strip.done.first; row < strip.n; row += kRows) {
-      const std::size_t own = row < strip.done.last ? std::min(strip.done.last - row, kRows) : 0;
-      if (whole_width && row + kRows <= strip.n && (own == 0 || own == kRows)) {
-        Prefetch<Width>(row + kRows, columns);
-        Tile<Width, Vectors>(row, own != 0, strip.rows + row, columns.first);
-      } else {
-        EdgeTile<Width, Vectors>(row, own, columns);
+    for (std::size_t row = waiting.done.first; row < waiting.n; row += kRows) {
+      double* c[kRows];
+      for (std::size_t r = 0; r < kRows; ++r) c[r] = waiting.strip + waiting.rows[row + r] + column;
+      // The rows of the tile that are among those whose terms are taken.
+      const std::size_t own = row < waiting.done.last ? std::min(waiting.done.last - row, kRows) : 0;
+      if (row + kRows < waiting.n) {
+        for (std::size_t r = kRows; r < 2 * kRows; ++r) {
+          for (std::size_t j = 0; j < Vectors * Width; j += kCacheLine) {
+            __builtin_prefetch(waiting.strip + waiting.rows[row + r] + column + j, 1);
+          }
+        }
       }
+      Tile<Width, Vectors>(row, own == kRows, c);
+      if (0 < own && own < kRows) TakeOwnTerms<Width, Vectors>(row, own, c);
     }
   }
 
   template <int Width>
-  [[gnu::always_inline]] void Prefetch(std::size_t row, TRange columns) const {
-    for (std::size_t i = row; i < std::min(row + TStaticShape<Width>::kRows, strip.n); ++i) {
-      for (std::size_t j = columns.first; j < columns.last; j += kCacheLine) __builtin_prefetch(strip.rows[i] + j, 1);
-    }
+  [[gnu::always_inline]] const double* Factors(std::size_t row) const {
+    return waiting.factors.Of(row) + (waiting.done.first - waiting.factors.first) * TStaticShape<Width>::kRows;
   }
 
   // \param upper the rows of the tile are among those whose terms are taken.
   template <int Width, std::size_t Vectors>
-  [[gnu::always_inline]] void Tile(std::size_t row, bool upper, TRows c, std::size_t column) const {
+  [[gnu::always_inline]] void Tile(std::size_t row, bool upper, TRows c) const {
     constexpr std::size_t kRows = TStaticShape<Width>::kRows;
-    constexpr std::size_t kPanel = TStaticShape<Width>::kPanel;
-    const std::size_t inner = std::min(row, strip.done.last) - strip.done.first;
-    const double* const x = strip.factors.Of(row) + (strip.done.first - strip.factors.first) * kRows;
+    const std::size_t inner = std::min(row, waiting.done.last) - waiting.done.first;
+    const double* const x = Factors<Width>(row);
     TSums<Width, Vectors> sums;
-    LoadSums<Width, Vectors>(c, column, sums);
-    TakeTerms<TTerm::Subtracted, kRows, Width, Vectors>(x, strip.packed, inner, sums);
+    LoadSums<Width, Vectors>(c, 0, sums);
+    TakeTerms<TTerm::Subtracted, kRows, Width, Vectors>(x, waiting.packed, inner, sums);
     if (upper) {
 #pragma GCC unroll 8
       for (std::size_t k = 0; k + 1 < kRows; ++k) {
         TakeOwnTerm<TTerm::Subtracted, kRows, Width, Vectors>(x + inner * kRows, k, sums);
       }
-      PackSums<Width, Vectors>(sums, strip.packed + inner * kPanel);
+      PackSums<Width, Vectors>(sums, waiting.packed + inner * TStaticShape<Width>::kPanel);
     }
-    StoreSums<Width, Vectors>(sums, column, c);
+    StoreSums<Width, Vectors>(sums, 0, c);
   }
 
-  // A tile at the edge of the matrix, or one in which the eliminated columns end, by way of a whole one.
-  // \param own rows of it whose terms are taken.
+  // A tile in which the eliminated columns end: `own` of its rows are among them.
   template <int Width, std::size_t Vectors>
-  [[gnu::always_inline]] void EdgeTile(std::size_t row, std::size_t own, TRange columns) const {
+  [[gnu::always_inline]] void TakeOwnTerms(std::size_t row, std::size_t own, TRows c) const {
     constexpr std::size_t kRows = TStaticShape<Width>::kRows;
-    constexpr std::size_t kPanel = TStaticShape<Width>::kPanel;
-    const std::size_t height = std::min(kRows, strip.n - row);
-    const std::size_t width = columns.last - columns.first;
-    alignas(64) double whole[kRows][kPanel] = {};
-    double* whole_rows[kRows];
-    for (std::size_t r = 0; r < kRows; ++r) {
-      whole_rows[r] = whole[r];
-      if (r < height) std::copy_n(strip.rows[row + r] + columns.first, width, whole[r]);
-    }
-    Tile<Width, Vectors>(row, own == kRows, whole_rows, 0);
-    if (own < kRows) {
-      const std::size_t inner = std::min(row, strip.done.last) - strip.done.first;
-      const double* const x = strip.factors.Of(row) + (strip.done.first - strip.factors.first + inner) * kRows;
-      for (std::size_t r = 1; r < height; ++r) {
-        for (std::size_t k = 0; k < std::min(r, own); ++k) {
-          for (std::size_t j = 0; j < width; ++j) whole[r][j] -= x[k * kRows + r] * whole[k][j];
-        }
+    const std::size_t inner = row - waiting.done.first;
+    const double* const x = Factors<Width>(row) + inner * kRows;
+    for (std::size_t k = 0; k < own; ++k) {
+      std::copy_n(c[k], Vectors * Width, waiting.packed + (inner + k) * TStaticShape<Width>::kPanel);
+      for (std::size_t r = k + 1; r < kRows; ++r) {
+        for (std::size_t j = 0; j < Vectors * Width; ++j) c[r][j] -= x[k * kRows + r] * c[k][j];
       }
-      for (std::size_t k = 0; k < own; ++k) std::copy_n(whole[k], kPanel, strip.packed + (inner + k) * kPanel);
     }
-    for (std::size_t r = 0; r < height; ++r) std::copy_n(whole[r], width, strip.rows[row + r] + columns.first);
   }
 };
 
 }  // namespace
 
-void EliminateStrip(const TStrip& strip) {
-  if (strip.done.first >= strip.done.last || strip.columns.first >= strip.columns.last) return;
-  simd::Dispatch(TStripKernel{strip});
+TStripMatrix::TStripMatrix(std::size_t n)
+    : n_(n),
+      rows_((n + kMostTileRows - 1) / kMostTileRows * kMostTileRows),
+      values_(Strips() * rows_.size() * kStripColumns) {
+  for (std::size_t i = 0; i < rows_.size(); ++i) rows_[i] = i * kStripColumns;
+}
+
+void TStripMatrix::Load(std::size_t strip, TRange rows, TConstRows a) {
+  const std::size_t first = strip * kStripColumns;
+  const std::size_t width = std::min(kStripColumns, n_ - first);
+  double* to = Strip(strip) + rows.first * kStripColumns;
+  for (std::size_t i = rows.first; i < rows.last; ++i, to += kStripColumns) {
+    std::copy_n(a[i] + first, width, to);
+    std::fill(to + width, to + kStripColumns, 0.0);
+  }
+  if (rows.last == n_) std::fill_n(to, (rows_.size() - n_) * kStripColumns, 0.0);
+}
+
+void TStripMatrix::Store(std::size_t strip, TRange rows, TRows a) const {
+  const std::size_t first = strip * kStripColumns;
+  const double* from = Strip(strip) + rows.first * kStripColumns;
+  for (std::size_t i = rows.first; i < rows.last; ++i, from += kStripColumns) {
+    std::copy_n(from, std::min(kStripColumns, n_ - first), a[i] + first);
+  }
+}
+
+double TStripMatrix::DotRightOfDiagonal(std::size_t row, const double* x) const {
+  // The next row above: its pieces lie where the processor does not foresee them.
+  for (std::size_t k = row / kStripColumns * kStripColumns; row > 0 && k < n_; k += kCacheLine) {
+    __builtin_prefetch(Strip(k / kStripColumns) + rows_[row - 1] + k % kStripColumns);
+  }
+  double sum = 0.0;
+  for (std::size_t k = row + 1; k < n_;) {
+    const double* const elements = Strip(k / kStripColumns) + rows_[row];
+    const std::size_t first = k % kStripColumns, last = std::min(kStripColumns, n_ - (k - first));
+    for (std::size_t j = first; j < last; ++j, ++k) sum += elements[j] * x[k];
+  }
+  return sum;
+}
+
+void TakeEliminated(const TWaitingColumns& waiting) {
+  if (waiting.done.first >= waiting.done.last || waiting.columns.first >= waiting.columns.last) return;
+  simd::Dispatch(TTakeEliminated{waiting});
 }
 
 }  // namespace SatCommonUtils::kernels

@@ -129,14 +129,17 @@ void CholeskyInvert(TConstRows u, std::size_t n, TPoll poll, TRows inverse);
 /// What elimination does to the columns left of the pivot, which no later step reads.
 enum class TLeftColumns {
   Eliminate,  ///< They take part like all others: what the caller sees in the matrix is that of the plain loops.
-  Skip        ///< Nobody looks at the matrix afterwards, whose rows are those of a `WorkMatrix`.
+  Skip        ///< Nobody looks at the matrix afterwards.
 };
 
 /// Solves a·x = b by elimination with partial pivoting. Exchanges the row pointers in `a` and overwrites rows and `b`.
 /// \param poll null, or asked whether to stop after each column, twice around the determinant and after each element
 /// of x but the last one, which is found first.
 /// \return the determinant, or 0.0 when it is zero or a poll ended the work; `x` is then incomplete.
-double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll, TLeftColumns left_columns);
+double Gauss(double** a, double* b, double* x, std::size_t n, TPoll poll);
+
+/// The same where nobody looks at the matrix afterwards, which stays as it is: only `b` is overwritten.
+double GaussOfCopy(TConstRows a, double* b, double* x, std::size_t n, TPoll poll);
 
 /// The inverse of `a` (n x n), with the bits of the elimination of one system of n² unknowns that holds n copies of it;
 /// all zeros when that system's determinant is 0.0.

@@ -98,7 +98,7 @@ bool kernels::SolveNormalEquations(double** normal, double* right_side, double* 
     case TFactorState::NotPositive:
       break;
   }
-  return Gauss(normal, right_side, x, n, poll, TLeftColumns::Skip) != 0.0;
+  return GaussOfCopy(normal, right_side, x, n, poll) != 0.0;
 }
 
 bool SolveOverdefined(double** A, double* l, double* w, double* x, std::size_t n, std::size_t m, int (*poll)(void)) {

@@ -77,7 +77,7 @@ bool CholeskyMatrixInversion(const TMatrix& A, TMatrix* Ainv, int (*poll)(void))
 }
 
 double Gauss(double** A, double* b, double* x, std::size_t n, int (*poll)(void)) {
-  return kernels::Gauss(A, b, x, n, poll, kernels::TLeftColumns::Eliminate);
+  return kernels::Gauss(A, b, x, n, poll);
 }
 
 double GaussTriangle(TMatrix& A, TVector& b, TVector& x) {
@@ -85,8 +85,7 @@ double GaussTriangle(TMatrix& A, TVector& b, TVector& x) {
   CheckSquareBlock(A, n);
   std::vector<double*> rows = RowPointers(&A);
   return SolveInto(x, n, [&](double* unknowns) {
-    const double determinant =
-        kernels::Gauss(rows.data(), b.GetData(), unknowns, n, nullptr, kernels::TLeftColumns::Eliminate);
+    const double determinant = kernels::Gauss(rows.data(), b.GetData(), unknowns, n, nullptr);
     OrderRows(rows.data(), n, &A);
     return determinant;
   });
@@ -95,11 +94,10 @@ double GaussTriangle(TMatrix& A, TVector& b, TVector& x) {
 double Gauss(const TMatrix& A, const TVector& b, TVector& x) {
   const std::size_t n = b.GetSize();
   CheckSquareBlock(A, n);
-  const WorkMatrix work(n, n);
-  for (std::size_t i = 0; i < n; ++i) std::copy_n(A[i].GetData(), n, work.GetRows()[i]);
+  const std::vector<const double*> rows = RowPointers(A);
   TVector right_side(b);
   return SolveInto(x, n, [&](double* unknowns) {
-    return kernels::Gauss(work.GetRows(), right_side.GetData(), unknowns, n, nullptr, kernels::TLeftColumns::Skip);
+    return kernels::GaussOfCopy(rows.data(), right_side.GetData(), unknowns, n, nullptr);
   });
 }
 

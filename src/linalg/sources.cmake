@@ -13,6 +13,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/nonlinear_system.cpp
   ${CMAKE_CURRENT_LIST_DIR}/normal_equations.cpp
   ${CMAKE_CURRENT_LIST_DIR}/number_list.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/panel_elimination.cpp
   ${CMAKE_CURRENT_LIST_DIR}/raw_arrays.cpp
   ${CMAKE_CURRENT_LIST_DIR}/raw_products.cpp
   ${CMAKE_CURRENT_LIST_DIR}/raw_solvers.cpp

@@ -96,7 +96,7 @@ class TMeeting {
 };
 
 /// Systems of fewer unknowns are solved on one thread: measured with two, meeting costs more than is gained below.
-inline constexpr std::size_t kSmallestTeamSystem = 200;
+inline constexpr std::size_t kSmallestTeamSystem = 150;
 
 /// The threads that a system of n unknowns is worth.
 inline std::size_t SolverTeamSize(std::size_t n) { return n < kSmallestTeamSystem ? 1 : TeamSize(); }

@@ -83,7 +83,7 @@ void SolveLeastSquares(const TNormalEquations<N, double>& equations, double (&x)
     right[i] = equations.right[i];
     x[i] = 0.0;
   }
-  kernels::Gauss(rows, right, x, N, nullptr, kernels::TLeftColumns::Eliminate);
+  kernels::Gauss(rows, right, x, N, nullptr);
 }
 
 /// Solves a 2 x 2 system by elimination with partial pivoting; (0, 0) where it is singular.
