@@ -274,6 +274,8 @@ TEST(VendorForms, RefuseWordsZerosAndHalves) {
     std::string content;
     const char* message;
   } cases[] = {
+      {"{\"a\": " + json + ",\n\"b\": " + json + "}",
+       "x:24: a second model of 2 in the document: which one is meant is not clear"},
       {Replaced(isd, "<LATSCALE>3.500000", "<LATSCALE>0"), "x:10: LATSCALE: is 0, which no scale of a model can be"},
       {Replaced(isd, "<LATSCALE>3.500000", "<LATSCALE>N/A"), "x:10: LATSCALE: \"N/A\" is no number"},
       {Replaced(isd, "36.000000 ", ""), "x:18: SAMPDENCOEF: 19 numbers where 20 are needed"},

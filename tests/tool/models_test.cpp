@@ -94,6 +94,16 @@ TEST(FitTest, TakesColumnsByNameFromTheCommandLineOrTheFirstLine) {
   EXPECT_EQ(ReadText("unnamed.RPB"), ReadText("plain.RPB"));
 }
 
+TEST(FitTest, PointsOfTwoImagesAreNoFitWithoutAWord) {
+  Workspace();
+  const std::string one = Correspondences("flat.RPB", GroundGrid(), Plain);
+  WriteText("mixed.txt", one + Correspondences("right.RPB", GroundGrid(), Plain));
+  WriteText("one.txt", one);
+  EXPECT_NE(RunToolLine("fit mixed.txt fit.xml --keep-all").err.find("are they points of one image"),
+            std::string::npos);
+  EXPECT_EQ(RunToolLine("fit one.txt fit.xml").err, "");
+}
+
 TEST(FitTest, ResidualsAndWorstPointsNameTheLines) {
   Workspace();
   std::string points = "# first\n" + Correspondences("flat.RPB", GroundGrid(), Plain);

@@ -2,6 +2,7 @@
 // "rpc". Whole numbers are pixel centres in both.
 
 #include <cmath>
+#include <vector>
 
 #include "frame/zxstd/encoding.h"
 #include "frame/zxstd/number_text.h"
@@ -23,18 +24,26 @@ RecordKeys RpcmKeys() {
           0};
 }
 
-// The first object that has the keys of a model: the document itself, or one inside it, e.g. below "rpc".
-std::size_t FindObject(const JsonValues& json, RecordKeys* keys) {
+/// An object that has the keys of a model.
+struct ModelObject {
+  std::size_t index = 0;
+  RecordKeys keys;
+};
+
+// The objects with a model in the document; one at the top or below "rpc" is the document's own, and stands alone.
+std::vector<ModelObject> FindObjects(const JsonValues& json) {
   const RecordKeys known[] = {RpcmKeys(), TextKeys(), SmallTextKeys()};
+  std::vector<ModelObject> found;
   for (std::size_t i = 0; i < json.size(); ++i) {
     if (json[i].kind != JsonKind::Object) continue;
     for (const RecordKeys& candidate : known) {
       if (json.Member(i, candidate.lists[0]) == json.size()) continue;
-      *keys = candidate;
-      return i;
+      if (i == 0 || i == json.Member(0, "rpc")) return {{i, candidate}};
+      found.push_back({i, candidate});
+      break;
     }
   }
-  return json.size();
+  return found;
 }
 
 // A list of numbers as a text; a number as it stands.
@@ -81,9 +90,15 @@ void ReadBeside(const JsonValues& json, std::size_t object, TRPCFile* out) {
 bool ReadJson(const std::string& content, TRPCFile* out, TRPCFileError* error) {
   JsonValues json;
   if (!json.Parse(ZxWithoutUtf8Mark(content))) return Fail(error, json.FaultLine(), "", json.Fault());
-  RecordKeys keys;
-  const std::size_t object = FindObject(json, &keys);
-  if (object == json.size()) return Fail(error, 0, "row_num", "is missing: the document has no model");
+  const std::vector<ModelObject> found = FindObjects(json);
+  if (found.empty()) return Fail(error, 0, "row_num", "is missing: the document has no model");
+  if (found.size() > 1) {
+    return Fail(
+        error, json[found[1].index].line, "",
+        "a second model of " + std::to_string(found.size()) + " in the document: which one is meant is not clear");
+  }
+  const std::size_t object = found.front().index;
+  const RecordKeys& keys = found.front().keys;
   std::string text;
   const KeyLookup find = [&](const std::string& key) -> std::optional<KeyedText> {
     const std::size_t index = json.Member(object, key);

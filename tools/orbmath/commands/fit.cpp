@@ -13,6 +13,7 @@
 #include "models/model.h"
 #include "points/control_table.h"
 #include "points/point_options.h"
+#include "refine/refinement_fit.h"
 #include "refine/robust_fit.h"
 #include "refine/rpc_estimation.h"
 #include "report/fixed_digits.h"
@@ -289,8 +290,13 @@ class Fit : public Command {
     }
     const TRPC model(written.record);
     report.Number("cost_px", "cost of the file's digits", written.worst, 9, "px");
-    AddStatistics("fit", "residuals of the fitted points",
-                  SatCommonUtils::ResidualsOfRPC(written.record, Taken(points, story), false), "px", &report);
+    const SatCommonUtils::TRPCFitResiduals fitted =
+        SatCommonUtils::ResidualsOfRPC(written.record, Taken(points, story), false);
+    AddStatistics("fit", "residuals of the fitted points", fitted, "px", &report);
+    if (!(fitted.distance.rms <= SatCommonUtils::kReasonableMisfit)) {
+      Note("warning: " + out_ + ": misses the points that it was made of by " + Fixed(fitted.distance.rms, 0) +
+           " px (root mean square): are they points of one image, and their columns what they are taken for?");
+    }
     if (!points.check.empty()) {
       AddStatistics("check", "residuals of the check points",
                     SatCommonUtils::ResidualsOfRPC(written.record, points.check, false), "px", &report);
