@@ -1,10 +1,11 @@
-// Cholesky's factorisation by panels of rows, and what follows from the factor: G. H. Golub, C. F. Van Loan, Matrix
-// Computations, 4th ed., 2013, 4.2.9 (blocked outer-product form). Every sum keeps the index order of the plain loops.
+// Cholesky's factorisation, and what follows from the factor: G. H. Golub, C. F. Van Loan, Matrix Computations, 4th
+// ed., 2013, 4.2. Every sum keeps the index order of the plain loops.
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
+#include "linalg/cholesky_factor.h"
 #include "linalg/kernels.h"
 #include "linalg/row_kernels.h"
 #include "linalg/simd.h"
@@ -14,55 +15,36 @@ namespace SatCommonUtils::kernels {
 
 namespace {
 
-// Rows that are made one by one before the sums of all rows below take their terms together.
-constexpr std::size_t kPanelRows = 64;
+// A factor of so few rows is made row by row.
+constexpr std::size_t kSmallFactor = 64;
 // Columns of the inverse that are made together: the widest strip of CombineRows at the widest vectors.
 constexpr std::size_t kInverseColumns = 48;
 
-// Makes the rows [first, last) of the factor in some columns. They hold the sums over k below `first` already; they
-// take those over the rows between, one row of sums at a time, and then their values. The columns begin with the
-// diagonal ones, or all diagonal elements are there.
-struct TPanelOfFactor {
+// Makes a small factor row by row.
+struct TSmallFactor {
   TConstRows a;
-  TRange rows;
-  TRange columns;
+  std::size_t n;
   TRows u;
   std::size_t* made;  // rows, up to one whose pivot fails
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
-    const bool diagonal = columns.first == rows.first;
-    for (std::size_t i = rows.first; i < rows.last; ++i) {
-      double factors[kPanelRows];
-      for (std::size_t k = rows.first; k < i; ++k) factors[k - rows.first] = u[k][i];
+    for (std::size_t i = 0; i < n; ++i) {
+      double factors[kSmallFactor];
+      for (std::size_t k = 0; k < i; ++k) factors[k] = u[k][i];
       double* const row = u[i];
       // Whole vectors: what they compute left of the diagonal and beyond the end is not looked at.
-      const std::size_t first = diagonal ? i / Width * Width : columns.first;
-      const std::size_t last = diagonal ? (columns.last + Width - 1) / Width * Width : columns.last;
-      CombineRows<Width, TTerm::Plain>(factors, u + rows.first, i - rows.first, {first, last}, row);
-      if (diagonal) {
-        const double pivot = a[i][i] - row[i];
-        if (pivot <= kSmallestCholeskyPivot) return;
-        row[i] = std::sqrt(pivot);
-        ++*made;
-      }
-      SubtractAndDivide<Width>(a[i], row[i], {diagonal ? i + 1 : columns.first, columns.last}, row);
+      const TRange columns{i / Width * Width, (n + Width - 1) / Width * Width};
+      std::fill(row + columns.first, row + columns.last, 0.0);
+      CombineRows<Width, TTerm::Plain>(factors, u, i, columns, row);
+      const double pivot = a[i][i] - row[i];
+      if (pivot <= kSmallestCholeskyPivot) return;
+      row[i] = std::sqrt(pivot);
+      SubtractAndDivide<Width>(a[i], row[i], {i + 1, n}, row);
+      ++*made;
     }
   }
 };
-
-// Makes rows of the factor: one thread those columns that hold the diagonal, which all others need, then every thread
-// some of the others. Returns how many rows there are, which a pivot may end.
-std::size_t MakePanel(TConstRows a, std::size_t n, TRange rows, std::size_t team, TRows u) {
-  std::size_t made = 0;
-  const std::size_t alone = team == 1 ? n : rows.last;
-  simd::Dispatch(TPanelOfFactor{a, rows, {rows.first, alone}, u, &made});
-  if (made < rows.last - rows.first || alone == n) return made;
-  OnTeam(team, [&](std::size_t thread, std::size_t threads) {
-    simd::Dispatch(TPanelOfFactor{a, rows, ColumnShare({rows.last, n}, thread, threads), u, nullptr});
-  });
-  return made;
-}
 
 // y(i) collects its sum, one term from each y(k) once that is known.
 struct TForwardPass {
@@ -129,33 +111,13 @@ struct TInversion {
 }  // namespace
 
 TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
-  const std::size_t team = SolverTeamSize(n);
-  std::vector<const double*> panel;
-  std::vector<double*> below;
-  for (std::size_t first = 0; first < n; first += kPanelRows) {
-    const std::size_t last = std::min(first + kPanelRows, n);
-    if (first == 0) {
-      for (std::size_t i = 0; i < last; ++i) std::fill_n(u[i], n, 0.0);
-    }
-    const std::size_t made = MakePanel(a, n, {first, last}, team, u);
-    for (std::size_t i = 0; i < made; ++i) {
-      if (Stops(poll)) return TFactorState::Cancelled;
-    }
-    if (made < last - first) return TFactorState::NotPositive;
-    if (last == n) break;
-    // The sums of the rows below take the terms of this panel.
-    panel.clear();
-    below.clear();
-    for (std::size_t k = first; k < last; ++k) panel.push_back(u[k] + last);
-    for (std::size_t i = last; i < n; ++i) below.push_back(u[i] + last);
-    TProduct product{{panel.data()}, {panel.data()}, last - first, n - last, n - last};
-    product.add = first != 0;
-    const std::vector<TWorkspace> workspaces = Workspaces(product, team);
-    OnTeamOrAlone(team, [&](std::size_t thread, std::size_t threads) {
-      MultiplyUpper(product, {thread, threads}, below.data(), workspaces[thread]);
-    });
+  if (n > kSmallFactor) return FactorByStrips(a, n, poll, u);
+  std::size_t made = 0;
+  simd::Dispatch(TSmallFactor{a, n, u, &made});
+  for (std::size_t i = 0; i < made; ++i) {
+    if (Stops(poll)) return TFactorState::Cancelled;
   }
-  return TFactorState::Done;
+  return made < n ? TFactorState::NotPositive : TFactorState::Done;
 }
 
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x) {

@@ -1,5 +1,6 @@
 target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/checked_access.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/cholesky_factor.cpp
   ${CMAKE_CURRENT_LIST_DIR}/elimination_strip.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_cholesky.cpp
   ${CMAKE_CURRENT_LIST_DIR}/kernels_elimination.cpp

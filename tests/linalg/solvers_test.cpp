@@ -220,6 +220,59 @@ TEST(Solvers, HaveTheSameBitsOnEveryNumberOfThreads) {
 
 int ThrowingPoll() { return CancellingPoll() == 0 ? 0 : throw std::runtime_error("stop"); }
 
+// A factorisation is polled for each row that it comes to, before a pivot that fails too, and ends with the poll.
+TEST(CholeskySolver, EndsAsThePlainLoopsOnEveryNumberOfThreads) {
+  Random random("ends of factorisations");
+  constexpr int kNever = 9999;
+  const struct {
+    std::size_t size;
+    int failing_row = kNever;
+    int stop = kNever;
+  } rows[] = {{65},
+              {149, 148},
+              {150, 23},
+              {199, 100, 100},
+              {200, 0},
+              {200, 49, 50},
+              {201},
+              {202, 201},
+              {257, kNever, 1},
+              {257, 130, 129},
+              {300, kNever, 300},
+              {300, 299, 299},
+              {301, 24},
+              {610, 100, 100},
+              {610, 100, 101},
+              {620, 619},
+              {625}};
+  for (const auto& row : rows) {
+    const std::size_t n = row.size;
+    Rows values = NormalMatrix(&random, n, Kind::Normal), u;
+    const std::vector<double> right = RandomVector(&random, n, Kind::Normal);
+    const bool fails = row.failing_row < static_cast<int>(n);
+    if (fails) values[row.failing_row][row.failing_row] = -1.0;
+    ASSERT_EQ(ReferenceCholesky(values, &u), !fails);
+    const int last = std::min(fails ? row.failing_row : 3 * static_cast<int>(n), row.stop);
+    for (const int threads : {1, 2, 3}) {
+      SCOPED_TRACE(std::to_string(n) + " unknowns, " + std::to_string(threads) + " threads, failing row " +
+                   std::to_string(row.failing_row) + ", stop " + std::to_string(row.stop));
+      ZxSetThreadsCount(threads);
+      RawMatrix a(values);
+      std::vector<double> b = right, x(n);
+      ArmPoll(row.stop);
+      EXPECT_EQ(Cholesky(a.Get(), b.data(), x.data(), n, PollOfTheCaller), !fails && row.stop == kNever);
+      EXPECT_EQ(asked, last);
+      ArmPoll(row.stop);
+      if (row.stop == last) {
+        EXPECT_THROW(Cholesky(a.Get(), b.data(), x.data(), n, ThrowingPoll), std::runtime_error);
+      } else if (!fails) {
+        EXPECT_TRUE(SameBits(x.data(), ReferenceCholeskySolve(u, right).data(), n));
+      }
+    }
+  }
+  ZxSetThreadsCount(0);
+}
+
 // Wherever an elimination ends, by a poll that stops or throws included, the matrix and the right side are as far as
 // those of the plain loops: columns of other panels, which wait for it, too. Sizes around those of panels and teams.
 TEST(GaussSolver, EndsAsThePlainLoopsOnEveryNumberOfThreads) {
