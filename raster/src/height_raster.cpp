@@ -15,7 +15,6 @@ namespace SatCommonUtils {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 /// Cells along a side of a tile.
 constexpr int kTileSize = 256;
@@ -122,23 +121,20 @@ class BandTiles final : public THeightTiles {
 /// PROJ's way from longitudes and latitudes to a plane.
 class ProjMapping final : public TGridMapping {
  public:
-  /// \param turn of x, where it is a longitude; else 0. \param center x of the grid's middle.
-  ProjMapping(std::shared_ptr<const PlaneTransformation> way, double turn, double center)
+  /// \param center x of the grid's middle.
+  ProjMapping(std::shared_ptr<const PlaneTransformation> way, const LongitudeTurn& turn, double center)
       : way_(std::move(way)), turn_(turn), center_(center) {}
 
   void Map(std::size_t count, const double* lat, const double* lon, double* x, double* y) const override {
     std::copy_n(lon, count, x);
     std::copy_n(lat, count, y);
     way_->Run(count, x, y);
-    // PROJ gives longitudes in its own turn, a grid may lie across its end.
-    if (turn_ > 0.0) {
-      for (std::size_t i = 0; i < count; ++i) x[i] -= turn_ * std::round((x[i] - center_) / turn_);
-    }
+    turn_.Bring(center_, count, x);
   }
 
  private:
   std::shared_ptr<const PlaneTransformation> way_;
-  double turn_;
+  LongitudeTurn turn_;
   double center_;
 };
 
@@ -179,8 +175,7 @@ bool MakeMapping(const OGRSpatialReference& system, double center, std::shared_p
   if (IsWgs84(plane)) return true;
   auto way = PlaneTransformation::Make(Wgs84(), plane);
   if (way == nullptr) return false;
-  const double turn = plane.IsGeographic() != 0 ? 2.0 * kPi / plane.GetAngularUnits() : 0.0;
-  *mapping = std::make_shared<ProjMapping>(std::move(way), turn, center);
+  *mapping = std::make_shared<ProjMapping>(std::move(way), LongitudeTurn(plane), center);
   return true;
 }
 

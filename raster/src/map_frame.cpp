@@ -84,7 +84,10 @@ class Planner {
 };
 
 bool Planner::Plane(double* x, double* y, std::size_t count) const {
-  if (toPlane_ != nullptr) toPlane_->Run(count, x, y);
+  if (toPlane_ != nullptr) {
+    toPlane_->Run(count, x, y);
+    LongitudeTurn(system_).Bring(x[0], count, x);
+  }
   return std::all_of(x, x + count, [](double value) { return std::isfinite(value); });
 }
 

@@ -10,6 +10,12 @@
 
 namespace SatCommonUtils {
 
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+}  // namespace
+
 std::shared_ptr<const PlaneTransformation> PlaneTransformation::Make(const OGRSpatialReference& from,
                                                                      const OGRSpatialReference& to, bool with_heights) {
   OGRCoordinateTransformationOptions options;
@@ -60,6 +66,14 @@ OGRSpatialReference HorizontalPart(const OGRSpatialReference& system) {
   if (plane.IsCompound()) plane.StripVertical();
   plane.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
   return plane;
+}
+
+LongitudeTurn::LongitudeTurn(const OGRSpatialReference& plane)
+    : turn_(plane.IsGeographic() != 0 ? 2.0 * kPi / plane.GetAngularUnits() : 0.0) {}
+
+void LongitudeTurn::Bring(double center, std::size_t count, double* x) const {
+  if (turn_ == 0.0) return;
+  for (std::size_t i = 0; i < count; ++i) x[i] -= turn_ * std::nearbyint((x[i] - center) / turn_);
 }
 
 bool IsWgs84(const OGRSpatialReference& plane) {

@@ -42,6 +42,18 @@ OGRSpatialReference Wgs84();
 /// The horizontal part of a system, x before y.
 OGRSpatialReference HorizontalPart(const OGRSpatialReference& system);
 
+/// The turn in which a system counts x, where that is a longitude: PROJ gives longitudes in its own, and what lies
+/// across its end would fall apart.
+class LongitudeTurn {
+ public:
+  explicit LongitudeTurn(const OGRSpatialReference& plane);
+  /// Brings each x to within half a turn of `center`; nothing changes where x is no longitude.
+  void Bring(double center, std::size_t count, double* x) const;
+
+ private:
+  double turn_;  ///< in the system's unit; 0 where x is no longitude
+};
+
 /// Whether coordinates in `plane` are longitudes and latitudes of WGS84.
 bool IsWgs84(const OGRSpatialReference& plane);
 

@@ -245,6 +245,23 @@ TEST_F(Ortho, PixelsWithoutDataAndVoidsStayEmptyAndNothingElseDoes) {
   EXPECT_EQ(voids.At(0, 5, 1), 77.0);
 }
 
+TEST_F(Ortho, MapsInLongitudesOfOtherDatumsLieAcrossTheDateLine) {
+  TRPCData record;
+  PlainModel().GetRPCData(&record);
+  const TConstantHeight ground(0.0);
+  for (const double lon : {179.9, -179.9}) {
+    record.longOffset = lon;
+    TMapFrameOptions options;
+    options.crs = "EPSG:4272";  // a datum some hundred metres away
+    options.resolution = 1e-3;
+    TMapFrame frame;
+    std::string error;
+    ASSERT_TRUE(PlanMapFrame(TRPC(record), ground, 4000, 2000, options, &frame, nullptr, &error)) << error;
+    EXPECT_NEAR(frame.columns, 401, 2) << lon;
+    EXPECT_NEAR(frame.rows, 201, 2);
+  }
+}
+
 TEST_F(Ortho, KernelsDoNotDependOnTheMapsBounds) {
   // A model whose pixels get denser far from the image: at the middle of the wide map half as many again.
   TRPCData record;

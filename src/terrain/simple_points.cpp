@@ -31,12 +31,13 @@ struct TStageKernel {
   [[gnu::always_inline]] void Run() const {
     using V = typename simd::TLanes<Width>::TVector;
     for (std::size_t i = 0; i < batch.count; i += Width) {
-      if constexpr (Stage == TStage::Start)
+      if constexpr (Stage == TStage::Start) {
         Start<V>(i);
-      else if constexpr (Stage == TStage::Correct)
+      } else if constexpr (Stage == TStage::Correct) {
         Correct<V>(i);
-      else
+      } else {
         Measure<V>(i);
+      }
     }
   }
 
