@@ -71,7 +71,7 @@ struct TStereoPair {
   double sunElevationDifference = kNaN;  ///< degrees
   std::optional<bool> sameSensor;        ///< absent when one of the two is unknown
   /// A rule of thumb for the order, 0 to 1: the overlap's share, times 1 at convergences from 15 to 35 degrees,
-  /// falling to 0 at 0 (no parallax) and at 90 (images too unlike to be matched).
+  /// falling to 0 at 0 (no parallax) and at 90 (images too unlike to be matched); 0 where it is not known.
   double quality = 0.0;
   std::vector<TPolygon> overlap;  ///< x longitude in the turn of the first model, y latitude; see the options
 

@@ -56,7 +56,8 @@ std::optional<double> ParseAcquisitionTime(const std::string& text) {
   const int month = TakeDigits(&rest, 2);
   if (month < 1 || month > 12 || !Take(&rest, '-', '/')) return std::nullopt;
   const int day = TakeDigits(&rest, 2);
-  if (day < 1 || day > 31 || !Take(&rest, 'T', ' ')) return std::nullopt;
+  const bool in_month = day >= 1 && DaysOf(year, month, day) < DaysOf(year + month / 12, month % 12 + 1, 1);
+  if (!in_month || !Take(&rest, 'T', ' ')) return std::nullopt;
   const int hour = TakeDigits(&rest, 2);
   if (hour < 0 || hour > 24 || !Take(&rest, ':', ':')) return std::nullopt;
   const int minute = TakeDigits(&rest, 2);
@@ -65,6 +66,7 @@ std::optional<double> ParseAcquisitionTime(const std::string& text) {
   if (Take(&rest, ':', ':') && (ParseDoublePrefix(rest, &second) == 0 || !(second >= 0.0 && second < 61.0))) {
     return std::nullopt;
   }
+  if (hour == 24 && (minute > 0 || second > 0.0)) return std::nullopt;
   return static_cast<double>(DaysOf(year, month, day)) + (hour - 12.0) / 24.0 + minute / 1440.0 + second / 86400.0;
 }
 

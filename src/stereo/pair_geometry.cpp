@@ -123,6 +123,7 @@ double CommonHeight(const TSeenImage& a, const TSeenImage& b, const TStereoPairO
 
 double QualityOf(const TStereoPair& pair) {
   const double angle = pair.convergence;
+  if (std::isnan(angle)) return 0.0;  // the order needs a number
   const double rise = angle / kWeakAngle, fall = (kWidestAngle - angle) / (kWidestAngle - kWideAngle);
   return 0.01 * pair.overlapPercent * std::clamp(std::min(rise, fall), 0.0, 1.0);
 }

@@ -19,6 +19,8 @@ TEST(AcquisitionTime, ReadsWhatFilesHave) {
       {"2000-03-01T00:00:00.000000Z", 59.5},
       {"2006-02-12T10:49:12.695000Z; ", 2233.9508413773},
       {"1999-12-31 12:00", -1.0},
+      {"1999-12-31T24:00:00", -0.5},
+      {"2012-02-29T12:00:00", 4442.0},
       {"\"2100-03-01T12:00:00\"", 36584.0},  // 2100 is no leap year
   };
   for (const auto& time : times) {
@@ -26,8 +28,10 @@ TEST(AcquisitionTime, ReadsWhatFilesHave) {
     ASSERT_TRUE(days.has_value()) << time.text;
     EXPECT_NEAR(*days, time.days, 1e-9) << time.text;
   }
-  for (const char* const text : {"", "2012-02-12", "12-02-2012T05:00:00", "2012-13-01T05:00:00", "2012-02-12T5:00",
-                                 "yesterday", "2012-02-12T25:00:00", "2012-02-12T05:00:xx"}) {
+  for (const char* const text :
+       {"", "2012-02-12", "12-02-2012T05:00:00", "2012-13-01T05:00:00", "2012-02-12T5:00", "yesterday",
+        "2012-02-12T25:00:00", "2012-02-12T05:00:xx", "2012-02-30T05:00:00", "2100-02-29T05:00:00",
+        "2012-04-31T05:00:00", "2012-12-32T05:00:00", "2012-02-12T24:00:01"}) {
     EXPECT_FALSE(ParseAcquisitionTime(text).has_value()) << text;
   }
 }

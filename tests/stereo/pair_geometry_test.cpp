@@ -180,6 +180,25 @@ TEST(PairSearch, FindsEveryPairThatOverlaps) {
   EXPECT_EQ(TPairSearch().message, "not run");
 }
 
+TEST(PairSearch, PairsOfUnknownConvergenceComeLast) {
+  const TRPC models[] = {FlatImage(45.0, 7.0, 0.05), FlatImage(45.01, 7.02, 0.0), FlatImage(45.0, 7.03, 0.01),
+                         FlatImage(44.99, 7.01, -0.05)};
+  std::vector<TStereoImage> images;
+  for (const TRPC& model : models) images.push_back(ImageOf(model));
+  images[1].radar = true;  // its lines and samples stay along the plumb line: no direction to the sensor follows
+  const TPairSearch search = FindStereoPairs(images);
+  ASSERT_EQ(search.pairs.size(), 6u);
+  for (std::size_t i = 0; i < 6; ++i) {
+    const TStereoPair& pair = search.pairs[i];
+    const bool known = pair.first != 1 && pair.second != 1;
+    EXPECT_EQ(std::isnan(pair.convergence), !known);
+    EXPECT_EQ(i < 3, known) << i;
+    if (!known) {
+      EXPECT_EQ(pair.quality, 0.0);
+    }
+  }
+}
+
 class RealPairs : public WithRealData {};
 
 // The same angles by two lines of sight, each through two heights of one image point, and the same precision by the
