@@ -39,7 +39,8 @@ struct TErrorEllipse {
 /// covariance.
 ORBMATH_API TErrorEllipse ErrorEllipseOf(const TPlaneCovariance& covariance) noexcept;
 
-/// The share of errors whose length is at most `radius`, within 1e-10. \param radius in the unit of the errors.
+/// The share of errors whose length is at most `radius`, within 1e-10; of radii below 2e-4 of the long axis, where the
+/// short one is shorter still, within 1e-6. \param radius in the unit of the errors.
 /// \return 0 to 1; NaN for what is no covariance.
 ORBMATH_API double ProbabilityWithin(const TPlaneCovariance& covariance, double radius) noexcept;
 

@@ -164,7 +164,8 @@ class TRadiusTable {
 
 TErrorEllipse ErrorEllipseOf(const TPlaneCovariance& covariance) noexcept {
   const TVariances variances = VariancesOf(covariance);
-  const double direction = 0.5 * std::atan2(2.0 * covariance.xy, covariance.xx - covariance.yy);
+  // Of a negative zero the arc tangent would be -pi, which is the same direction as pi.
+  const double direction = 0.5 * std::atan2(2.0 * covariance.xy + 0.0, covariance.xx - covariance.yy);
   return {std::sqrt(variances.larger), std::sqrt(variances.smaller), direction + 0.0 * variances.larger};
 }
 

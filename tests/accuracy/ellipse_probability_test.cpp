@@ -88,6 +88,7 @@ TEST(ErrorEllipse, HasAxesAndADirection) {
   EXPECT_NEAR(ellipse.major, 3.0, 1e-12);
   EXPECT_NEAR(ellipse.minor, 0.5, 1e-12);
   EXPECT_NEAR(ellipse.direction, 0.7, 1e-12);
+  EXPECT_GT(ErrorEllipseOf({1.0, -0.0, 2.0}).direction, 0.0) << "pi/2, not the other end of the same axis";
 }
 
 }  // namespace
