@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sstream>
 
 #include "support/real_data.h"
 #include "tool/rows.h"
@@ -91,6 +92,28 @@ TEST(ControlTest, ReferenceSystemsAndGeoidsAreThoseOfTheOptions) {
   EXPECT_EQ(swapped.status, 1);
   EXPECT_EQ(RunToolLine("fit - never.xml --crs EPSG:1", "1 2 3 4 5\n").err,
             "orbmath: EPSG:1: is no reference system that PROJ knows\n");
+}
+
+TEST(ControlTest, LocatedHeightsAboveAGeoidAreThoseOfTheirPlaces) {
+  Workspace();
+  // A geoid that rises by 5 m a degree of longitude.
+  WriteText("slope.asc", "ncols 3\nnrows 2\nxllcenter 6\nyllcenter 44\ncellsize 2\n40 50 60\n40 50 60\n");
+  const ToolRun run = RunToolLine("locate flat.RPB --geoid slope.asc --precision 12", "1200 21997 460\n");
+  if (run.err.find("which is not installed") != std::string::npos || run.err.find("libgdal") != std::string::npos) {
+    GTEST_SKIP() << run.err;
+  }
+  ASSERT_EQ(run.status, 0) << run.err;
+  std::istringstream fields(run.out);
+  double lat = 0.0, lon = 0.0, height = 0.0;
+  fields >> lat >> lon >> height;
+  EXPECT_NEAR(height, 460.0 + 40.0 + 5.0 * (lon - 6.0), 1e-6);
+  std::string back = run.out;
+  EXPECT_EQ(RunToolLine("project flat.RPB --precision 6", back).out, "1200.000000 21997.000000\n");
+  EXPECT_EQ(RunToolLine("locate flat.RPB --geoid slope.asc --height 460 --precision 12", "1200 21997\n").out, run.out);
+  EXPECT_NE(RunToolLine("locate flat.RPB --geoid slope.asc", "1200 21997\n").out.find("ERROR: 2 fields"),
+            std::string::npos);
+  EXPECT_NE(RunToolLine("locate flat.RPB --geoid slope.asc --height 460", "1200 210000\n").out.find("the geoid has no"),
+            std::string::npos);
 }
 
 TEST(ControlTest, CheckPointsTakeNoPartAndAreSummedUp) {

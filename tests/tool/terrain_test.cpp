@@ -99,7 +99,7 @@ TEST_F(TerrainTool, WritesCoordinateGrids) {
 
 TEST_F(TerrainTool, WrongUsageIsOneLine) {
   for (const char* arguments :
-       {"locate flat.RPB --geoid none", "locate flat.RPB --dem dem.asc --height 5", "project flat.RPB --visible",
+       {"info flat.RPB --geoid none", "locate flat.RPB --dem dem.asc --height 5", "project flat.RPB --visible",
         "intersect flat.RPB", "intersect flat.RPB right.RPB --dem dem.asc", "ortho dem.asc x.tif",
         "ortho dem.asc x.tif --dem dem.asc --bounds 1 0 0 1", "ortho dem.asc x.png --dem dem.asc --model flat.RPB",
         "ortho x.asc dem.asc --dem dem.asc --model flat.RPB --format GTiff", "grid flat.RPB x.csv --height 5",

@@ -81,10 +81,14 @@ void GroundFrame::ToGround(std::size_t count, double* first, double* second, dou
     }
   }
   if (IsSwapped()) std::swap_ranges(first, first + count, second);
-  if (geoid_ == nullptr) return;
+  if (HasGeoid()) ToEllipsoid(count, first, second, height, height);
+}
+
+void GroundFrame::ToEllipsoid(std::size_t count, const double* lat, const double* lon, const double* above_geoid,
+                              double* height) const {
   std::vector<double> geoid(count);
-  geoid_->GetHeights(count, first, second, geoid.data());
-  for (std::size_t i = 0; i < count; ++i) height[i] += geoid[i];
+  geoid_->GetHeights(count, lat, lon, geoid.data());
+  for (std::size_t i = 0; i < count; ++i) height[i] = above_geoid[i] + geoid[i];
 }
 
 void GroundFrame::FromGround(std::size_t count, double* first, double* second, double* height) const {

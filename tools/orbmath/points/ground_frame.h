@@ -40,6 +40,7 @@ class GroundFrame {
   void Open();
 
   const std::optional<double>& Height() const { return height_; }
+  bool HasGeoid() const { return geoid_ != nullptr; }
   bool HasSystem() const { return !system_name_.empty(); }
   bool IsSwapped() const { return lonlat_ || HasSystem(); }
 
@@ -56,6 +57,10 @@ class GroundFrame {
   void ToGround(std::size_t count, double* first, double* second, double* height) const;
   /// The way back, into the columns as `PlaceColumns` has them; heights of a geoid do not come back.
   void FromGround(std::size_t count, double* first, double* second, double* height) const;
+
+  /// Heights above the ellipsoid at places where heights above the geoid are known; NaN where the geoid has none.
+  void ToEllipsoid(std::size_t count, const double* lat, const double* lon, const double* above_geoid,
+                   double* height) const;
 
   /// The columns of a ground point among results, in the order of `PlaceColumns`, and its height.
   std::vector<OutputColumn> ResultColumns(const PointOptions& options) const;
