@@ -20,8 +20,8 @@ namespace SatCommonUtils {
 namespace {
 
 using refine::TPlaneFit;
-using refine::TPlaneJudges;
 using refine::TPlaneMap;
+using refine::TPlaneStarts;
 using refine::TPlaneTie;
 using refine::TRobustPlaneFit;
 using TIndices = std::vector<std::size_t>;
@@ -126,7 +126,7 @@ class TFitter {
   TFrame frame_;
   double typical_sigma_;
   std::vector<TPlaneTie> ties_;
-  std::optional<TPlaneJudges> judges_;
+  std::optional<TPlaneStarts> starts_;
 };
 
 TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options)
@@ -139,7 +139,7 @@ TFitter::TFitter(const std::vector<TRefinementTie>& ties, const TRefinementFitOp
                      {frame_.ToFrame(tie.measuredLine, 0), frame_.ToFrame(tie.measuredSample, 1)},
                      frame_.scale * typical_sigma_ / tie.sigma});  // weighted residuals are pixels
   }
-  judges_.emplace(ties_);
+  starts_.emplace(ties_);
 }
 
 double TFitter::CornerFactor(const TCandidate& candidate, const TBox& box) const {
@@ -157,7 +157,7 @@ double TFitter::CornerFactor(const TCandidate& candidate, const TBox& box) const
 bool TFitter::Fit(Type type, TCandidate* candidate) const {
   candidate->type = type;
   candidate->is_fitted = true;
-  if (!refine::FitRobustly(type, ties_, *judges_, kNoiseFloor, &candidate->robust)) return false;
+  if (!refine::FitRobustly(type, ties_, *starts_, kNoiseFloor, &candidate->robust)) return false;
   const TBox square = BoxOf(ties_, candidate->robust.inside).Square();
   candidate->corner_factor = CornerFactor(*candidate, square);
   if (!(candidate->corner_factor <= kLargestCornerFactor)) return false;
@@ -228,10 +228,11 @@ bool TFitter::IsBorne(Type type, TCandidate* simpler, TCandidate* richer, std::s
     return false;
   }
   // A rich map can pass through the few good points of its choice: small sets must not pay for it with points.
-  const std::size_t inside = richer->robust.inside.size();
+  const auto inside_of = [&](const TCandidate& candidate) { return starts_->CountOf(type, candidate.robust.inside); };
+  const std::size_t inside = inside_of(*richer);
   if (inside >= 2 * enough) return true;
   const bool is_fitted = simpler->is_fitted || Fit(simpler->type, simpler);
-  if (inside >= enough && is_fitted && inside >= simpler->robust.inside.size()) return true;
+  if (inside >= enough && is_fitted && inside >= inside_of(*simpler)) return true;
   *reason = Zentarix::ssprintf("it would fit %zu points alone", inside);
   return false;
 }

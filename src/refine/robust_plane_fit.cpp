@@ -1,86 +1,30 @@
-// Start: least median of squares over small subsets; P. Rousseeuw, "Least median of squares regression", Journal of the
-// American Statistical Association 79 (1984), doi:10.1080/01621459.1984.10477105. From there residuals are tested in
-// the way of outlier tests in geodesy ("data snooping"), a tie inside against a variance estimated without it.
+// From the start residuals are tested in the way of outlier tests in geodesy ("data snooping"), a tie inside against a
+// variance estimated without it.
 
 #include "refine/robust_plane_fit.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <limits>
 #include <numeric>
-#include <random>
 #include <utility>
 
 #include "refine/estimation/bad_points.h"
 #include "refine/estimation/portable_math.h"
-#include "refine/refinement_kinds.h"
+#include "refine/refinement_fit.h"
 
 namespace SatCommonUtils::refine {
 namespace {
 
 using TIndices = std::vector<std::size_t>;
 
-constexpr std::size_t kMostSubsets = 500;
-
 /// Median of the squared length of a plane vector of two standard normal coordinates.
 constexpr double kMedianOfSquares = 1.3862943611198906;  // 2 ln 2
-
-std::size_t LeastTies(TRPCRefinementTransformType type) { return FindRefinementKind(type)->leastPoints; }
-
-/// Calls `visit` with subsets of `size` ties: all of them when they are few, otherwise random ones of a fixed seed.
-template <class Visit>
-void ForEachSubset(std::size_t count, std::size_t size, const Visit& visit) {
-  TIndices subset;
-  double combinations = 1.0;
-  for (std::size_t i = 0; i < size; ++i) combinations *= static_cast<double>(count - i) / static_cast<double>(i + 1);
-  if (combinations <= static_cast<double>(kMostSubsets)) {
-    std::vector<bool> mask(count, false);
-    std::fill_n(mask.begin(), size, true);
-    do {
-      subset.clear();
-      for (std::size_t i = 0; i < count; ++i) {
-        if (mask[i]) subset.push_back(i);
-      }
-      visit(subset);
-    } while (std::prev_permutation(mask.begin(), mask.end()));
-    return;
-  }
-  std::mt19937_64 engine(20051120);
-  for (std::size_t trial = 0; trial < kMostSubsets; ++trial) {
-    subset.clear();
-    while (subset.size() < size) {
-      const std::size_t candidate = static_cast<std::size_t>(engine() % count);
-      if (std::find(subset.begin(), subset.end(), candidate) == subset.end()) subset.push_back(candidate);
-    }
-    visit(subset);
-  }
-}
-
-/// The map whose median of squared residuals is least, and that median (a little above the half, as befits a map that
-/// fits `subset size` ties exactly).
-bool FindStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, const TPlaneJudges& judges,
-               TPlaneMap* start, double* least_median) {
-  const std::size_t subset_size = LeastTies(type);
-  const std::size_t middle = std::min((judges.Count() + subset_size + 1) / 2, judges.Count()) - 1;
-  std::vector<double> squares;
-  *least_median = std::numeric_limits<double>::infinity();
-  ForEachSubset(ties.size(), subset_size, [&](const TIndices& subset) {
-    TPlaneMap map;
-    if (!PassPlaneMap(type, ties, subset, &map)) return;
-    const double median = judges.SquareOfRank(map, middle, *least_median, &squares);
-    if (!(median < *least_median)) return;
-    *least_median = median;
-    *start = map;
-  });
-  return std::isfinite(*least_median);
-}
 
 /// The ties that lie near the start, in units of the spread that its median says.
 TIndices NearStart(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, double noise,
                    const TPlaneMap& start, double median) {
   constexpr double level = 9.210340371976184;  // squared length that one good tie in a hundred exceeds: -2 ln 0.01
-  const double spare = static_cast<double>(ties.size() - LeastTies(type));
+  const double spare = static_cast<double>(ties.size() - LeastRefinementPoints(type));
   const double small_sample = 1.0 + 5.0 / spare;
   const double variance = median / kMedianOfSquares * small_sample * small_sample + noise * noise;
   TIndices near;
@@ -124,16 +68,16 @@ std::vector<std::size_t> AllPlaces(std::size_t count) {
   return all;
 }
 
-bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, const TPlaneJudges& judges,
+bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, const TPlaneStarts& starts,
                  double noise, TRobustPlaneFit* result) {
   constexpr int kMostRounds = 30;
   result->inside = AllPlaces(ties.size());
   std::vector<double>& squares = result->standardized;
   squares.assign(ties.size(), 0.0);
-  if (ties.size() > LeastTies(type)) {
+  if (ties.size() > LeastRefinementPoints(type)) {
     TPlaneMap start;
     double median;
-    if (!FindStart(type, ties, judges, &start, &median)) return false;
+    if (!starts.Find(type, &start, &median)) return false;
     result->inside = NearStart(type, ties, noise, start, median);
   }
   for (int round = 0; round < kMostRounds; ++round) {
@@ -154,7 +98,7 @@ bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
       const bool stays = is_inside ? !(squares[i] > limit_inside) : freedom > 0.0 && !(squares[i] > limit_outside);
       if (stays) next.push_back(i);
     }
-    if (next == result->inside || next.size() < LeastTies(type)) break;
+    if (next == result->inside || next.size() < LeastRefinementPoints(type)) break;
     if (round + 1 < kMostRounds) result->inside = std::move(next);
   }
   for (double& square : squares) square = std::sqrt(square);

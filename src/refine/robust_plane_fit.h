@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "refine/plane_fit.h"
-#include "refine/plane_judges.h"
+#include "refine/plane_starts.h"
 #include "refine/refinement_data.h"
 
 namespace SatCommonUtils::refine {
@@ -22,9 +22,9 @@ struct TRobustPlaneFit {
 std::vector<std::size_t> AllPlaces(std::size_t count);
 
 /// Fits `type` to the ties that belong together.
-/// \param judges those of the ties. \param noise floor of the standard deviation of a weighted residual. \return false
+/// \param starts those of the ties. \param noise floor of the standard deviation of a weighted residual. \return false
 /// when they determine no map.
-bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, const TPlaneJudges& judges,
+bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>& ties, const TPlaneStarts& starts,
                  double noise, TRobustPlaneFit* result);
 
 /// The probability that an F-distributed number with an even `numerator` and any `denominator` degrees of freedom is

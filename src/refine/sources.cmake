@@ -22,6 +22,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/model_file.cpp
   ${CMAKE_CURRENT_LIST_DIR}/plane_fit.cpp
   ${CMAKE_CURRENT_LIST_DIR}/plane_judges.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/plane_starts.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_affine.cpp
   ${CMAKE_CURRENT_LIST_DIR}/refinement_covariance.cpp

@@ -263,6 +263,49 @@ TEST(RefinementFit, PointsMeasuredManyTimesDoNotHideTheOthers) {
   }
 }
 
+// Most ties come from one small place, as of a matcher that found texture there only, and whatever passes by it has a
+// small median: what a map is elsewhere the others say, of which some are bad.
+TEST(RefinementFit, ManyPointsAtOnePlaceDoNotOutvoteTheOthers) {
+  const struct {
+    std::size_t count, others;
+    double width;  ///< of the place, pixels
+    Type type;     ///< wanted; None: chosen
+    Type expected;
+  } rows[] = {{300, 60, 0.0, Type::Projective, Type::Projective},
+              {300, 15, 0.0, Type::Affine, Type::Affine},
+              {300, 15, 0.01, Type::None, Type::Affine},
+              {2000, 30, 3.0, Type::Projective, Type::Projective},
+              {2000, 8, 3.0, Type::Affine, Type::Affine},
+              {2000, 8, 0.0, Type::Affine, Type::Affine},
+              {2000, 8, 0.0, Type::None, Type::Affine}};
+  for (const auto& row : rows) {
+    for (int corner = 0; corner < 5; ++corner) {
+      SCOPED_TRACE(::testing::Message() << row.others << " of " << row.count << " elsewhere, " << corner);
+      const auto truth = CreateRefinementE(orbmath_test::Affine());
+      Simulation simulation(orbmath_test::Affine(), row.count, 0.2, 0);
+      for (std::size_t i = 0; i < row.count; ++i) {
+        TRefinementTie& tie = simulation.ties[i];
+        const double errors[] = {simulation.random.Normal(0.2), simulation.random.Normal(0.2)};
+        if (i >= row.others) {
+          tie.line = 1500.0 + 2250.0 * corner + row.width * simulation.random.Uniform(-1, 1);
+          tie.sample = 875.0 * corner + row.width * simulation.random.Uniform(-1, 1);
+        }
+        truth->RawToRefined(tie.line, tie.sample, &tie.measuredLine, &tie.measuredSample, nullptr, nullptr);
+        tie.measuredLine += errors[0] + (i % 7 == 5 && i < row.others ? kGross : 0.0), tie.measuredSample += errors[1];
+        if (i % 7 == 5 && i < row.others) simulation.bad.insert(i);
+      }
+      TRefinementFitOptions options = Of(row.type);
+      options.automatic = row.type == Type::None;
+      TRefinementFit fit;
+      ASSERT_TRUE(FitRefinement(simulation.ties, options, &fit)) << fit.message;
+      EXPECT_EQ(fit.type, row.expected) << fit.message;
+      const std::set<std::size_t> named = simulation.NamedBad(fit);
+      for (const std::size_t i : simulation.bad) EXPECT_EQ(named.count(i), 1u) << i;
+      EXPECT_LE(named.size(), simulation.bad.size() + 1) << fit.message;
+    }
+  }
+}
+
 TEST(RefinementFit, PointsInACornerDoNotBearAnAffineMapOfTheImage) {
   Simulation simulation(orbmath_test::Affine(), 40, 0.01, 0);
   for (TRefinementTie& tie : simulation.ties) {  // squeeze the image into its tenth part
