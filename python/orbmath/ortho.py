@@ -48,8 +48,9 @@ def map_grid(
     Returns
     -------
     line, sample
-        Shape (rows, columns), pixels; NaN where there is no height (or the ground is hidden). Points may lie outside
-        the image.
+        Shape (rows, columns), pixels; NaN where there is no height (or the ground is hidden), and farther from the
+        image's ground than a tenth of its size: a model's polynomials may come back into the image there. Points may
+        lie outside the image.
     """
     a, b, c, d, e, f = (float(value) for value in tuple(transform)[:6])
     row = np.arange(*rows)[:, None] + 0.5
@@ -59,11 +60,30 @@ def map_grid(
     lon, lat = (np.where(np.isfinite(value), value, np.nan) for value in (np.asarray(lon), np.asarray(lat)))
     height = terrain.height(lat, lon)
     line, sample = model.project(lat, lon, height)
-    lost = np.isnan(line) | np.isnan(sample)
+    lost = np.isnan(line) | np.isnan(sample) | ~_near_image(model, lat, lon, height)
     if mask_hidden:
         seen = terrain.visibility(model, lat, lon, height)
         lost |= (seen != Visibility.VISIBLE) & (seen != Visibility.VISIBLE_VOID)
     return np.where(lost, np.nan, line), np.where(lost, np.nan, sample)
+
+
+def _near_image(model: Model, lat: Values, lon: Values, height: Values) -> Any:
+    """Tell the places in the box of the image's ground at the heights there are, a tenth larger on each side."""
+    if not np.isfinite(height).any():
+        return np.zeros(np.shape(height), dtype=bool)
+    try:
+        rings = [model.footprint(float(h)) for h in (np.nanmin(height), np.nanmax(height))]
+    except ValueError:  # some of the border has no ground point: everywhere may be near
+        return np.ones(np.shape(height), dtype=bool)
+    near = np.ones(np.shape(height), dtype=bool)
+    for values, edge in ((lat, [ring.lat for ring in rings]), (lon, [ring.lon for ring in rings])):
+        first, last = np.min(edge), np.max(edge)
+        middle, reach = 0.5 * (first + last), 0.6 * (last - first)
+        away = np.asarray(values) - middle
+        if values is lon:
+            away = away - 360.0 * np.round(away / 360.0)
+        near &= np.abs(away) <= reach
+    return near
 
 
 def image_window(line: Numbers, sample: Numbers, shape: tuple[int, int], reach: int = 2) -> tuple[slice, slice] | None:

@@ -52,6 +52,22 @@ def test_what_is_painted_on_the_ground_comes_back_in_its_place(left: orbmath.Mod
     assert edges[0] == image[0, 3] and list(edges[1:]) == [-1, -1]
 
 
+def test_ground_far_from_the_image_is_not_in_it(left: orbmath.Model) -> None:
+    record = small(left).to_dict()
+    # Of second degree in latitude and longitude: places some twenty images away come back into the image.
+    for axis, term in (("LINE", 8), ("SAMP", 7)):
+        record[f"{axis}_DEN_COEFF"][term] += 0.05
+    model = orbmath.Model.from_dict(record)
+    flat = orbmath.Terrain(np.full((2, 2), 400.0), (40.0, 0, -11.5, 0, -40.0, 67.3), pixel_is_area=False)
+    side, middle = 0.05, 200
+    transform = (side, 0, 8.5 - side * middle, 0, -side, 47.3 + side * middle)
+    line, sample = ortho.map_grid(model, flat, transform, (0, 2 * middle), (0, 2 * middle))
+    inside = (line > 0) & (line < 399) & (sample > 0) & (sample < 399)
+    rows, columns = np.nonzero(inside)
+    assert 4 < len(rows) < 30
+    assert np.abs(rows - middle).max() < 5 and np.abs(columns - middle).max() < 5
+
+
 def test_hidden_ground_and_voids_have_no_image_point(left: orbmath.Model) -> None:
     model = small(left)
     holes = orbmath.Terrain(np.full((3, 3), 400.0), (0.1, 0, 8.3, 0, -0.1, 47.32), pixel_is_area=False)
