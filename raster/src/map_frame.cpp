@@ -124,7 +124,11 @@ bool Planner::ChooseSystem(const std::string& asked, std::string* error) {
 }
 
 bool Planner::ChooseResolution(double asked, std::string* error) {
-  if (asked > 0.0 && std::isfinite(asked)) {
+  if (!(asked >= 0.0) || std::isinf(asked)) {
+    *error = "a resolution is a number above 0, or 0 for the image's own";
+    return false;
+  }
+  if (asked > 0.0) {
     resolution_[0] = resolution_[1] = asked;
     return true;
   }

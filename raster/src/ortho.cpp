@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <mutex>
+#include <system_error>
 
 #include "frame/zxstd/number_text.h"
 #include "frame/zxstd/threads.h"
@@ -182,6 +184,11 @@ class OrthoRun {
 bool OrthoRun::Prepare(std::string* error) {
   if (problem_.model == nullptr || problem_.surface == nullptr) {
     *error = "an orthoimage needs a model and a height surface";
+    return false;
+  }
+  std::error_code none;
+  if (std::filesystem::equivalent(problem_.image, problem_.output, none)) {
+    *error = problem_.output + ": is the image itself, which would be lost";
     return false;
   }
   if (!source_.Open(problem_.image, error)) return false;

@@ -356,6 +356,12 @@ TEST_F(Ortho, ComesWholeOrNotAtAll) {
   EXPECT_EQ(FilesThere(), 2);
   EXPECT_EQ(Orthorectify({Path("none.tif"), Path("ortho.tif"), &model, &flat}, options).state, TMapState::Failed);
   EXPECT_EQ(Orthorectify({Path("image.tif"), Path("no/ortho.tif"), &model, &flat}, options).state, TMapState::Failed);
+  EXPECT_EQ(Orthorectify({Path("image.tif"), Path("image.tif"), &model, &flat}, options).state, TMapState::Failed);
+  for (const double resolution : {-0.5, orbmath_test::kNaN}) {
+    options.frame.resolution = resolution;
+    EXPECT_EQ(Orthorectify(problem, options).state, TMapState::Failed);
+  }
+  EXPECT_EQ(FilesThere(), 2);
   // A format that is written by copying, and one of two files.
   for (const char* format : {"COG", "ENVI"}) {
     options.format = format;

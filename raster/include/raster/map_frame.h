@@ -45,7 +45,7 @@ struct TMapFrameOptions {
   /// degrees north and 80 south). A vertical part is left out.
   std::string crs;
   /// Size of a square pixel in the units of the reference system; 0: the image's ground sample distance at its centre,
-  /// rounded to two digits.
+  /// rounded to two digits. Below 0, or no number, is an error.
   double resolution = 0.0;
   /// Kept as they are: where they are no whole number of pixels apart, the pixels give way. Without them, all of the
   /// image's ground, on whole multiples of the resolution.

@@ -35,7 +35,7 @@ enum class THiddenGround {
 /// An image, its model, the terrain under it. Model and surface are not owned.
 struct TOrthoProblem {
   std::string image;                        ///< UTF-8, what GDAL opens; all its bands
-  std::string output;                       ///< the file to write; an old one is replaced
+  std::string output;                       ///< the file to write; an old one is replaced, but not the image
   const TRPC* model = nullptr;              ///< of the image; whole numbers are pixel centres
   const THeightSurface* surface = nullptr;  ///< heights above the ellipsoid
 };
