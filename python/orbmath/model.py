@@ -266,7 +266,7 @@ class Model:
         if (height is None) == (terrain is None):
             raise TypeError("locate needs either a height or a terrain")
         if terrain is not None:
-            return Location(*terrain._locator_of(self._model).locate(line, sample))
+            return terrain._locate(self._model, line, sample)
         lat, lon, state, residual = _core.locate(self._model, line, sample, height, extrapolate)
         if type(state) is int:
             return Location(lat, lon, float(height), _STATES[state], residual)  # type: ignore[arg-type]

@@ -13,7 +13,7 @@ from . import _core
 from ._typing import Numbers, Values
 
 if TYPE_CHECKING:
-    from .model import Model
+    from .model import Location, Model
 
 
 class TerrainState(IntEnum):
@@ -178,9 +178,17 @@ class Terrain:
         Returns
         -------
         array of int8
-            A `Visibility` for each point.
+            A `Visibility` for each point; for plain numbers one.
         """
-        return self._locator_of(model._model).visibility(lat, lon, height)
+        seen = self._locator_of(model._model).visibility(lat, lon, height)
+        return Visibility(seen) if type(seen) is int else seen
+
+    def _locate(self, model: _core.Model, line: Numbers, sample: Numbers) -> Location:
+        from .model import Location
+
+        lat, lon, height, state, residual = self._locator_of(model).locate(line, sample)
+        named = TerrainState(state) if type(state) is int else state
+        return Location(lat, lon, height, named, residual)
 
     def _locator_of(self, model: _core.Model) -> _core.Locator:
         """Prepare a model over this terrain, once for calls that follow each other."""

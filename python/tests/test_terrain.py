@@ -67,6 +67,13 @@ def test_lines_of_sight_meet_the_hill(left):
             left.locate(1.0, 2.0, **wrong)
 
 
+def test_single_points_have_named_states(left):
+    terrain = Terrain(*hill())
+    assert left.locate(8000, 7000, terrain=terrain).state is TerrainState.FOUND
+    assert left.locate(-1e5, 7000, terrain=terrain).state is not TerrainState.FOUND
+    assert terrain.visibility(left, 47.36, 8.4, 450) is Visibility.VISIBLE
+
+
 def test_a_mapping_may_be_any_callable(left):
     heights, (a, _, c, _, e, f) = hill()
     scaled = Terrain(heights, (a * 10, 0, c * 10, 0, e * 10, f * 10), mapping=lambda lon, lat: (lon * 10, lat * 10))
