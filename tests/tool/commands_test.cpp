@@ -53,21 +53,22 @@ TEST(CommandsTest, WrongUsageIsOneLineThatEndsWithTheWayToHelp) {
 // What people type before they have read the help: the words mean what they seem to, or the error says what is meant.
 INSTANTIATE_TEST_SUITE_P(
     Sloppy, Commands,
-    ::testing::Values(Row{"ModelBehindARepeatedOption", "project --point 45,7,500 flat.RPB --precision 1", "",
-                          "1000.0 2000.0\n", "", 0},
-                      Row{"SeveralValuesOfOneOption", "project flat.RPB --precision 1 --point 45,7,500 45,7,500", "",
-                          "1000.0 2000.0\n1000.0 2000.0\n", "", 0},
-                      Row{"OtherFilesBehindAnOption", "project flat.RPB --point 45,7,500 rows.txt", "", "",
-                          "--point takes the place of files", 2},
-                      Row{"ANumberInThePlaceOfAFile", "project flat.RPB 45 7 500", "", "", "is given by --point", 1},
-                      Row{"LatitudeAndLongitudeExchanged", "project flat.RPB --point 7,45,500 --precision 0", "",
-                          "381000 382000\n", "1 of them would be inside: see to their order", 0},
-                      Row{"NamesThatAreNotKnown", "locate flat.RPB --height 0 --precision 2",
-                          "Zeile,Spalte\n500,2800.2\n",
-                          "ERROR: 'Zeile' is not a finite number (line)\n45.05 7.10 0.00\n", "in the words line sample",
-                          1},
-                      Row{"NamesOfAPlane", "locate flat.RPB --height 0.5 --precision 2", "X,Y\n2800.2,500\n",
-                          "# lat lon height\n45.05 7.10 0.50\n", "", 0}),
+    ::testing::Values(
+        Row{"ModelBehindARepeatedOption", "project --point 45,7,500 flat.RPB --precision 1", "", "1000.0 2000.0\n", "",
+            0},
+        Row{"SeveralValuesOfOneOption", "project flat.RPB --precision 1 --point 45,7,500 45,7,500", "",
+            "1000.0 2000.0\n1000.0 2000.0\n", "", 0},
+        Row{"OtherFilesBehindAnOption", "project flat.RPB --point 45,7,500 rows.txt", "", "",
+            "--point takes the place of files", 2},
+        Row{"ANumberInThePlaceOfAFile", "project flat.RPB 45 7 500", "", "", "is given by --point", 1},
+        Row{"LatitudeAndLongitudeExchanged", "project flat.RPB --point 7,45,500 --precision 0", "", "381000 382000\n",
+            "1 of them would be inside: see to their order", 0},
+        Row{"NamesThatAreNotKnown", "locate flat.RPB --height 0 --precision 2", "Zeile,Spalte\n500,2800.2\n",
+            "ERROR: 'Zeile' is not a finite number (line)\n45.05 7.10 0.00\n", "in the words line sample", 1},
+        Row{"ALongTableWithoutTracks", "intersect flat.RPB right.RPB", "point,image,sample,line\n",
+            "ERROR: 'point' is not a finite number (line1)\n", "--tracks reads one measurement a line", 1},
+        Row{"NamesOfAPlane", "locate flat.RPB --height 0.5 --precision 2", "X,Y\n2800.2,500\n",
+            "# lat lon height\n45.05 7.10 0.50\n", "", 0}),
     RowName);
 
 TEST(CommandsTest, AModelInThePlaceOfPointsIsNamed) {

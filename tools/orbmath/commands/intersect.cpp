@@ -216,6 +216,7 @@ class IntersectTask : public PointTask {
       }
     }
     column.may_be_missing = true;
+    if (input_.empty()) column.hint = "--tracks reads one measurement a line";
     input_.push_back(column);
   }
 

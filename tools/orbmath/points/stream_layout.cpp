@@ -82,8 +82,9 @@ std::shared_ptr<const StreamLayout> StreamLayouts::For(const LineSource& source,
   const std::string problem = finder_->Layout().Problem();
   if (!problem.empty()) throw Failure(source.Name() + ":" + std::to_string(line + place) + ": " + problem);
   if (finder_->StartsWithWords()) {
+    const std::string& hint = input_.front().hint;
     Note(source.Name() + ": if the first line holds the names of columns, they are not known here: --columns says " +
-         "which is which, in the words " + NamesOf(finder_->Layout().numbers));
+         "which is which, in the words " + NamesOf(finder_->Layout().numbers) + (hint.empty() ? "" : "; " + hint));
   }
   current_ = Make(*finder_);
   return current_;
