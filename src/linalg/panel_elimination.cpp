@@ -126,11 +126,10 @@ struct TFindPivot {
 // first, before the owner's other panels take the terms of the one before, so that nobody has to wait for it.
 class TElimination {
  public:
-  TElimination(const TPanelSystem& system, double** a_rows, TStripMatrix* matrix, double* sign)
+  TElimination(const TPanelSystem& system, double** a_rows, TStripMatrix* matrix)
       : system_(system),
         a_rows_(a_rows),
         matrix_(matrix),
-        sign_(sign),
         b_(matrix->Rows().size()),
         finished_(SolverTeamSize(system.n)) {
     for (std::size_t first = 0; first < system.n; first += PanelColumns(system.n - first)) {
@@ -147,8 +146,9 @@ class TElimination {
     }
   }
 
-  bool Run() {
+  bool Run(double* sign) {
     OnTeamOrAlone(finished_.size(), [&](std::size_t thread, std::size_t threads) { Work(thread, threads); });
+    *sign *= sign_.value;
     std::copy_n(b_.begin(), system_.n, system_.b);
     if (a_rows_ != nullptr) {
       const std::vector<double*> rows(a_rows_, a_rows_ + system_.n);
@@ -180,7 +180,7 @@ class TElimination {
   };
 
   // An eliminated panel, and what others need when they take its terms: the rows go on being exchanged meanwhile.
-  struct TStep {
+  struct alignas(64) TStep {
     TStep(std::size_t height, std::size_t columns)
         : rows(height), values(height * columns), factors{values.Get(), ShapeOfLevel().rows, columns, 0} {
       std::fill_n(factors.Of(height - kMostTileRows), kMostTileRows * columns, 0.0);
@@ -411,13 +411,15 @@ class TElimination {
     for (std::size_t i = factors.first; i < column; ++i, upper += factors.height, lower += factors.height) {
       std::swap(*upper, *lower);
     }
-    *sign_ = -*sign_;
+    sign_.value = -sign_.value;
   }
 
   TPanelSystem system_;
   double** a_rows_;
   TStripMatrix* matrix_;
-  double* sign_;
+  struct alignas(64) {
+    double value = 1.0;
+  } sign_;                 // of the exchanges: it changes while others read what is around it
   std::vector<double> b_;  // with zeros for the rows that fill the last tile
   std::deque<TPanel> panels_;
   std::deque<TStep> steps_;
@@ -431,7 +433,7 @@ class TElimination {
 }  // namespace
 
 bool EliminateByPanels(const TPanelSystem& system, double** a_rows, TStripMatrix* matrix, double* sign) {
-  return TElimination(system, a_rows, matrix, sign).Run();
+  return TElimination(system, a_rows, matrix).Run(sign);
 }
 
 }  // namespace SatCommonUtils::kernels
