@@ -4,6 +4,7 @@
 #include "linalg/elimination_strip.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "linalg/simd.h"
 #include "linalg/tile_kernel.h"
@@ -90,6 +91,33 @@ struct TTakeEliminated {
   }
 };
 
+// Rows of a strip that are as long as it is wide, to it or from it.
+template <bool To>
+struct TCopyWholeRows {
+  TRange rows;
+  std::conditional_t<To, TConstRows, TRows> a;
+  std::size_t column;
+  double* strip;  // the first of these rows
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    using TMemory = typename simd::TLanes<Width>::TUnaligned;
+    double* row = strip;
+    for (std::size_t i = rows.first; i < rows.last; ++i, row += kStripColumns) {
+#pragma GCC unroll 12
+      for (std::size_t j = 0; j < kStripColumns; j += Width) {
+        typename simd::TLanes<Width>::TVector values;
+        simd::Load(To ? a[i] + column + j : row + j, values);
+        if constexpr (To) {
+          *reinterpret_cast<TMemory*>(row + j) = values;
+        } else {
+          *reinterpret_cast<TMemory*>(a[i] + column + j) = values;
+        }
+      }
+    }
+  }
+};
+
 }  // namespace
 
 TStripMatrix::TStripMatrix(std::size_t n)
@@ -101,20 +129,23 @@ TStripMatrix::TStripMatrix(std::size_t n)
 
 void TStripMatrix::Load(std::size_t strip, TRange rows, TConstRows a) {
   const std::size_t first = strip * kStripColumns;
-  const std::size_t width = std::min(kStripColumns, n_ - first);
   double* to = Strip(strip) + rows.first * kStripColumns;
-  for (std::size_t i = rows.first; i < rows.last; ++i, to += kStripColumns) {
-    std::copy_n(a[i] + first, width, to);
-    std::fill(to + width, to + kStripColumns, 0.0);
+  if (first + kStripColumns <= n_) {
+    simd::Dispatch(TCopyWholeRows<true>{rows, a, first, to});
+  } else {
+    for (std::size_t i = rows.first; i < rows.last; ++i, to += kStripColumns) {
+      std::fill(std::copy(a[i] + first, a[i] + n_, to), to + kStripColumns, 0.0);
+    }
   }
-  if (rows.last == n_) std::fill_n(to, (rows_.size() - n_) * kStripColumns, 0.0);
+  if (rows.last == n_) std::fill_n(Strip(strip) + n_ * kStripColumns, (rows_.size() - n_) * kStripColumns, 0.0);
 }
 
 void TStripMatrix::Store(std::size_t strip, TRange rows, TRows a) const {
   const std::size_t first = strip * kStripColumns;
-  const double* from = Strip(strip) + rows.first * kStripColumns;
+  double* from = Strip(strip) + rows.first * kStripColumns;
+  if (first + kStripColumns <= n_) return simd::Dispatch(TCopyWholeRows<false>{rows, a, first, from});
   for (std::size_t i = rows.first; i < rows.last; ++i, from += kStripColumns) {
-    std::copy_n(from, std::min(kStripColumns, n_ - first), a[i] + first);
+    std::copy_n(from, n_ - first, a[i] + first);
   }
 }
 
