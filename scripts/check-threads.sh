@@ -11,7 +11,7 @@ need_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}" clang libomp-dev
 declare -A filters=(
   [planted_race]=''
   [frame]='*Thread*'
-  [linalg]='*Products*:NormalEquations*:Cholesky*:Gauss*'
+  [linalg]='*Products*:NormalEquations*:Cholesky*:Gauss*:Solvers*'
   [rpc]='*Array*:*Thread*'
   [refine]='AdjustedRPC.*:*Thread*'
   [terrain]='*Thread*'
