@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstring>
 #include <deque>
 #include <exception>
 #include <vector>
@@ -145,12 +146,57 @@ struct TDiagonalRows {
   }
 };
 
+// The sums of the forward pass in the columns of a strip take the terms of some rows above it.
+struct TForwardTerms {
+  const TPackedFactor& packed;
+  TRange columns;
+  TRange rows;
+  double* y;
+
+  template <int Width>
+  [[gnu::always_inline]] void Run() const {
+    // Of a strip at the end no more is there.
+    const std::size_t vectors = (columns.last - columns.first + Width - 1) / Width;
+    if (vectors == 1) Sum<Width, 1>();
+    if (vectors == 2) Sum<Width, 2>();
+    if (vectors == 3) Sum<Width, 3>();
+  }
+
+  template <int Width, std::size_t Vectors>
+  [[gnu::always_inline]] void Sum() const {
+    using TVec = typename simd::TLanes<Width>::TVector;
+    double whole[Vectors * Width] = {};
+    std::copy(y + columns.first, y + columns.last, whole);
+    TVec sums[Vectors];
+    for (std::size_t v = 0; v < Vectors; ++v) simd::Load(whole + v * Width, sums[v]);
+    const double* u = packed.Column(columns.first) + rows.first * TStaticShape<Width>::kPanel;
+    for (std::size_t k = rows.first; k < rows.last; ++k, u += TStaticShape<Width>::kPanel) {
+#pragma GCC unroll 4
+      for (std::size_t v = 0; v < Vectors; ++v) {
+        TVec row;
+        simd::Load(u + v * Width, row);
+        sums[v] += y[k] * row;
+      }
+    }
+    for (std::size_t v = 0; v < Vectors; ++v) std::memcpy(whole + v * Width, &sums[v], sizeof sums[v]);
+    std::copy_n(whole, columns.last - columns.first, y + columns.first);
+  }
+};
+
 // The columns of the factor in blocks, which the threads of a team take in turn. A block follows those on its left row
 // by row; only its last rows have to wait for the block before it, and of these only the last terms.
 class TFactorisation {
  public:
-  TFactorisation(TConstRows a, std::size_t n, TPoll poll, TRows u)
-      : a_(a), n_(n), poll_(poll), u_(u), team_(SolverTeamSize(n)), packed_(n, shape_.panel), early_(Blocks()) {}
+  TFactorisation(TConstRows a, std::size_t n, TPoll poll, TRows u, const double* b, double* y)
+      : a_(a),
+        n_(n),
+        poll_(poll),
+        u_(u),
+        b_(b),
+        y_(y),
+        team_(SolverTeamSize(n)),
+        packed_(n, shape_.panel),
+        early_(Blocks()) {}
 
   TFactorState Run() {
     OnTeamOrAlone(team_, [&](std::size_t thread, std::size_t) { Work(thread == 0); });
@@ -210,6 +256,7 @@ class TFactorisation {
         if (summed_own > 0) Tiles(strip, {first, strip.last}, 0, false, summed_own);
       });
     }
+    ForStrips({first, last}, [&](TRange strip) { BeginForwardPass(strip, before); });
     if (!WaitForBlocks(block)) return false;
     for (std::size_t j = first; j < last; j += shape_.panel) {
       const TRange strip{j, std::min(j + shape_.panel, last)};
@@ -219,6 +266,7 @@ class TFactorisation {
         ended_.store(true, std::memory_order_release);
         return false;
       }
+      EndForwardPass(strip, before);
     }
     ready_.store(block + 1, std::memory_order_release);
     return true;
@@ -234,6 +282,22 @@ class TFactorisation {
       if (made < rows.last - rows.first) return false;
     }
     return true;
+  }
+
+  // What the rows up to `known` call for, whose y is known.
+  void BeginForwardPass(TRange strip, std::size_t known) const {
+    if (b_ == nullptr) return;
+    std::fill(y_ + strip.first, y_ + strip.last, 0.0);
+    simd::Dispatch(TForwardTerms{packed_, strip, {0, known}, y_});
+  }
+
+  void EndForwardPass(TRange strip, std::size_t known) const {
+    if (b_ == nullptr) return;
+    simd::Dispatch(TForwardTerms{packed_, strip, {known, strip.first}, y_});
+    for (std::size_t i = strip.first; i < strip.last; ++i) {
+      y_[i] = (b_[i] - y_[i]) / u_[i][i];
+      for (std::size_t j = i + 1; j < strip.last; ++j) y_[j] += y_[i] * u_[i][j];
+    }
   }
 
   void Tiles(TRange strip, TRange rows, std::size_t first_term, bool solve,
@@ -252,6 +316,8 @@ class TFactorisation {
   std::size_t n_;
   TPoll poll_;
   TRows u_;
+  const double* b_;
+  double* y_;
   std::size_t team_;
   const TShape shape_ = ShapeOfLevel();
   // Columns of a block: of wide ones fewer come along for the rows above, and more have to wait for each other.
@@ -269,8 +335,8 @@ class TFactorisation {
 
 }  // namespace
 
-TFactorState FactorByStrips(TConstRows a, std::size_t n, TPoll poll, TRows u) {
-  return TFactorisation(a, n, poll, u).Run();
+TFactorState FactorByStrips(TConstRows a, std::size_t n, TPoll poll, TRows u, const double* b, double* y) {
+  return TFactorisation(a, n, poll, u, b, y).Run();
 }
 
 }  // namespace SatCommonUtils::kernels

@@ -117,6 +117,10 @@ TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u);
 /// backward pass runs even when the forward pass was ended. \return false when a poll ended a pass.
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x);
 
+/// Factors and solves, which spares large systems a pass over the factor. `x` is there when the factor is.
+/// \return as `CholeskyFactor`, and `Cancelled` when a poll ended a pass.
+TFactorState CholeskyFactorAndSolve(TConstRows a, const double* b, std::size_t n, TPoll poll, double* x);
+
 /// Solves normal equations by Cholesky, or by elimination when the matrix is not positive definite.
 /// \param normal the rows of a `WorkMatrix`, destroyed. \param right_side destroyed. \param poll as above.
 /// \return false for a singular matrix or a cancel.

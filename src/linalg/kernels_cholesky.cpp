@@ -10,6 +10,7 @@
 #include "linalg/row_kernels.h"
 #include "linalg/simd.h"
 #include "linalg/team.h"
+#include "linalg/work_matrix.h"
 
 namespace SatCommonUtils::kernels {
 
@@ -108,10 +109,21 @@ struct TInversion {
   }
 };
 
+// Here each sum begins with the value that was found last: nothing can run side by side.
+bool BackwardPass(TConstRows u, const double* y, std::size_t n, TPoll poll, double* x) {
+  for (std::size_t i = n; i-- > 0;) {
+    // The row above, of which another thread may have made a part.
+    for (std::size_t j = i - 1; i > 0 && j < n; j += kCacheLine) __builtin_prefetch(u[i - 1] + j);
+    x[i] = (y[i] - Dot(u[i] + i + 1, x + i + 1, n - i - 1)) / u[i][i];
+    if (Stops(poll)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
-  if (n > kSmallFactor) return FactorByStrips(a, n, poll, u);
+  if (n > kSmallFactor) return FactorByStrips(a, n, poll, u, nullptr, nullptr);
   std::size_t made = 0;
   simd::Dispatch(TSmallFactor{a, n, u, &made});
   for (std::size_t i = 0; i < made; ++i) {
@@ -123,12 +135,28 @@ TFactorState CholeskyFactor(TConstRows a, std::size_t n, TPoll poll, TRows u) {
 bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, double* y, double* x) {
   bool complete = false;
   simd::Dispatch(TForwardPass{u, b, n, poll, y, &complete});
-  // Here each sum begins with the value that was found last: nothing can run side by side.
-  for (std::size_t i = n; i-- > 0;) {
-    x[i] = (y[i] - Dot(u[i] + i + 1, x + i + 1, n - i - 1)) / u[i][i];
-    if (Stops(poll)) return false;
+  return BackwardPass(u, y, n, poll, x) && complete;
+}
+
+TFactorState CholeskyFactorAndSolve(TConstRows a, const double* b, std::size_t n, TPoll poll, double* x) {
+  const WorkMatrix u(n, n);
+  std::vector<double> y(n);
+  const bool is_large = n > kSmallFactor;
+  const TFactorState state =
+      is_large ? FactorByStrips(a, n, poll, u.GetRows(), b, y.data()) : CholeskyFactor(a, n, poll, u.GetRows());
+  if (state != TFactorState::Done) return state;
+  bool complete = true;
+  if (is_large) {
+    for (std::size_t i = 0; complete && i < n; ++i) {
+      complete = !Stops(poll);
+      // The forward pass ends here for the caller.
+      if (!complete) std::fill(y.begin() + static_cast<std::ptrdiff_t>(i) + 1, y.end(), 0.0);
+    }
+    complete = BackwardPass(u.GetRows(), y.data(), n, poll, x) && complete;
+  } else {
+    complete = CholeskySolve(u.GetRows(), b, n, poll, y.data(), x);
   }
-  return complete;
+  return complete ? TFactorState::Done : TFactorState::Cancelled;
 }
 
 void CholeskyInvert(TConstRows u, std::size_t n, TPoll poll, TRows inverse) {

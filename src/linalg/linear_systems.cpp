@@ -87,17 +87,8 @@ bool FormNormalMatrix(double** A, const double* w, std::size_t n, std::size_t m,
 }  // namespace
 
 bool kernels::SolveNormalEquations(double** normal, double* right_side, double* x, std::size_t n, TPoll poll) {
-  const WorkMatrix u(n, n);
-  switch (CholeskyFactor(normal, n, poll, u.GetRows())) {
-    case TFactorState::Done: {
-      std::vector<double> y(n);
-      return CholeskySolve(u.GetRows(), right_side, n, poll, y.data(), x);
-    }
-    case TFactorState::Cancelled:
-      return false;
-    case TFactorState::NotPositive:
-      break;
-  }
+  const TFactorState state = CholeskyFactorAndSolve(normal, right_side, n, poll, x);
+  if (state != TFactorState::NotPositive) return state == TFactorState::Done;
   return GaussOfCopy(normal, right_side, x, n, poll) != 0.0;
 }
 

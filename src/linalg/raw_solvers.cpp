@@ -39,21 +39,21 @@ double SolveInto(TVector& x, std::size_t n, const Solve& solve) {
 }  // namespace
 
 bool Cholesky(double** A, double* b, double* x, std::size_t n, int (*poll)(void)) {
-  const WorkMatrix u(n, n);
-  if (kernels::CholeskyFactor(A, n, poll, u.GetRows()) != TFactorState::Done) return false;
-  std::vector<double> y(n);
-  return kernels::CholeskySolve(u.GetRows(), b, n, poll, y.data(), x);
+  return kernels::CholeskyFactorAndSolve(A, b, n, poll, x) == TFactorState::Done;
 }
 
 bool Cholesky(const TMatrix& A, const TVector& b, TVector& x) {
   const std::size_t n = A.GetWidth();
   CheckSquareBlock(A, n);
-  const WorkMatrix u(n, n);
-  if (kernels::CholeskyFactor(RowPointers(A).data(), n, nullptr, u.GetRows()) != TFactorState::Done) return false;
-  if (b.GetSize() < n) ThrowIndexError();
-  std::vector<double> y(n);
+  // That it is too short counts only where there is a factor.
+  const std::vector<double> none(b.GetSize() < n ? n : 0);
+  const double* const right_side = none.empty() ? b.GetData() : none.data();
   TVector solution(n);
-  kernels::CholeskySolve(u.GetRows(), b.GetData(), n, nullptr, y.data(), solution.GetData());
+  if (kernels::CholeskyFactorAndSolve(RowPointers(A).data(), right_side, n, nullptr, solution.GetData()) !=
+      TFactorState::Done) {
+    return false;
+  }
+  if (b.GetSize() < n) ThrowIndexError();
   x = std::move(solution);
   return true;
 }
