@@ -192,12 +192,16 @@ def adjust(
     ValueError
         For columns and names that are missing, and with the library's sentence where there is no adjustment.
     """
+    if not isinstance(models, Mapping):
+        raise TypeError("models is a mapping of the names of images to models, {'0012': model, ...}")
     images = list(models)
     place = {name: i for i, name in enumerate(images)}
     image_names = _texts(_column(measurements, "image", "measurements"))
     unknown = sorted(set(image_names.tolist()) - set(images))
     if unknown:
-        raise ValueError(f"measurements in images without a model: {', '.join(unknown[:10])}")
+        read_as_numbers = {name.lstrip("0") or "0" for name in images if name.isdigit()}
+        hint = "; names of images are texts: read them so (dtype=str)" if read_as_numbers & set(unknown) else ""
+        raise ValueError(f"measurements in images without a model: {', '.join(unknown[:10])}{hint}")
     image = np.array([place[name] for name in image_names.tolist()], dtype=np.uint32)
     measured = _texts(_column(measurements, "point", "measurements"))
     named = measured if control is None else np.concatenate([measured, _texts(_column(control, "point", "points"))])

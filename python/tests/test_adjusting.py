@@ -97,6 +97,10 @@ def test_what_cannot_be_meant_is_a_value_error(block):
     models, measurements, control = block["models"], block["measurements"], block["control"]
     with pytest.raises(ValueError, match="without a model: im5"):
         orbmath.adjust({name: models[name] for name in list(models)[:5]}, measurements, control)
+    with pytest.raises(TypeError, match="mapping"):
+        orbmath.adjust(list(models.values()), measurements, control)
+    with pytest.raises(ValueError, match="dtype=str"):
+        orbmath.adjust({"0007": models["im0"]}, {key: [7] for key in ("point", "image", "line", "sample")})
     with pytest.raises(ValueError, match="no column 'sample'"):
         orbmath.adjust(models, {key: measurements[key] for key in ("point", "image", "line")})
     with pytest.raises(ValueError, match="kind"):
