@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <vector>
 
 #include "linalg/cholesky_factor.h"
@@ -18,7 +19,7 @@ namespace {
 
 // A factor of so few rows is made row by row.
 constexpr std::size_t kSmallFactor = 64;
-// Columns of the inverse that are made together: the widest strip of CombineRows at the widest vectors.
+// The most columns of the inverse that are made together: the widest strip of CombineRows at the widest vectors.
 constexpr std::size_t kInverseColumns = 48;
 
 // Makes a small factor row by row.
@@ -71,42 +72,39 @@ struct TForwardPass {
   }
 };
 
-// Some columns of the inverse at once: row i of the right-hand sides takes the rows that are known already. The columns
-// of a strip stay in the cache while all rows go by.
+// Some columns of the inverse at once: row i of the right-hand sides takes the rows that are known already. They are
+// made in memory of their own, which stays in the cache while all rows go by.
 struct TInversion {
   TConstRows u;
   std::size_t n;
-  TRange columns;
-  TRows inverse;
+  TRange made;    // columns of the inverse
+  TRows columns;  // their rows, in whole vectors
   double* factors;
-  double* sums;  // n values, of which those of the columns are used
 
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     for (std::size_t i = 0; i < n; ++i) {
       for (std::size_t k = 0; k < i; ++k) factors[k] = u[k][i];
-      Sum<Width>(factors, inverse, i);
-      std::fill(inverse[i] + columns.first, inverse[i] + columns.last, 0.0);
-      if (columns.first <= i && i < columns.last) inverse[i][i] = 1.0;
-      Finish<Width>(i);
+      double right[kInverseColumns] = {};
+      if (made.first <= i && i < made.last) right[i - made.first] = 1.0;
+      Make<Width>(i, factors, {0, i}, right);
     }
     for (std::size_t i = n; i-- > 0;) {
-      Sum<Width>(u[i] + i + 1, inverse + i + 1, n - i - 1);
-      Finish<Width>(i);
+      double right[kInverseColumns];
+      std::copy_n(columns[i], WholeVectors(), right);
+      Make<Width>(i, u[i] + i + 1, {i + 1, n}, right);
     }
   }
 
   template <int Width>
-  [[gnu::always_inline]] void Sum(const double* row_factors, TConstRows rows, std::size_t count) const {
-    std::fill(sums + columns.first, sums + columns.last, 0.0);
-    CombineRows<Width, TTerm::Plain>(row_factors, rows, count, columns, sums);
+  [[gnu::always_inline]] void Make(std::size_t i, const double* row_factors, TRange rows, const double* right) const {
+    const TRange all{0, WholeVectors()};
+    std::fill_n(columns[i], all.last, 0.0);
+    CombineRows<Width, TTerm::Plain>(row_factors, columns + rows.first, rows.last - rows.first, all, columns[i]);
+    SubtractAndDivide<Width>(right, u[i][i], all, columns[i]);
   }
 
-  template <int Width>
-  [[gnu::always_inline]] void Finish(std::size_t i) const {
-    SubtractAndDivide<Width>(inverse[i], u[i][i], columns, sums);
-    std::copy(sums + columns.first, sums + columns.last, inverse[i] + columns.first);
-  }
+  std::size_t WholeVectors() const { return WorkMatrix::Padded(made.last - made.first); }
 };
 
 // Here each sum begins with the value that was found last: nothing can run side by side.
@@ -160,18 +158,28 @@ TFactorState CholeskyFactorAndSolve(TConstRows a, const double* b, std::size_t n
 }
 
 void CholeskyInvert(TConstRows u, std::size_t n, TPoll poll, TRows inverse) {
+  if (n == 0) return;
   const std::size_t team = SolverTeamSize(n);
-  std::vector<double> factors(n * team), sums(n * team);
-  for (std::size_t first = 0; first < n; first += team * kInverseColumns) {
+  // As many strips for each thread as for the others.
+  const std::size_t rounds = (n + team * kInverseColumns - 1) / (team * kInverseColumns);
+  const std::size_t width = WorkMatrix::Padded((n + rounds * team - 1) / (rounds * team));
+  std::deque<WorkMatrix> columns;
+  for (std::size_t i = 0; i < team; ++i) columns.emplace_back(n, width);
+  std::vector<double> factors(n * team);
+  for (std::size_t first = 0; first < n; first += team * width) {
     OnTeamOrAlone(team, [&](std::size_t thread, std::size_t threads) {
       // The team may be smaller than it was asked to be.
       for (std::size_t strip = thread; strip < team; strip += threads) {
-        const std::size_t begin = std::min(first + strip * kInverseColumns, n);
-        const TRange columns{begin, std::min(begin + kInverseColumns, n)};
-        simd::Dispatch(TInversion{u, n, columns, inverse, factors.data() + thread * n, sums.data() + thread * n});
+        const std::size_t begin = first + strip * width;
+        if (begin >= n) continue;
+        const TRange made{begin, std::min(begin + width, n)};
+        simd::Dispatch(TInversion{u, n, made, columns[thread].GetRows(), factors.data() + thread * n});
+        for (std::size_t i = 0; i < n; ++i) {
+          std::copy_n(columns[thread].GetRows()[i], made.last - made.first, inverse[i] + begin);
+        }
       }
     });
-    for (std::size_t j = first; poll != nullptr && j < std::min(first + team * kInverseColumns, n); ++j) poll();
+    for (std::size_t j = first; poll != nullptr && j < std::min(first + team * width, n); ++j) poll();
   }
 }
 
