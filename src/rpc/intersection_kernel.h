@@ -53,6 +53,12 @@ void RunOver(const Kernel& kernel) {
   simd::Dispatch(TOverVectors<Kernel>{kernel});
 }
 
+/// Numbers side by side in a `T`.
+template <class T>
+constexpr std::size_t kLaneCount = sizeof(T) / sizeof(double);
+template <>
+inline constexpr std::size_t kLaneCount<double> = 1;
+
 /// Vectors in memory at any address. By their types, not by std::memcpy: of vectors wider than the base instruction set
 /// that copies halves, and a load of what was just stored in halves waits for both.
 template <class T>

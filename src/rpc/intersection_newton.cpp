@@ -52,7 +52,7 @@ struct TNewtonKernel {
 
   template <class T>
   [[gnu::always_inline]] void Over() const {
-    constexpr std::size_t kLanes = sizeof(T) / sizeof(double);
+    constexpr std::size_t kLanes = kLaneCount<T>;
     const std::size_t count = points.count;
     for (std::size_t i = 0; i < count; i += kLanes) Begin<T>(i);
     for (std::size_t i = 0; i < count; i += kLanes) Place<T>(i);
@@ -79,7 +79,7 @@ struct TNewtonKernel {
   template <class T>
   [[gnu::always_inline]] bool IsOpen(std::size_t i) const {
     std::int64_t any = 0;
-    for (std::size_t lane = 0; lane < sizeof(T) / sizeof(double); ++lane) any |= points.open[i + lane];
+    for (std::size_t lane = 0; lane < kLaneCount<T>; ++lane) any |= points.open[i + lane];
     return any != 0;
   }
 
@@ -180,7 +180,7 @@ struct TNewtonKernel {
   /// stand in the places of misses and rows.
   template <class T>
   void ProjectDerived() const {
-    constexpr std::size_t kLanes = sizeof(T) / sizeof(double);
+    constexpr std::size_t kLanes = kLaneCount<T>;
     const TRPCNormalization& axes = images.Reference().normalization;
     const std::size_t filled = (points.count + kLanes - 1) / kLanes * kLanes;
     double(&ground)[3][Capacity] = points.ground;
