@@ -31,7 +31,10 @@ namespace {
 /// Names of images that have no model. \throws Failure
 void RefuseUnknown(const BlockImages& images, const BlockData& data) {
   if (data.unknown_images.empty()) return;
+  constexpr std::size_t kMostSaid = 10;
+  std::size_t said = 0;
   for (const auto& [name, count] : data.unknown_images) {
+    if (said++ == kMostSaid) break;
     Note(Counted(count, "measurement") + " in '" + name + "', which is no image of the block" +
          images.WhatThereIs(name));
   }

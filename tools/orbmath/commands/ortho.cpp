@@ -87,7 +87,8 @@ class Ortho : public Command {
          " pixels, " + std::to_string(result.filled) + " of them in the image, " + std::to_string(result.noHeight) +
          " without a height" +
          (hidden_ == 1 ? ", " + std::to_string(result.hidden) + " hidden by terrain" : std::string()));
-    if (result.filled == 0) Note("warning: no pixel of the map lies in the image");
+    if (result.filled == 0)
+      Note("warning: no pixel of the map lies in the image; --bounds count in the units of the map's system");
     return kSuccess;
   }
 
