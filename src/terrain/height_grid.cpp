@@ -173,9 +173,18 @@ THeightRange THeightGrid::GetCellRange(long firstColumn, long lastColumn, long f
   const long columns = CellColumns(frame_, period_);
   const long rows = frame_.rows - 1;
   bool outside = firstRow < 0 || lastRow >= rows;
-  if (period_ > 0 && (firstColumn < 0 || lastColumn >= columns)) {
-    firstColumn = 0;  // over the seam: all columns bound it too
+  if (period_ > 0 && lastColumn - firstColumn + 1 >= columns) {
+    firstColumn = 0;
     lastColumn = columns - 1;
+  } else if (period_ > 0 && (firstColumn < 0 || lastColumn >= columns)) {
+    const long wrapped = (firstColumn % columns + columns) % columns;
+    lastColumn += wrapped - firstColumn;
+    firstColumn = wrapped;
+    if (lastColumn >= columns) {
+      // Over the seam: the columns on its other side by themselves.
+      range = GetCellRange(0, lastColumn - columns, firstRow, lastRow);
+      lastColumn = columns - 1;
+    }
   }
   outside = outside || firstColumn < 0 || lastColumn >= columns;
   const auto addVoid = [this, &range] {
@@ -215,7 +224,7 @@ THeightRange THeightGrid::GetRange(const TTerrainBox& box) const {
   TTerrainBox here = {box.south, box.west + turn, box.north, box.east + turn};
   THeightRange range = GetRangeInTurn(here);
   // What lies beyond half the Earth from the grid's middle is looked up on its other side.
-  if (here.east > centerLongitude_ + 180.0 || here.west < centerLongitude_ - 180.0) {
+  if (period_ == 0 && (here.east > centerLongitude_ + 180.0 || here.west < centerLongitude_ - 180.0)) {
     const double other = here.east > centerLongitude_ + 180.0 ? -360.0 : 360.0;
     here.west += other;
     here.east += other;

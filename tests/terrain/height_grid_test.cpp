@@ -113,6 +113,10 @@ TEST(HeightGrid, AGridAroundTheEarthIsClosed) {
     const THeightRange range = grid.GetRange({-10.0, 170.0, 10.0, 190.0});
     EXPECT_TRUE(!range.voids && range.lowest <= 0.0 && range.highest >= 7.0);
     EXPECT_EQ(grid.GetPeriod(), 8);
+    // A box over the seam needs the tiles on both of its sides, not those all around the Earth.
+    const auto tiles = std::make_shared<CutTiles>(frame, heights, 2);
+    EXPECT_EQ(THeightGrid(frame, tiles).GetRange({1.0, 170.0, 10.0, 190.0}).highest, 7.0);
+    EXPECT_EQ(tiles->made, 2);
   }
 }
 
