@@ -318,13 +318,14 @@ TCells GetCells(const TSpan& column, const TSpan& row) {
 
 /// Whether all cells that lines between two u can be over, and their neighbours, lie in one tile.
 bool LieInOneTile(const THeightGrid& grid, const TBundle& bundle, const TSpan& u, TSightBounds* bounds) {
-  const THeightGridFrame& frame = grid.GetFrame();
+  // Of a grid around the Earth, what does not reach its seam.
+  const int columnsOfPosts = grid.GetPeriod() > 0 ? grid.GetPeriod() : grid.GetFrame().columns;
   const int size = grid.GetTiles().GetTileSize();
   const TSpan columns = bundle.column.Over(u);
   const TSpan rows = bundle.row.Over(u);
   const TCells cells = GetCells({columns.low - kEdge, columns.high + kEdge}, {rows.low - kEdge, rows.high + kEdge});
-  if (grid.GetPeriod() > 0 || cells.firstColumn < 1 || cells.firstRow < 1 || cells.lastColumn > frame.columns - 3 ||
-      cells.lastRow > frame.rows - 3) {
+  if (cells.firstColumn < 1 || cells.firstRow < 1 || cells.lastColumn > columnsOfPosts - 3 ||
+      cells.lastRow > grid.GetFrame().rows - 3) {
     return false;
   }
   bounds->tileColumn = cells.firstColumn / size;

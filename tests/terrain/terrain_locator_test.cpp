@@ -179,6 +179,31 @@ TEST(TerrainLocator, BentLinesOfSightProjectBackFromTheSurface) {
   }
 }
 
+TEST(TerrainLocator, AGridAroundTheEarthGivesThePointsOfOneThatIsOpen) {
+  const TRPC model = TiltedModel(1.0, 2e-3);
+  Random random("around");
+  std::vector<double> line(500), sample(500);
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    line[i] = random.Uniform(0.0, 10000.0);
+    sample[i] = random.Uniform(0.0, 8000.0);
+  }
+  std::vector<TTerrainSolution> of[3];
+  for (int extra : {-1, 0, 1}) {  // open, closed, and closed with the first column once more at the end
+    THeightGridFrame frame = Frame(36000 + extra, 12);
+    const double transform[] = {-180.0, 0.01, 0.0, 45.06, 0.0, -0.01};
+    std::copy_n(transform, 6, frame.transform);
+    const THeightGrid grid(frame, Posts(frame, GentleHills));
+    ASSERT_EQ(grid.GetPeriod(), extra < 0 ? 0 : 36000);
+    std::vector<TTerrainSolution>& found = of[extra + 1];
+    found.resize(line.size());
+    const TTerrainLocator locator(model, grid);
+    ASSERT_EQ(locator.LocateArray(line.size(), line.data(), sample.data(), found.data()), line.size());
+    for (std::size_t i = 0; i < line.size(); ++i) {
+      EXPECT_TRUE(SameBits(found[i].lat, of[0][i].lat) && SameBits(found[i].h, of[0][i].h)) << extra << " " << i;
+    }
+  }
+}
+
 /// A slope with a hole and a cliff: 500 m in the west and 1500 m east of 7.0, unknown in a square.
 double Cliff(double lat, double lon) {
   if (std::fabs(lat - 45.02) < 0.0041 && std::fabs(lon - 6.99) < 0.0041) return kNaN;
