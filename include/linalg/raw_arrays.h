@@ -22,7 +22,7 @@
 /// because all its elements grow together while the observations go by.
 ///
 /// **Threads.** Products run as OpenMP loops over the rows of the result, shared out in equal runs over
-/// `ZxGetThreadsCount()` threads; Cholesky and elimination use them from 300 unknowns on, and call their polls from the
+/// `ZxGetThreadsCount()` threads; Cholesky and elimination use them from 150 unknowns on, and call their polls from the
 /// caller's thread. Results do not depend on that number: every sum runs in index order. The output of
 /// a product must not be one of its inputs.
 

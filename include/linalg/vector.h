@@ -109,7 +109,7 @@ class ORBMATH_API TVector {
   std::size_t Reset(std::size_t n);
 
   /// The elements in the form "(1;2;3)", as printed by "%.20lg": reading it back restores every element bit for bit
-  /// (a NaN stays a NaN). The process's locale plays no part.
+  /// (a NaN stays a NaN). "()" for an empty vector. The process's locale plays no part.
   std::string GetString() const;
   /// The same frame for people: elements as printed by "%9.4f".
   std::string Output() const;
