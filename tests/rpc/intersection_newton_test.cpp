@@ -8,6 +8,7 @@
 #include "rpc/ground_solution.h"
 #include "rpc/image_to_ground.h"
 #include "rpc/models.h"
+#include "rpc/rpc_boxes.h"
 #include "support/random.h"
 
 namespace SatCommonUtils {
@@ -65,6 +66,23 @@ void ExpectWhatTheModelsSay(int kind, const Items& items, const TGroundIntersect
   }
 }
 
+/// The flags are those of the images' boxes and margins.
+void ExpectFlags(const Items& items, const TGroundIntersection& solution) {
+  bool image = false, height = false, ground = false, margin = false;
+  for (const TRPCCoordsDataItem& item : items) {
+    const TGroundBox box = GroundBoxOf(*item.model);
+    const TPolygon* const polygon = item.model->FindMargin();
+    image = image || !ImageBoxOf(*item.model).Contains({item.line, item.sample});
+    height = height || box.HeightRemoteness(solution.h) > 1.0;
+    ground = ground || box.Remoteness({solution.lat, solution.lon, solution.h}) > 1.0;
+    margin = margin || (polygon != nullptr && !polygon->Contains({item.sample, item.line}));
+  }
+  EXPECT_EQ(solution.outsideImage, image);
+  EXPECT_EQ(solution.outsideHeight, height);
+  EXPECT_EQ(solution.outsideGround, ground);
+  EXPECT_EQ(solution.outsideMargin, margin);
+}
+
 /// Many points of images with errors of a pixel and of twenty: the same minimum as the plain iteration's in two or
 /// three evaluations of the models.
 TEST(IntersectionNewton, FindsWhatThePlainIterationFinds) {
@@ -72,8 +90,10 @@ TEST(IntersectionNewton, FindsWhatThePlainIterationFinds) {
   strong.lineNumCoef[8] = strong.sampNumCoef[7] = 0.012;
   strong.lineDenCoef[2] = strong.sampDenCoef[1] = -0.013;
   strong.lineScale = 3300.0;
-  const TRPC left = CameraModel(1.4, -0.3), right = CameraModel(361.42, 0.3), middle = CameraModel(1.41, 0.05);
-  const TRPC wide(strong, nullptr);
+  const TRPC left = CameraModel(1.4, -0.3), right = CameraModel(361.42, 0.3);
+  TRPC middle = CameraModel(1.41, 0.05), wide(strong, nullptr);
+  wide.SetRasterDims(9000, 10100);
+  middle.SetMargin(TPolygon(std::vector<xy_d>{{900.0, 900.0}, {9000.0, 1000.0}, {8500.0, 9000.0}}));
   TRPCData east = CameraRecord(179.99, -0.2), west = CameraRecord(-179.98, 0.25);  // the antimeridian between them
   const TRPC eastern(east, nullptr), western(west, nullptr);
   const orbmath_test::ShearedModel sheared(strong);
@@ -119,6 +139,7 @@ TEST(IntersectionNewton, FindsWhatThePlainIterationFinds) {
         ASSERT_NEAR(solution.lon, ground[1], kSameDegrees) << "in the turn of the first image";
         ASSERT_NEAR(solution.h, ground[2], kSameMetres);
         ExpectWhatTheModelsSay(kind, items, solution);
+        ExpectFlags(items, solution);
       }
     }
   }
