@@ -22,7 +22,7 @@ using Items = std::vector<TRPCCoordsDataItem>;
 
 constexpr double kVariance = 2.25;  // square metres
 constexpr double kSameDegrees = 1e-12;
-constexpr double kSameMetres = 1e-6;
+constexpr double kSameMetres = 1e-7;
 constexpr double kSamePixels = 1e-8;  // a last digit of a degree of longitude is 3e-9 pixels
 
 TGroundIntersection SolveKind(int kind, const Items& items, double h) {
