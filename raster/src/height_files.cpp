@@ -87,7 +87,7 @@ bool LooksLikeDegrees(const double* t, int columns, int rows) {
 /// The unit of heights that are not metres, as the band or its vertical system has it; empty for metres and where
 /// nothing is said.
 std::string ForeignUnit(GDALRasterBand* band, const OGRSpatialReference* system) {
-  const std::string unit = band->GetUnitType();
+  std::string unit = band->GetUnitType();
   for (const char* metre : {"m", "metre", "metres", "meter", "meters"}) {
     if (EQUAL(unit.c_str(), metre)) return "";
   }
