@@ -132,7 +132,7 @@ struct TDiagonalRows {
     const std::size_t last = (columns.last + Width - 1) / Width * Width;
     for (std::size_t i = rows.first; i < rows.last; ++i) {
       const std::size_t first = i / Width * Width;
-      double factors[kMostTileRows];
+      double factors[kMostTileRows] = {};
       for (std::size_t k = rows.first; k < i; ++k) factors[k - rows.first] = u[k][i];
       double* const row = u[i];
       CombineRows<Width, TTerm::Plain>(factors, u + rows.first, i - rows.first, {first, last}, row);

@@ -21,12 +21,10 @@ struct TTakeEliminated {
     constexpr std::size_t kVectors = TStaticShape<Width>::kVectors;
     for (std::size_t j = waiting.columns.first; j < waiting.columns.last; j += kVectors * Width) {
       const std::size_t vectors = (waiting.columns.last - j + Width - 1) / Width;
-      if (vectors == 1) {
-        Tiles<Width, 1>(j);
-      } else if (vectors == 2 || kVectors == 2) {
-        Tiles<Width, 2>(j);
-      } else {
-        Tiles<Width, kVectors>(j);
+      if (vectors == 1) Tiles<Width, 1>(j);
+      if (vectors == 2 || (kVectors == 2 && vectors > 2)) Tiles<Width, 2>(j);
+      if constexpr (kVectors == 3) {
+        if (vectors > 2) Tiles<Width, 3>(j);
       }
     }
   }

@@ -32,7 +32,7 @@ struct TSmallFactor {
   template <int Width>
   [[gnu::always_inline]] void Run() const {
     for (std::size_t i = 0; i < n; ++i) {
-      double factors[kSmallFactor];
+      double factors[kSmallFactor] = {};
       for (std::size_t k = 0; k < i; ++k) factors[k] = u[k][i];
       double* const row = u[i];
       // Whole vectors: what they compute left of the diagonal and beyond the end is not looked at.
@@ -90,7 +90,7 @@ struct TInversion {
       Make<Width>(i, factors, {0, i}, right);
     }
     for (std::size_t i = n; i-- > 0;) {
-      double right[kInverseColumns];
+      double right[kInverseColumns] = {};
       std::copy_n(columns[i], WholeVectors(), right);
       Make<Width>(i, u[i] + i + 1, {i + 1, n}, right);
     }

@@ -212,7 +212,7 @@ class TElimination {
   }
   double TimeToTakeAll(TRange columns) const {
     const std::size_t n = system_.n, steps = system_.left_columns == TLeftColumns::Skip ? columns.first : n;
-    return 0.14 * static_cast<double>((columns.last - columns.first) * steps * (2 * n - steps) / 2);
+    return 0.07 * static_cast<double>((columns.last - columns.first) * steps * (2 * n - steps));
   }
 
   // The team may be smaller than it was asked to be.

@@ -144,6 +144,8 @@ TEST(CholeskySolver, PollsForAColumnOfTheInverseOnceItIsThere) {
   ASSERT_TRUE(CholeskyMatrixInversion(a.Get(), growing.Get(), kSize, CheckingPoll));
   EXPECT_EQ(asked, static_cast<int>(kSize));
   EXPECT_LT(ahead, kSize / 2) << "the polls follow their columns";
+  known_inverse = nullptr;
+  growing_inverse = nullptr;
 }
 
 TEST(GaussSolver, HasTheBitsOfThePlainLoopsAndLeavesWhatTheyLeave) {
