@@ -105,6 +105,9 @@ struct ORBMATH_API TRefinementFit {
   std::vector<TRefinementResidual> points;
   /// Points that took part in the fit.
   std::size_t used = 0;
+  /// Points all of whose numbers are those of an earlier one, as in joined files: no second measurement. They do not
+  /// count, and their story is that of the earlier one.
+  std::size_t copies = 0;
   /// Root mean square distance over the points that took part, before and after, pixels.
   double rmsBefore = 0.0;
   double rmsAfter = 0.0;  ///< see `rmsBefore`
@@ -139,9 +142,9 @@ ORBMATH_API std::size_t LeastRefinementPoints(TRPCRefinementTransformType type) 
 /// a level at which one set of good points in a hundred loses one. Residuals below a thousandth of a pixel count as
 /// that. The subsets come from a fixed seed: the same ties give the same bits.
 ///
-/// \return success. Refused with a reason: too few points for the kind, numbers that are not finite, sigmas not above
-/// 0, points at one place or so close to a line that the correction would be uncertain by more than 30 times the error
-/// of a point within the square around them.
+/// \return success. Refused with a reason: too few points for the kind, numbers that are not finite or beyond 1e60,
+/// sigmas not above 0 or below 1e-60, points at one place or so close to a line that the correction would be uncertain
+/// by more than 30 times the error of a point within the square around them.
 ORBMATH_API bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options,
                                TRefinementFit* result);
 

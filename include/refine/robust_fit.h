@@ -37,8 +37,8 @@ struct ORBMATH_API TRPCFitOptions {
   /// Ridge of the fit, dimensionless, 0 or above, as a share of the largest squared singular value of the design
   /// matrix, or negative: chosen by cross-validation. Order 1 needs none.
   double ridge = -1.0;
-  /// Weight of each point (1 / variance; only ratios count), 0 or above; empty: all the same. A point of weight 0 takes
-  /// no part and is not counted.
+  /// Weight of each point (1 / variance; only ratios count), 0 or above; empty: all the same. A point of weight 0, or
+  /// of less than 1e-20 of the largest, takes no part and is not counted.
   std::vector<double> weights;
   /// What becomes of bad points.
   TRPCBadPoints badPoints = TRPCBadPoints::LeftOut;
@@ -91,8 +91,11 @@ struct TRPCFitReport {
   /// True: the points share one height, and the model holds there only.
   bool flat = false;
   std::vector<std::size_t> bad;  ///< places of bad points in the list, ascending
-  TRPCFitResiduals fitted;       ///< over the fitted points
-  TRPCFitResiduals check;        ///< over held-out and additional check points
+  /// Points all of whose coordinates are those of an earlier one: no second measurement. They do not count, the earlier
+  /// one has the largest of their weights.
+  std::size_t copies = 0;
+  TRPCFitResiduals fitted;  ///< over the fitted points
+  TRPCFitResiduals check;   ///< over held-out and additional check points
   /// "not run", and in the end one sentence that a person can read.
   std::string message = "not run";
 };
@@ -113,8 +116,10 @@ struct TRPCFitReport {
 /// \param rpc receives the record; its five offsets and scales are used and kept when the points are normalised or the
 ///   options say so. Untouched on failure.
 /// \param report null, or receives the story, also of a failure.
-/// \return false for too few points, values that are not finite, a latitude, longitude, line or sample without spread,
-///   unusable options, offsets or scales, or when the progress handler asked for a stop.
+/// \return false for too few points, values that are not finite or beyond 1e60, a latitude, longitude, line or sample
+///   without spread, latitudes most of which are beyond 90 degrees, points of whose lines or samples the model explains
+///   less than nine tenths (their columns are not what they should be), unusable options, offsets or scales, or when
+///   the progress handler asked for a stop.
 ///
 /// Bad points, which do not belong to the others by what chance and the model's own misfit allow (six standard
 /// deviations of their residual, estimated from the others, more where few are redundant, and a ten-millionth of the

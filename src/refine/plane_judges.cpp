@@ -202,8 +202,8 @@ double TPlaneJudges::Slack(const TPlaneMap& map, double least) const {
 
 double TPlaneJudges::SquareOfRank(const TPlaneMap& map, std::size_t rank, double least,
                                   std::vector<double>* squares) const {
-  const double* values[5];
-  for (std::size_t k = 0; k < values_.size(); ++k) values[k] = values_[k].data();
+  const double* const values[] = {values_[0].data(), values_[1].data(), values_[2].data(), values_[3].data(),
+                                  values_[4].data()};
   const bool perspective = map[6] != 0.0 || map[7] != 0.0;
   std::size_t below = 0, seen = 0;
   const std::size_t spare = count_ - rank - 1;

@@ -4,6 +4,7 @@
 #include "refine/refinement_fit.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "frame/zxstd/text.h"
+#include "refine/copies.h"
 #include "refine/plane_similarity.h"
 #include "refine/refinement.h"
 #include "refine/refinement_kinds.h"
@@ -71,11 +73,17 @@ struct TCandidate {
   double corner_factor = 0.0;
 };
 
-bool IsGood(const TRefinementTie& tie) {
+/// Squares of larger numbers, by weights of smaller sigmas, would not end in the range of numbers.
+constexpr double kLargestNumber = 1e60;
+
+bool AreBelow(const TRefinementTie& tie, double limit) {
   const double values[] = {tie.line, tie.sample, tie.measuredLine, tie.measuredSample, tie.sigma};
-  return tie.sigma > 0.0 &&
-         std::all_of(std::begin(values), std::end(values), [](double v) { return std::isfinite(v); });
+  return std::all_of(std::begin(values), std::end(values), [&](double v) { return std::fabs(v) <= limit; });
 }
+
+bool IsFinite(const TRefinementTie& tie) { return AreBelow(tie, std::numeric_limits<double>::max()); }
+
+bool IsGood(const TRefinementTie& tie) { return tie.sigma >= 1.0 / kLargestNumber && AreBelow(tie, kLargestNumber); }
 
 double TypicalSigma(const std::vector<TRefinementTie>& ties) {
   std::vector<double> sigmas;
@@ -354,6 +362,42 @@ void Describe(const std::vector<TRefinementTie>& ties, const TRPCRefinementBase&
   result->rmsAfter = std::sqrt(after / static_cast<double>(used.size()));
 }
 
+/// The fit of ties of which none is a copy of another.
+bool FitTies(const std::vector<TRefinementTie>& ties, const TRefinementFitOptions& options, TRefinementFit* result) {
+  TFitter fitter(ties, options);
+  TCandidate best;
+  const bool found = options.automatic ? fitter.FitChosen(&best, &result->kinds, &result->message)
+                                       : fitter.FitGiven(&best, &result->message);
+  if (!found) {
+    return false;
+  }
+  std::vector<char> is_bad(ties.size(), 1);
+  for (const std::size_t i : best.robust.inside) is_bad[i] = 0;
+  const std::size_t bad = ties.size() - best.robust.inside.size();
+  const char* name = GetRPCRefinementTransformTypeName(best.type);
+  if (options.keepAll && !fitter.FitAll(&best)) {
+    result->message = Zentarix::ssprintf("all points together do not determine the kind %s", name);
+    return false;
+  }
+  const var_a<TRPCRefinementDataBase*> record = fitter.RecordOf(best);
+  const var_a<TRPCRefinementBase*> refinement = CreateRefinementN(*record);
+  if (!refinement) {
+    result->message = Zentarix::ssprintf("the fitted map of the kind %s has no inverse", name);
+    return false;
+  }
+  result->success = true;
+  result->type = best.type;
+  result->data = record;
+  result->sigmaFactor = std::sqrt(best.robust.variance) / TypicalSigma(ties);
+  result->cornerFactor = best.corner_factor;
+  result->covariance = fitter.CovarianceOf(best);
+  fitter.DropTies();
+  Describe(ties, *refinement, best, is_bad, result);
+  result->message = Zentarix::ssprintf("%s from %zu of %zu points (%zu bad), root mean square %.4lf pixels", name,
+                                       result->used, ties.size(), bad, result->rmsAfter);
+  return true;
+}
+
 }  // namespace
 
 std::vector<TRefinementTie> TiesOfGroundControl(const TRPC& model, const std::vector<TGroundControlPoint>& points) {
@@ -387,6 +431,10 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
   for (std::size_t i = 0; i < ties.size(); ++i) {
     if (!IsGood(ties[i])) {
       result->message = Zentarix::ssprintf("point %zu: a number is not finite, or its sigma is not above 0", i + 1);
+      if (IsFinite(ties[i]) && ties[i].sigma > 0.0) {
+        result->message = Zentarix::ssprintf("point %zu: a number is beyond %lg, or its sigma below %lg", i + 1,
+                                             kLargestNumber, 1.0 / kLargestNumber);
+      }
       return false;
     }
   }
@@ -394,37 +442,26 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
     result->message = "there are no points";
     return false;
   }
-  TFitter fitter(ties, options);
-  TCandidate best;
-  const bool found = options.automatic ? fitter.FitChosen(&best, &result->kinds, &result->message)
-                                       : fitter.FitGiven(&best, &result->message);
-  if (!found) {
-    return false;
+  const std::vector<std::size_t> first = refine::FirstOfCopies(ties.size(), [&](std::size_t i) {
+    const TRefinementTie& tie = ties[i];
+    return std::array<double, 5>{tie.line, tie.sample, tie.measuredLine, tie.measuredSample, tie.sigma};
+  });
+  if (first.empty()) return FitTies(ties, options, result);
+  // A copy shares the fate of the first of its kind.
+  std::vector<TRefinementTie> different;
+  std::vector<std::size_t> place(ties.size());
+  for (std::size_t i = 0; i < ties.size(); ++i) {
+    place[i] = first[i] == i ? different.size() : place[first[i]];
+    if (first[i] == i) different.push_back(ties[i]);
   }
-  std::vector<char> is_bad(ties.size(), 1);
-  for (const std::size_t i : best.robust.inside) is_bad[i] = 0;
-  const std::size_t bad = ties.size() - best.robust.inside.size();
-  const char* name = GetRPCRefinementTransformTypeName(best.type);
-  if (options.keepAll && !fitter.FitAll(&best)) {
-    result->message = Zentarix::ssprintf("all points together do not determine the kind %s", name);
-    return false;
-  }
-  const var_a<TRPCRefinementDataBase*> record = fitter.RecordOf(best);
-  const var_a<TRPCRefinementBase*> refinement = CreateRefinementN(*record);
-  if (!refinement) {
-    result->message = Zentarix::ssprintf("the fitted map of the kind %s has no inverse", name);
-    return false;
-  }
-  result->success = true;
-  result->type = best.type;
-  result->data = record;
-  result->sigmaFactor = std::sqrt(best.robust.variance) / TypicalSigma(ties);
-  result->cornerFactor = best.corner_factor;
-  result->covariance = fitter.CovarianceOf(best);
-  fitter.DropTies();
-  Describe(ties, *refinement, best, is_bad, result);
-  result->message = Zentarix::ssprintf("%s from %zu of %zu points (%zu bad), root mean square %.4lf pixels", name,
-                                       result->used, ties.size(), bad, result->rmsAfter);
+  FitTies(different, options, result);
+  result->copies = ties.size() - different.size();
+  result->message += Zentarix::ssprintf("; %zu copies of points do not count", result->copies);
+  if (!result->success) return false;
+  const std::vector<TRefinementResidual> points = std::move(result->points);
+  result->points.clear();
+  result->points.reserve(ties.size());
+  for (const std::size_t at : place) result->points.push_back(points[at]);
   return true;
 }
 

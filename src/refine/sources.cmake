@@ -12,6 +12,7 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/estimation/row_rotations.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/rpc_estimation_with_callbacks.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/estimation/sorted_points.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/suspects.cpp
   ${CMAKE_CURRENT_LIST_DIR}/estimation/triangular_factor.cpp
   ${CMAKE_CURRENT_LIST_DIR}/adjusted_rpc.cpp

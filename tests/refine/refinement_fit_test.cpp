@@ -216,6 +216,8 @@ TEST(RefinementFit, DegenerateSetsAreRefusedWithAReason) {
       {0, 0, 1, 1}, {1000, 1000, 1001, 1001}, {2000, 2000, 2001, 2001}, {3000, 3000, 3001, 3001}, {7, 7, 8, 8}};
   std::vector<TRefinementTie> along_samples = line, one_place(6), not_finite = line, no_sigma = line;
   for (TRefinementTie& tie : along_samples) tie.line = tie.measuredLine = 5.0;
+  for (std::size_t i = 0; i < one_place.size(); ++i) one_place[i].measuredLine = 0.1 * static_cast<double>(i);
+  const std::vector<TRefinementTie> copies(6, line[1]);
   not_finite[2].measuredSample = INFINITY;
   no_sigma[3].sigma = 0.0;
   const struct {
@@ -230,8 +232,11 @@ TEST(RefinementFit, DegenerateSetsAreRefusedWithAReason) {
               {line, Type::Projective, "near to one line"},
               {along_samples, Type::Affine, "near to one line"},
               {one_place, Type::Affine, "at one place"},
-              {not_finite, Type::Shift, "point 3:"},
-              {no_sigma, Type::Shift, "point 4:"}};
+              {copies, Type::Affine, "needs at least 3 points, there are 1; 5 copies of points do not count"},
+              {{{0, 0, 1, 1}, {0, 9, 1e200, 1}}, Type::Shift, "point 2: a number is beyond 1e+60, or its sigma below"},
+              {{{0, 0, 1, 1, 1e-90}}, Type::Shift, "point 1: a number is beyond 1e+60, or its sigma below"},
+              {not_finite, Type::Shift, "point 3: a number is not finite"},
+              {no_sigma, Type::Shift, "point 4: a number is not finite, or its sigma is not above 0"}};
   for (const auto& row : rows) {
     TRefinementFit fit;
     EXPECT_FALSE(FitRefinement(row.ties, Of(row.type), &fit)) << row.reason;
@@ -258,7 +263,34 @@ TEST(RefinementFit, PointsMeasuredManyTimesDoNotHideTheOthers) {
       }
       TRefinementFit fit;
       ASSERT_TRUE(FitRefinement(simulation.ties, Of(truth->type), &fit)) << fit.message;
-      EXPECT_EQ(fit.used, simulation.ties.size()) << fit.message;
+      EXPECT_EQ(fit.used + fit.copies, simulation.ties.size()) << fit.message;
+    }
+  }
+}
+
+// Files that were joined twice say what they said once: no point is bad because copies of others agree to the last bit.
+TEST(RefinementFit, CopiesOfPointsDoNotCount) {
+  for (const auto& truth : orbmath_test::OneOfEachKind()) {
+    for (const std::size_t count : {5u, 9u, 40u}) {
+      Simulation simulation(*orbmath_test::OneOfEachKind()[1], count, 0.3, 0);
+      TRefinementFitOptions options = Of(truth->type);
+      options.automatic = truth->type == Type::None;
+      TRefinementFit once, joined;
+      ASSERT_TRUE(FitRefinement(simulation.ties, options, &once)) << once.message;
+      std::vector<TRefinementTie> ties = simulation.ties;
+      for (int copy = 0; copy < 3; ++copy) ties.insert(ties.end(), simulation.ties.rbegin(), simulation.ties.rend());
+      ASSERT_TRUE(FitRefinement(ties, options, &joined));
+      std::vector<double> a, b;
+      once.data->GetParametersValues(&a), joined.data->GetParametersValues(&b);
+      EXPECT_TRUE(a.size() == b.size() && SameBits(a.data(), b.data(), a.size()));
+      EXPECT_EQ(joined.used, once.used);
+      EXPECT_EQ(joined.copies, 3 * count);
+      EXPECT_EQ(joined.message, once.message + "; " + std::to_string(3 * count) + " copies of points do not count");
+      ASSERT_EQ(joined.points.size(), ties.size());
+      for (std::size_t i = 0; i < count; ++i) {
+        EXPECT_TRUE(SameBits(joined.points[2 * count - 1 - i].standardized, once.points[i].standardized));
+        EXPECT_EQ(joined.points[2 * count - 1 - i].isBad, once.points[i].isBad);
+      }
     }
   }
 }

@@ -54,8 +54,7 @@ TEST(FitRPC, AveragesNoise) {
   EXPECT_LT(FitDraws(PushbroomRecord(), 10000, 0.3, 2).rms.back(), 0.042);
 }
 
-// Forty noisy points hardly determine 39 unknowns: the fit may be off, but not away. One draw in fifty takes a good
-// point that carries the model for a bad one, and is off by some pixels without it.
+// Forty noisy points hardly determine 39 unknowns: the fit may be off, but not away.
 TEST(FitRPC, DoesNotBlowUpOnTheFewestPoints) {
   const TDraws draws = FitDraws(PushbroomRecord(), 40, 0.1, 40);
   EXPECT_LT(draws.rms[35], 1.0);
@@ -281,6 +280,28 @@ TEST(FitRPC, RefusesWhatItCannotUseAndSaysWhy) {
          o->weights = {1.0, 2.0};
        }},
       {"weight", [](auto*, auto* o) { o->weights.assign(100, 1.0), o->weights[8] = -1.0; }},
+      {"5 points to fit, at least 8",
+       [](auto*, auto* o) {
+         o->weights.assign(100, 1.0);
+         for (std::size_t i = 5; i < 100; ++i) o->weights[i] = 1e-30;
+       }},
+      {"7 points to fit (93 copies of them do not count), at least 8",
+       [](auto* d, auto*) {
+         for (std::size_t i = 7; i < 100; ++i) d->Points[i] = d->Points[i % 7];
+       }},
+      {"beyond 1e+60", [](auto* d, auto*) { d->Points[3].Height = -1e200; }},
+      {"most latitudes are beyond 90 degrees",
+       [](auto* d, auto*) {
+         for (auto& point : d->Points) point.Lon += 100.0, std::swap(point.Lat, point.Lon);
+       }},
+      {"of the lines and",
+       [](auto* d, auto*) {  // a column of other points
+         for (std::size_t i = 0; i < 100; ++i) d->Points[i].Line = d->Points[i * 37 % 100].Height;
+       }},
+      {"explains only 0 % of the lines and 100 % of the samples",
+       [](auto* d, auto*) {
+         for (auto& point : d->Points) point.Line *= 1e-300;
+       }},
       {"held out", [](auto*, auto* o) { o->holdOut = 1; }},
       {"offsets and scales", [](auto*, auto* o) { o->keepNormalization = true; }},
   };
@@ -300,6 +321,63 @@ TEST(FitRPC, RefusesWhatItCannotUseAndSaysWhy) {
     EXPECT_TRUE(SameRecord(fitted, before)) << test.reason;
   }
   EXPECT_EQ(TRPCFitReport().message, "not run");
+}
+
+// Copies are no measurements: of each point's the largest weight counts, and a bad one is named with its copies.
+TEST(FitRPC, CountsCopiesOfPointsOnce) {
+  Random random("Copies");
+  TRPCEstimationDataSet once{RandomPoints(PushbroomRecord(), 60, 0.2, &random), false};
+  TRPCFitOptions options;
+  for (std::size_t i = 0; i < 60; ++i) options.weights.push_back(random.Uniform(1.0, 2.0));
+  once.Points[4].Line += 40.0;
+  TRPCEstimationDataSet joined = once;
+  TRPCFitOptions of_joined = options;
+  for (std::size_t i = 60; i-- > 0;) {
+    joined.Points.push_back(once.Points[i]);
+    of_joined.weights.push_back(i % 2 == 0 ? options.weights[i] : 0.5);
+  }
+  TRPCData a, b;
+  TRPCFitReport of_once, report;
+  ASSERT_TRUE(FitRPC(once, options, &a, &of_once));
+  ASSERT_TRUE(FitRPC(joined, of_joined, &b, &report));
+  EXPECT_TRUE(SameRecord(a, b));
+  EXPECT_EQ(of_once.bad, (std::vector<std::size_t>{4}));
+  EXPECT_EQ(report.bad, (std::vector<std::size_t>{4, 115}));
+  EXPECT_EQ(report.copies, 60u);
+  EXPECT_EQ(report.fitted.count, 59u);
+  EXPECT_NE(report.message.find("; 60 copies of points do not count"), std::string::npos) << report.message;
+}
+
+// A model of points that do not fill space holds where they lie, and the sentence says so.
+TEST(FitRPC, SaysWhereThePointsLie) {
+  const TRPC model(PushbroomRecord(), nullptr);
+  const struct {
+    double of_lat, of_lon, thickness;  ///< the height's share of each, and how far it is from that
+    bool plane, flat;                  ///< what is said when they do not lie on a line
+  } rows[] = {{0.3, 0.4, 0.0, true, false},
+              {0.3, 0.4, 1e-4, true, false},
+              {0.3, 0.4, 0.1, false, false},
+              {0.0, 0.0, 0.0, false, true},
+              {0.3, 0.0, 0.0, true, false}};
+  Random random("Where");
+  for (const auto& row : rows) {
+    for (const bool on_a_line : {false, true}) {
+      TRPCEstimationDataSet data;
+      for (int i = 0; i < 100; ++i) {
+        const double P = random.Uniform(-1, 1), L = on_a_line ? 0.5 * P - 0.1 : random.Uniform(-1, 1);
+        const double H = row.of_lat * P + row.of_lon * L + row.thickness * random.Uniform(-1, 1);
+        data.Points.push_back(PointAt(model, P, L, H));
+      }
+      TRPCData fitted;
+      TRPCFitReport report;
+      ASSERT_TRUE(FitRPC(data, TRPCFitOptions(), &fitted, &report)) << report.message;
+      const auto says = [&](const char* what) { return report.message.find(what) != std::string::npos; };
+      const bool plane = on_a_line && row.thickness > 0.01;  // the line's vertical one
+      EXPECT_EQ(says("one line on the ground"), on_a_line && !plane) << report.message;
+      EXPECT_EQ(says("one plane on the ground"), plane || (!on_a_line && row.plane)) << report.message;
+      EXPECT_EQ(says("one height"), row.flat) << report.message;
+    }
+  }
 }
 
 class TStopAt : public TZxProgressHandler {

@@ -39,9 +39,12 @@ bool MapRange(double least, double largest, TLinearNormalization* normalization)
 
 }  // namespace
 
-bool AllFinite(TPointSpan points) {
-  return std::all_of(points.points, points.points + points.count, [](const TRPCEstimationPoint& point) {
-    return std::all_of(std::begin(kSlots), std::end(kSlots), [&](TSlot slot) { return std::isfinite(point.*slot); });
+bool AllFinite(TPointSpan points) { return AllBelow(points, DBL_MAX); }
+
+bool AllBelow(TPointSpan points, double limit) {
+  return std::all_of(points.points, points.points + points.count, [&](const TRPCEstimationPoint& point) {
+    return std::all_of(std::begin(kSlots), std::end(kSlots),
+                       [&](TSlot slot) { return std::fabs(point.*slot) <= limit; });
   });
 }
 

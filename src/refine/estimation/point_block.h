@@ -25,6 +25,8 @@ struct TPointSpan {
 
 /// True when every coordinate is finite.
 bool AllFinite(TPointSpan points);
+/// True when no coordinate's absolute value is above the limit.
+bool AllBelow(TPointSpan points, double limit);
 
 /// Starts from +DBL_MAX and -DBL_MAX.
 TPointRanges RangesOf(TPointSpan points);

@@ -12,6 +12,7 @@
 #include "refine/estimation/estimation_steps.h"
 #include "refine/estimation/fit_residuals.h"
 #include "refine/estimation/rational_fit.h"
+#include "refine/estimation/sorted_points.h"
 #include "refine/estimation/suspects.h"
 
 namespace SatCommonUtils {
@@ -68,15 +69,6 @@ class TProgress {
   double told_ = 0.0;
 };
 
-// The points that a fit may take and those that check it, without copies where all may be fitted.
-struct TSortedPoints {
-  TPointSpan candidates;
-  std::vector<TRPCEstimationPoint> check;
-  std::vector<double> root_weights;  // empty: all 1
-  std::vector<std::size_t> places;   // of the candidates in the caller's list; empty: the same
-  std::vector<TRPCEstimationPoint> storage;
-};
-
 // The fits of one output.
 struct TFittedDegrees {
   TFitResult first;  // first-order: the reference of the others
@@ -100,7 +92,7 @@ class TRecordFit {
 
   bool Run(TRPCData* rpc) {
     if (!CheckInput(*rpc)) return false;
-    SortPoints();
+    points_ = SortPoints(data_, options_);
     TSetFit fit;
     std::vector<char> is_bad(points_.candidates.count, 0);
     if (!FitAllPoints(&fit)) return false;
@@ -109,6 +101,7 @@ class TRecordFit {
     if (!MakeRecord(fit, *rpc, &result)) {
       return Fail("the fitted model cannot be expressed with the given offsets and scales");
     }
+    if (!Explains(result, is_bad)) return false;
     Describe(result, fit, is_bad);
     if (!progress_.Finish()) return Fail(kStopped);
     report_->success = true;
@@ -134,15 +127,9 @@ class TRecordFit {
 
   bool KeepsNormalization() const { return data_.IsNormalized || options_.keepNormalization; }
   std::size_t LeastPoints() const { return kLeastPoints[std::max(options_.order, 1) - 1]; }
-  /// The place of a candidate in the caller's list.
-  std::size_t PlaceOf(std::size_t candidate) const {
-    return points_.places.empty() ? candidate : points_.places[candidate];
-  }
-  const double* RootWeights() const { return points_.root_weights.empty() ? nullptr : points_.root_weights.data(); }
+  const double* RootWeights() const { return points_.RootWeights(); }
 
   bool CheckInput(const TRPCData& rpc);
-  void SortPoints();
-  void WeighCandidates();
   bool ChooseBox(TPointSpan points, TSetFit* fit);
   bool FitAllPoints(TSetFit* fit);
   std::vector<TRPCEstimationPoint> Others(const std::vector<char>& left_out) const;
@@ -154,6 +141,7 @@ class TRecordFit {
   bool FitOneDegree(const TFitPoints& points, TFitTask task, TFitResult* best);
   bool FitDegrees(const TFitPoints& points, TOutput output, TFittedDegrees* fitted);
   bool MakeRecord(const TSetFit& fit, const TRPCData& given, TRPCData* result) const;
+  bool Explains(const TRPCData& rpc, const std::vector<char>& is_bad);
   void Describe(const TRPCData& rpc, const TSetFit& fit, const std::vector<char>& is_bad);
 
   const TRPCEstimationDataSet& data_;
@@ -173,9 +161,17 @@ bool TRecordFit::CheckInput(const TRPCData& rpc) {
   for (const double weight : options_.weights) {
     if (!std::isfinite(weight) || weight < 0.0) return Fail("a weight is negative or not finite");
   }
-  if (!estimation::AllFinite(TPointSpan{data_.Points.data(), data_.Points.size()}) ||
-      !estimation::AllFinite(TPointSpan{options_.checkPoints.data(), options_.checkPoints.size()})) {
-    return Fail("a coordinate is not finite");
+  for (const std::vector<TRPCEstimationPoint>* points : {&data_.Points, &options_.checkPoints}) {
+    const TPointSpan span{points->data(), points->size()};
+    if (!estimation::AllFinite(span)) return Fail("a coordinate is not finite");
+    if (!estimation::AllBelow(span, kLargestNumber)) {
+      return Fail(Zentarix::ssprintf("a coordinate is beyond %lg", kLargestNumber));
+    }
+  }
+  const auto beyond_the_pole = [](const TRPCEstimationPoint& point) { return std::fabs(point.Lat) > 90.0; };
+  const auto beyond = std::count_if(data_.Points.begin(), data_.Points.end(), beyond_the_pole);
+  if (!data_.IsNormalized && 2 * static_cast<std::size_t>(beyond) > data_.Points.size()) {
+    return Fail("most latitudes are beyond 90 degrees: are they exchanged with longitudes, or in other units?");
   }
   if (KeepsNormalization() && !TRPCNormalization(rpc).IsUsable()) {
     return Fail("the given offsets and scales are not usable");
@@ -183,62 +179,13 @@ bool TRecordFit::CheckInput(const TRPCData& rpc) {
   return true;
 }
 
-void TRecordFit::SortPoints() {
-  const std::vector<TRPCEstimationPoint>& all = data_.Points;
-  points_.check = options_.checkPoints;
-  const TPointRanges ranges = RangesOf({all.data(), all.size()});
-  const bool turns = !data_.IsNormalized && !all.empty() && ranges.largest.Lon - ranges.least.Lon > 180.0;
-  const std::vector<double>& weights = options_.weights;
-  const bool some_out = options_.holdOut > 0 || std::find(weights.begin(), weights.end(), 0.0) != weights.end();
-  const auto takes = [&](std::size_t i) { return weights.empty() || weights[i] > 0.0; };
-  const auto checks = [&](std::size_t i) {
-    return options_.holdOut > 0 && i % options_.holdOut == options_.holdOut - 1;
-  };
-  if (some_out || turns) {
-    points_.storage.reserve(all.size());
-    points_.places.reserve(all.size());
-    for (std::size_t i = 0; i < all.size(); ++i) {
-      TRPCEstimationPoint point = all[i];
-      if (turns) point.Lon = LongitudeNear(all[0].Lon, point.Lon);
-      if (checks(i)) {
-        points_.check.push_back(point);
-      } else if (takes(i)) {
-        points_.storage.push_back(point);
-        points_.places.push_back(i);
-      }
-    }
-    points_.candidates = {points_.storage.data(), points_.storage.size()};
-  } else {
-    points_.candidates = {all.data(), all.size()};
-  }
-  if (!weights.empty()) WeighCandidates();
-}
-
-// Weights that are all the same are none. A mean of 1 keeps the ridge and the scores in their usual range; a power of
-// two, which changes no other bit, keeps their sum in the range of numbers.
-void TRecordFit::WeighCandidates() {
-  std::vector<double>& roots = points_.root_weights;
-  roots.reserve(points_.candidates.count);
-  for (std::size_t i = 0; i < points_.candidates.count; ++i) roots.push_back(options_.weights[PlaceOf(i)]);
-  const auto range = std::minmax_element(roots.begin(), roots.end());
-  if (roots.empty() || *range.first == *range.second) {
-    std::vector<double>().swap(roots);
-    return;
-  }
-  const int exponent = std::ilogb(*range.second);
-  double sum = 0.0;
-  for (double& weight : roots) {
-    weight = std::ldexp(weight, -exponent);
-    sum += weight;
-  }
-  const double mean = sum / static_cast<double>(roots.size());
-  for (double& weight : roots) weight = std::sqrt(weight / mean);
-}
-
 bool TRecordFit::ChooseBox(TPointSpan points, TSetFit* fit) {
   const std::size_t count = points.count;
   if (count < LeastPoints()) {
-    return Fail(Zentarix::ssprintf("%zu points to fit, at least %zu are needed", count, LeastPoints()));
+    const std::string copies =
+        points_.copies.empty() ? "" : Zentarix::ssprintf(" (%zu copies of them do not count)", points_.copies.size());
+    return Fail(
+        Zentarix::ssprintf("%zu points to fit%s, at least %zu are needed", count, copies.c_str(), LeastPoints()));
   }
   fit->ranges = RangesOf(points);
   const double heights = fit->ranges.largest.Height - fit->ranges.least.Height;
@@ -432,6 +379,18 @@ bool TRecordFit::MakeRecord(const TSetFit& fit, const TRPCData& given, TRPCData*
   return converted;
 }
 
+// A model of points that have little to do with each other, as with a wrong column, is none.
+bool TRecordFit::Explains(const TRPCData& rpc, const std::vector<char>& is_bad) {
+  constexpr double kLeastShare = 0.9;
+  const bool leaves_out = options_.badPoints == TRPCBadPoints::LeftOut;
+  const TExplained explained =
+      ExplainedBy(rpc, points_.candidates, RootWeights(), leaves_out ? is_bad.data() : nullptr, data_.IsNormalized);
+  return (explained.line >= kLeastShare && explained.sample >= kLeastShare) ||
+         Fail(Zentarix::ssprintf("the best model explains only %.0f %% of the lines and %.0f %% of the samples: do the "
+                                 "columns of ground and image belong together?",
+                                 100.0 * explained.line, 100.0 * explained.sample));
+}
+
 TRPCFitOutputReport ReportOf(const TFittedDegrees& fitted) {
   TRPCFitOutputReport report;
   report.order = DegreeOf(fitted.terms);
@@ -457,8 +416,13 @@ void TRecordFit::Describe(const TRPCData& rpc, const TSetFit& fit, const std::ve
   report_->fitted = ResidualsOf(rpc, fitted, data_.IsNormalized);
   report_->check = ResidualsOf(rpc, {points_.check.data(), points_.check.size()}, data_.IsNormalized);
   for (std::size_t i = 0; i < is_bad.size(); ++i) {
-    if (is_bad[i] != 0) report_->bad.push_back(PlaceOf(i));
+    if (is_bad[i] != 0) report_->bad.push_back(points_.PlaceOf(i));
   }
+  for (const auto& [place, original] : points_.copies) {
+    if (is_bad[original] != 0) report_->bad.push_back(place);
+  }
+  std::sort(report_->bad.begin(), report_->bad.end());
+  report_->copies = points_.copies.size();
   std::string& message = report_->message;
   message = Zentarix::ssprintf(
       "orders %d (line) and %d (sample) fitted to %zu points, residuals %.3g rms, %.3g at most", report_->line.order,
@@ -471,7 +435,12 @@ void TRecordFit::Describe(const TRPCData& rpc, const TSetFit& fit, const std::ve
     message += Zentarix::ssprintf("; %zu bad points %s", report_->bad.size(),
                                   options_.badPoints == TRPCBadPoints::LeftOut ? "left out" : "kept");
   }
+  if (report_->copies > 0) message += Zentarix::ssprintf("; %zu copies of points do not count", report_->copies);
   if (report_->flat) message += "; all points share one height, the model holds there only";
+  const int dimensions = DimensionsOf(fitted, fit.ranges);
+  if (dimensions == 1) message += "; all points lie on one line on the ground, the model holds there only";
+  if (dimensions == 2 && !fit.flat)
+    message += "; all points lie in one plane on the ground, the model holds there only";
   if (report_->coverage < 0.5) {
     message += Zentarix::ssprintf("; the points fill only %.0f %% of their box", 100.0 * report_->coverage);
   }
