@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "frame/zxstd/text.h"
-#include "refine/copies.h"
+#include "refine/estimation/copies.h"
 #include "refine/plane_similarity.h"
 #include "refine/refinement.h"
 #include "refine/refinement_kinds.h"
@@ -442,7 +442,7 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
     result->message = "there are no points";
     return false;
   }
-  const std::vector<std::size_t> first = refine::FirstOfCopies(ties.size(), [&](std::size_t i) {
+  const std::vector<std::size_t> first = estimation::FirstOfCopies(ties.size(), [&](std::size_t i) {
     const TRefinementTie& tie = ties[i];
     return std::array<double, 5>{tie.line, tie.sample, tie.measuredLine, tie.measuredSample, tie.sigma};
   });

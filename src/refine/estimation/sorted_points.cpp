@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 
-#include "refine/copies.h"
+#include "refine/estimation/copies.h"
 
 namespace SatCommonUtils::estimation {
 
@@ -18,7 +18,7 @@ constexpr double kNoWeight = 1e-20;
 // Takes the copies out of the candidates. A point keeps the largest weight of its copies.
 void TakeOutCopies(std::vector<double>* weights, TSortedPoints* sorted) {
   const TPointSpan all = sorted->candidates;
-  const std::vector<std::size_t> first = refine::FirstOfCopies(all.count, [&](std::size_t i) {
+  const std::vector<std::size_t> first = FirstOfCopies(all.count, [&](std::size_t i) {
     const TRPCEstimationPoint& point = all.points[i];
     return std::array<double, 5>{point.Lat, point.Lon, point.Height, point.Line, point.Sample};
   });

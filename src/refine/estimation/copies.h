@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-namespace SatCommonUtils::refine {
+namespace SatCommonUtils::estimation {
 
 /// For each of `count` rows of numbers the first row that is equal to it, itself where there is none before; empty when
 /// no row is a copy. By a table of hashes, linear in time. \param row_of gives row i as an array of doubles.
@@ -55,4 +55,4 @@ std::vector<std::size_t> FirstOfCopies(std::size_t count, const RowOf& row_of) {
   return first;
 }
 
-}  // namespace SatCommonUtils::refine
+}  // namespace SatCommonUtils::estimation
