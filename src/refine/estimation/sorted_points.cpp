@@ -1,4 +1,4 @@
-// Elementary.
+// The list of points as the caller gave it, without those that take no part. Elementary.
 
 #include "refine/estimation/sorted_points.h"
 
