@@ -1,5 +1,9 @@
 target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/branch.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/check/model_check.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/check/model_check_file.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/check/model_check_record.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/check/model_check_sight.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/dimap.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/envi_header.cpp
   ${CMAKE_CURRENT_LIST_DIR}/forms/fixed_width.cpp
@@ -24,17 +28,14 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/ground_solution.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ground_state.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_distance.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/image_to_ground.cpp
   ${CMAKE_CURRENT_LIST_DIR}/image_window.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection/image_to_ground.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection/intersection_images.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection/intersection_newton.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection/intersection_solution.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection/intersection_solution_array.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/intersection/rpc_two_images.cpp
   ${CMAKE_CURRENT_LIST_DIR}/inverse_rpc.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/intersection_images.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/intersection_newton.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/intersection_solution.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/intersection_solution_array.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/model_check.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/model_check_file.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/model_check_record.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/model_check_sight.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_alternative_search.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_approximation.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_axes.cpp
@@ -50,7 +51,6 @@ target_sources(Orbmath PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_renormalize.cpp
   ${CMAKE_CURRENT_LIST_DIR}/rpc_terms.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/rpc_two_images.cpp
   ${CMAKE_CURRENT_LIST_DIR}/solution_flags.cpp
   ${CMAKE_CURRENT_LIST_DIR}/viewing_geometry.cpp
 )
@@ -60,7 +60,7 @@ target_sources(Orbmath PRIVATE
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   set_source_files_properties(
     ${CMAKE_CURRENT_LIST_DIR}/ground_newton.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/intersection_newton.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/intersection/intersection_newton.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rpc_inversion.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rpc_projection.cpp
     PROPERTIES COMPILE_OPTIONS "-fschedule-insns;-fsched-pressure")

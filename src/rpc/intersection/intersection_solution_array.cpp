@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "rpc/ground_solution.h"
-#include "rpc/intersection_proven.h"
+#include "rpc/intersection/intersection_proven.h"
 
 namespace SatCommonUtils {
 

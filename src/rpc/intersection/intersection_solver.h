@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "rpc/ground_state.h"
-#include "rpc/intersection_start.h"
+#include "rpc/intersection/intersection_start.h"
 
 namespace SatCommonUtils::rpc {
 

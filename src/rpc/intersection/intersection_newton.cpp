@@ -9,14 +9,14 @@
 // Every lane keeps the place at which its last equations were set up, so that it comes to the same end while its
 // neighbours go on: a point's bits do not depend on them. Source: elementary.
 
-#include "rpc/intersection_newton.h"
+#include "rpc/intersection/intersection_newton.h"
 
 #include <cmath>
 
-#include "rpc/cubic_slopes.h"
-#include "rpc/factored_system.h"
 #include "rpc/height_slice.h"
-#include "rpc/intersection_kernel.h"
+#include "rpc/intersection/cubic_slopes.h"
+#include "rpc/intersection/factored_system.h"
+#include "rpc/intersection/intersection_kernel.h"
 #include "rpc/lanes.h"
 
 namespace SatCommonUtils::rpc {

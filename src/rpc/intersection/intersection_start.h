@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "rpc/intersection_kernel.h"
+#include "rpc/intersection/intersection_kernel.h"
 #include "rpc/longitude_turns.h"
 
 namespace SatCommonUtils::rpc {

@@ -6,9 +6,9 @@
 #include <cmath>
 
 #include "rpc/branch.h"
+#include "rpc/check/model_checks.h"
 #include "rpc/ground_branch.h"
 #include "rpc/image_distance.h"
-#include "rpc/model_checks.h"
 
 namespace SatCommonUtils {
 

@@ -7,8 +7,8 @@
 #include "rpc/damped_steps.h"
 #include "rpc/ellipsoid.h"
 #include "rpc/ground_solution.h"
-#include "rpc/intersection_proven.h"
-#include "rpc/intersection_solver.h"
+#include "rpc/intersection/intersection_proven.h"
+#include "rpc/intersection/intersection_solver.h"
 #include "rpc/solution_flags.h"
 
 namespace SatCommonUtils {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "rpc/ground_solution.h"
-#include "rpc/intersection_newton.h"
+#include "rpc/intersection/intersection_newton.h"
 #include "rpc/solution_flags.h"
 
 namespace SatCommonUtils::rpc {

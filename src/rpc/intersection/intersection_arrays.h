@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "rpc/image_to_ground.h"
-#include "rpc/intersection_start.h"
+#include "rpc/intersection/intersection_start.h"
 #include "rpc/projection_kernel.h"
 
 namespace SatCommonUtils::rpc {

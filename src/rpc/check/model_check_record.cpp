@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "rpc/check/model_checks.h"
 #include "rpc/inverse_rpc.h"
-#include "rpc/model_checks.h"
 #include "rpc/rpc_fields.h"
 #include "rpc/rpc_terms.h"
 

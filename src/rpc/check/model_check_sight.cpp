@@ -9,8 +9,8 @@
 #include <array>
 #include <cmath>
 
+#include "rpc/check/model_checks.h"
 #include "rpc/ellipsoid.h"
-#include "rpc/model_checks.h"
 #include "rpc/rpc_fields.h"
 #include "rpc/rpc_terms.h"
 

@@ -4,8 +4,8 @@
 #include <typeinfo>
 
 #include "rpc/height_slice.h"
-#include "rpc/intersection_newton.h"
-#include "rpc/intersection_start.h"
+#include "rpc/intersection/intersection_newton.h"
+#include "rpc/intersection/intersection_start.h"
 #include "rpc/rpc_boxes.h"
 
 namespace SatCommonUtils::rpc {

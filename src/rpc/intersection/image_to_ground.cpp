@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <atomic>
 
-#include "rpc/intersection_arrays.h"
-#include "rpc/intersection_solver.h"
+#include "rpc/intersection/intersection_arrays.h"
+#include "rpc/intersection/intersection_solver.h"
 
 namespace SatCommonUtils {
 
