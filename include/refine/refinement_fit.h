@@ -137,7 +137,8 @@ ORBMATH_API std::size_t LeastRefinementPoints(TRPCRefinementTransformType type) 
 ///
 /// The start is the map with the least median of squares over small subsets of the points (P. Rousseeuw, "Least median
 /// of squares regression", 1984, doi:10.1080/01621459.1984.10477105), which up to almost half of the points cannot
-/// spoil; where half of the points crowd at fewer places than determine a map, up to almost half of the places. From
+/// spoil; where half of the points crowd at fewer places than determine a map, up to almost half of the places, unless
+/// what these say misses the crowd (a few far points with wrong ground coordinates make a crowd of the others). From
 /// there points enter and leave by the t-test of their residual against the others (leave-one-out for those inside), at
 /// a level at which one set of good points in a hundred loses one. Residuals below a thousandth of a pixel count as
 /// that. The subsets come from a fixed seed: the same ties give the same bits.

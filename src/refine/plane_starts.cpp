@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <functional>
 #include <limits>
 #include <numeric>
@@ -115,10 +114,42 @@ TCrowd CrowdOf(const std::vector<TPlaneTie>& ties) {
   return most;
 }
 
+/// Fewest places at which the half of the ties lies; 0: they are not crowded.
+std::size_t CrowdedAt(const TCrowd& crowd, std::size_t count) {
+  // A few ties share places by chance.
+  constexpr std::size_t kTiesAPlace = 3;
+  return kTiesAPlace * crowd.squares > count ? 0 : crowd.crowded;
+}
+
+bool IsBelow(std::size_t crowded, TRPCRefinementTransformType type) {
+  return crowded > 0 && crowded < LeastRefinementPoints(type);
+}
+
+/// The chosen ties, come from -1 to 1 of the square around them.
+std::vector<TPlaneTie> InTheirSquare(const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen) {
+  std::vector<TPlaneTie> framed;
+  framed.reserve(chosen.size());
+  for (const std::size_t i : chosen) framed.push_back(ties[i]);
+  double center[2], half_side = 0.0;
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    const auto range = std::minmax_element(
+        framed.begin(), framed.end(), [axis](const auto& a, const auto& b) { return a.from[axis] < b.from[axis]; });
+    const double least = range.first->from[axis], largest = range.second->from[axis];
+    center[axis] = 0.5 * (least + largest);
+    half_side = std::max(half_side, 0.5 * (largest - least));
+  }
+  for (TPlaneTie& tie : framed) {
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      tie.from[axis] = half_side > 0.0 ? (tie.from[axis] - center[axis]) / half_side : 0.0;
+    }
+  }
+  return framed;
+}
+
 /// Of the ties of each place the one whose shift is next to the median shift of them.
-std::vector<TPlaneTie> TypicalTies(const std::vector<TPlaneTie>& ties, const std::vector<std::uint16_t>& place) {
+std::vector<TPlaneTie> TypicalTies(const std::vector<TPlaneTie>& ties, const TGrid& grid) {
   std::vector<TIndices> of_squares(kSquares * kSquares);
-  for (std::size_t i = 0; i < ties.size(); ++i) of_squares[place[i]].push_back(i);
+  for (std::size_t i = 0; i < ties.size(); ++i) of_squares[grid.SquareOf(HalfSquareOf(ties[i]))].push_back(i);
   std::vector<TPlaneTie> typical;
   std::vector<double> shifts;
   for (const TIndices& square : of_squares) {
@@ -145,38 +176,35 @@ std::vector<TPlaneTie> TypicalTies(const std::vector<TPlaneTie>& ties, const std
 
 TPlaneStarts::TPlaneStarts(const std::vector<TPlaneTie>& ties) : ties_(ties), judges_(ties) {
   const TCrowd crowd = CrowdOf(ties);
-  // A few ties share places by chance.
-  constexpr std::size_t kTiesAPlace = 3;
-  if (kTiesAPlace * crowd.squares > ties.size()) return;
-  crowded_ = crowd.crowded;
-  if (!IsCrowded(TRPCRefinementTransformType::Projective)) return;
-  place_.reserve(ties.size());
-  for (const TPlaneTie& tie : ties) {
-    place_.push_back(static_cast<std::uint16_t>(crowd.grid.SquareOf(HalfSquareOf(tie))));
-  }
-  of_places_ = TypicalTies(ties, place_);
+  crowded_ = CrowdedAt(crowd, ties.size());
+  if (!IsBelow(crowded_, TRPCRefinementTransformType::Projective)) return;
+  of_places_ = TypicalTies(ties, crowd.grid);
   by_places_.emplace(of_places_);
 }
 
-bool TPlaneStarts::IsCrowded(TRPCRefinementTransformType type) const {
-  return crowded_ > 0 && crowded_ < LeastRefinementPoints(type);
-}
-
-bool TPlaneStarts::Find(TRPCRefinementTransformType type, TPlaneMap* start, double* median) const {
+bool TPlaneStarts::Find(TRPCRefinementTransformType type, double noise, TPlaneMap* start, double* median) const {
+  // Squared residuals of the crowd by the map of the places, to those by the map that suits it best.
+  constexpr double kAgreement = 100.0;
   const std::size_t least = LeastRefinementPoints(type);
-  if (!IsCrowded(type) || of_places_.size() < least) return FindAmong(type, ties_, judges_, start, median);
-  if (!FindAmong(type, of_places_, *by_places_, start, median)) return false;
+  const bool found = FindAmong(type, ties_, judges_, start, median);
+  if (!IsBelow(crowded_, type) || of_places_.size() < least) return found;
+  TPlaneMap map;
+  double of_map;
+  if (!FindAmong(type, of_places_, *by_places_, &map, &of_map)) return found;
   std::vector<double> squares;
-  *median = judges_.SquareOfRank(*start, MiddleRank(judges_.Count(), least), std::numeric_limits<double>::infinity(),
-                                 &squares);
+  of_map =
+      judges_.SquareOfRank(map, MiddleRank(judges_.Count(), least), std::numeric_limits<double>::infinity(), &squares);
+  // Wrong places of a few ties, far from the others, make one place of all of these: then the crowd knows better.
+  if (found && !(of_map <= kAgreement * (*median + noise * noise))) return true;
+  *start = map;
+  *median = of_map;
   return std::isfinite(*median);
 }
 
 std::size_t TPlaneStarts::CountOf(TRPCRefinementTransformType type, const std::vector<std::size_t>& chosen) const {
-  if (!IsCrowded(type)) return chosen.size();
-  std::vector<char> is_there(kSquares * kSquares, 0);
-  for (const std::size_t i : chosen) is_there[place_[i]] = 1;
-  return static_cast<std::size_t>(std::count(is_there.begin(), is_there.end(), 1));
+  if (!IsBelow(crowded_, type) || chosen.empty()) return chosen.size();
+  const TCrowd crowd = CrowdOf(InTheirSquare(ties_, chosen));
+  return IsBelow(CrowdedAt(crowd, chosen.size()), type) ? crowd.squares : chosen.size();
 }
 
 }  // namespace SatCommonUtils::refine

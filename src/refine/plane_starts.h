@@ -2,7 +2,6 @@
 // Where resistant fits of a map of the plane start: a map through as few ties as determine it, by which most are near.
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -19,20 +18,18 @@ class TPlaneStarts {
 
   /// The map whose median of squared residuals is least, and that median (a little above the half, as befits a map that
   /// passes through some ties). Where most ties lie at fewer places than determine a map, their median says nothing of
-  /// it elsewhere: places count there, not ties. \return false when no few ties determine a map.
-  bool Find(TRPCRefinementTransformType type, TPlaneMap* start, double* median) const;
+  /// it elsewhere: places count there, not ties, if their map suits the most ties too. \param noise floor of the
+  /// standard deviation of a weighted residual. \return false when no few ties determine a map.
+  bool Find(TRPCRefinementTransformType type, double noise, TPlaneMap* start, double* median) const;
 
-  /// How many of these ties say something of a map of their own: their places where ties are crowded, or else all.
+  /// How many of these ties say something of a map of their own: their places where they are crowded, or else all.
   std::size_t CountOf(TRPCRefinementTransformType type, const std::vector<std::size_t>& chosen) const;
 
  private:
-  bool IsCrowded(TRPCRefinementTransformType type) const;
-
   const std::vector<TPlaneTie>& ties_;
   TPlaneJudges judges_;
   /// Fewest places at which the half of the ties lies; 0: they are not crowded. The rest is known where they may be.
   std::size_t crowded_ = 0;
-  std::vector<std::uint16_t> place_;       ///< of each tie
   std::vector<TPlaneTie> of_places_;       ///< the typical tie of each place
   std::optional<TPlaneJudges> by_places_;  ///< of these
 };

@@ -164,7 +164,6 @@ double TFitter::CornerFactor(const TCandidate& candidate, const TBox& box) const
 
 bool TFitter::Fit(Type type, TCandidate* candidate) const {
   candidate->type = type;
-  candidate->is_fitted = true;
   if (!refine::FitRobustly(type, ties_, *starts_, kNoiseFloor, &candidate->robust)) return false;
   const TBox square = BoxOf(ties_, candidate->robust.inside).Square();
   candidate->corner_factor = CornerFactor(*candidate, square);
@@ -175,6 +174,7 @@ bool TFitter::Fit(Type type, TCandidate* candidate) const {
     image.Add(frame_.ToFrame(options_.lines - 1.0, 0), frame_.ToFrame(options_.samples - 1.0, 1));
     candidate->corner_factor = CornerFactor(*candidate, image);
   }
+  candidate->is_fitted = true;
   return true;
 }
 

@@ -77,7 +77,7 @@ bool FitRobustly(TRPCRefinementTransformType type, const std::vector<TPlaneTie>&
   if (ties.size() > LeastRefinementPoints(type)) {
     TPlaneMap start;
     double median;
-    if (!starts.Find(type, &start, &median)) return false;
+    if (!starts.Find(type, noise, &start, &median)) return false;
     result->inside = NearStart(type, ties, noise, start, median);
   }
   for (int round = 0; round < kMostRounds; ++round) {

@@ -338,6 +338,29 @@ TEST(RefinementFit, ManyPointsAtOnePlaceDoNotOutvoteTheOthers) {
   }
 }
 
+// Wrong ground coordinates lead models far off, beside which the good points lie at one place: these still know better.
+TEST(RefinementFit, FewPointsFarOffDoNotMakeACrowdOfTheOthers) {
+  for (const std::size_t wrong : {1u, 3u, 6u, 10u}) {
+    for (const Type type : {Type::Affine, Type::None}) {
+      for (const double far : {1e5, 1e7}) {
+        SCOPED_TRACE(::testing::Message() << wrong << " up to " << far << " pixels off");
+        Simulation simulation(orbmath_test::Affine(), 50, 0.3, 0);
+        for (std::size_t i = 0; i < wrong; ++i) {
+          simulation.ties[4 * i].line = simulation.random.Uniform(-far, far);
+          simulation.ties[4 * i].sample = simulation.random.Uniform(-far, far);
+          simulation.bad.insert(4 * i);
+        }
+        TRefinementFitOptions options = Of(type);
+        options.automatic = type == Type::None;
+        TRefinementFit fit;
+        ASSERT_TRUE(FitRefinement(simulation.ties, options, &fit)) << fit.message;
+        EXPECT_EQ(fit.type, Type::Affine) << fit.message;
+        EXPECT_EQ(simulation.NamedBad(fit), simulation.bad) << fit.message;
+      }
+    }
+  }
+}
+
 TEST(RefinementFit, PointsInACornerDoNotBearAnAffineMapOfTheImage) {
   Simulation simulation(orbmath_test::Affine(), 40, 0.01, 0);
   for (TRefinementTie& tie : simulation.ties) {  // squeeze the image into its tenth part
