@@ -88,9 +88,10 @@ struct TIntersectionOptions {
 
 /// Several images at a known height. The laws:
 ///
-/// 1. Converged: steps of Newton's method shrank until less than 1e-9 of the first image's box could be left; or the
-///    stopping rule of the plain iteration was met, or its last step was below 1e-9 degrees, which rounding alone can
-///    cause; or damped steps from the models' centres, or from where it got lost, arrived.
+/// 1. Converged: steps of Newton's method shrank until less than 1e-9 of the first image's box could be left, or, of
+///    rays next to parallel, 1e-5 of the standard deviation that a pixel leaves; or the stopping rule of the plain
+///    iteration was met, or its last step was below 1e-9 degrees, which rounding alone can cause; or damped steps from
+///    the models' centres, or from where it got lost, arrived.
 /// 2. Converged: the point lies in front of every image (no denominator has changed its sign since the model's centre;
 ///    else `BehindSensor`), unfolded (`OtherBranch`) and not far out of any model (`FarOut`, as above).
 /// 3. Converged: the root mean square of the residuals is at most `options.largestRms` (else `Misfit`).

@@ -15,6 +15,11 @@ template <THeight Height>
 TGroundIntersection SolveUnproven(const std::vector<TRPCCoordsDataItem>& items, const THeightInput& height,
                                   const TIntersectionOptions& options);
 
+/// The short way for one point. \return false, nothing written, when it proves nothing.
+template <THeight Height>
+bool SolveShort(const TRPCCoordsDataItem* items, std::size_t count, const THeightInput& height,
+                const TIntersectionOptions& options, TGroundIntersection* solution);
+
 /// Writes the solution of point `i`. \return false, nothing written, when it is not proven or misses too much.
 /// \param items its measurements
 template <THeight Height, std::size_t Capacity>

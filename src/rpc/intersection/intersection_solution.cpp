@@ -146,13 +146,21 @@ TGroundIntersection NoPoint(TGroundIntersection solution) {
   return solution;
 }
 
-/// The short way. \return false when it proves nothing.
 template <THeight Height>
-bool TryNewton(const TItems& items, const THeightInput& height, const TIntersectionOptions& options,
-               TGroundIntersection* solution) {
+TGroundIntersection Solve(const TItems& items, const THeightInput& height, const TIntersectionOptions& options) {
+  TGroundIntersection solution;
+  if (rpc::SolveShort<Height>(items.data(), items.size(), height, options, &solution)) return solution;
+  return rpc::SolveUnproven<Height>(items, height, options);
+}
+
+}  // namespace
+
+template <THeight Height>
+bool rpc::SolveShort(const TRPCCoordsDataItem* items, std::size_t count, const THeightInput& height,
+                     const TIntersectionOptions& options, TGroundIntersection* solution) {
   using TPoint = rpc::TNewtonIntersection<Height>;
   constexpr std::size_t kFew = 4;  // images without memory from the heap
-  const std::size_t count = items.size();
+  if (Height == THeight::Observed && !(height.variance > 0.0)) return false;
   const TRPC* fewModels[kFew];
   double fewNumbers[kFew * (2 + TPoint::kWork)];
   std::vector<const TRPC*> manyModels(count > kFew ? count : 0);
@@ -173,19 +181,15 @@ bool TryNewton(const TItems& items, const THeightInput& height, const TIntersect
   point.variance = height.variance;
   point.height[0] = height.value;
   rpc::IntersectNewton(images, &point);
-  return rpc::TakeProven(images, point, 0, items.data(), options, solution);
+  return rpc::TakeProven(images, point, 0, items, options, solution);
 }
 
-template <THeight Height>
-TGroundIntersection Solve(const TItems& items, const THeightInput& height, const TIntersectionOptions& options) {
-  if (TGroundIntersection solution; !(Height == THeight::Observed && !(height.variance > 0.0)) &&
-                                    TryNewton<Height>(items, height, options, &solution)) {
-    return solution;
-  }
-  return rpc::SolveUnproven<Height>(items, height, options);
-}
-
-}  // namespace
+template bool rpc::SolveShort<THeight::Known>(const TRPCCoordsDataItem*, std::size_t, const THeightInput&,
+                                              const TIntersectionOptions&, TGroundIntersection*);
+template bool rpc::SolveShort<THeight::Free>(const TRPCCoordsDataItem*, std::size_t, const THeightInput&,
+                                             const TIntersectionOptions&, TGroundIntersection*);
+template bool rpc::SolveShort<THeight::Observed>(const TRPCCoordsDataItem*, std::size_t, const THeightInput&,
+                                                 const TIntersectionOptions&, TGroundIntersection*);
 
 template <THeight Height>
 TGroundIntersection rpc::SolveUnproven(const std::vector<TRPCCoordsDataItem>& items, const THeightInput& height,

@@ -66,18 +66,28 @@ class TArraySolver {
                        [&](std::size_t a, std::size_t b) { return CompareImages(points_, a, b) < 0; });
     }
     std::size_t converged = 0;
+    TScratch scratch;
     for (std::size_t start = 0; start < order.size();) {
       std::size_t end = same < last ? start + 1 : order.size();
       while (end < order.size() && HaveSameImages(points_, order[end - 1], order[end])) ++end;
-      converged += SolveGroup(order.data() + start, end - start);
+      converged += SolveGroup(order.data() + start, end - start, &scratch);
       start = end;
     }
     return converged;
   }
 
  private:
-  std::size_t SolveGroup(const std::size_t* indices, std::size_t count) const {
+  /// What the groups of a thread use again: to zero it for each costs more than a point.
+  struct TScratch {
     std::vector<const TRPC*> models;
+    std::vector<double> measured, work;
+  };
+
+  /// Points of the same images. A single one goes alone: a vector of points costs more.
+  std::size_t SolveGroup(const std::size_t* indices, std::size_t count, TScratch* scratch) const {
+    if (count == 1) return SolveOne(*indices) ? 1 : 0;
+    std::vector<const TRPC*>& models = scratch->models;
+    models.clear();
     for (std::size_t item = points_.first[indices[0]]; item < points_.first[indices[0] + 1]; ++item) {
       models.push_back(points_.items[item].model);
     }
@@ -90,7 +100,9 @@ class TArraySolver {
     }
     using TBlock = rpc::TNewtonIntersectionBlock<Height>;
     const std::size_t numbers = models.size() * kLaneBlock;
-    std::vector<double> measured(2 * numbers), work(TBlock::kWork * numbers);
+    std::vector<double>&measured = scratch->measured, &work = scratch->work;
+    if (measured.size() < 2 * numbers) measured.resize(2 * numbers);
+    if (work.size() < TBlock::kWork * numbers) work.resize(TBlock::kWork * numbers);
     TBlock block;
     block.measured = measured.data();
     block.work = work.data();
@@ -132,6 +144,15 @@ class TArraySolver {
     constexpr std::size_t kCacheLine = 64;
     const char* const bytes = reinterpret_cast<const char*>(solution);
     for (std::size_t i = 0; i < sizeof *solution; i += kCacheLine) __builtin_prefetch(bytes + i, 1);
+  }
+
+  /// The short way of one point, or the long one. \return whether it converged.
+  bool SolveOne(std::size_t point) const {
+    const std::size_t first = points_.first[point], count = points_.first[point + 1] - first;
+    const double height = heights_.values == nullptr ? 0.0 : heights_.values[point];
+    return rpc::SolveShort<Height>(points_.items + first, count, {height, heights_.variance}, options_,
+                                   solutions_ + point) ||
+           SolveUnproven(point);
   }
 
   /// The long way. \return whether it converged.
