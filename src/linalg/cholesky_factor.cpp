@@ -188,15 +188,7 @@ struct TForwardTerms {
 class TFactorisation {
  public:
   TFactorisation(TConstRows a, std::size_t n, TPoll poll, TRows u, const double* b, double* y)
-      : a_(a),
-        n_(n),
-        poll_(poll),
-        u_(u),
-        b_(b),
-        y_(y),
-        team_(SolverTeamSize(n)),
-        packed_(n, shape_.panel),
-        early_(Blocks()) {}
+      : a_(a), n_(n), poll_(poll), u_(u), b_(b), y_(y), packed_(n, shape_.panel), early_(Blocks()) {}
 
   TFactorState Run() {
     OnTeamOrAlone(team_, [&](std::size_t thread, std::size_t) { Work(thread == 0); });
@@ -248,6 +240,8 @@ class TFactorisation {
         WaitUntil([&] {
           return early_[block - 1].load(std::memory_order_acquire) || ended_.load(std::memory_order_acquire);
         });
+        // Otherwise its first rows may still be written.
+        if (ended_.load(std::memory_order_acquire)) return false;
       }
       summed_before = two_before;
       summed_own = before;
@@ -318,10 +312,10 @@ class TFactorisation {
   TRows u_;
   const double* b_;
   double* y_;
-  std::size_t team_;
   const TShape shape_ = ShapeOfLevel();
   // Columns of a block: of wide ones fewer come along for the rows above, and more have to wait for each other.
   const std::size_t width_ = n_ > 600 ? 2 * kWidestPanel : kWidestPanel;
+  const std::size_t team_ = std::min(SolverTeamSize(n_), Blocks());  // one without a block would only wait
   TPackedFactor packed_;
   std::deque<std::atomic<bool>> early_;  // blocks of which all but the last rows are made
   std::atomic<std::size_t> taken_{0};    // blocks that threads have set about

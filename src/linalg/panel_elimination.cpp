@@ -131,10 +131,8 @@ class TElimination {
         a_rows_(a_rows),
         matrix_(matrix),
         b_(matrix->Rows().size()),
-        finished_(SolverTeamSize(system.n)) {
-    for (std::size_t first = 0; first < system.n; first += PanelColumns(system.n - first)) {
-      panels_.emplace_back(TRange{first, first + PanelColumns(system.n - first)});
-    }
+        panels_(Panels(system.n)),
+        finished_(std::min(SolverTeamSize(system.n), panels_.size())) {  // one without a panel would only wait
     ChooseOwners();
     std::copy_n(system.b, system.n, b_.begin());
     for (std::size_t i = 0; i < std::min(kSteps, panels_.size()); ++i) {
@@ -147,13 +145,12 @@ class TElimination {
   }
 
   bool Run(double* sign) {
+    // Taken before anything changes: when there is no memory the caller's system is as it was.
+    const std::vector<double*> rows(a_rows_, a_rows_ + (a_rows_ == nullptr ? 0 : system_.n));
     OnTeamOrAlone(finished_.size(), [&](std::size_t thread, std::size_t threads) { Work(thread, threads); });
     *sign *= sign_.value;
     std::copy_n(b_.begin(), system_.n, system_.b);
-    if (a_rows_ != nullptr) {
-      const std::vector<double*> rows(a_rows_, a_rows_ + system_.n);
-      for (std::size_t i = 0; i < system_.n; ++i) a_rows_[i] = rows[matrix_->Rows()[i] / kStripColumns];
-    }
+    for (std::size_t i = 0; i < rows.size(); ++i) a_rows_[i] = rows[matrix_->Rows()[i] / kStripColumns];
     if (of_poll_ != nullptr) std::rethrow_exception(of_poll_);
     return !stopped_;
   }
@@ -192,6 +189,14 @@ class TElimination {
     std::size_t done = 0;  // the column that the elimination came to
     bool stopped = false;
   };
+
+  static std::deque<TPanel> Panels(std::size_t n) {
+    std::deque<TPanel> panels;
+    for (std::size_t first = 0; first < n; first = panels.back().columns.last) {
+      panels.emplace_back(TRange{first, first + PanelColumns(n - first)});
+    }
+    return panels;
+  }
 
   // Shares the work evenly, that on the last panels first: towards the end fewer and fewer are left to work on.
   void ChooseOwners() {

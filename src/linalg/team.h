@@ -4,7 +4,6 @@
 #include <omp.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <thread>
@@ -24,14 +23,6 @@ inline TRange StaticShare(std::size_t count, std::size_t thread, std::size_t thr
   const std::size_t longer = count % threads;  // the first threads take one more
   const std::size_t first = thread * chunk + std::min(thread, longer);
   return {first, first + chunk + (thread < longer ? 1 : 0)};
-}
-
-/// The columns of `columns` that fall to one thread: runs of whole cache lines.
-inline TRange ColumnShare(TRange columns, std::size_t thread, std::size_t threads) {
-  const std::size_t lines = (columns.last - columns.first + kCacheLine - 1) / kCacheLine;
-  const TRange share = StaticShare(lines, thread, threads);
-  return {std::min(columns.first + share.first * kCacheLine, columns.last),
-          std::min(columns.first + share.last * kCacheLine, columns.last)};
 }
 
 /// Runs `work(thread, threads)` on a team of up to that many threads. It must not throw: memory is taken before.
@@ -76,24 +67,6 @@ void WaitUntil(const Condition& is_so) {
     }
   }
 }
-
-/// Where the threads of a team wait until all are there. What one did before, the others see behind it.
-class TMeeting {
- public:
-  void Wait(std::size_t threads) {
-    const std::size_t meeting = held_.load(std::memory_order_relaxed);
-    if (present_.fetch_add(1, std::memory_order_acq_rel) + 1 == threads) {
-      present_.store(0, std::memory_order_relaxed);
-      held_.store(meeting + 1, std::memory_order_release);
-    } else {
-      WaitUntil([&] { return held_.load(std::memory_order_acquire) != meeting; });
-    }
-  }
-
- private:
-  std::atomic<std::size_t> present_{0};
-  std::atomic<std::size_t> held_{0};
-};
 
 /// Systems of fewer unknowns are solved on one thread: measured with two, meeting costs more than is gained below.
 inline constexpr std::size_t kSmallestTeamSystem = 150;
