@@ -243,6 +243,8 @@ TEST(CholeskySolver, EndsAsThePlainLoopsOnEveryNumberOfThreads) {
               {300, kNever, 300},
               {300, 299, 299},
               {301, 24},
+              {202, kNever, 202 + 101},  // in the forward pass: the backward pass starts all the same
+              {300, kNever, 600 + 177},
               {610, 100, 100},
               {610, 100, 101},
               {620, 619},
@@ -255,6 +257,8 @@ TEST(CholeskySolver, EndsAsThePlainLoopsOnEveryNumberOfThreads) {
     if (fails) values[row.failing_row][row.failing_row] = -1.0;
     ASSERT_EQ(ReferenceCholesky(values, &u), !fails);
     const int last = std::min(fails ? row.failing_row : 3 * static_cast<int>(n), row.stop);
+    const bool in_forward_pass =
+        last == row.stop && row.stop > static_cast<int>(n) && row.stop <= 2 * static_cast<int>(n);
     for (const int threads : {1, 2, 3}) {
       SCOPED_TRACE(std::to_string(n) + " unknowns, " + std::to_string(threads) + " threads, failing row " +
                    std::to_string(row.failing_row) + ", stop " + std::to_string(row.stop));
@@ -263,7 +267,7 @@ TEST(CholeskySolver, EndsAsThePlainLoopsOnEveryNumberOfThreads) {
       std::vector<double> b = right, x(n);
       ArmPoll(row.stop);
       EXPECT_EQ(Cholesky(a.Get(), b.data(), x.data(), n, PollOfTheCaller), !fails && row.stop == kNever);
-      EXPECT_EQ(asked, last);
+      EXPECT_EQ(asked, in_forward_pass ? last + 1 : last);
       ArmPoll(row.stop);
       if (row.stop == last) {
         EXPECT_THROW(Cholesky(a.Get(), b.data(), x.data(), n, ThrowingPoll), std::runtime_error);
