@@ -95,6 +95,7 @@ TEST(PlaneFit, JudgesFindTheSquareOfARank) {
     const TPlaneJudges judges(ties);
     ASSERT_EQ(judges.Count(), ties.size());
     std::vector<double> squares;
+    squares.reserve(ties.size());
     for (const TPlaneTie& tie : ties) squares.push_back(SquaredResidual<true>(map, tie));
     std::sort(squares.begin(), squares.end());
     const std::size_t rank = random.Index(ties.size());
