@@ -192,7 +192,7 @@ class TElimination {
 
   static std::deque<TPanel> Panels(std::size_t n) {
     std::deque<TPanel> panels;
-    for (std::size_t first = 0; first < n; first = panels.back().columns.last) {
+    for (std::size_t first = 0; first < n; first += PanelColumns(n - first)) {
       panels.emplace_back(TRange{first, first + PanelColumns(n - first)});
     }
     return panels;
