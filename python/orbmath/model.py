@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import builtins
 import os
+import stat
 from collections.abc import Mapping
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, NamedTuple
@@ -22,6 +23,15 @@ if TYPE_CHECKING:
 
 #: Found by their numbers: a call of `State` takes as long as half a point.
 _STATES = tuple(State)
+
+
+def _refuse_no_file(path: str) -> None:
+    """Raise what Python raises for a path that is no file, or that may not be read."""
+    if path.startswith("/vsi"):  # a name in one of GDAL's file systems
+        return
+    if not stat.S_ISFIFO(os.stat(path).st_mode):  # opening a pipe again would wait for ever
+        with builtins.open(path, "rb"):
+            pass
 
 
 class Location(NamedTuple):
@@ -87,9 +97,6 @@ class Model:
             return cls(core, name, origin)
         except RuntimeError as error:
             reason = str(error)
-        if not text.startswith("/vsi"):  # a name in one of GDAL's file systems
-            with builtins.open(text, "rb"):  # what is no file is told as Python tells it
-                pass
         return cls._open_image(text, name, reason)
 
     @classmethod
@@ -97,6 +104,7 @@ class Model:
         try:
             import rasterio
         except ImportError:
+            _refuse_no_file(path)
             raise ValueError(reason + "; images need the package rasterio") from None
         try:
             with rasterio.open(path) as dataset:
@@ -104,6 +112,7 @@ class Model:
                     raise ValueError(f"{path}: an image without an RPC")
                 model = cls.from_rpcs(dataset.rpcs, shape=dataset.shape)
         except rasterio.errors.RasterioIOError:
+            _refuse_no_file(path)
             raise ValueError(reason) from None
         return cls(model._model, name, {"source": path, "form": "image", "first_pixel": 0})
 

@@ -3,6 +3,7 @@
 import copy
 import pickle
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 
 import numpy as np
 import pytest
@@ -98,6 +99,15 @@ def test_files_that_hold_no_model_are_refused_with_a_sentence(tmp_path):
             Model.open(tmp_path / name)
     with pytest.raises(FileNotFoundError, match="absent"):
         Model.open(tmp_path / "absent.RPB")
+    with pytest.raises(IsADirectoryError):
+        Model.open(tmp_path)
+
+
+def test_names_that_only_gdal_knows_are_opened():
+    pytest.importorskip("rasterio")
+    image = Path(__file__).resolve().parents[2] / "examples" / "data" / "pushbroom_left.tif"
+    named = Model.open(f"GTIFF_DIR:1:{image}")
+    assert named.to_dict() == Model.open(image).to_dict()
 
 
 def test_copies_compare_equal_and_travel(left, right):
