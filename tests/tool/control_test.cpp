@@ -114,6 +114,11 @@ TEST(ControlTest, LocatedHeightsAboveAGeoidAreThoseOfTheirPlaces) {
             std::string::npos);
   EXPECT_NE(RunToolLine("locate flat.RPB --geoid slope.asc --height 460", "1200 210000\n").out.find("the geoid has no"),
             std::string::npos);
+  // A geoid of the place alone, which ends before the middle of the image.
+  WriteText("there.asc", "ncols 2\nnrows 2\nxllcenter 8.9\nyllcenter 44.8\ncellsize 0.3\n54 54\n54 54\n");
+  EXPECT_NEAR(lon, 9.0, 0.05);
+  EXPECT_EQ(RunToolLine("locate flat.RPB --geoid there.asc --precision 12", "1200 21997 446\n").out.find("ERROR"),
+            std::string::npos);
 }
 
 TEST(ControlTest, CheckPointsTakeNoPartAndAreSummedUp) {

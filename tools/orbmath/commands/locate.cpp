@@ -111,10 +111,15 @@ class LocateTask : public PointTask {
     std::vector<double> lat(block->count, axes.latitude.GetOffset());
     std::vector<double> lon(block->count, axes.longitude.GetOffset());
     for (int round = 0; round < kRounds; ++round) {
-      frame_.ToEllipsoid(block->count, lat.data(), lon.data(), above_geoid.data(), block->in[2].data());
-      Solve(*block, block->in[2].data(), solutions);
+      std::vector<double>& heights = block->in[2];
+      frame_.ToEllipsoid(block->count, lat.data(), lon.data(), above_geoid.data(), heights.data());
+      for (std::size_t i = 0; i < block->count && round == 0; ++i) {
+        // A geoid of a country that ends before the middle of the image may well have the point.
+        if (std::isnan(heights[i])) heights[i] = above_geoid[i];
+      }
+      Solve(*block, heights.data(), solutions);
       for (std::size_t i = 0; i < block->count; ++i) {
-        if (!(*solutions)[i]) continue;  // its place means nothing
+        if (!IsGiven((*solutions)[i], extrapolate_)) continue;  // its place means nothing
         lat[i] = (*solutions)[i].lat;
         lon[i] = (*solutions)[i].lon;
       }
@@ -140,8 +145,7 @@ class Locate : public Command {
     return "Each line 'line sample [height]' (pixels, metres above the ellipsoid) becomes 'lat lon height' "
            "(degrees, degrees, metres). A point without a height gets that of --height, or else the model's "
            "height offset, which is said on standard error. With --geoid and no --dem the given heights count from the "
-           "geoid, "
-           "those of the results from the ellipsoid. A point without a solution is an error line that "
+           "geoid, those of the results from the ellipsoid. A point without a solution is an error line that "
            "says why, and so is one that the model cannot know: beyond a pole or a fold of its polynomials, or far "
            "outside its ground box; --extrapolate gives those too. A point outside the image, the height range, the "
            "ground box or the margin is computed, counted on standard error and named in the status column. With "
@@ -174,6 +178,8 @@ class Locate : public Command {
   }
 
   int Run() override {
+    options_.KeepFromReplacing({model_});
+    options_.KeepFromReplacing(dem_.Files());
     const Model model = ReadGroundModel(model_, reading_, options_.Files());
     if (dem_.IsGiven() && height_) throw UsageError("--height and --dem exclude each other");
     if (sigma_ && !uncertainty_.IsGiven()) throw UsageError("--sigma needs --uncertainty");
