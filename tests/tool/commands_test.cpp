@@ -56,8 +56,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Row{"ModelBehindARepeatedOption", "project --point 45,7,500 flat.RPB --precision 1", "", "1000.0 2000.0\n", "",
             0},
-        Row{"SeveralValuesOfOneOption", "project flat.RPB --precision 1 --point 45,7,500 45,7,500", "",
-            "1000.0 2000.0\n1000.0 2000.0\n", "", 0},
+        Row{"SeveralValuesOfOneOption", "project flat.RPB --precision 1 --point 45,7,500 45.0,7,500.5", "",
+            "1000.0 2000.0\n1000.0 2000.2\n", "", 0},
         Row{"OtherFilesBehindAnOption", "project flat.RPB --point 45,7,500 rows.txt", "", "",
             "--point takes the place of files", 2},
         Row{"ANumberInThePlaceOfAFile", "project flat.RPB 45 7 500", "", "", "is given by --point", 1},

@@ -148,9 +148,21 @@ struct CommandLine::Parser {
   std::set<std::string> repeated;             ///< options that may be repeated
 };
 
-/// A pattern of the shell puts several words behind an option that may be repeated (`--dem tiles/*.tif`). Those that
-/// have the suffix of the first are its values too, and get the option's name in front; others, and all of them as long
-/// as arguments are missing, are arguments: `locate --dem srtm.tif image.RPB` and `locate image.RPB --dem srtm.tif
+constexpr const char* kNumbers = "numbers";
+
+/// What the words of one pattern or list have in common: the suffix of a file's name, or that they are numbers.
+std::string KindOf(const std::string& word) {
+  constexpr const char* kBetween = " \t,;";
+  const std::size_t first = word.find_first_of(kBetween);
+  double number = 0.0;
+  const bool is_point = first != std::string::npos && SatCommonUtils::ParseDouble(word.substr(0, first), &number) &&
+                        SatCommonUtils::ParseDouble(word.substr(word.find_last_of(kBetween) + 1), &number);
+  return is_point ? kNumbers : SuffixOf(word);
+}
+
+/// A pattern of the shell puts several words behind an option that may be repeated (`--dem tiles/*.tif`). Those of the
+/// kind of the first are its values too, and get the option's name in front; others, and all of them as long as
+/// arguments are missing, are arguments: `locate --dem srtm.tif image.RPB` and `locate image.RPB --dem srtm.tif
 /// points.txt` mean what they seem to.
 std::vector<std::string> CommandLine::Parser::WithNamesRepeated(const std::vector<std::string>& given) const {
   std::vector<std::string> words;
@@ -169,8 +181,9 @@ std::vector<std::string> CommandLine::Parser::WithNamesRepeated(const std::vecto
     }
     for (std::size_t k = 0; k < option->second && i + 1 < given.size(); ++k) words.push_back(given[++i]);
     if (repeated.count(word) == 0 || arguments_seen < least_arguments) continue;
-    const std::string suffix = SuffixOf(words.back());
-    while (i + 1 < given.size() && given[i + 1].rfind('-', 0) != 0 && SuffixOf(given[i + 1]) == suffix) {
+    const std::string kind = KindOf(words.back());
+    const auto is_option = [&kind](const std::string& next) { return next.rfind('-', 0) == 0 && kind != kNumbers; };
+    while (i + 1 < given.size() && !is_option(given[i + 1]) && KindOf(given[i + 1]) == kind) {
       words.push_back(word);
       words.push_back(given[++i]);
     }
