@@ -67,7 +67,9 @@ TEST(FilesTest, WhatIsReadIsNotReplaced) {
        {"refine reread.RPB points.csv points.csv", "refine reread.RPB points.csv x.xml --html ./points.csv",
         "fit points.csv x.xml --residuals points.csv", "fit points.csv points.csv --to xml",
         "invert reread.RPB reread.RPB", "project reread.RPB points.csv --output points.csv",
-        "check reread.RPB --geojson reread.RPB", "grid reread.RPB reread.RPB --height 5"}) {
+        "project reread.RPB points.csv --output reread.RPB", "locate reread.RPB --point 5,5 --output reread.RPB",
+        "intersect a=reread.RPB b=right.RPB --output reread.RPB", "check reread.RPB --geojson reread.RPB",
+        "grid reread.RPB reread.RPB --height 5"}) {
     const std::string points = ReadText("points.csv");
     const std::string model = ReadText("reread.RPB");
     const ToolRun run = RunToolLine(arguments);

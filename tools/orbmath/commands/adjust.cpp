@@ -17,6 +17,7 @@
 #include "points/dem_options.h"
 #include "points/point_options.h"
 #include "report/interruption.h"
+#include "report/output_file.h"
 #include "report/progress_line.h"
 
 namespace orbmath_tool {
@@ -27,6 +28,9 @@ using SatCommonUtils::TBlockResult;
 using SatCommonUtils::TBlockState;
 
 namespace {
+
+/// What stands behind an image's name in those of its plain models, in the order of --plain's words.
+constexpr const char* kPlainSuffixes[] = {".RPB", "_RPC.TXT", ".tif"};
 
 /// Names of images that have no model. \throws Failure
 void RefuseUnknown(const BlockImages& images, const BlockData& data) {
@@ -166,7 +170,14 @@ class Adjust : public Command {
   /// The files that are read.
   std::vector<std::string> Inputs(const BlockImages& images) const {
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < images.size(); ++i) names.push_back(images.ModelOf(i).name);
+    for (std::size_t i = 0; i < images.size(); ++i) {
+      const Model& model = images.ModelOf(i);
+      names.push_back(model.name);
+      if (model.file.form != SatCommonUtils::TRPCFileForm::Image) continue;
+      const std::string stem = model.name.substr(0, model.name.size() - SuffixOf(model.name).size());
+      for (int beside : {0, 1}) names.push_back(stem + kPlainSuffixes[beside]);  // its model may stand there
+    }
+    for (const std::string& given : matches_) names.push_back(given.substr(given.find('=') + 1));
     for (const std::vector<std::string>* more : {&measurements_, &control_, &dem_.Files()}) {
       names.insert(names.end(), more->begin(), more->end());
     }
@@ -175,11 +186,10 @@ class Adjust : public Command {
 
   /// The files that may be written into the folder.
   std::vector<std::string> Outputs(const BlockImages& images) const {
-    constexpr const char* kPlain[] = {".RPB", "_RPC.TXT", ".tif"};
     std::vector<std::string> names{"block.xml", "points.csv", "points.geojson", "report.html", "report.json"};
     for (std::size_t i = 0; i < images.size(); ++i) {
       names.push_back(images.Name(i) + ".xml");
-      if (plain_ >= 0) names.push_back(images.Name(i) + kPlain[plain_]);
+      if (plain_ >= 0) names.push_back(images.Name(i) + kPlainSuffixes[plain_]);
     }
     return names;
   }

@@ -310,6 +310,8 @@ class Intersect : public Command {
   }
 
   int Run() override {
+    for (const std::string& name : names_) options_.KeepFromReplacing({NamedImageOf(name).path});
+    options_.KeepFromReplacing(dem_.Files());
     if (intersection_.height_variance && !intersection_.height) throw UsageError("--height-variance needs --height");
     if (intersection_.height_variance.value_or(1.0) <= 0.0) throw UsageError("--height-variance must be above 0");
     if (intersection_.sigma.value_or(1.0) <= 0.0) throw UsageError("--sigma must be above 0");

@@ -170,6 +170,8 @@ class Project : public Command {
   }
 
   int Run() override {
+    options_.KeepFromReplacing({model_});
+    options_.KeepFromReplacing(dem_.Files());
     const Model model = ReadModel(model_, reading_, options_.Files());
     if (model.kind == SatCommonUtils::TModelKind::Inverse) {
       if (derivatives_ || dem_.IsGiven()) {

@@ -118,7 +118,10 @@ class Refine : public Command {
     if (suffix && *suffix != SatCommonUtils::TRPCFileForm::XML) {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
     }
-    for (const std::string& name : {out_, page_.Path()}) RefuseToReplace(name, {points_, check_});
+    for (const std::string& name : {out_, page_.Path()}) {
+      RefuseToReplace(name, {points_, check_});
+      RefuseToReplace(name, dem_.Files());
+    }
     RefuseToReplace(page_.Path(), {model_});
     const Model model = ReadGroundModel(model_, reading_, {points_});
     if (ties_ && !check_.empty()) throw UsageError("--check takes ground control, not --ties");

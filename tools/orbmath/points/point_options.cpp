@@ -55,6 +55,10 @@ void PointOptions::DeclareFilesOption(CommandLine& line) {
   DeclareInput(line);
 }
 
+void PointOptions::KeepFromReplacing(const std::vector<std::string>& read) const {
+  RefuseToReplace(stream_.output, read);
+}
+
 StreamOptions PointOptions::Checked() const {
   if (csv_ + json_ + geojson_ > 1) throw UsageError("--csv, --json and --geojson exclude each other");
   if (!stream_.points.empty() && !stream_.inputs.empty())

@@ -51,6 +51,9 @@ class PointOptions {
   int Run(BlockTask* task) const;
   /// The one file of points, "-" for standard input. \throws UsageError when there are several.
   std::string OneFile() const;
+  /// Makes sure that none of the files `read`, of which the command reads more than points, is what it writes.
+  /// \throws UsageError
+  void KeepFromReplacing(const std::vector<std::string>& read) const;
   /// The files of points as they were named.
   const std::vector<std::string>& Files() const { return stream_.inputs; }
   const std::string& ColumnNames() const { return stream_.columns; }
