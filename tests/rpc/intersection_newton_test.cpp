@@ -145,6 +145,39 @@ TEST(IntersectionNewton, FindsWhatThePlainIterationFinds) {
   }
 }
 
+/// The determinant of line and sample by latitude and longitude, whose sign changes at a fold.
+double DeterminantAt(const TRPC& model, double lat, double lon, double h) {
+  double line, sample, dLine[3], dSample[3];
+  model.CalculateLineSample(lat, lon, h, &line, &sample, dLine, dSample);
+  return dLine[0] * dSample[1] - dLine[1] * dSample[0];
+}
+
+/// Ground beyond a fold, where the start lies too, is no answer though nothing is left of it in the images.
+TEST(IntersectionNewton, TakesNoPointBeyondAFold) {
+  TRPCData records[] = {CameraRecord(1.4, -0.3), CameraRecord(1.41, 0.3)};
+  for (TRPCData& record : records) record.lineNumCoef[15] = 3.0;  // lines turn back at a third of the box
+  const TRPC left(records[0], nullptr), right(records[1], nullptr);
+  int found = 0;
+  for (int i = 0; i <= 40; ++i) {
+    SCOPED_TRACE(i);
+    const double lat = 43.6 + 0.065 * 0.03 * i;
+    Items items = {{&left, 0.0, 0.0}, {&right, 0.0, 0.0}};
+    for (TRPCCoordsDataItem& item : items) {
+      item.model->CalculateLineSample(lat, 1.43, 300.0, &item.line, &item.sample, nullptr, nullptr);
+    }
+    for (int kind = 0; kind < 3; ++kind) {
+      const TGroundIntersection solution = SolveKind(kind, items, 300.0);
+      if (!solution) continue;
+      ++found;
+      for (const TRPC* const model : {&left, &right}) {
+        const double center = DeterminantAt(*model, 43.6, model->GetCenterLongitude(), 240.0);
+        EXPECT_GT(DeterminantAt(*model, solution.lat, solution.lon, solution.h) * center, 0.0) << kind;
+      }
+    }
+  }
+  EXPECT_GE(found, 30) << "those before the fold";
+}
+
 /// Rays that are parallel but for a hundred-thousandth of a radian still have their covariance, and none at all no
 /// point.
 TEST(IntersectionNewton, LeavesParallelRaysToThePlainIteration) {
