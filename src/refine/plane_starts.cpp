@@ -125,26 +125,34 @@ bool IsBelow(std::size_t crowded, TRPCRefinementTransformType type) {
   return crowded > 0 && crowded < LeastRefinementPoints(type);
 }
 
-/// The chosen ties, come from -1 to 1 of the square around them.
-std::vector<TPlaneTie> InTheirSquare(const std::vector<TPlaneTie>& ties, const std::vector<std::size_t>& chosen) {
-  std::vector<TPlaneTie> framed;
-  framed.reserve(chosen.size());
-  for (const std::size_t i : chosen) framed.push_back(ties[i]);
-  double center[2], half_side = 0.0;
-  for (std::size_t axis = 0; axis < 2; ++axis) {
-    const auto range = std::minmax_element(
-        framed.begin(), framed.end(), [axis](const auto& a, const auto& b) { return a.from[axis] < b.from[axis]; });
-    const double least = range.first->from[axis], largest = range.second->from[axis];
-    center[axis] = 0.5 * (least + largest);
-    half_side = std::max(half_side, 0.5 * (largest - least));
-  }
-  for (TPlaneTie& tie : framed) {
+/// The square around ties.
+struct TSquare {
+  double center[2] = {}, half_side = 0.0;
+
+  TSquare(const std::vector<TPlaneTie>& ties, const TIndices& chosen) {
     for (std::size_t axis = 0; axis < 2; ++axis) {
-      tie.from[axis] = half_side > 0.0 ? (tie.from[axis] - center[axis]) / half_side : 0.0;
+      const auto range = std::minmax_element(chosen.begin(), chosen.end(), [&](std::size_t a, std::size_t b) {
+        return ties[a].from[axis] < ties[b].from[axis];
+      });
+      const double least = ties[*range.first].from[axis], largest = ties[*range.second].from[axis];
+      center[axis] = 0.5 * (least + largest);
+      half_side = std::max(half_side, 0.5 * (largest - least));
     }
   }
-  return framed;
-}
+  /// The chosen ties in coordinates from -1 to 1 of the square.
+  std::vector<TPlaneTie> Framed(const std::vector<TPlaneTie>& ties, const TIndices& chosen) const {
+    std::vector<TPlaneTie> framed;
+    framed.reserve(chosen.size());
+    for (const std::size_t i : chosen) {
+      framed.push_back(ties[i]);
+      for (std::size_t axis = 0; axis < 2; ++axis) {
+        double& from = framed.back().from[axis];
+        from = half_side > 0.0 ? (from - center[axis]) / half_side : 0.0;
+      }
+    }
+    return framed;
+  }
+};
 
 /// Of the ties of each place the one whose shift is next to the median shift of them.
 std::vector<TPlaneTie> TypicalTies(const std::vector<TPlaneTie>& ties, const TGrid& grid) {
@@ -201,10 +209,15 @@ bool TPlaneStarts::Find(TRPCRefinementTransformType type, double noise, TPlaneMa
   return std::isfinite(*median);
 }
 
-std::size_t TPlaneStarts::CountOf(TRPCRefinementTransformType type, const std::vector<std::size_t>& chosen) const {
-  if (!IsBelow(crowded_, type) || chosen.empty()) return chosen.size();
-  const TCrowd crowd = CrowdOf(InTheirSquare(ties_, chosen));
-  return IsBelow(CrowdedAt(crowd, chosen.size()), type) ? crowd.squares : chosen.size();
+std::size_t TPlaneStarts::CountOf(TRPCRefinementTransformType type, const std::vector<std::size_t>& chosen,
+                                  const std::vector<std::size_t>& inside) const {
+  if (!IsBelow(crowded_, type)) return chosen.size();
+  const TSquare square(ties_, inside);
+  const TCrowd crowd = CrowdOf(square.Framed(ties_, inside));
+  if (!IsBelow(CrowdedAt(crowd, inside.size()), type)) return chosen.size();
+  std::vector<char> is_there(kSquares * kSquares, 0);
+  for (const TPlaneTie& tie : square.Framed(ties_, chosen)) is_there[crowd.grid.SquareOf(HalfSquareOf(tie))] = 1;
+  return static_cast<std::size_t>(std::count(is_there.begin(), is_there.end(), 1));
 }
 
 }  // namespace SatCommonUtils::refine

@@ -22,8 +22,11 @@ class TPlaneStarts {
   /// standard deviation of a weighted residual. \return false when no few ties determine a map.
   bool Find(TRPCRefinementTransformType type, double noise, TPlaneMap* start, double* median) const;
 
-  /// How many of these ties say something of a map of their own: their places where they are crowded, or else all.
-  std::size_t CountOf(TRPCRefinementTransformType type, const std::vector<std::size_t>& chosen) const;
+  /// How many of the chosen ties say something of a map of their own: their places where those inside are crowded, or
+  /// else all. \param inside ties that belong together, not none; places are those of the square around them, which
+  /// wild ties do not widen.
+  std::size_t CountOf(TRPCRefinementTransformType type, const std::vector<std::size_t>& chosen,
+                      const std::vector<std::size_t>& inside) const;
 
  private:
   const std::vector<TPlaneTie>& ties_;

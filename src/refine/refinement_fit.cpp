@@ -236,7 +236,9 @@ bool TFitter::IsBorne(Type type, TCandidate* simpler, TCandidate* richer, std::s
     return false;
   }
   // A rich map can pass through the few good points of its choice: small sets must not pay for it with points.
-  const auto inside_of = [&](const TCandidate& candidate) { return starts_->CountOf(type, candidate.robust.inside); };
+  const auto inside_of = [&](const TCandidate& candidate) {
+    return starts_->CountOf(type, candidate.robust.inside, richer->robust.inside);
+  };
   const std::size_t inside = inside_of(*richer);
   if (inside >= 2 * enough) return true;
   const bool is_fitted = simpler->is_fitted || Fit(simpler->type, simpler);

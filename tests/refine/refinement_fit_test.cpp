@@ -301,23 +301,22 @@ TEST(RefinementFit, ManyPointsAtOnePlaceDoNotOutvoteTheOthers) {
   const struct {
     std::size_t count, others;
     double width;  ///< of the place, pixels
+    double noise;  ///< pixels
     Type type;     ///< wanted; None: chosen
     Type expected;
-  } rows[] = {{300, 60, 0.0, Type::Projective, Type::Projective},
-              {300, 15, 0.0, Type::Affine, Type::Affine},
-              {300, 15, 0.01, Type::None, Type::Affine},
-              {2000, 30, 3.0, Type::Projective, Type::Projective},
-              {2000, 8, 3.0, Type::Affine, Type::Affine},
-              {2000, 8, 0.0, Type::Affine, Type::Affine},
-              {2000, 8, 0.0, Type::None, Type::Affine}};
+  } rows[] = {
+      {300, 60, 0.0, 0.2, Type::Projective, Type::Projective}, {300, 15, 0.0, 0.2, Type::Affine, Type::Affine},
+      {300, 15, 0.01, 0.2, Type::None, Type::Affine},          {2000, 30, 3.0, 0.2, Type::Projective, Type::Projective},
+      {2000, 8, 3.0, 0.2, Type::Affine, Type::Affine},         {2000, 8, 0.0, 0.2, Type::Affine, Type::Affine},
+      {2000, 8, 0.0, 0.2, Type::None, Type::Affine},           {300, 8, 30.0, 0.02, Type::None, Type::Affine}};
   for (const auto& row : rows) {
     for (int corner = 0; corner < 5; ++corner) {
       SCOPED_TRACE(::testing::Message() << row.others << " of " << row.count << " elsewhere, " << corner);
       const auto truth = CreateRefinementE(orbmath_test::Affine());
-      Simulation simulation(orbmath_test::Affine(), row.count, 0.2, 0);
+      Simulation simulation(orbmath_test::Affine(), row.count, row.noise, 0);
       for (std::size_t i = 0; i < row.count; ++i) {
         TRefinementTie& tie = simulation.ties[i];
-        const double errors[] = {simulation.random.Normal(0.2), simulation.random.Normal(0.2)};
+        const double errors[] = {simulation.random.Normal(row.noise), simulation.random.Normal(row.noise)};
         if (i >= row.others) {
           tie.line = 1500.0 + 2250.0 * corner + row.width * simulation.random.Uniform(-1, 1);
           tie.sample = 875.0 * corner + row.width * simulation.random.Uniform(-1, 1);
