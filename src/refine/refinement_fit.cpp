@@ -458,7 +458,7 @@ bool FitRefinement(const std::vector<TRefinementTie>& ties, const TRefinementFit
   }
   FitTies(different, options, result);
   result->copies = ties.size() - different.size();
-  result->message += Zentarix::ssprintf("; %zu copies of points do not count", result->copies);
+  result->message += Zentarix::ssprintf("; copies of points, not counted: %zu", result->copies);
   if (!result->success) return false;
   const std::vector<TRefinementResidual> points = std::move(result->points);
   result->points.clear();

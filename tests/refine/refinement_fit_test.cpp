@@ -232,7 +232,7 @@ TEST(RefinementFit, DegenerateSetsAreRefusedWithAReason) {
               {line, Type::Projective, "near to one line"},
               {along_samples, Type::Affine, "near to one line"},
               {one_place, Type::Affine, "at one place"},
-              {copies, Type::Affine, "needs at least 3 points, there are 1; 5 copies of points do not count"},
+              {copies, Type::Affine, "needs at least 3 points, there are 1; copies of points, not counted: 5"},
               {{{0, 0, 1, 1}, {0, 9, 1e200, 1}}, Type::Shift, "point 2: a number is beyond 1e+60, or its sigma below"},
               {{{0, 0, 1, 1, 1e-90}}, Type::Shift, "point 1: a number is beyond 1e+60, or its sigma below"},
               {not_finite, Type::Shift, "point 3: a number is not finite"},
@@ -285,7 +285,7 @@ TEST(RefinementFit, CopiesOfPointsDoNotCount) {
       EXPECT_TRUE(a.size() == b.size() && SameBits(a.data(), b.data(), a.size()));
       EXPECT_EQ(joined.used, once.used);
       EXPECT_EQ(joined.copies, 3 * count);
-      EXPECT_EQ(joined.message, once.message + "; " + std::to_string(3 * count) + " copies of points do not count");
+      EXPECT_EQ(joined.message, once.message + "; copies of points, not counted: " + std::to_string(3 * count));
       ASSERT_EQ(joined.points.size(), ties.size());
       for (std::size_t i = 0; i < count; ++i) {
         EXPECT_TRUE(SameBits(joined.points[2 * count - 1 - i].standardized, once.points[i].standardized));

@@ -345,7 +345,7 @@ TEST(FitRPC, CountsCopiesOfPointsOnce) {
   EXPECT_EQ(report.bad, (std::vector<std::size_t>{4, 115}));
   EXPECT_EQ(report.copies, 60u);
   EXPECT_EQ(report.fitted.count, 59u);
-  EXPECT_NE(report.message.find("; 60 copies of points do not count"), std::string::npos) << report.message;
+  EXPECT_NE(report.message.find("; copies of points, not counted: 60"), std::string::npos) << report.message;
 }
 
 // A model of points that do not fill space holds where they lie, and the sentence says so.

@@ -435,7 +435,7 @@ void TRecordFit::Describe(const TRPCData& rpc, const TSetFit& fit, const std::ve
     message += Zentarix::ssprintf("; %zu bad points %s", report_->bad.size(),
                                   options_.badPoints == TRPCBadPoints::LeftOut ? "left out" : "kept");
   }
-  if (report_->copies > 0) message += Zentarix::ssprintf("; %zu copies of points do not count", report_->copies);
+  if (report_->copies > 0) message += Zentarix::ssprintf("; copies of points, not counted: %zu", report_->copies);
   if (report_->flat) message += "; all points share one height, the model holds there only";
   const int dimensions = DimensionsOf(fitted, fit.ranges);
   if (dimensions == 1) message += "; all points lie on one line on the ground, the model holds there only";
