@@ -94,7 +94,8 @@ struct TIntersectionOptions {
 ///    the models' centres, or from where it got lost, arrived.
 /// 2. Converged: the point lies in front of every image (no denominator has changed its sign since the model's centre;
 ///    else `BehindSensor`), unfolded (`OtherBranch`) and not far out of any model (`FarOut`, as above).
-/// 3. Converged: the root mean square of the residuals is at most `options.largestRms` (else `Misfit`).
+/// 3. Converged: the root mean square of the residuals is at most `options.largestRms` (else `Misfit`), and the images
+///    see each coordinate beside the others, by more than rounding (else `Singular`).
 /// 4. A minimum that breaks law 2 or 3 gives way to one from the damped steps that keeps them. Where there is none, the
 ///    lowest that they arrive at stands in the result with its residuals, or else the first; its covariance is NaN.
 /// 5. The promise is the result, not the way to it: `CalculateLatLon` may differ in the last digits, by less than 1e-12

@@ -196,6 +196,18 @@ TEST(IntersectionNewton, LeavesParallelRaysToThePlainIteration) {
     EXPECT_NEAR(std::sqrt(solution.covariance[8]), sigma, 0.05 * sigma);
     EXPECT_NEAR(solution.h, 300.0, 1e-7 * sigma + 1e-6);
   }
+  Random random("parallel");
+  for (int i = 0; i < 100; ++i) {
+    Items items = {{&left, 0.0, 0.0}, {&left, 0.0, 0.0}, {&left, 0.0, 0.0}};
+    for (TRPCCoordsDataItem& item : items) {
+      const double lat = 43.6 + 0.065 * random.Uniform(-1.0, 1.0), lon = 1.4 + 0.085 * random.Uniform(-1.0, 1.0);
+      item.model->CalculateLineSample(lat, lon, 300.0, &item.line, &item.sample, nullptr, nullptr);
+      if (&item == &items[0]) continue;
+      item.line = items[0].line + 1e-3 * random.Normal(i % 3);
+      item.sample = items[0].sample;
+    }
+    EXPECT_FALSE(SolveLatLonH(items)) << i;
+  }
 }
 
 }  // namespace

@@ -47,7 +47,10 @@ bool FillCovariance(const TItems& items, const THeightInput& height, TGroundInte
     double inverse[N];
     double lowestPivot;
     rpc::SolveCholesky(here.equations, inverse, lowestPivot);
-    if (lowestPivot <= rpc::kSmallestPivot) return false;
+    // A pivot is its diagonal's part that no other unknown explains; below this part it is rounding.
+    constexpr double kRounding = 1e-14;
+    const bool blind = kRounding * inverse[column] * here.equations.matrix[column][column] > 1.0;
+    if (lowestPivot <= rpc::kSmallestPivot || blind) return false;
     for (int row = 0; row < N; ++row) solution->covariance[3 * row + column] = inverse[row];
   }
   return true;
