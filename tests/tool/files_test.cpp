@@ -65,6 +65,7 @@ TEST(FilesTest, WhatIsReadIsNotReplaced) {
   WriteText("reread.RPB", ReadText("flat.RPB"));
   for (const char* arguments :
        {"refine reread.RPB points.csv points.csv", "refine reread.RPB points.csv x.xml --html ./points.csv",
+        "refine reread.RPB points.csv x.xml --html ./x.xml", "check reread.RPB --geojson x --html x",
         "fit points.csv x.xml --residuals points.csv", "fit points.csv points.csv --to xml",
         "invert reread.RPB reread.RPB", "project reread.RPB points.csv --output points.csv",
         "project reread.RPB points.csv --output reread.RPB", "locate reread.RPB --point 5,5 --output reread.RPB",

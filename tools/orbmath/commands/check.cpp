@@ -108,6 +108,7 @@ class Check : public Command {
   }
 
   int Run() override {
+    RefuseOneForTwo({map_, page_.Path()});
     for (const std::string& name : {map_, page_.Path()}) RefuseToReplace(name, names_);
     std::optional<OutputFile> map_file;
     if (!map_.empty()) map_file.emplace(map_);

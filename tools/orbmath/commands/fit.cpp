@@ -209,6 +209,7 @@ class Fit : public Command {
     const PointTable& table = control.table;
     const FitPoints points = SplitPoints(control, static_cast<std::size_t>(check_.value_or(0)));
     std::vector<double> weights = method_ == 0 ? WeightsOf(control.sigma, points.fit_rows) : std::vector<double>();
+    RefuseOneForTwo({out_, residuals_, page_.Path()});
     for (const std::string& name : {out_, residuals_, page_.Path()}) RefuseToReplace(name, {points_});
     OutputFile out(out_);
     std::optional<OutputFile> residuals;

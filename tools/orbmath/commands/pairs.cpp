@@ -177,6 +177,7 @@ class Pairs : public Command {
   int Run() override {
     const TStereopairsByOverlapParams criteria = criteria_.Criteria();
     const SatCommonUtils::TStereoPairOptions options = Options();
+    RefuseOneForTwo({map_, page_.Path()});
     for (const std::string& name : {map_, page_.Path()}) RefuseToReplace(name, names_);
     std::optional<OutputFile> map_file;
     if (!map_.empty()) map_file.emplace(map_);

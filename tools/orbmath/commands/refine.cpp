@@ -118,6 +118,7 @@ class Refine : public Command {
     if (suffix && *suffix != SatCommonUtils::TRPCFileForm::XML) {
       throw UsageError("an adjusted model is an XML file, name OUT so; 'orbmath export' makes a plain model of it");
     }
+    RefuseOneForTwo({out_, page_.Path()});
     for (const std::string& name : {out_, page_.Path()}) {
       RefuseToReplace(name, {points_, check_});
       RefuseToReplace(name, dem_.Files());

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -48,6 +49,20 @@ void RefuseToReplace(const std::string& output, const std::vector<std::string>& 
     std::error_code none;  // a name that is no file is no file that could be lost
     if (std::filesystem::equivalent(std::filesystem::u8path(output), std::filesystem::u8path(input), none)) {
       throw UsageError(output + " is read and would be replaced by the result; name another file to write");
+    }
+  }
+}
+
+void RefuseOneForTwo(const std::vector<std::string>& outputs) {
+  std::set<std::filesystem::path> taken;
+  for (const std::string& output : outputs) {
+    if (output.empty() || output == "-") continue;
+    std::error_code none;
+    const std::filesystem::path given = std::filesystem::u8path(output);
+    const std::filesystem::path whole = std::filesystem::weakly_canonical(std::filesystem::absolute(given, none), none);
+    const bool is_device = std::filesystem::is_other(given, none);  // loses nothing that it keeps
+    if (!is_device && !taken.insert(whole.empty() ? given : whole).second) {
+      throw UsageError(output + " is to take two results; name a file for each");
     }
   }
 }

@@ -39,6 +39,10 @@ class OutputFile {
 /// \throws UsageError
 void RefuseToReplace(const std::string& output, const std::vector<std::string>& inputs);
 
+/// Keeps a command from writing two results into one file, of which one would be lost. \param outputs "-" and "" are
+/// none. \throws UsageError
+void RefuseOneForTwo(const std::vector<std::string>& outputs);
+
 /// The suffix of a file's name in lower case with its point, as in ".tif"; empty when it has none.
 std::string SuffixOf(const std::string& name);
 
