@@ -107,6 +107,11 @@ TEST_F(TerrainTool, WrongUsageIsOneLine) {
         "locate flat.RPB --dem dem.asc --void-height x", "refine flat.RPB control.txt x.xml --ties --dem dem.asc"}) {
     EXPECT_EQ(RunToolLine(arguments).status, 2) << arguments;
   }
+  // A second DEM where the file to write was forgotten; one that is not there yet is such a file.
+  WriteText("other.asc", ReadText("dem.asc"));
+  const std::string forgotten = "ortho dem.asc --dem dem.asc other.asc --model flat.RPB --geoid none --format GTiff";
+  EXPECT_NE(RunToolLine(forgotten).err.find("was the file to write forgotten?"), std::string::npos);
+  EXPECT_EQ(ReadText("other.asc"), ReadText("dem.asc"));
   const ToolRun run = RunToolLine("locate flat.RPB --dem dem.asc --geoid none --void-height geoid");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.err.find("do not count from a geoid"), std::string::npos) << run.err;

@@ -6,10 +6,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <set>
 #include <sstream>
+#include <system_error>
 
 #include "commands/did_you_mean.h"
 #include "errors.h"
@@ -128,7 +130,7 @@ struct CommandLine::Parser {
   }
 
   void TakeValues(const std::string& name, std::size_t count) { values[name] = count; }
-  std::vector<std::string> WithNamesRepeated(const std::vector<std::string>& given) const;
+  std::vector<std::string> WithNamesRepeated(const std::vector<std::string>& given);
 
   /// The unknown option and the one that was probably meant.
   std::string UnknownText(const std::string& given) const {
@@ -146,6 +148,8 @@ struct CommandLine::Parser {
   std::size_t least_arguments = 0;
   std::map<std::string, std::size_t> values;  ///< how many words an option takes, of those that take any
   std::set<std::string> repeated;             ///< options that may be repeated
+  std::set<std::string> behind_values;        ///< arguments that might have been one more value of such an option
+  std::vector<const std::string*> outputs;    ///< arguments that name what is written
 };
 
 constexpr const char* kNumbers = "numbers";
@@ -164,7 +168,7 @@ std::string KindOf(const std::string& word) {
 /// kind of the first are its values too, and get the option's name in front; others, and all of them as long as
 /// arguments are missing, are arguments: `locate --dem srtm.tif image.RPB` and `locate image.RPB --dem srtm.tif
 /// points.txt` mean what they seem to.
-std::vector<std::string> CommandLine::Parser::WithNamesRepeated(const std::vector<std::string>& given) const {
+std::vector<std::string> CommandLine::Parser::WithNamesRepeated(const std::vector<std::string>& given) {
   std::vector<std::string> words;
   std::size_t arguments_seen = 0;
   for (std::size_t i = 0; i < given.size(); ++i) {
@@ -180,8 +184,12 @@ std::vector<std::string> CommandLine::Parser::WithNamesRepeated(const std::vecto
       continue;
     }
     for (std::size_t k = 0; k < option->second && i + 1 < given.size(); ++k) words.push_back(given[++i]);
-    if (repeated.count(word) == 0 || arguments_seen < least_arguments) continue;
+    if (repeated.count(word) == 0) continue;
     const std::string kind = KindOf(words.back());
+    if (arguments_seen < least_arguments) {
+      if (i + 1 < given.size() && KindOf(given[i + 1]) == kind) behind_values.insert(given[i + 1]);
+      continue;
+    }
     const auto is_option = [&kind](const std::string& next) { return next.rfind('-', 0) == 0 && kind != kNumbers; };
     while (i + 1 < given.size() && !is_option(given[i + 1]) && KindOf(given[i + 1]) == kind) {
       words.push_back(word);
@@ -212,6 +220,11 @@ void CommandLine::Argument(const std::string& name, std::string* target, const s
   parser_->app.add_option(name, *target, help)->required()->type_name("");
   ++parser_->least_arguments;
   parser_->arguments.push_back({name, help, true, false});
+}
+
+void CommandLine::OutputArgument(const std::string& name, std::string* target, const std::string& help) {
+  Argument(name, target, help);
+  parser_->outputs.push_back(target);
 }
 
 void CommandLine::Arguments(const std::string& name, std::vector<std::string>* target, int least,
@@ -328,6 +341,13 @@ bool CommandLine::Parse(const std::vector<std::string>& arguments) {
     throw UsageError(parser_->UnknownText(parser_->app.remaining().front()));
   } catch (const CLI::ParseError& error) {
     throw UsageError(OneLine(error.what()));
+  }
+  for (const std::string* output : parser_->outputs) {
+    std::error_code none;  // what cannot be looked at is not lost either
+    if (parser_->behind_values.count(*output) > 0 && std::filesystem::exists(std::filesystem::u8path(*output), none)) {
+      throw UsageError(*output + " is there and stands behind a value of an option: was the file to write forgotten? " +
+                       "Name it in front of the options");
+    }
   }
   return true;
 }

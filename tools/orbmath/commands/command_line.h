@@ -40,6 +40,9 @@ class CommandLine {
 
   /// A required argument without a name in front.
   void Argument(const std::string& name, std::string* target, const std::string& help);
+  /// A required argument that names the file to be written. Right behind a value of an option that may be repeated it
+  /// is refused when there is such a file: `ortho IMAGE --dem a.tif b.tif` has most likely forgotten it.
+  void OutputArgument(const std::string& name, std::string* target, const std::string& help);
   /// Any number of arguments, at least `least`.
   void Arguments(const std::string& name, std::vector<std::string>* target, int least, const std::string& help);
 

@@ -37,7 +37,7 @@ class Grid : public Command {
 
   void Declare(CommandLine& line) override {
     line.Argument("MODEL", &model_, "model file of any form, or an image");
-    line.Argument("OUT", &output_, "file to write");
+    line.OutputArgument("OUT", &output_, "file to write");
     dem_.Declare(line);
     line.Number("--height", "H", &height_, "one height for all, metres above the ellipsoid, in the place of a DEM");
     line.Flag("--map", &map_, "image points of a map's pixels, instead of the ground of the image's");

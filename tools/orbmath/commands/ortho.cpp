@@ -41,7 +41,7 @@ class Ortho : public Command {
 
   void Declare(CommandLine& line) override {
     line.Argument("IMAGE", &image_, "image, anything that GDAL opens");
-    line.Argument("OUT", &output_, "file to write");
+    line.OutputArgument("OUT", &output_, "file to write");
     dem_.Declare(line);
     line.Text("--model", "MODEL", &model_, "model file of any form in the place of the image's own");
     frame_.Declare(line);

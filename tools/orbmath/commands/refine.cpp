@@ -94,7 +94,7 @@ class Refine : public Command {
   void Declare(CommandLine& line) override {
     line.Argument("MODEL", &model_, "model file of any form");
     line.Argument("POINTS", &points_, "file of points, '-' for standard input");
-    line.Argument("OUT", &out_, "adjusted model to be written as XML, '-' for standard output");
+    line.OutputArgument("OUT", &out_, "adjusted model to be written as XML, '-' for standard output");
     line.Choice("--type", {"auto", "shift", "affine", "projective"}, &type_, "kind of correction (default: auto)");
     line.Flag("--ties", &ties_, "the points are image ties");
     line.Flag("--keep-all", &keep_all_, "name bad points, but keep them in the fit");

@@ -64,11 +64,12 @@ struct Characters {
   std::uint64_t head;
   std::uint64_t tail;
 
-  /// Without the first `count`, below sixteen, of them. By shifts: copies within memory would read what was just
+  /// Without the first `count`, at most sixteen, of them. By shifts: copies within memory would read what was just
   /// written in other pieces, which makes the processor wait.
   Characters From(int count) const {
     const int bits = 8 * count;
     if (count == 0) return *this;
+    if (count >= 16) return {0, 0};
     if (count >= 8) return {tail >> (bits - 64), 0};
     return {head >> bits | tail << (64 - bits), tail >> bits};
   }
