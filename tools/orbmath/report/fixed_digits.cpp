@@ -68,7 +68,7 @@ struct Characters {
   /// written in other pieces, which makes the processor wait.
   Characters From(int count) const {
     const int bits = 8 * count;
-    if (count == 0) return *this;
+    if (count <= 0) return *this;
     if (count >= 16) return {0, 0};
     if (count >= 8) return {tail >> (bits - 64), 0};
     return {head >> bits | tail << (64 - bits), tail >> bits};
