@@ -122,9 +122,9 @@ bool CholeskySolve(TConstRows u, const double* b, std::size_t n, TPoll poll, dou
 TFactorState CholeskyFactorAndSolve(TConstRows a, const double* b, std::size_t n, TPoll poll, double* x);
 
 /// Solves normal equations by Cholesky, or by elimination when the matrix is not positive definite.
-/// \param normal the rows of a `WorkMatrix`, destroyed. \param right_side destroyed. \param poll as above.
+/// \param normal stays as it is. \param right_side overwritten by elimination. \param poll as above.
 /// \return false for a singular matrix or a cancel.
-bool SolveNormalEquations(double** normal, double* right_side, double* x, std::size_t n, TPoll poll);
+bool SolveNormalEquations(TConstRows normal, double* right_side, double* x, std::size_t n, TPoll poll);
 
 /// The inverse of uᵀ·u into `inverse` (n x n).
 /// \param poll null, or called for each column once that is there; its result is ignored.

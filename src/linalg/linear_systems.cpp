@@ -86,7 +86,7 @@ bool FormNormalMatrix(double** A, const double* w, std::size_t n, std::size_t m,
 
 }  // namespace
 
-bool kernels::SolveNormalEquations(double** normal, double* right_side, double* x, std::size_t n, TPoll poll) {
+bool kernels::SolveNormalEquations(TConstRows normal, double* right_side, double* x, std::size_t n, TPoll poll) {
   const TFactorState state = CholeskyFactorAndSolve(normal, right_side, n, poll, x);
   if (state != TFactorState::NotPositive) return state == TFactorState::Done;
   return GaussOfCopy(normal, right_side, x, n, poll) != 0.0;
